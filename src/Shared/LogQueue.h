@@ -1,0 +1,56 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <string>
+
+#include <sys/types.h>
+
+namespace Tarnwick {
+
+/// Writes lines to the log file one after another on a thread of its own. That thread is never
+/// joined and the one instance never destroyed, so that a file system that hangs cannot hang the
+/// program's end; at that end, what is waiting gets a bounded time to reach the file. A process
+/// that was forked from one with a queue has no such thread, and writes nothing. Any thread.
+class LogQueue
+{
+public:
+    /// The one queue; its thread starts with the first call. Throws std::system_error when there
+    /// can be no thread, and tries again at the next call.
+    [[nodiscard]] static LogQueue &shared();
+
+    /// Starts the thread. For shared() alone, which sees to it that the queue is never destroyed.
+    LogQueue();
+    ~LogQueue() = delete;
+    LogQueue(const LogQueue &) = delete;
+    LogQueue &operator=(const LogQueue &) = delete;
+    LogQueue(LogQueue &&) = delete;
+    LogQueue &operator=(LogQueue &&) = delete;
+
+    /// Takes @p line for the file; at the program's end, drops it.
+    void append(std::string line);
+
+    /// Returns when every line taken before the call was written or lost.
+    void flush();
+
+private:
+    [[noreturn]] void run();
+    void close();
+    [[nodiscard]] bool hasThread() const;
+
+    const pid_t m_process;
+    std::mutex m_mutex;
+    std::condition_variable m_lineTaken;
+    std::condition_variable m_lineDone;
+    std::deque<std::string> m_lines;
+    std::uint64_t m_taken = 0; ///< lines, since the start
+    std::uint64_t m_done = 0;  ///< of those taken
+    bool m_closed = false;
+};
+
+} // namespace Tarnwick
