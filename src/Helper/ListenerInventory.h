@@ -1,0 +1,77 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Shared/RawPortInfo.h"
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace Tarnwick {
+
+/// Why the listening sockets could not be listed.
+struct ListingError
+{
+    int code = 0;        ///< errno of the step that failed
+    std::string message; ///< what failed and why, for people
+};
+
+using Listing = std::variant<std::vector<RawPortInfo>, ListingError>;
+
+/// Which process, beyond its identifier, which the system uses again: the identifier together with
+/// the moment the process started, in the kernel's own clock ticks since boot.
+struct ProcessIdentity
+{
+    std::int32_t pid = 0;
+    std::uint64_t startTicks = 0;
+
+    friend bool operator==(const ProcessIdentity &, const ProcessIdentity &) = default;
+};
+
+/// Everything that listens on a TCP port in this network namespace, with the process that owns each
+/// listening socket. It remembers between calls who owned which socket, so that a listing in which
+/// nothing changed costs one check for each listener; a first listing is the same code with nothing
+/// remembered. Belongs to one thread.
+class ListenerInventory
+{
+public:
+    enum class SocketSource {
+        Automatic,  ///< socket diagnostics, and the tables in /proc/net where those are refused
+        ProcNetTcp, ///< the tables in /proc/net only
+    };
+
+    struct Options
+    {
+        SocketSource source = SocketSource::Automatic;
+        /// How often everything remembered is checked against a look at every descriptor of the
+        /// machine. Between two of these only one change goes unseen: a process that is older than
+        /// a listener's owner is handed the socket, and would now be its owner.
+        std::chrono::seconds auditInterval{300};
+    };
+
+    ListenerInventory();
+    explicit ListenerInventory(const Options &options);
+    ~ListenerInventory();
+    ListenerInventory(const ListenerInventory &) = delete;
+    ListenerInventory &operator=(const ListenerInventory &) = delete;
+
+    /// A record for each listening socket, ordered by port. A socket whose owner nobody can tell is
+    /// there with `pid` 0. Fails only when the sockets themselves cannot be listed.
+    [[nodiscard]] Listing list();
+
+    /// The process that the most recent listing named under @p pid, if it named one.
+    [[nodiscard]] std::optional<ProcessIdentity> listed(std::int32_t pid) const;
+
+    struct Private;
+
+private:
+    std::unique_ptr<Private> m_private;
+};
+
+} // namespace Tarnwick

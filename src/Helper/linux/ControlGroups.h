@@ -1,0 +1,62 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Shared/FileDescriptor.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace Tarnwick {
+
+/// The control groups of the unified hierarchy (cgroups(7)): which group has a number, and which
+/// processes are in a group. Both may be read by everybody. Paths are relative to the hierarchy's
+/// mount point and begin with a slash; that of its root is "/". Belongs to one thread.
+class ControlGroups
+{
+public:
+    /// With the hierarchy that /proc/self/mountinfo names; with none every question goes
+    /// unanswered.
+    ControlGroups();
+
+    /// The path of the group whose directory has the inode @p number, which is what socket
+    /// diagnostics call a group by. Walks the tree of groups when the number is not known.
+    [[nodiscard]] std::optional<std::string> path(std::uint64_t number);
+
+    /// The processes of the group at @p path; where it has none, those of the groups below it, for
+    /// a group may hand its processes on to parts of itself.
+    [[nodiscard]] std::vector<pid_t> processes(const std::string &path) const;
+
+    /// What cgroup.procs of that group alone holds; empty when there is no such group.
+    [[nodiscard]] std::string processList(const std::string &path) const;
+
+    /// The service manager's unit that @p path belongs to, such as "nginx.service"; empty when no
+    /// part of the path is one. The deepest counts.
+    [[nodiscard]] static std::string unit(std::string_view path);
+
+    /// Whether processes that have nothing to do with each other live together in such a group: the
+    /// root, a login session, what is not a service of its own.
+    [[nodiscard]] static bool isShared(std::string_view path);
+
+    /// The group of the service that a socket unit's group makes way for; nothing for other groups.
+    [[nodiscard]] static std::optional<std::string> serviceOfSocketUnit(std::string_view path);
+
+    /// The mount point of the unified hierarchy that the text of a mountinfo file names, if any.
+    [[nodiscard]] static std::optional<std::string> mountPoint(std::string_view mountInfo);
+
+private:
+    void walk(int directory, const std::string &path, unsigned depth);
+    void collect(int directory, unsigned depth, std::vector<pid_t> &found) const;
+
+    FileDescriptor m_root;
+    std::unordered_map<std::uint64_t, std::string> m_paths;
+};
+
+} // namespace Tarnwick

@@ -1,0 +1,106 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Helper/linux/ProcFs.h"
+#include "Helper/linux/SocketDump.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <unordered_map>
+#include <vector>
+
+namespace Tarnwick {
+
+/// A process that has a socket open.
+struct Holder
+{
+    std::uint32_t socket = 0; ///< index into the sockets that were searched for
+    pid_t pid = 0;
+    unsigned descriptor = 0; ///< its lowest number for the socket
+
+    friend auto operator<=>(const Holder &, const Holder &) = default;
+};
+
+/// Finds the processes that hold given sockets, through /proc/PID/fd.
+///
+/// Reading every descriptor of every process is what makes this slow, and most listening sockets
+/// have a low number, for a server opens them early. So the whole machine is looked at in bands of
+/// numbers, each band in every process before the next, and the search ends with the band in which
+/// the last socket turns up. A child inherits a descriptor under its number; so a finished band
+/// knows every process that inherited one of the band's sockets, not just the first. Large searches
+/// use a few threads.
+class HolderSearch
+{
+public:
+    /// What a look at a process told about it beside its sockets.
+    struct Visited
+    {
+        /// Number of open descriptors, as PID/fd tells it by its size (since Linux 6.2); negative
+        /// where it does not.
+        std::int64_t descriptors = -1;
+        bool readable = false; ///< false when its descriptors are not ours to look at
+        bool complete = false; ///< whether all of its descriptors have been looked at
+    };
+
+    /// @p sockets must outlive the search; those with inode 0 are never found.
+    HolderSearch(int root, std::span<const ListeningSocket> sockets);
+
+    /// Looks at all descriptors of @p pid, unless that was done before.
+    const Visited &visit(pid_t pid);
+
+    /// Looks at the processes given, band after band, until @p settled says that what was found so
+    /// far will do, or until everything was looked at.
+    void visitAll(std::span<const ProcFs::ProcessEntry> processes,
+                  const std::function<bool()> &settled);
+
+    /// What was found up to now, ordered by socket and then process.
+    [[nodiscard]] std::span<const Holder> holders();
+
+    /// Those of one socket.
+    [[nodiscard]] std::span<const Holder> holders(std::uint32_t socket);
+
+    [[nodiscard]] const std::unordered_map<pid_t, Visited> &visited() const { return m_visited; }
+
+private:
+    struct Indexed
+    {
+        std::uint32_t inode = 0;
+        std::uint32_t socket = 0;
+        friend auto operator<=>(const Indexed &, const Indexed &) = default;
+    };
+
+    /// A stretch of one process's descriptor numbers to look at, and what came of it.
+    struct Stretch
+    {
+        pid_t pid = 0;
+        unsigned from = 0;
+        unsigned to = 0; ///< one past the last; `everything` for all from `from` on
+        Visited result;
+        std::int64_t hits = 0; ///< numbers in use
+        std::vector<Holder> found;
+    };
+    static constexpr unsigned everything = ~0U;
+
+    void run(std::span<Stretch> stretches);
+    void look(Stretch &stretch) const;
+    bool lookAtNumber(int descriptors, unsigned number, Stretch &stretch) const;
+    void visitRest(std::span<const Stretch> begun);
+
+    int m_root;
+    bool m_countsTold; ///< whether this kernel tells the number of descriptors
+    std::vector<Indexed> m_index;
+    std::unordered_map<pid_t, Visited> m_visited;
+    std::vector<Holder> m_holders;
+    bool m_sorted = true;
+};
+
+/// The number of open descriptors of each process; negative where it is not ours to see, or where
+/// the kernel does not tell.
+[[nodiscard]] std::vector<std::int64_t>
+descriptorCounts(int root, std::span<const ProcFs::ProcessEntry> processes);
+
+} // namespace Tarnwick

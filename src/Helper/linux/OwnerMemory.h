@@ -1,0 +1,98 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Helper/linux/ProcessInspector.h"
+#include "Helper/linux/SocketDump.h"
+#include "Models/Timestamp.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace Tarnwick {
+
+/// What is remembered of a listening socket from one listing to the next.
+struct KnownSocket
+{
+    enum class Attribution {
+        None,   ///< nobody can tell who owns it
+        Held,   ///< the owner has it open, as was seen
+        Grouped ///< the owner may not be looked at; its control group led to it
+    };
+
+    Attribution attribution = Attribution::None;
+    pid_t owner = 0;
+    unsigned descriptor = 0; ///< the owner's number for it
+    bool manager = false;    ///< held by a service manager for a service that does not run
+    bool verified = false;   ///< in this listing
+    Timestamp firstSeen;
+    std::string group;     ///< control group in which the owner was looked for
+    std::string groupList; ///< the processes that the group had then
+    std::string unit;      ///< of the service manager
+    std::uint64_t lastListing = 0;
+    std::uint64_t retryAt = 0; ///< the listing at which to look everywhere once more
+    std::uint64_t pause = 1;   ///< between two such looks, in listings
+
+    /// Whether a process that is yet to come may turn out to be the owner.
+    [[nodiscard]] bool isOpen() const { return attribution != Attribution::Held || manager; }
+};
+
+/// Remembers the sockets that listen and the processes that own them. One check of each tells
+/// whether what is remembered still holds.
+class OwnerMemory
+{
+public:
+    explicit OwnerMemory(int root);
+
+    /// Begins a listing of @p sockets: remembers those that are new, and checks for each of the
+    /// others that its owner still lives and still has it, reading the owners' details on the way.
+    void check(std::span<const ListeningSocket> sockets, const BootClock &clock);
+
+    /// What is remembered of a socket, by its place in the listing.
+    [[nodiscard]] KnownSocket &socket(std::size_t place) { return *m_places[place]; }
+
+    /// Whether this is the first that is seen of the socket.
+    [[nodiscard]] bool isNew(std::size_t place) const;
+
+    /// Makes @p pid the owner of a socket. False when the process has ended.
+    [[nodiscard]] bool assign(std::size_t place, pid_t pid, KnownSocket::Attribution attribution,
+                              const BootClock &clock);
+
+    /// The owner as of this listing; null when there is none.
+    [[nodiscard]] const ProcessInspector *owner(std::size_t place) const;
+
+    /// Ends the listing: forgets what it did not touch, and keeps no more files open than it may.
+    void finish();
+
+    [[nodiscard]] std::optional<ProcessIdentity> listed(pid_t pid) const;
+
+    [[nodiscard]] std::uint64_t listing() const { return m_listing; }
+
+private:
+    struct Process
+    {
+        std::unique_ptr<ProcessInspector> inspector;
+        std::vector<std::uint32_t> places; ///< of its sockets in this listing
+        std::uint64_t readAt = 0;          ///< the listing in which it was found alive last
+        std::uint64_t ownsAt = 0;          ///< the listing in which it owned something last
+    };
+
+    void verify(Process &process, std::span<const ListeningSocket> sockets, const BootClock &clock);
+
+    int m_root;
+    std::size_t m_mostOpen; ///< how many processes' files may be kept open
+    std::uint64_t m_listing = 0;
+    std::unordered_map<std::uint64_t, KnownSocket> m_sockets;
+    std::unordered_map<pid_t, Process> m_processes;
+    std::vector<KnownSocket *> m_places;
+};
+
+} // namespace Tarnwick

@@ -1,0 +1,80 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Helper/linux/HolderSearch.h"
+#include "Helper/linux/ProcFs.h"
+#include "Helper/linux/SocketDump.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+namespace Tarnwick {
+
+/// The process that a listening socket belongs to.
+struct SocketOwner
+{
+    pid_t pid = 0;
+    unsigned descriptor = 0; ///< its number for the socket
+    bool manager = false;    ///< a service manager, which nobody else takes the socket from yet
+};
+
+/// Decides who owns sockets that several processes may hold: the process whose end ends the server.
+/// Among the holders that is the one that started first, for a child starts after its parent, and
+/// who merely inherited a descriptor after its owner; between equals it is the parent. A service
+/// manager that holds a socket to start its service on demand owns it only while nobody else does.
+///
+/// Made for one look; remembers nothing beyond it.
+class OwnerResolution
+{
+public:
+    /// @p sockets must outlive it.
+    OwnerResolution(int root, std::span<const ListeningSocket> sockets);
+
+    /// Names a socket whose owner is to be found.
+    void want(std::uint32_t socket);
+
+    /// Looks at these processes, and at those above each holder in its tree.
+    void look(std::span<const pid_t> processes);
+
+    enum class Thoroughness {
+        UntilSettled, ///< ends when every wanted socket has an owner
+        Everything,   ///< looks at every descriptor
+    };
+
+    /// Whether the owner of a socket that nobody was seen to hold is known in another way.
+    using KnownOtherwise = std::function<bool(std::uint32_t socket)>;
+
+    /// Looks at all processes. What takes longest, the descriptors with higher numbers, is left out
+    /// when it is not needed: every wanted socket is settled or @p knownOtherwise by then.
+    void lookEverywhere(std::span<const ProcFs::ProcessEntry> processes, Thoroughness thoroughness,
+                        const KnownOtherwise &knownOtherwise);
+
+    /// Whether each of these sockets has a holder that is no service manager.
+    [[nodiscard]] bool settled(std::span<const std::uint32_t> sockets);
+
+    /// The owner, as far as the looks up to now tell; nothing when no holder was found.
+    [[nodiscard]] std::optional<SocketOwner> owner(std::uint32_t socket);
+
+    [[nodiscard]] const HolderSearch &search() const { return m_search; }
+
+private:
+    void climb();
+    [[nodiscard]] const std::optional<ProcFs::Stat> &stat(pid_t pid);
+    [[nodiscard]] bool isManager(pid_t pid);
+    [[nodiscard]] bool sameExecutable(pid_t left, pid_t right) const;
+
+    int m_root;
+    HolderSearch m_search;
+    std::vector<std::uint32_t> m_wanted;
+    std::unordered_set<pid_t> m_climbed;
+    std::unordered_map<pid_t, std::optional<ProcFs::Stat>> m_stats;
+};
+
+} // namespace Tarnwick

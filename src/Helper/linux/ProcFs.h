@@ -1,0 +1,118 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Shared/FileDescriptor.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace Tarnwick {
+
+/// Reading the process file system, /proc (proc(5)): small functions over descriptors relative to
+/// it, so that a path is never looked up twice. Everything here may fail at any moment because a
+/// process ends; nothing, or a short answer, is then the result.
+namespace ProcFs {
+
+/// A directory of /proc that stands for a process. The kernel makes a new inode for a process that
+/// got the identifier of an earlier one, so that the pair tells them apart without a look inside.
+struct ProcessEntry
+{
+    pid_t pid = 0;
+    std::uint64_t inode = 0;
+
+    friend auto operator<=>(const ProcessEntry &, const ProcessEntry &) = default;
+};
+
+/// What /proc/PID/stat tells, of what is used here.
+struct Stat
+{
+    std::string comm; ///< at most 15 bytes, of any value but NUL
+    char state = '?'; ///< 'Z' for a zombie, 'T' for a stopped process
+    pid_t parent = 0;
+    pid_t processGroup = 0;
+    std::uint32_t flags = 0;      ///< PF_* of the kernel's linux/sched.h
+    std::uint64_t startTicks = 0; ///< since boot, in units of sysconf(_SC_CLK_TCK)
+
+    [[nodiscard]] bool isKernelThread() const;
+};
+
+/// /proc itself, open; none when it is not mounted.
+[[nodiscard]] FileDescriptor openRoot();
+
+/// The processes that /proc shows, in ascending order of identifier.
+[[nodiscard]] std::vector<ProcessEntry> processes(int root);
+
+/// A numeric name in a directory of /proc, such as PID/fd or PID/task.
+struct NumberedEntry
+{
+    unsigned number = 0;
+    std::uint64_t inode = 0;
+};
+
+/// Replaces @p entries with the numeric names in @p directory, read from its start. False when it
+/// could not be read at all.
+bool readNumbers(int directory, std::vector<NumberedEntry> &entries);
+
+/// Opens @p name relative to @p directory for reading, close-on-exec.
+[[nodiscard]] FileDescriptor openFile(int directory, const char *name);
+[[nodiscard]] FileDescriptor openDirectory(int directory, const char *name);
+
+/// /proc/PID, and a file or a directory in it, @p name being "/stat" or the like.
+[[nodiscard]] FileDescriptor openProcess(int root, pid_t pid);
+[[nodiscard]] FileDescriptor openOfProcess(int root, pid_t pid, std::string_view name);
+[[nodiscard]] FileDescriptor openDirectoryOfProcess(int root, pid_t pid, std::string_view name);
+
+/// Replaces @p content with the file's first @p limit bytes, from offset 0, in as many reads as it
+/// takes. False on an error; an empty file is no error.
+bool readWhole(int file, std::string &content, std::size_t limit);
+
+/// The same for a file that is opened and closed for it.
+bool readFile(int directory, const char *name, std::string &content, std::size_t limit);
+
+/// Replaces @p target with what the symbolic link names; false when it cannot be read.
+bool readLink(int directory, const char *name, std::string &target);
+
+[[nodiscard]] std::optional<Stat> parseStat(std::string_view text);
+
+/// The stat of a process, by identifier or in its open directory.
+[[nodiscard]] std::optional<Stat> stat(int root, pid_t pid);
+[[nodiscard]] std::optional<Stat> stat(int processDirectory);
+
+/// The size that the directory PID/fd has, without opening it: the number of open descriptors since
+/// Linux 6.2. Negative when there is no such process or it is not ours to look at.
+[[nodiscard]] std::int64_t sizeOfDescriptorTable(int root, pid_t pid);
+
+/// What a descriptor of a process refers to, as far as it matters here.
+struct Descriptor
+{
+    enum class Kind {
+        None,   ///< there is no such descriptor, or no such process any more
+        Denied, ///< not ours to look at, like all others of the process
+        Other,  ///< a file, a pipe, or anything but a socket
+        Socket
+    };
+    Kind kind = Kind::None;
+    std::uint32_t inode = 0; ///< of the socket
+};
+
+/// Looks at descriptor @p number in the open directory PID/fd.
+[[nodiscard]] Descriptor descriptor(int descriptors, unsigned number);
+
+/// Whether the descriptors in the open directory PID/fd are ours to look at. A process with more
+/// privileges than ours may let us list them and yet deny what they refer to. True when there are
+/// none.
+[[nodiscard]] bool mayLookAt(int descriptors);
+
+/// The inode of the socket that the text of a link names, "socket:[4711]".
+[[nodiscard]] std::optional<std::uint32_t> socketInode(std::string_view link);
+
+} // namespace ProcFs
+
+} // namespace Tarnwick

@@ -1,0 +1,94 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Helper/linux/ProcessCensus.h"
+
+#include "Helper/linux/HolderSearch.h"
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include <unistd.h>
+
+namespace Tarnwick {
+
+ProcessCensus::ProcessCensus(int root)
+    : m_root(root)
+    , m_loadAverage(ProcFs::openFile(root, "loadavg"))
+{
+}
+
+bool ProcessCensus::processesChanged()
+{
+    // proc(5): three averages, running/existing tasks, the identifier given out last.
+    std::array<char, 128> text;
+    const ssize_t got = ::pread(m_loadAverage.get(), text.data(), text.size(), 0);
+    const std::string_view line(text.data(), got > 0 ? static_cast<std::size_t>(got) : 0);
+    const std::size_t slash = line.find('/');
+    if (slash == std::string_view::npos) {
+        return true;
+    }
+    const std::string_view counters = line.substr(slash);
+    if (counters == m_counters) {
+        return false;
+    }
+    m_counters = counters;
+    return true;
+}
+
+std::span<const ProcFs::ProcessEntry> ProcessCensus::take()
+{
+    ++m_take;
+    m_processes = ProcFs::processes(m_root);
+    for (const ProcFs::ProcessEntry &process : m_processes) {
+        Known &known = m_known[process.pid];
+        if (known.inode != process.inode) {
+            // Those of the first take were there before; only later ones have just come.
+            known = {.inode = process.inode,
+                     .firstTake = m_take == 1 ? 0 : m_take,
+                     .lastTake = 0,
+                     .descriptors = -1};
+        }
+        known.lastTake = m_take;
+    }
+    std::erase_if(m_known, [this](const auto &entry) { return entry.second.lastTake != m_take; });
+    return m_processes;
+}
+
+std::vector<pid_t> ProcessCensus::newcomers() const
+{
+    // A process that was only just made when it was seen first may get its descriptors a moment
+    // later; so it counts as new once more.
+    std::vector<pid_t> found;
+    for (const ProcFs::ProcessEntry &process : m_processes) {
+        const auto known = m_known.find(process.pid);
+        if (known != m_known.end() && known->second.firstTake + 1 >= m_take) {
+            found.push_back(process.pid);
+        }
+    }
+    return found;
+}
+
+std::vector<pid_t> ProcessCensus::changed()
+{
+    std::vector<pid_t> found;
+    const std::vector<std::int64_t> counts = descriptorCounts(m_root, m_processes);
+    for (std::size_t at = 0; at < m_processes.size(); ++at) {
+        Known &known = m_known[m_processes[at].pid];
+        const std::int64_t before = std::exchange(known.descriptors, counts[at]);
+        if (counts[at] < 0 || counts[at] != before) {
+            found.push_back(m_processes[at].pid);
+        }
+    }
+    return found;
+}
+
+void ProcessCensus::remember(pid_t pid, std::int64_t descriptors)
+{
+    if (const auto known = m_known.find(pid); known != m_known.end()) {
+        known->second.descriptors = descriptors;
+    }
+}
+
+} // namespace Tarnwick

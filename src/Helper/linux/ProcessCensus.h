@@ -1,0 +1,59 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Helper/linux/ProcFs.h"
+#include "Shared/FileDescriptor.h"
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace Tarnwick {
+
+/// Remembers which processes there were, and how many descriptors each had open, so that after a
+/// change only those have to be looked at that can have something to do with it.
+class ProcessCensus
+{
+public:
+    explicit ProcessCensus(int root);
+
+    /// Whether processes have come or gone since the call before, as the kernel's counters in
+    /// /proc/loadavg tell: the number of tasks, and the identifier given out last. True as well
+    /// when they cannot be read. Costs one read.
+    [[nodiscard]] bool processesChanged();
+
+    /// All processes there are now, in ascending order.
+    std::span<const ProcFs::ProcessEntry> take();
+
+    /// Of those taken last, the ones that were not there at the take before or had only just come.
+    [[nodiscard]] std::vector<pid_t> newcomers() const;
+
+    /// Of those taken last, the ones whose number of descriptors is another than it was, or cannot
+    /// be told. Counts them, and remembers the numbers.
+    [[nodiscard]] std::vector<pid_t> changed();
+
+    /// Remembers how many descriptors a process had when it was looked at.
+    void remember(pid_t pid, std::int64_t descriptors);
+
+private:
+    struct Known
+    {
+        std::uint64_t inode = 0;
+        std::uint64_t firstTake = 0;
+        std::uint64_t lastTake = 0;
+        std::int64_t descriptors = -1;
+    };
+
+    int m_root;
+    FileDescriptor m_loadAverage;
+    std::string m_counters;
+    std::uint64_t m_take = 0;
+    std::vector<ProcFs::ProcessEntry> m_processes;
+    std::unordered_map<pid_t, Known> m_known;
+};
+
+} // namespace Tarnwick

@@ -1,0 +1,262 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Helper/linux/ProcessInspector.h"
+
+#include "Helper/ProcessName.h"
+#include "Helper/linux/ForeignExecutable.h"
+#include "Helper/linux/ProcFs.h"
+#include "Shared/Utf8.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+#include <unistd.h>
+
+namespace Tarnwick {
+
+namespace {
+
+/// The most of a command line that is kept.
+constexpr std::size_t longestCommandLine = 64UL * 1024;
+/// One byte more is read, to tell a command line of just that size from a longer one.
+constexpr std::size_t commandLineRead = longestCommandLine + 1;
+
+constexpr std::string_view deletedMark = " (deleted)";
+
+/// Reads the beginning of a file and tells whether it still is what @p known holds; if not, @p
+/// known becomes the whole of it, up to @p limit. False when the file cannot be read.
+bool readAgain(int file, std::string &known, std::size_t limit, bool &changed)
+{
+    std::array<char, 4096> start;
+    const ssize_t got = ::pread(file, start.data(), start.size(), 0);
+    if (got < 0) {
+        return false;
+    }
+    const std::string_view read(start.data(), static_cast<std::size_t>(got));
+    if (read.size() < start.size()) {
+        if (read != known) {
+            known = read;
+            changed = true;
+        }
+        return true;
+    }
+    std::string whole;
+    if (!ProcFs::readWhole(file, whole, limit)) {
+        return false;
+    }
+    if (whole != known) {
+        known = std::move(whole);
+        changed = true;
+    }
+    return true;
+}
+
+void readLinkAgain(int directory, const char *name, std::string &known, bool &changed)
+{
+    std::array<char, 4096> target;
+    const ssize_t got = ::readlinkat(directory, name, target.data(), target.size());
+    const std::string_view read(target.data(), got > 0 ? static_cast<std::size_t>(got) : 0);
+    if (read != known) {
+        known = read;
+        changed = true;
+    }
+}
+
+/// A link's target without the mark that the kernel puts behind the path of a deleted file. A file
+/// may really have such a name: then it is there.
+std::string withoutDeletedMark(const std::string &target)
+{
+    if (target.ends_with(deletedMark) && ::access(target.c_str(), F_OK) != 0) {
+        return target.substr(0, target.size() - deletedMark.size());
+    }
+    return target;
+}
+
+std::uint64_t pageSize()
+{
+    static const auto size = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+    return size;
+}
+
+} // namespace
+
+std::unique_ptr<ProcessInspector> ProcessInspector::open(int root, pid_t pid)
+{
+    std::unique_ptr<ProcessInspector> inspector(new ProcessInspector(root, pid));
+    if (!inspector->openFiles()) {
+        return nullptr;
+    }
+    const std::optional<ProcFs::Stat> stat = ProcFs::stat(inspector->m_directory.get());
+    if (!stat) {
+        return nullptr;
+    }
+    inspector->m_identity.startTicks = stat->startTicks;
+    return inspector;
+}
+
+bool ProcessInspector::openFiles()
+{
+    m_directory = ProcFs::openProcess(m_root, m_identity.pid);
+    if (!m_directory) {
+        return false;
+    }
+    m_descriptors = ProcFs::openDirectory(m_directory.get(), "fd");
+    m_statm = ProcFs::openFile(m_directory.get(), "statm");
+    m_comm = ProcFs::openFile(m_directory.get(), "comm");
+    m_commandLine = ProcFs::openFile(m_directory.get(), "cmdline");
+    return m_statm && m_comm && m_commandLine;
+}
+
+void ProcessInspector::release()
+{
+    for (FileDescriptor *file :
+         {&m_directory, &m_descriptors, &m_statm, &m_comm, &m_commandLine, &m_leaderCommandLine}) {
+        file->reset();
+    }
+    m_leader = 0;
+}
+
+bool ProcessInspector::reopen()
+{
+    if (m_directory) {
+        return true;
+    }
+    if (!openFiles()) {
+        release();
+        return false;
+    }
+    const std::optional<ProcFs::Stat> stat = ProcFs::stat(m_directory.get());
+    if (!stat || stat->startTicks != m_identity.startTicks) {
+        release();
+        return false;
+    }
+    return true;
+}
+
+bool ProcessInspector::holds(unsigned descriptor, std::uint32_t inode) const
+{
+    if (!m_descriptors) {
+        return false;
+    }
+    const ProcFs::Descriptor seen = ProcFs::descriptor(m_descriptors.get(), descriptor);
+    return seen.kind == ProcFs::Descriptor::Kind::Socket && seen.inode == inode;
+}
+
+bool ProcessInspector::refresh(const BootClock &clock)
+{
+    if (!readMemory() || !readImage()) {
+        return false;
+    }
+    m_details.startedAt = clock.time(m_identity.startTicks);
+    return true;
+}
+
+bool ProcessInspector::readMemory()
+{
+    // Sizes in pages (proc(5)): total, resident, and others.
+    std::array<char, 128> text;
+    const ssize_t got = ::pread(m_statm.get(), text.data(), text.size(), 0);
+    if (got <= 0) {
+        return false;
+    }
+    const char *end = text.data() + got;
+    const char *resident = std::find(static_cast<const char *>(text.data()), end, ' ');
+    std::uint64_t pages = 0;
+    if (resident == end || std::from_chars(resident + 1, end, pages).ec != std::errc{}) {
+        return false;
+    }
+    m_details.memoryBytes = pages * pageSize();
+    return true;
+}
+
+bool ProcessInspector::readImage()
+{
+    bool changed = !m_described;
+    constexpr std::size_t longestComm = 64;
+    if (!readAgain(m_comm.get(), m_rawComm, longestComm, changed) ||
+        !readAgain(m_commandLine.get(), m_rawCommandLine, commandLineRead, changed)) {
+        return false;
+    }
+    readLinkAgain(m_directory.get(), "exe", m_rawExecutable, changed);
+    readLinkAgain(m_directory.get(), "cwd", m_rawDirectory, changed);
+    readLeader(changed);
+    if (changed) {
+        describe();
+        m_described = true;
+    }
+    return true;
+}
+
+void ProcessInspector::readLeader(bool &changed)
+{
+    const pid_t leader = ::getpgid(m_identity.pid);
+    if (leader != m_leader) {
+        // The identifier of a group is not used again while the group has members; so its leader,
+        // if there is a process of that identifier, is no stranger.
+        const bool other = leader > 0 && leader != m_identity.pid;
+        m_leaderCommandLine =
+            other ? ProcFs::openOfProcess(m_root, leader, "/cmdline") : FileDescriptor();
+        m_leader = leader;
+    }
+    const bool read =
+        m_leaderCommandLine &&
+        readAgain(m_leaderCommandLine.get(), m_rawLeaderCommandLine, commandLineRead, changed);
+    if (!read && !m_rawLeaderCommandLine.empty()) {
+        m_rawLeaderCommandLine.clear();
+        changed = true;
+    }
+}
+
+void ProcessInspector::describe()
+{
+    std::string_view comm = m_rawComm;
+    if (comm.ends_with('\n')) {
+        comm.remove_suffix(1);
+    }
+    const std::vector<std::string> arguments = splitArguments(m_rawCommandLine);
+    const std::string path = m_rawExecutable.empty() ? ForeignExecutable::find(comm, arguments)
+                                                     : withoutDeletedMark(m_rawExecutable);
+    const auto sanitized = [](const std::vector<std::string> &texts) {
+        std::vector<std::string> result;
+        result.reserve(texts.size());
+        std::transform(texts.begin(), texts.end(), std::back_inserter(result), Utf8::sanitized);
+        return result;
+    };
+    m_details.processName = Utf8::sanitized(ProcessName::from(comm, path, arguments));
+    m_details.commandPath = Utf8::sanitized(path);
+    m_details.cwd = Utf8::sanitized(withoutDeletedMark(m_rawDirectory));
+    m_details.arguments = sanitized(arguments);
+    m_details.originArguments.clear();
+    if (m_rawLeaderCommandLine != m_rawCommandLine) {
+        m_details.originArguments = sanitized(splitArguments(m_rawLeaderCommandLine));
+    }
+}
+
+std::vector<std::string> ProcessInspector::splitArguments(std::string_view commandLine)
+{
+    const bool cut = commandLine.size() > longestCommandLine;
+    commandLine = commandLine.substr(0, longestCommandLine);
+    std::vector<std::string> arguments;
+    while (!commandLine.empty()) {
+        const std::size_t end = commandLine.find('\0');
+        if (end == std::string_view::npos && cut) {
+            break;
+        }
+        arguments.emplace_back(commandLine.substr(0, end));
+        commandLine.remove_prefix(std::min(commandLine.size(), end) + (end < commandLine.size()));
+    }
+    // A program that writes a title over its arguments leaves the rest of their room empty.
+    const auto isTitle = [](std::string_view text) {
+        return text.find_first_of(" :") != std::string_view::npos;
+    };
+    if (!arguments.empty() && isTitle(arguments.front())) {
+        while (arguments.size() > 1 && arguments.back().empty()) {
+            arguments.pop_back();
+        }
+    }
+    return arguments;
+}
+
+} // namespace Tarnwick

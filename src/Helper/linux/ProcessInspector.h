@@ -1,0 +1,102 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Helper/ListenerInventory.h"
+#include "Helper/linux/BootClock.h"
+#include "Models/Timestamp.h"
+#include "Shared/FileDescriptor.h"
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace Tarnwick {
+
+/// What a listing tells of a process. All texts are UTF-8.
+struct ProcessDetails
+{
+    std::string processName;
+    std::string commandPath;
+    std::string cwd;
+    std::vector<std::string> arguments;
+    std::vector<std::string> originArguments;
+    std::uint64_t memoryBytes = 0;
+    Timestamp startedAt;
+};
+
+/// Looks at one process, again and again: keeps its files of /proc open, so that a look costs a
+/// read of each, and takes texts apart only when they have changed. Reads through an open file
+/// never reach another process that got the same identifier. One thread at a time; several
+/// inspectors may be used at once.
+class ProcessInspector
+{
+public:
+    /// Nothing when there is no such process.
+    [[nodiscard]] static std::unique_ptr<ProcessInspector> open(int root, pid_t pid);
+
+    [[nodiscard]] ProcessIdentity identity() const { return m_identity; }
+
+    /// Whether descriptor @p descriptor of the process refers to the socket with that inode. False
+    /// as well when it cannot be seen.
+    [[nodiscard]] bool holds(unsigned descriptor, std::uint32_t inode) const;
+
+    /// Reads the details again. False when the process has ended.
+    [[nodiscard]] bool refresh(const BootClock &clock);
+
+    /// As of the last refresh().
+    [[nodiscard]] const ProcessDetails &details() const { return m_details; }
+
+    /// Closes the files, where there are too many processes to keep all of them open.
+    void release();
+
+    /// Opens them again. False when the process has ended, also when another has its identifier.
+    [[nodiscard]] bool reopen();
+
+    /// How many descriptors an inspector keeps open at most.
+    static constexpr unsigned mostDescriptors = 6;
+
+    /// Splits what /proc/PID/cmdline holds into arguments. At most 64 KiB are kept, and an argument
+    /// that does not fit is left out whole, with those behind it.
+    [[nodiscard]] static std::vector<std::string> splitArguments(std::string_view commandLine);
+
+private:
+    ProcessInspector(int root, pid_t pid)
+        : m_root(root)
+        , m_identity{pid, 0}
+    {
+    }
+
+    [[nodiscard]] bool openFiles();
+    [[nodiscard]] bool readMemory();
+    [[nodiscard]] bool readImage();
+    void readLeader(bool &changed);
+    void describe();
+
+    int m_root;
+    ProcessIdentity m_identity;
+    FileDescriptor m_directory;
+    FileDescriptor m_descriptors;
+    FileDescriptor m_statm;
+    FileDescriptor m_comm;
+    FileDescriptor m_commandLine;
+    FileDescriptor m_leaderCommandLine;
+    pid_t m_leader = 0;
+
+    // As the kernel told them last; the details are made from them.
+    std::string m_rawComm;
+    std::string m_rawCommandLine;
+    std::string m_rawExecutable;
+    std::string m_rawDirectory;
+    std::string m_rawLeaderCommandLine;
+    bool m_described = false;
+    ProcessDetails m_details;
+};
+
+} // namespace Tarnwick

@@ -1,0 +1,290 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Helper/linux/SocketDump.h"
+
+#include "Helper/linux/ProcFs.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <string>
+#include <tuple>
+
+#include <arpa/inet.h>
+#include <linux/inet_diag.h>
+#include <linux/netlink.h>
+#include <linux/rtnetlink.h>
+#include <linux/sock_diag.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+namespace Tarnwick {
+
+namespace {
+
+/// The kernel fills messages of a dump up to this size when the reader offers as much.
+constexpr std::size_t messageSize = 32UL * 1024;
+
+/// A fault-free dump is one request; a few more are worth it when memory is short for a moment.
+constexpr int attempts = 3;
+
+ListeningSocket fromMessage(std::string_view payload)
+{
+    inet_diag_msg message{};
+    std::memcpy(&message, payload.data(), sizeof(message));
+    payload.remove_prefix(sizeof(message));
+
+    ListeningSocket socket;
+    socket.inode = message.idiag_inode;
+    socket.port = ntohs(message.id.idiag_sport);
+    socket.uid = message.idiag_uid;
+    socket.cookie = (std::uint64_t{message.id.idiag_cookie[1]} << 32U) | message.id.idiag_cookie[0];
+    while (payload.size() >= sizeof(rtattr)) {
+        rtattr attribute{};
+        std::memcpy(&attribute, payload.data(), sizeof(attribute));
+        if (attribute.rta_len < sizeof(attribute) || attribute.rta_len > payload.size()) {
+            break;
+        }
+        if (attribute.rta_type == INET_DIAG_CGROUP_ID &&
+            attribute.rta_len >= sizeof(attribute) + sizeof(socket.controlGroup)) {
+            std::memcpy(&socket.controlGroup, payload.data() + sizeof(attribute),
+                        sizeof(socket.controlGroup));
+        }
+        payload.remove_prefix(std::min<std::size_t>(payload.size(), RTA_ALIGN(attribute.rta_len)));
+    }
+    return socket;
+}
+
+/// The errno that ended a dump early, 0 when it is whole: both the end of a dump and an error begin
+/// with it, negated.
+int endOfDump(std::string_view payload)
+{
+    int code = 0;
+    if (payload.size() >= sizeof(code)) {
+        std::memcpy(&code, payload.data(), sizeof(code));
+    }
+    return -code;
+}
+
+/// Splits a line of a table at its blanks.
+std::vector<std::string_view> fields(std::string_view line)
+{
+    std::vector<std::string_view> found;
+    while (true) {
+        const std::size_t start = line.find_first_not_of(' ');
+        if (start == std::string_view::npos) {
+            return found;
+        }
+        line.remove_prefix(start);
+        const std::size_t end = std::min(line.size(), line.find(' '));
+        found.push_back(line.substr(0, end));
+        line.remove_prefix(end);
+    }
+}
+
+template<class Number>
+bool parse(std::string_view text, Number &number, int base)
+{
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
+    return error == std::errc{} && end == text.data() + text.size();
+}
+
+ListingError failure(int code, std::string_view what)
+{
+    return {code, std::string(what) + ": " + std::strerror(code)};
+}
+
+/// 0, or the errno of the failure. A kernel without IPv6 has no tcp6, which is no failure.
+int readTables(std::vector<ListeningSocket> &sockets)
+{
+    const FileDescriptor root = ProcFs::openRoot();
+    if (!root) {
+        return errno;
+    }
+    constexpr std::size_t noLimit = 256UL * 1024 * 1024;
+    std::string table;
+    if (!ProcFs::readFile(root.get(), "self/net/tcp", table, noLimit)) {
+        return errno;
+    }
+    if (!SocketDump::parseTable(table, sockets)) {
+        return EBADMSG;
+    }
+    if (ProcFs::readFile(root.get(), "self/net/tcp6", table, noLimit)) {
+        return SocketDump::parseTable(table, sockets) ? 0 : EBADMSG;
+    }
+    return errno == ENOENT ? 0 : errno;
+}
+
+} // namespace
+
+std::optional<ListingError> SocketDump::list(std::vector<ListeningSocket> &sockets)
+{
+    sockets.clear();
+    int refused = EOPNOTSUPP;
+    if (m_source == ListenerInventory::SocketSource::Automatic) {
+        for (int attempt = 0; attempt < attempts && refused != 0; ++attempt) {
+            sockets.clear();
+            refused = listByDiagnostics(sockets);
+            if (refused != 0) {
+                m_netlink.reset();
+            }
+        }
+    }
+    if (refused != 0) {
+        sockets.clear();
+        if (const int code = readTables(sockets); code != 0) {
+            return failure(code, "cannot list the listening sockets: socket diagnostics are refused"
+                                 " and /proc/net/tcp cannot be read");
+        }
+    }
+    const auto order = [](const ListeningSocket &socket) {
+        return std::tuple(socket.port, socket.inode, socket.cookie);
+    };
+    std::sort(sockets.begin(), sockets.end(),
+              [&order](const auto &left, const auto &right) { return order(left) < order(right); });
+    // A dump in several messages may tell of a socket twice when others come and go meanwhile.
+    sockets.erase(std::unique(sockets.begin(), sockets.end()), sockets.end());
+    return std::nullopt;
+}
+
+int SocketDump::listByDiagnostics(std::vector<ListeningSocket> &sockets)
+{
+    if (!m_netlink) {
+        m_netlink =
+            FileDescriptor(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG));
+        if (!m_netlink) {
+            return errno;
+        }
+        m_buffer.resize(messageSize);
+    }
+    bool interrupted = false;
+    // The older request dumps both families at once; a kernel that has dropped it gets the newer
+    // one, which wants a request for each family.
+    int code = request(TCPDIAG_GETSOCK, AF_UNSPEC);
+    code = code != 0 ? code : receive(sockets, interrupted);
+    if (code == EINVAL || code == EOPNOTSUPP || code == ENOENT) {
+        sockets.clear();
+        for (const int family : {AF_INET, AF_INET6}) {
+            code = request(SOCK_DIAG_BY_FAMILY, static_cast<std::uint8_t>(family));
+            code = code != 0 ? code : receive(sockets, interrupted);
+            if (code == ENOENT && family == AF_INET6) {
+                code = 0;
+            }
+            if (code != 0) {
+                return code;
+            }
+        }
+    }
+    return code == 0 && interrupted ? EINTR : code;
+}
+
+int SocketDump::request(std::uint16_t type, std::uint8_t family)
+{
+    constexpr std::uint32_t listening = 1U << TCP_LISTEN;
+    struct
+    {
+        nlmsghdr header{};
+        union {
+            inet_diag_req older;
+            inet_diag_req_v2 newer;
+        };
+    } message{};
+    std::size_t size = 0;
+    if (type == TCPDIAG_GETSOCK) {
+        message.older = {};
+        message.older.idiag_family = family;
+        message.older.idiag_states = listening;
+        size = NLMSG_LENGTH(sizeof(inet_diag_req));
+    } else {
+        message.newer = {};
+        message.newer.sdiag_family = family;
+        message.newer.sdiag_protocol = IPPROTO_TCP;
+        message.newer.idiag_states = listening;
+        size = NLMSG_LENGTH(sizeof(inet_diag_req_v2));
+    }
+    message.header.nlmsg_len = static_cast<std::uint32_t>(size);
+    message.header.nlmsg_type = type;
+    message.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
+    message.header.nlmsg_seq = ++m_sequence;
+    const ssize_t sent = ::send(m_netlink.get(), &message, size, MSG_NOSIGNAL);
+    return sent < 0 ? errno : 0;
+}
+
+int SocketDump::receive(std::vector<ListeningSocket> &sockets, bool &interrupted)
+{
+    for (;;) {
+        const ssize_t got = ::recv(m_netlink.get(), m_buffer.data(), m_buffer.size(), 0);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            return got < 0 ? errno : ECONNRESET;
+        }
+        std::string_view messages(m_buffer.data(), static_cast<std::size_t>(got));
+        while (messages.size() >= sizeof(nlmsghdr)) {
+            nlmsghdr header{};
+            std::memcpy(&header, messages.data(), sizeof(header));
+            if (header.nlmsg_len < sizeof(header) || header.nlmsg_len > messages.size()) {
+                return EBADMSG;
+            }
+            const std::string_view payload =
+                messages.substr(sizeof(header), header.nlmsg_len - sizeof(header));
+            messages.remove_prefix(
+                std::min<std::size_t>(messages.size(), NLMSG_ALIGN(header.nlmsg_len)));
+            if (header.nlmsg_seq != m_sequence) {
+                continue;
+            }
+            interrupted = interrupted || (header.nlmsg_flags & NLM_F_DUMP_INTR) != 0;
+            if (header.nlmsg_type == NLMSG_DONE) {
+                return endOfDump(payload);
+            }
+            if (header.nlmsg_type == NLMSG_ERROR) {
+                const int code = endOfDump(payload);
+                return code != 0 ? code : EBADMSG;
+            }
+            if (payload.size() < sizeof(inet_diag_msg)) {
+                return EBADMSG;
+            }
+            sockets.push_back(fromMessage(payload));
+        }
+    }
+}
+
+bool SocketDump::parseTable(std::string_view table, std::vector<ListeningSocket> &sockets)
+{
+    // proc_net_tcp of the kernel's documentation: sl, local address, remote address, state, queues,
+    // timer, retransmits, user, timeout, inode.
+    enum Column : std::size_t { Local = 1, State = 3, User = 7, Inode = 9, Count = 10 };
+    constexpr std::string_view listening = "0A";
+
+    bool heading = true;
+    while (!table.empty()) {
+        const std::size_t end = std::min(table.size(), table.find('\n'));
+        const std::string_view line = table.substr(0, end);
+        table.remove_prefix(std::min(table.size(), end + 1));
+        if (std::exchange(heading, false) || line.empty()) {
+            continue;
+        }
+        const std::vector<std::string_view> columns = fields(line);
+        if (columns.size() < Count) {
+            return false;
+        }
+        if (columns[State] != listening) {
+            continue;
+        }
+        ListeningSocket socket;
+        const std::size_t colon = columns[Local].rfind(':');
+        if (colon == std::string_view::npos ||
+            !parse(columns[Local].substr(colon + 1), socket.port, 16) ||
+            !parse(columns[User], socket.uid, 10) || !parse(columns[Inode], socket.inode, 10)) {
+            return false;
+        }
+        sockets.push_back(socket);
+    }
+    return true;
+}
+
+} // namespace Tarnwick

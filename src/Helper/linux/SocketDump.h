@@ -1,0 +1,63 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Helper/ListenerInventory.h"
+#include "Shared/FileDescriptor.h"
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace Tarnwick {
+
+/// A TCP socket in the state LISTEN, as the kernel reports it.
+struct ListeningSocket
+{
+    std::uint32_t inode = 0;
+    std::uint16_t port = 0;
+    uid_t uid = 0;                  ///< the user who made it
+    std::uint64_t cookie = 0;       ///< unique for each socket since boot; 0 when not told
+    std::uint64_t controlGroup = 0; ///< inode of its group's directory; 0 when not told
+
+    /// What to remember the socket by.
+    [[nodiscard]] std::uint64_t key() const { return cookie != 0 ? cookie : inode; }
+
+    friend bool operator==(const ListeningSocket &, const ListeningSocket &) = default;
+};
+
+/// Lists the listening TCP sockets of both IP families in the network namespace of this process:
+/// through socket diagnostics (sock_diag(7)), filtered by the kernel, or from /proc/net/tcp and
+/// tcp6 where those are refused. Belongs to one thread.
+class SocketDump
+{
+public:
+    explicit SocketDump(ListenerInventory::SocketSource source)
+        : m_source(source)
+    {
+    }
+
+    /// Replaces @p sockets with all of them, ordered by port and then inode.
+    [[nodiscard]] std::optional<ListingError> list(std::vector<ListeningSocket> &sockets);
+
+    /// Appends the listening sockets that the text of /proc/net/tcp or tcp6 tells of; false when a
+    /// line is not what that file holds.
+    static bool parseTable(std::string_view table, std::vector<ListeningSocket> &sockets);
+
+private:
+    /// errno of the failure, or 0.
+    [[nodiscard]] int listByDiagnostics(std::vector<ListeningSocket> &sockets);
+    [[nodiscard]] int request(std::uint16_t type, std::uint8_t family);
+    [[nodiscard]] int receive(std::vector<ListeningSocket> &sockets, bool &interrupted);
+
+    ListenerInventory::SocketSource m_source;
+    FileDescriptor m_netlink;
+    std::uint32_t m_sequence = 0;
+    std::vector<char> m_buffer;
+};
+
+} // namespace Tarnwick
