@@ -1,0 +1,56 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "CommandLine/Selection.h"
+
+#include <chrono>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace Tarnwick {
+
+struct ListArguments
+{
+    Selection selection{};
+    bool json = false;
+};
+
+struct WatchArguments
+{
+    Selection selection{};
+    bool json = false;
+    std::chrono::milliseconds interval{2000};
+};
+
+/// Either ports or process identifiers, at least one; each in the order given.
+struct KillArguments
+{
+    std::vector<std::int64_t> ports{};
+    std::vector<std::int32_t> pids{};
+    bool yes = false;    ///< do not ask
+    bool system = false; ///< stop what belongs to the system too
+};
+
+/// What to print, instead of doing anything: the help or the version.
+struct Information
+{
+    std::string text;
+};
+
+struct UsageError
+{
+    std::string message;
+};
+
+using Arguments =
+    std::variant<ListArguments, WatchArguments, KillArguments, Information, UsageError>;
+
+/// What the user asks for with @p arguments, those after the program's name.
+[[nodiscard]] Arguments parseArguments(std::span<const char *const> arguments);
+
+} // namespace Tarnwick

@@ -1,0 +1,50 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <string_view>
+
+/// What the help says beside the options: what each command does, and how it is used.
+namespace Tarnwick::HelpText {
+
+inline constexpr std::string_view program =
+    "Show what is listening on TCP ports, and stop it.\n\n"
+    "Commands:\n"
+    "  list                        Show the listeners; the command when none is named\n"
+    "  watch                       Show them as they come and go\n"
+    "  kill                        Stop the process that listens on a port";
+
+inline constexpr std::string_view programExamples =
+    "The options are those of list; each command has a --help of its own.\n\n"
+    "Examples:\n"
+    "  tarnwickctl                     everything that listens\n"
+    "  tarnwickctl --tier dev          what the developer tools have started\n"
+    "  tarnwickctl kill 3000           stop the owner of port 3000, after a question";
+
+inline constexpr std::string_view list = "Show what is listening on TCP ports.";
+
+inline constexpr std::string_view listExamples = "Examples:\n"
+                                                 "  tarnwickctl list --tier dev --tier unknown\n"
+                                                 "  tarnwickctl list --search node\n"
+                                                 "  tarnwickctl list --port 3000 --json";
+
+inline constexpr std::string_view watch =
+    "Show the listeners as they come and go: in place on a terminal, where q quits; else, and with "
+    "--json, a line for each change.";
+
+inline constexpr std::string_view watchExamples =
+    "Examples:\n"
+    "  tarnwickctl watch --interval 0.5\n"
+    "  tarnwickctl watch --tier dev | tee changes.log\n"
+    "  tarnwickctl watch --json";
+
+inline constexpr std::string_view kill =
+    "Stop the process that listens on a port, after a question.";
+
+inline constexpr std::string_view killExamples = "Examples:\n"
+                                                 "  tarnwickctl kill 3000\n"
+                                                 "  tarnwickctl kill 3000 8080 --yes\n"
+                                                 "  tarnwickctl kill --pid 4711";
+
+} // namespace Tarnwick::HelpText

@@ -1,0 +1,269 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "CommandLine/KillCommand.h"
+
+#include "CommandLine/ListenerTable.h"
+#include "CommandLine/TerminalText.h"
+#include "Shared/EntryText.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace Tarnwick {
+
+namespace {
+
+/// "port 80", "ports 80 and 443", "ports 80, 443 and 8080".
+std::string portsText(const std::vector<std::int64_t> &ports)
+{
+    std::string text = ports.size() == 1 ? "port " : "ports ";
+    for (std::size_t index = 0; index < ports.size(); ++index) {
+        const bool isLast = index + 1 == ports.size();
+        text += index == 0 ? "" : (isLast ? " and " : ", ");
+        text += std::to_string(ports[index]);
+    }
+    return text;
+}
+
+/// "node (pid 4711)".
+std::string processText(const PortEntry &owner)
+{
+    const std::string name = TerminalText::printable(owner.process);
+    if (owner.pid == 0) {
+        return name + " (unknown owner)";
+    }
+    return name + " (pid " + std::to_string(owner.pid) + ")";
+}
+
+bool isYes(std::string_view answer)
+{
+    constexpr std::string_view blanks = " \t\r";
+    const std::size_t begin = answer.find_first_not_of(blanks);
+    if (begin == std::string_view::npos) {
+        return false;
+    }
+    std::string word(answer.substr(begin, answer.find_last_not_of(blanks) - begin + 1));
+    std::transform(word.begin(), word.end(), word.begin(), [](char character) {
+        return character >= 'A' && character <= 'Z' ? static_cast<char>(character | 0x20)
+                                                    : character;
+    });
+    return word == "y" || word == "yes";
+}
+
+ExitCode exitCodeOf(KillResult result)
+{
+    switch (result) {
+    case KillResult::Terminated:
+    case KillResult::Force:
+        return ExitCode::Done;
+    case KillResult::PermissionDenied:
+        return ExitCode::NotPermitted;
+    case KillResult::NotFound:
+        return ExitCode::NothingDone;
+    case KillResult::XpcUnavailable:
+        break;
+    }
+    return ExitCode::Failed;
+}
+
+} // namespace
+
+KillCommand::KillCommand(KillArguments arguments, const Console &console, ListenerSource &source,
+                         ProcessEnder &ender)
+    : m_arguments(std::move(arguments))
+    , m_console(console)
+    , m_source(source)
+    , m_ender(ender)
+{
+}
+
+ExitCode KillCommand::run()
+{
+    if (!m_arguments.yes && !m_console.input.isTerminal()) {
+        m_console.sayError("Standard input is not a terminal to ask on; --yes is needed.");
+        return ExitCode::Usage;
+    }
+    Listing listing = m_source.list();
+    if (const auto *error = std::get_if<ListingError>(&listing)) {
+        m_console.sayError(error->message);
+        return ExitCode::Failed;
+    }
+    m_listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)));
+    mergeEqual(m_listeners);
+
+    ExitCode gravest = ExitCode::Done;
+    for (const std::int64_t port : m_arguments.ports) {
+        gravest = std::max(gravest, stopOwnerOf(port));
+    }
+    for (const std::int32_t pid : m_arguments.pids) {
+        gravest = std::max(gravest, stopProcess(pid));
+    }
+    tellWhoHoldsThePortsNow();
+    return gravest;
+}
+
+ExitCode KillCommand::stopOwnerOf(std::int64_t port)
+{
+    const std::vector<Listener> owners = listenersOn(port);
+    if (owners.empty()) {
+        m_console.say("Nothing listens on port " + std::to_string(port) + ".");
+        return ExitCode::NothingDone;
+    }
+    if (owners.size() > 1) {
+        listOwners(owners);
+        m_console.sayError("Port " + std::to_string(port) +
+                           " has several owners; choose one with --pid.");
+        return ExitCode::Usage;
+    }
+    const PortEntry &owner = owners.front().entry;
+    if (owner.pid == 0) {
+        m_console.sayError("The owner of port " + std::to_string(port) +
+                           " is unknown and cannot be stopped." + std::string(hintForPrivilege()));
+        return ExitCode::NotPermitted;
+    }
+    return stop(owner, portsAskedForOf(owner.pid));
+}
+
+ExitCode KillCommand::stopProcess(std::int64_t pid)
+{
+    const auto owned =
+        std::find_if(m_listeners.begin(), m_listeners.end(),
+                     [pid](const Listener &listener) { return listener.entry.pid == pid; });
+    if (owned == m_listeners.end()) {
+        m_console.say("Process " + std::to_string(pid) + " does not listen on any TCP port.");
+        return ExitCode::NothingDone;
+    }
+    return stop(owned->entry, portsOf(pid));
+}
+
+ExitCode KillCommand::stop(const PortEntry &owner, const std::vector<std::int64_t> &asked)
+{
+    if (!m_handled.insert(owner.pid).second) {
+        return ExitCode::Done;
+    }
+    if (owner.tier == PortTier::System && !m_arguments.system) {
+        m_console.sayError(processText(owner) + " on " + portsText(asked) +
+                           " belongs to the system tier; --system is needed to stop it.");
+        return ExitCode::NotPermitted;
+    }
+    describe(owner);
+    if (!m_arguments.yes && !isConfirmed(owner, asked)) {
+        return ExitCode::NothingDone;
+    }
+    return end(owner, asked);
+}
+
+void KillCommand::describe(const PortEntry &owner) const
+{
+    const std::string command =
+        TerminalText::printable(EntryText::fullCommand(owner, m_console.environment.home));
+    m_console.say(processText(owner) + ", tier " + std::string(rawValue(owner.tier)) +
+                  ", listens on " + portsText(portsOf(owner.pid)) +
+                  (command.empty() ? "." : ": " + command));
+}
+
+bool KillCommand::isConfirmed(const PortEntry &owner, const std::vector<std::int64_t> &asked)
+{
+    static_cast<void>(m_console.errors.write("Stop " + processText(owner) + " on " +
+                                             portsText(asked) + "? [y/N] "));
+    const std::optional<std::string> answer = m_console.input.readLine();
+    if (!answer) {
+        m_console.say("");
+    }
+    return answer && isYes(*answer);
+}
+
+ExitCode KillCommand::end(const PortEntry &owner, const std::vector<std::int64_t> &asked)
+{
+    const KillResult result = m_ender.end(static_cast<std::int32_t>(owner.pid));
+    const ExitCode code = exitCodeOf(result);
+    std::string outcome;
+    for (const std::int64_t port : asked) {
+        outcome += killOutcomeLine(result, port) + '\n';
+    }
+    if (code == ExitCode::Done) {
+        m_freed.insert(asked.begin(), asked.end());
+    }
+    if (code == ExitCode::NotPermitted) {
+        m_console.sayError("Not allowed to stop " + processText(owner) + "." +
+                           std::string(hintForPrivilege()));
+    }
+    return m_console.finish(outcome, code);
+}
+
+std::vector<Listener> KillCommand::listenersOn(std::int64_t port) const
+{
+    std::vector<Listener> result;
+    std::copy_if(m_listeners.begin(), m_listeners.end(), std::back_inserter(result),
+                 [port](const Listener &listener) { return listener.entry.port == port; });
+    return result;
+}
+
+std::vector<std::int64_t> KillCommand::portsOf(std::int64_t pid) const
+{
+    std::vector<std::int64_t> ports;
+    for (const Listener &listener : m_listeners) {
+        if (listener.entry.pid == pid) {
+            ports.push_back(listener.entry.port);
+        }
+    }
+    ports.erase(std::unique(ports.begin(), ports.end()), ports.end());
+    return ports;
+}
+
+std::vector<std::int64_t> KillCommand::portsAskedForOf(std::int64_t pid) const
+{
+    std::vector<std::int64_t> ports = portsOf(pid);
+    std::erase_if(ports, [this](std::int64_t port) {
+        return std::find(m_arguments.ports.begin(), m_arguments.ports.end(), port) ==
+                   m_arguments.ports.end() ||
+               listenersOn(port).size() > 1;
+    });
+    return ports;
+}
+
+std::string_view KillCommand::hintForPrivilege() const
+{
+    return m_console.environment.isRoot ? "" : " Running as root may help.";
+}
+
+void KillCommand::listOwners(const std::vector<Listener> &owners) const
+{
+    const TerminalShape shape = m_console.errors.terminal();
+    const ListenerTable table(
+        owners, {.now = m_console.now(),
+                 .home = m_console.environment.home,
+                 .style = Style(colorDepth(m_console.environment, shape.isTerminal))});
+    for (const std::string &line :
+         table.lines(shape.isTerminal ? shape.columns : Table::anyWidth)) {
+        m_console.say(line);
+    }
+}
+
+void KillCommand::tellWhoHoldsThePortsNow()
+{
+    if (m_freed.empty()) {
+        return;
+    }
+    Listing listing = m_source.list();
+    auto *records = std::get_if<std::vector<RawPortInfo>>(&listing);
+    if (records == nullptr) {
+        return;
+    }
+    m_listeners = listenersFrom(std::move(*records));
+    mergeEqual(m_listeners);
+    for (const Listener &listener : m_listeners) {
+        const PortEntry &holder = listener.entry;
+        if (m_freed.contains(holder.port)) {
+            m_console.say("Port " + std::to_string(holder.port) + " is still held by " +
+                          processText(holder) + ".");
+        }
+    }
+}
+
+} // namespace Tarnwick

@@ -1,0 +1,52 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "CommandLine/Arguments.h"
+#include "CommandLine/Console.h"
+#include "CommandLine/Listener.h"
+#include "CommandLine/ListenerSource.h"
+#include "CommandLine/ProcessEnder.h"
+
+#include <cstdint>
+#include <set>
+#include <string_view>
+#include <vector>
+
+namespace Tarnwick {
+
+/// Stops the processes behind ports, each after a question. The outcomes go to the output, one line
+/// for each port, and everything else that is said to the errors.
+class KillCommand
+{
+public:
+    KillCommand(KillArguments arguments, const Console &console, ListenerSource &source,
+                ProcessEnder &ender);
+
+    [[nodiscard]] ExitCode run();
+
+private:
+    [[nodiscard]] ExitCode stopOwnerOf(std::int64_t port);
+    [[nodiscard]] ExitCode stopProcess(std::int64_t pid);
+    [[nodiscard]] ExitCode stop(const PortEntry &owner, const std::vector<std::int64_t> &asked);
+    [[nodiscard]] ExitCode end(const PortEntry &owner, const std::vector<std::int64_t> &asked);
+    [[nodiscard]] bool isConfirmed(const PortEntry &owner, const std::vector<std::int64_t> &asked);
+    [[nodiscard]] std::vector<Listener> listenersOn(std::int64_t port) const;
+    [[nodiscard]] std::vector<std::int64_t> portsOf(std::int64_t pid) const;
+    [[nodiscard]] std::vector<std::int64_t> portsAskedForOf(std::int64_t pid) const;
+    [[nodiscard]] std::string_view hintForPrivilege() const;
+    void describe(const PortEntry &owner) const;
+    void listOwners(const std::vector<Listener> &owners) const;
+    void tellWhoHoldsThePortsNow();
+
+    KillArguments m_arguments;
+    const Console &m_console;
+    ListenerSource &m_source;
+    ProcessEnder &m_ender;
+    std::vector<Listener> m_listeners; ///< merged
+    std::set<std::int64_t> m_handled;  ///< processes asked about already
+    std::set<std::int64_t> m_freed;    ///< ports whose owner has ended
+};
+
+} // namespace Tarnwick

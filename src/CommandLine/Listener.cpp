@@ -1,0 +1,43 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "CommandLine/Listener.h"
+
+#include "Shared/PortScanner.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <tuple>
+#include <utility>
+
+namespace Tarnwick {
+
+bool comesBefore(const Listener &left, const Listener &right)
+{
+    const auto key = [](const PortEntry &entry) {
+        return std::tie(entry.port, entry.pid, entry.process);
+    };
+    return key(left.entry) < key(right.entry);
+}
+
+std::vector<Listener> listenersFrom(std::vector<RawPortInfo> records)
+{
+    std::vector<PortEntry> entries = PortScanner::entries(records);
+    std::vector<Listener> listeners;
+    listeners.reserve(records.size());
+    for (std::size_t index = 0; index < records.size(); ++index) {
+        listeners.push_back({std::move(records[index]), std::move(entries[index])});
+    }
+    std::stable_sort(listeners.begin(), listeners.end(), comesBefore);
+    return listeners;
+}
+
+void mergeEqual(std::vector<Listener> &listeners)
+{
+    const auto equal = [](const Listener &left, const Listener &right) {
+        return left.entry == right.entry;
+    };
+    listeners.erase(std::unique(listeners.begin(), listeners.end(), equal), listeners.end());
+}
+
+} // namespace Tarnwick

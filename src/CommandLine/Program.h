@@ -1,0 +1,39 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "CommandLine/Console.h"
+#include "CommandLine/ListenerSource.h"
+#include "CommandLine/ProcessEnder.h"
+#include "CommandLine/WatchCommand.h"
+
+#include <span>
+
+namespace Tarnwick {
+
+/// The whole of `tarnwickctl` but the process around it.
+class Program
+{
+public:
+    /// All of these outlive the program.
+    Program(const Console &console, ListenerSource &source, ProcessEnder &ender,
+            StartWatchSession startWatching);
+
+    /// Does what @p arguments, those after the program's name, ask for.
+    [[nodiscard]] ExitCode run(std::span<const char *const> arguments);
+
+private:
+    [[nodiscard]] ExitCode perform(const ListArguments &arguments);
+    [[nodiscard]] ExitCode perform(const WatchArguments &arguments);
+    [[nodiscard]] ExitCode perform(const KillArguments &arguments);
+    [[nodiscard]] ExitCode perform(const Information &information);
+    [[nodiscard]] ExitCode perform(const UsageError &error);
+
+    const Console &m_console;
+    ListenerSource &m_source;
+    ProcessEnder &m_ender;
+    StartWatchSession m_startWatching;
+};
+
+} // namespace Tarnwick

@@ -1,0 +1,67 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "CommandLine/Style.h"
+
+#include <cstddef>
+#include <limits>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace Tarnwick {
+
+/// Text in aligned columns under a line of titles, one line for each row.
+class Table
+{
+public:
+    enum class Alignment { Left, Right };
+
+    struct Column
+    {
+        std::string_view title;
+        Alignment alignment = Alignment::Left;
+        /// What the column is cut to when the table has to fit a terminal.
+        std::size_t most = std::numeric_limits<std::size_t>::max();
+    };
+
+    struct Cell
+    {
+        std::string text;  ///< printable (TerminalText)
+        std::string style; ///< a control sequence, or empty
+    };
+
+    /// A style for the whole row and a cell for each column.
+    struct Row
+    {
+        std::string style{};
+        std::vector<Cell> cells{};
+    };
+
+    explicit Table(std::vector<Column> columns)
+        : m_columns(std::move(columns))
+    {
+    }
+
+    void add(Row row) { m_rows.push_back(std::move(row)); }
+
+    /// The titles and the rows, without line feeds and without blanks at their ends, none wider
+    /// than
+    /// @p width; with no width, nothing is cut.
+    [[nodiscard]] std::vector<std::string> lines(const Style &style, std::size_t width) const;
+
+    static constexpr std::size_t anyWidth = std::numeric_limits<std::size_t>::max();
+
+private:
+    [[nodiscard]] std::vector<std::size_t> widths(bool isBounded) const;
+    [[nodiscard]] std::string line(const Row &row, const std::vector<std::size_t> &widths,
+                                   const Style &style, std::size_t width) const;
+
+    std::vector<Column> m_columns;
+    std::vector<Row> m_rows;
+};
+
+} // namespace Tarnwick

@@ -1,0 +1,210 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "CommandLine/Arguments.h"
+
+#include "CommandLine/Version.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <string>
+
+namespace Tarnwick {
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+Arguments parse(std::initializer_list<const char *> arguments)
+{
+    return parseArguments(std::span(arguments.begin(), arguments.size()));
+}
+
+std::string usageError(std::initializer_list<const char *> arguments)
+{
+    const Arguments parsed = parse(arguments);
+    const auto *error = std::get_if<UsageError>(&parsed);
+    return error != nullptr ? error->message : "";
+}
+
+std::string information(std::initializer_list<const char *> arguments)
+{
+    const Arguments parsed = parse(arguments);
+    const auto *information = std::get_if<Information>(&parsed);
+    return information != nullptr ? information->text : "";
+}
+
+} // namespace
+
+TEST(Arguments, ListEverythingWhenThereAreNone)
+{
+    const auto list = std::get<ListArguments>(parse({}));
+    EXPECT_EQ(list.selection, Selection{});
+    EXPECT_FALSE(list.json);
+}
+
+TEST(Arguments, TakeTheOptionsOfListWithAndWithoutItsName)
+{
+    const Selection expected{
+        .tiers = {PortTier::Dev, PortTier::Unknown}, .search = "node js", .port = 3000};
+    for (const Arguments &parsed : {parse({"--tier", "dev", "--tier=unknown", "--search", "node js",
+                                           "--port", "3000", "--json"}),
+                                    parse({"list", "--json", "--port=3000", "--search=node js",
+                                           "--tier", "dev", "--tier", "unknown"})}) {
+        const auto list = std::get<ListArguments>(parsed);
+        EXPECT_EQ(list.selection, expected);
+        EXPECT_TRUE(list.json);
+    }
+}
+
+TEST(Arguments, TakeTheOptionsOfWatch)
+{
+    const auto watch = std::get<WatchArguments>(
+        parse({"watch", "--interval", "0.25", "--tier", "app", "--json", "--search", "x"}));
+    EXPECT_EQ(watch.interval, std::chrono::milliseconds(250));
+    EXPECT_THAT(watch.selection.tiers, ElementsAre(PortTier::App));
+    EXPECT_EQ(watch.selection.search, "x");
+    EXPECT_TRUE(watch.json);
+}
+
+TEST(Arguments, WatchEveryTwoSecondsUnlessToldOtherwise)
+{
+    EXPECT_EQ(std::get<WatchArguments>(parse({"watch"})).interval, std::chrono::seconds(2));
+}
+
+TEST(Arguments, TakePortsToKillInTheirOrder)
+{
+    const auto kill = std::get<KillArguments>(parse({"kill", "8080", "3000", "-y", "--system"}));
+    EXPECT_THAT(kill.ports, ElementsAre(8080, 3000));
+    EXPECT_TRUE(kill.pids.empty());
+    EXPECT_TRUE(kill.yes);
+    EXPECT_TRUE(kill.system);
+}
+
+TEST(Arguments, TakeProcessesToKill)
+{
+    const auto kill = std::get<KillArguments>(parse({"kill", "--pid", "42", "--pid=7", "--yes"}));
+    EXPECT_THAT(kill.pids, ElementsAre(42, 7));
+    EXPECT_TRUE(kill.yes);
+    EXPECT_FALSE(kill.system);
+}
+
+TEST(Arguments, AskBeforeKillingUnlessToldOtherwise)
+{
+    EXPECT_FALSE(std::get<KillArguments>(parse({"kill", "3000"})).yes);
+}
+
+TEST(Arguments, RefuseToKillNothingInParticular)
+{
+    EXPECT_EQ(usageError({"kill"}), "kill needs a PORT or --pid");
+    EXPECT_EQ(usageError({"kill", "--yes"}), "kill needs a PORT or --pid");
+}
+
+TEST(Arguments, RefuseToKillPortsAndProcessesAtOnce)
+{
+    EXPECT_EQ(usageError({"kill", "3000", "--pid", "42"}),
+              "kill takes either ports or --pid, not both");
+}
+
+TEST(Arguments, TakeTheLeastAndTheGreatestPort)
+{
+    EXPECT_EQ(std::get<ListArguments>(parse({"--port", "1"})).selection.port, 1);
+    EXPECT_EQ(std::get<ListArguments>(parse({"--port", "65535"})).selection.port, 65'535);
+}
+
+class WrongPorts : public testing::TestWithParam<const char *>
+{
+};
+
+TEST_P(WrongPorts, AreUsageErrorsThatNameThem)
+{
+    EXPECT_THAT(usageError({"--port", GetParam()}), HasSubstr("is not a port: 1 to 65535"));
+    EXPECT_THAT(usageError({"kill", GetParam()}), HasSubstr("is not a port: 1 to 65535"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Arguments, WrongPorts,
+                         testing::Values("0", "65536", "99999999999999999999", "http", "80 ", " 80",
+                                         "0x50", "80.0", "+80", ""));
+
+class WrongArguments : public testing::TestWithParam<std::vector<const char *>>
+{
+};
+
+TEST_P(WrongArguments, AreUsageErrors)
+{
+    EXPECT_TRUE(std::holds_alternative<UsageError>(parseArguments(GetParam())));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Arguments, WrongArguments,
+    testing::Values(
+        std::vector{"--tier", "Dev"}, std::vector{"--tier", ""}, std::vector{"--tier"},
+        std::vector{"--tier", "dev", "app"}, std::vector{"--port", "1", "--port", "2"},
+        std::vector{"--unheard-of"}, std::vector{"--json", "watch"}, std::vector{"list", "3000"},
+        std::vector{"list", "--interval", "1"}, std::vector{"list", "--yes"},
+        std::vector{"kill", "3000", "--json"}, std::vector{"watch", "--interval", "0.19"},
+        std::vector{"watch", "--interval", "3600.1"}, std::vector{"watch", "--interval", "1."},
+        std::vector{"watch", "--interval", "1.-5"}, std::vector{"watch", "--interval", "1e3"},
+        std::vector{"watch", "--interval", "-1.5"}, std::vector{"watch", "--interval", "nan"},
+        std::vector{"watch", "--interval", "inf"}, std::vector{"watch", "--interval", "1s"},
+        std::vector{"watch", "--interval", ""}, std::vector{"kill", "--pid", "0"},
+        std::vector{"kill", "--pid", "-1"}, std::vector{"kill", "--pid", "2147483648"},
+        std::vector{"kill", "-3000"}, std::vector{""}, std::vector{"help"}));
+
+TEST(Arguments, NameTheTiersWhenOneIsWrong)
+{
+    EXPECT_EQ(usageError({"--tier", "developer"}),
+              "--tier: 'developer' is not a tier: system, app, dev or unknown");
+}
+
+TEST(Arguments, NameTheFirstOfThoseThatWereNotExpected)
+{
+    EXPECT_EQ(usageError({"list", "3000", "x"}), "'3000' was not expected");
+    EXPECT_EQ(usageError({"--jsn"}), "'--jsn' was not expected");
+}
+
+TEST(Arguments, TakeAnEmptySearchForNone)
+{
+    EXPECT_EQ(std::get<ListArguments>(parse({"--search="})).selection, Selection{});
+    EXPECT_EQ(std::get<ListArguments>(parse({"--search", ""})).selection, Selection{});
+    EXPECT_EQ(usageError({"--port="}), "--port: '' is not a port: 1 to 65535");
+}
+
+TEST(Arguments, NameTheCommandsWhenOneIsWrong)
+{
+    EXPECT_EQ(usageError({"stop", "3000"}), "'stop' is not a command: list, watch or kill");
+}
+
+TEST(Arguments, TakeTheLeastAndTheGreatestInterval)
+{
+    using std::chrono::milliseconds;
+    EXPECT_EQ(std::get<WatchArguments>(parse({"watch", "--interval", "0.2"})).interval,
+              milliseconds(200));
+    EXPECT_EQ(std::get<WatchArguments>(parse({"watch", "--interval", "3600.000"})).interval,
+              milliseconds(3'600'000));
+    EXPECT_EQ(std::get<WatchArguments>(parse({"watch", "--interval", "1.2345"})).interval,
+              milliseconds(1234));
+    EXPECT_EQ(std::get<WatchArguments>(parse({"watch", "--interval", "12.5"})).interval,
+              milliseconds(12'500));
+}
+
+TEST(Arguments, HaveAHelpForEachCommandWithExamples)
+{
+    EXPECT_THAT(information({"--help"}), HasSubstr("Commands:"));
+    EXPECT_THAT(information({"-h"}), HasSubstr("tarnwickctl kill 3000"));
+    EXPECT_THAT(information({"list", "--help"}), HasSubstr("tarnwickctl list --search node"));
+    EXPECT_THAT(information({"watch", "--help"}), HasSubstr("--interval SECONDS"));
+    EXPECT_THAT(information({"kill", "--help"}), HasSubstr("tarnwickctl kill --pid 4711"));
+}
+
+TEST(Arguments, TellTheVersion)
+{
+    const std::string expected = "tarnwickctl " + std::string(version) + "\n";
+    EXPECT_EQ(information({"--version"}), expected);
+    EXPECT_EQ(information({"kill", "--version"}), expected);
+}
+
+} // namespace Tarnwick

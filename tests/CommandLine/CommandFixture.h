@@ -1,0 +1,121 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "CommandLine/Console.h"
+#include "CommandLine/ListenerSource.h"
+#include "CommandLine/ProcessEnder.h"
+
+#include <deque>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tarnwick {
+
+/// Keeps what is written, or fails.
+class WrittenText : public TextOutput
+{
+public:
+    [[nodiscard]] std::error_code write(std::string_view text) override
+    {
+        if (!error) {
+            written += text;
+        }
+        return error;
+    }
+
+    [[nodiscard]] TerminalShape terminal() const override { return shape; }
+
+    std::string written;
+    std::error_code error;
+    TerminalShape shape;
+};
+
+/// Answers with prepared lines.
+class PreparedAnswers : public LineInput
+{
+public:
+    [[nodiscard]] bool isTerminal() const override { return isATerminal; }
+
+    [[nodiscard]] std::optional<std::string> readLine() override
+    {
+        if (lines.empty()) {
+            return std::nullopt;
+        }
+        std::string line = std::move(lines.front());
+        lines.pop_front();
+        return line;
+    }
+
+    std::deque<std::string> lines;
+    bool isATerminal = true;
+};
+
+/// Gives prepared listings one after the other, and the last one again and again.
+class PreparedListings : public ListenerSource
+{
+public:
+    [[nodiscard]] Listing list() override
+    {
+        ++asked;
+        Listing next = listings.front();
+        if (listings.size() > 1) {
+            listings.pop_front();
+        }
+        return next;
+    }
+
+    std::deque<Listing> listings{std::vector<RawPortInfo>{}};
+    int asked = 0;
+};
+
+/// Notes what it was told to end.
+class NotedEnds : public ProcessEnder
+{
+public:
+    [[nodiscard]] KillResult end(std::int32_t pid) override
+    {
+        ended.push_back(pid);
+        const auto result = results.find(pid);
+        return result != results.end() ? result->second : KillResult::Terminated;
+    }
+
+    std::vector<std::int32_t> ended;
+    std::map<std::int32_t, KillResult> results; ///< `Terminated` for the others
+};
+
+/// A console whose user is the test.
+struct TestConsole
+{
+    WrittenText output;
+    WrittenText errors;
+    PreparedAnswers input;
+    Console console{output, errors, input, Environment{.home = "/home/ada"},
+                    [] { return Timestamp(std::chrono::hours(1000)); }};
+};
+
+/// A listener that opened a minute before the console's time.
+inline RawPortInfo record(std::int64_t port, std::int64_t pid, std::string name,
+                          std::string path = "/home/ada/.nvm/versions/node/v20/bin/node")
+{
+    return {.pid = pid,
+            .port = port,
+            .processName = std::move(name),
+            .commandPath = std::move(path),
+            .cwd = "/home/ada/shop",
+            .arguments = {"node", "/home/ada/shop/server.js"},
+            .originArguments = {},
+            .processStartedAt = Timestamp(std::chrono::hours(1000) - std::chrono::minutes(1)),
+            .memoryBytes = 46 * 1024 * 1024};
+}
+
+/// A listener of the system tier.
+inline RawPortInfo systemRecord(std::int64_t port, std::int64_t pid, std::string name)
+{
+    return record(port, pid, std::move(name), "/usr/sbin/sshd");
+}
+
+} // namespace Tarnwick

@@ -1,0 +1,92 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "CommandLine/JsonListing.h"
+
+#include "tests/CommandLine/CommandFixture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace Tarnwick {
+
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+std::vector<RawPortInfo> decoded(const std::string &json)
+{
+    const RawPortInfo::Decoded result = RawPortInfo::decode(json);
+    const auto *records = std::get_if<std::vector<RawPortInfo>>(&result);
+    EXPECT_NE(records, nullptr) << json;
+    return records != nullptr ? *records : std::vector<RawPortInfo>{};
+}
+
+} // namespace
+
+TEST(JsonListing, IsAnEmptyArrayWhenNothingListens)
+{
+    EXPECT_EQ(JsonListing::array({}), "[]\n");
+}
+
+TEST(JsonListing, WritesTheNineMembersThenTierAndDescription)
+{
+    EXPECT_EQ(JsonListing::array(listenersFrom({record(3000, 4711, "node")})),
+              "[\n"
+              R"({"pid":4711,"port":3000,"processName":"node",)"
+              R"("commandPath":"/home/ada/.nvm/versions/node/v20/bin/node",)"
+              R"("cwd":"/home/ada/shop","arguments":["node","/home/ada/shop/server.js"],)"
+              R"("originArguments":[],"processStartedAt":"1970-02-11T15:59:00Z",)"
+              R"("memoryBytes":48234496,"tier":"dev","description":"Node.js"})"
+              "\n]\n");
+}
+
+TEST(JsonListing, WritesOneRecordOnEachLine)
+{
+    const std::string json = JsonListing::array(
+        listenersFrom({record(1, 1, "a\nb"), record(2, 2, "c"), record(3, 3, "d")}));
+    EXPECT_EQ(std::count(json.begin(), json.end(), '\n'), 5);
+    EXPECT_THAT(json, HasSubstr("},\n{\"pid\":2"));
+}
+
+TEST(JsonListing, GivesBackWhatWasReportedWhateverItHolds)
+{
+    std::vector<RawPortInfo> records{record(80, 1, "né\x7f日本\U0001F600 \"q\" \\ /")};
+    records.front().arguments = {"\x1b[31m",
+                                 "\xc2\x9b"
+                                 "31m",
+                                 "a\u202Eb",
+                                 "\U000E0041",
+                                 "\xEF\xB8\x8F",
+                                 "",
+                                 std::string("\0", 1)};
+    EXPECT_EQ(decoded(JsonListing::array(listenersFrom(records))), records);
+}
+
+TEST(JsonListing, SendsNothingToATerminalThatDoesNotPrint)
+{
+    std::vector<RawPortInfo> records{record(80, 1, "\x1b]0;x\x07\x7f\u009B\u202E\U000E0041")};
+    const std::string json = JsonListing::array(listenersFrom(records));
+    EXPECT_THAT(json,
+                HasSubstr(R"("processName":"\u001B]0;x\u0007\u007f\u009b\u202e\udb40\udc41")"));
+}
+
+TEST(JsonListing, LeavesPrintingTextAsItIs)
+{
+    EXPECT_THAT(JsonListing::array(listenersFrom({record(80, 1, "日本 é")})),
+                HasSubstr(R"("processName":"日本 é")"));
+}
+
+TEST(JsonListing, BeginsALineOfAWatchWithTheChange)
+{
+    const Listener listener = listenersFrom({record(80, 1, "a")}).front();
+    const std::string line = JsonListing::changeLine("opened", listener);
+    EXPECT_THAT(line, StartsWith(R"({"change":"opened","pid":1,"port":80,)"));
+    EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1);
+    EXPECT_EQ(line.back(), '\n');
+}
+
+} // namespace Tarnwick

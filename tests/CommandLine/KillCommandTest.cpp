@@ -1,0 +1,255 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "CommandLine/KillCommand.h"
+
+#include "tests/CommandLine/CommandFixture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace Tarnwick {
+
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+struct KillCommandTest : testing::Test
+{
+    TestConsole test;
+    PreparedListings listings;
+    NotedEnds ends;
+
+    /// What listens before, and after nothing.
+    void listening(std::vector<RawPortInfo> records)
+    {
+        listings.listings = {std::move(records), std::vector<RawPortInfo>{}};
+    }
+
+    ExitCode run(KillArguments arguments)
+    {
+        return KillCommand(std::move(arguments), test.console, listings, ends).run();
+    }
+
+    ExitCode kill(std::vector<std::int64_t> ports, bool yes = false)
+    {
+        return run({.ports = std::move(ports), .pids = {}, .yes = yes});
+    }
+};
+
+} // namespace
+
+TEST_F(KillCommandTest, NamesTheProcessAsksAndStopsIt)
+{
+    listening({record(3000, 4711, "node"), record(3000, 4711, "node")});
+    test.input.lines = {"y"};
+    EXPECT_EQ(kill({3000}), ExitCode::Done);
+    EXPECT_THAT(ends.ended, ElementsAre(4711));
+    EXPECT_EQ(test.errors.written,
+              "node (pid 4711), tier dev, listens on port 3000: node ~/shop/server.js\n"
+              "Stop node (pid 4711) on port 3000? [y/N] ");
+    EXPECT_EQ(test.output.written, "[kill] :3000 terminated\n");
+}
+
+TEST_F(KillCommandTest, TakesOnlyAYesForAYes)
+{
+    for (const char *answer : {"y", "Y", "yes", "YES", " y "}) {
+        listening({record(3000, 4711, "node")});
+        ends.ended.clear();
+        test.input.lines = {answer};
+        EXPECT_EQ(kill({3000}), ExitCode::Done) << answer;
+        EXPECT_THAT(ends.ended, ElementsAre(4711)) << answer;
+    }
+    for (const char *answer : {"", "n", "no", "yep", "y e s", "yy", "  "}) {
+        listening({record(3000, 4711, "node")});
+        ends.ended.clear();
+        test.input.lines = {answer};
+        EXPECT_EQ(kill({3000}), ExitCode::NothingDone) << answer;
+        EXPECT_THAT(ends.ended, IsEmpty()) << answer;
+    }
+}
+
+TEST_F(KillCommandTest, TakesTheEndOfTheInputForANo)
+{
+    listening({record(3000, 4711, "node")});
+    EXPECT_EQ(kill({3000}), ExitCode::NothingDone);
+    EXPECT_THAT(ends.ended, IsEmpty());
+    EXPECT_THAT(test.errors.written, EndsWith("[y/N] \n"));
+}
+
+TEST_F(KillCommandTest, DoesNotAskWhenToldSo)
+{
+    listening({record(3000, 4711, "node")});
+    test.input.isATerminal = false;
+    EXPECT_EQ(kill({3000}, true), ExitCode::Done);
+    EXPECT_THAT(ends.ended, ElementsAre(4711));
+    EXPECT_THAT(test.errors.written, Not(HasSubstr("[y/N]")));
+}
+
+TEST_F(KillCommandTest, RefusesWithoutATerminalToAskOn)
+{
+    listening({record(3000, 4711, "node")});
+    test.input.isATerminal = false;
+    test.input.lines = {"y"};
+    EXPECT_EQ(kill({3000}), ExitCode::Usage);
+    EXPECT_THAT(ends.ended, IsEmpty());
+    EXPECT_THAT(test.errors.written, HasSubstr("--yes is needed"));
+}
+
+TEST_F(KillCommandTest, SaysThatNothingListensThere)
+{
+    EXPECT_EQ(kill({3000}, true), ExitCode::NothingDone);
+    EXPECT_EQ(test.errors.written, "Nothing listens on port 3000.\n");
+}
+
+TEST_F(KillCommandTest, GuardsTheSystemTier)
+{
+    listening({systemRecord(22, 812, "sshd")});
+    EXPECT_EQ(kill({22}, true), ExitCode::NotPermitted);
+    EXPECT_THAT(ends.ended, IsEmpty());
+    EXPECT_EQ(test.errors.written,
+              "tarnwickctl: sshd (pid 812) on port 22 belongs to the system tier; "
+              "--system is needed to stop it.\n");
+}
+
+TEST_F(KillCommandTest, StopsTheSystemTierWhenToldSo)
+{
+    listening({systemRecord(22, 812, "sshd")});
+    EXPECT_EQ(run({.ports = {22}, .pids = {}, .yes = true, .system = true}), ExitCode::Done);
+    EXPECT_THAT(ends.ended, ElementsAre(812));
+}
+
+TEST_F(KillCommandTest, CannotStopAnUnknownOwner)
+{
+    listening({record(111, 0, "rpcbind.socket")});
+    EXPECT_EQ(kill({111}, true), ExitCode::NotPermitted);
+    EXPECT_THAT(ends.ended, IsEmpty());
+    EXPECT_EQ(test.errors.written, "tarnwickctl: The owner of port 111 is unknown and cannot be "
+                                   "stopped. Running as root may help.\n");
+}
+
+TEST_F(KillCommandTest, DoesNotRecommendRootToRoot)
+{
+    listening({record(111, 0, "rpcbind.socket")});
+    test.console.environment.isRoot = true;
+    EXPECT_EQ(kill({111}, true), ExitCode::NotPermitted);
+    EXPECT_THAT(test.errors.written, Not(HasSubstr("root")));
+}
+
+TEST_F(KillCommandTest, ListsSeveralOwnersOfAPortAndWantsToBeToldWhich)
+{
+    listening({record(3000, 4711, "node"), record(3000, 4712, "vite")});
+    EXPECT_EQ(kill({3000}, true), ExitCode::Usage);
+    EXPECT_THAT(ends.ended, IsEmpty());
+    EXPECT_THAT(test.errors.written, HasSubstr("PORT  TIER   PID  PROCESS"));
+    EXPECT_THAT(test.errors.written, HasSubstr("3000  dev   4712  vite"));
+    EXPECT_THAT(test.errors.written,
+                EndsWith("tarnwickctl: Port 3000 has several owners; choose one with --pid.\n"));
+}
+
+TEST_F(KillCommandTest, StopsTheOwnerThatWasChosenWithAllItsPorts)
+{
+    listening({record(3000, 4711, "node"), record(3000, 4712, "vite"), record(3001, 4712, "vite")});
+    EXPECT_EQ(run({.ports = {}, .pids = {4712}, .yes = true}), ExitCode::Done);
+    EXPECT_THAT(ends.ended, ElementsAre(4712));
+    EXPECT_EQ(test.output.written, "[kill] :3000 terminated\n[kill] :3001 terminated\n");
+}
+
+TEST_F(KillCommandTest, SaysThatAProcessDoesNotListen)
+{
+    listening({record(3000, 4711, "node")});
+    EXPECT_EQ(run({.ports = {}, .pids = {1}, .yes = true}), ExitCode::NothingDone);
+    EXPECT_EQ(test.errors.written, "Process 1 does not listen on any TCP port.\n");
+}
+
+TEST_F(KillCommandTest, AsksAProcessOnceForAllItsPorts)
+{
+    listening({record(3000, 4711, "node"), record(3001, 4711, "node"), record(3002, 4711, "node")});
+    test.input.lines = {"y"};
+    EXPECT_EQ(kill({3001, 3000, 3001}), ExitCode::Done);
+    EXPECT_THAT(ends.ended, ElementsAre(4711));
+    EXPECT_THAT(test.errors.written, HasSubstr("listens on ports 3000, 3001 and 3002: "));
+    EXPECT_THAT(test.errors.written,
+                HasSubstr("Stop node (pid 4711) on ports 3000 and 3001? [y/N] "));
+    EXPECT_EQ(test.output.written, "[kill] :3000 terminated\n[kill] :3001 terminated\n");
+}
+
+TEST_F(KillCommandTest, HandlesPortsInOrderAndEndsWithTheGravestOutcome)
+{
+    listening({record(3000, 1, "a"), record(3001, 2, "b"), record(3002, 3, "c")});
+    ends.results = {{2, KillResult::PermissionDenied}};
+    EXPECT_EQ(kill({3002, 9, 3001, 3000}, true), ExitCode::NotPermitted);
+    EXPECT_THAT(ends.ended, ElementsAre(3, 2, 1));
+    EXPECT_EQ(test.output.written, "[kill] :3002 terminated\n"
+                                   "[kill] :3001 permission denied\n"
+                                   "[kill] :3000 terminated\n");
+    EXPECT_THAT(test.errors.written, HasSubstr("Nothing listens on port 9.\n"));
+}
+
+TEST_F(KillCommandTest, EndsWithTheCodeOfEachResult)
+{
+    const std::vector<std::tuple<KillResult, ExitCode, std::string>> outcomes{
+        {KillResult::Terminated, ExitCode::Done, "[kill] :3000 terminated\n"},
+        {KillResult::Force, ExitCode::Done, "[kill] :3000 force-killed\n"},
+        {KillResult::PermissionDenied, ExitCode::NotPermitted, "[kill] :3000 permission denied\n"},
+        {KillResult::NotFound, ExitCode::NothingDone, "[kill] :3000 already gone\n"},
+    };
+    for (const auto &[result, code, line] : outcomes) {
+        listening({record(3000, 4711, "node")});
+        ends.results = {{4711, result}};
+        test.output.written.clear();
+        EXPECT_EQ(kill({3000}, true), code);
+        EXPECT_EQ(test.output.written, line);
+    }
+}
+
+TEST_F(KillCommandTest, TellsWhoHoldsThePortNow)
+{
+    listings.listings = {
+        std::vector{record(3000, 4711, "node")},
+        std::vector{record(3000, 4712, "node"), record(3000, 4712, "node"), record(3001, 5, "x")}};
+    EXPECT_EQ(kill({3000}, true), ExitCode::Done);
+    EXPECT_THAT(test.errors.written, EndsWith("Port 3000 is still held by node (pid 4712).\n"));
+    EXPECT_THAT(test.errors.written, Not(HasSubstr("3001 is still")));
+}
+
+TEST_F(KillCommandTest, LooksOnlyAgainWhenSomethingWasStopped)
+{
+    listening({record(3000, 4711, "node")});
+    test.input.lines = {"n"};
+    EXPECT_EQ(kill({3000}), ExitCode::NothingDone);
+    EXPECT_EQ(listings.asked, 1);
+}
+
+TEST_F(KillCommandTest, FailsWithTheReasonOfTheListing)
+{
+    listings.listings = {ListingError{.code = 1, .message = "no sockets"}};
+    EXPECT_EQ(kill({3000}, true), ExitCode::Failed);
+    EXPECT_EQ(test.errors.written, "tarnwickctl: no sockets\n");
+}
+
+TEST_F(KillCommandTest, ShowsAHostileNameHarmlessly)
+{
+    RawPortInfo hostile = record(3000, 4711, "x\x1b[2A\n(pid 1)\u202E");
+    hostile.arguments = {"\r\x1b[K"};
+    listening({hostile});
+    test.input.lines = {"n"};
+    EXPECT_EQ(kill({3000}), ExitCode::NothingDone);
+    EXPECT_THAT(test.errors.written,
+                HasSubstr("Stop x^[[2A^J(pid 1)\uFFFD (pid 4711) on port 3000?"));
+    EXPECT_THAT(test.errors.written, Not(HasSubstr("\x1b")));
+}
+
+TEST_F(KillCommandTest, FailsWhenTheOutcomeCannotBeWritten)
+{
+    listening({record(3000, 4711, "node")});
+    test.output.error = std::make_error_code(std::errc::io_error);
+    EXPECT_EQ(kill({3000}, true), ExitCode::Failed);
+    EXPECT_THAT(ends.ended, ElementsAre(4711));
+}
+
+} // namespace Tarnwick

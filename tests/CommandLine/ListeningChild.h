@@ -1,0 +1,58 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace Tarnwick {
+
+/// A process that the test started and that listens on 127.0.0.1: a copy of sleep(1) under a name
+/// of the test's choice, with listening sockets that it inherited. It ends with the object.
+class ListeningChild
+{
+public:
+    struct Setup
+    {
+        std::string name = "shop-server";
+        std::vector<std::string> arguments{}; ///< in place of its name, before how long to sleep
+        std::size_t ports = 1;
+        bool isSystem = false; ///< the system's own sleep(1), not a copy
+        bool ignoresSigterm = false;
+        bool hasChild = false; ///< with a child of its own that holds the sockets, too
+    };
+
+    explicit ListeningChild(const Setup &setup);
+    ListeningChild()
+        : ListeningChild(Setup{})
+    {
+    }
+    ~ListeningChild();
+    ListeningChild(const ListeningChild &) = delete;
+    ListeningChild &operator=(const ListeningChild &) = delete;
+
+    [[nodiscard]] pid_t pid() const { return m_pid; }
+    [[nodiscard]] int port(std::size_t index = 0) const { return m_ports.at(index); }
+    [[nodiscard]] std::string portText(std::size_t index = 0) const
+    {
+        return std::to_string(port(index));
+    }
+    [[nodiscard]] std::string pidText() const { return std::to_string(m_pid); }
+
+    /// The number of the signal that ended the process; 0 while it lives.
+    [[nodiscard]] int endedBy();
+
+private:
+    [[nodiscard]] std::filesystem::path program(const Setup &setup);
+
+    std::filesystem::path m_folder;
+    std::vector<int> m_ports;
+    pid_t m_pid = -1;
+    pid_t m_grandchild = -1;
+};
+
+} // namespace Tarnwick

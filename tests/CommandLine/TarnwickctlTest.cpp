@@ -1,0 +1,270 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "CommandLine/Version.h"
+#include "Shared/RawPortInfo.h"
+#include "tests/CommandLine/ListeningChild.h"
+#include "tests/CommandLine/ProgramPaths.h"
+#include "tests/CommandLine/RunningProgram.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Tarnwick {
+
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+std::vector<std::string> tarnwickctl(std::vector<std::string> arguments)
+{
+    arguments.insert(arguments.begin(), std::string(programPath));
+    return arguments;
+}
+
+RunningProgram::Result runTarnwickctl(std::vector<std::string> arguments,
+                                      const RunningProgram::Setup &setup = {})
+{
+    return run(tarnwickctl(std::move(arguments)), setup);
+}
+
+/// A port on which nothing listened a moment ago.
+std::string freePort()
+{
+    return ListeningChild().portText();
+}
+
+} // namespace
+
+TEST(Tarnwickctl, ListsAListenerOfThisMachine)
+{
+    const ListeningChild child;
+    const auto result = runTarnwickctl({"--port", child.portText()});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.output, HasSubstr("PORT"));
+    EXPECT_THAT(result.output, HasSubstr(child.pidText()));
+    EXPECT_THAT(result.output, HasSubstr("shop-server"));
+    EXPECT_THAT(result.output, EndsWith("1 listener: 0 system, 0 app, 0 dev, 1 unknown\n"));
+    EXPECT_EQ(result.errors, "");
+}
+
+TEST(Tarnwickctl, WritesRecordsThatTheApplicationCanRead)
+{
+    const ListeningChild child;
+    const auto result = runTarnwickctl({"list", "--json"});
+    EXPECT_EQ(result.exitCode, 0);
+    const RawPortInfo::Decoded decoded = RawPortInfo::decode(result.output);
+    const auto *records = std::get_if<std::vector<RawPortInfo>>(&decoded);
+    ASSERT_NE(records, nullptr) << result.output;
+    const bool hasChild = std::any_of(records->begin(), records->end(), [&](const auto &record) {
+        return record.pid == child.pid() && record.port == child.port();
+    });
+    EXPECT_TRUE(hasChild);
+    EXPECT_THAT(result.output, HasSubstr(R"("tier":"unknown","description":"shop-server"})"));
+}
+
+TEST(Tarnwickctl, KeepsHostileNamesFromItsOutput)
+{
+    const ListeningChild child({.name = "x\x1b[2J\n\u202Ey", .arguments = {"a\x1b]0;t\x07\nb"}});
+    for (const char *format : {"--search=", "--json"}) {
+        const auto result = runTarnwickctl({"--port", child.portText(), format});
+        EXPECT_EQ(result.exitCode, 0);
+        EXPECT_THAT(result.output, Not(HasSubstr("\x1b")));
+        EXPECT_THAT(result.output, Not(HasSubstr("\u202E")));
+        EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 3);
+    }
+}
+
+TEST(Tarnwickctl, TellsItsVersionAndHelps)
+{
+    const auto version_ = runTarnwickctl({"--version"});
+    EXPECT_EQ(version_.exitCode, 0);
+    EXPECT_EQ(version_.output, "tarnwickctl " + std::string(version) + "\n");
+    const auto help = runTarnwickctl({"kill", "--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_THAT(help.output, HasSubstr("--system"));
+}
+
+TEST(Tarnwickctl, TellsWrongUsageFromOtherFailures)
+{
+    const auto result = runTarnwickctl({"--port", "http"});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.errors, StartsWith("tarnwickctl: --port: 'http' is not a port"));
+}
+
+TEST(Tarnwickctl, SaysThatNothingListensOnAPort)
+{
+    const std::string port = freePort();
+    const auto result = runTarnwickctl({"--port", port, "--json"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.output, "[]\n");
+    EXPECT_EQ(result.errors, "Nothing listens on port " + port + ".\n");
+    EXPECT_EQ(runTarnwickctl({"kill", "--yes", port}).exitCode, 1);
+}
+
+TEST(Tarnwickctl, FailsWhenTheDiskIsFull)
+{
+    const ListeningChild child;
+    const auto result = runTarnwickctl({}, {.outputPath = "/dev/full"});
+    EXPECT_EQ(result.exitCode, 4);
+    EXPECT_EQ(result.errors, "tarnwickctl: Cannot write the output: No space left on device\n");
+}
+
+TEST(Tarnwickctl, FailsWithoutAnOutput)
+{
+    const ListeningChild child;
+    EXPECT_EQ(runTarnwickctl({"--json"}, {.closed = {STDOUT_FILENO}}).exitCode, 4);
+    EXPECT_EQ(runTarnwickctl({"--json"}, {.closed = {STDIN_FILENO, STDERR_FILENO}}).exitCode, 0);
+}
+
+TEST(Tarnwickctl, IsQuietWhenItsReaderGoesAway)
+{
+    const ListeningChild child;
+    RunningProgram program(tarnwickctl({"--json"}));
+    program.closeOutput();
+    const auto result = program.finish();
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.errors, "");
+}
+
+TEST(Tarnwickctl, FitsATerminalAndColorsIt)
+{
+    const ListeningChild child({.arguments = {std::string(200, 'x')}});
+    PseudoTerminal terminal(60, 24);
+    const auto result = RunningProgram(tarnwickctl({"--port", child.portText()}), terminal,
+                                       {.environment = {"TERM=xterm", "COLORTERM=", "NO_COLOR="}})
+                            .finish();
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.output, HasSubstr("…"));
+    EXPECT_THAT(result.output, HasSubstr("\x1b[38;5;"));
+}
+
+TEST(Tarnwickctl, HasNoColorsWhereTheUserWantsNone)
+{
+    const ListeningChild child;
+    PseudoTerminal terminal(60, 24);
+    const auto result = RunningProgram(tarnwickctl({"--port", child.portText()}), terminal,
+                                       {.environment = {"TERM=xterm", "NO_COLOR=1"}})
+                            .finish();
+    EXPECT_THAT(result.output, Not(HasSubstr("\x1b")));
+}
+
+TEST(TarnwickctlKill, StopsTheOwnerOfAPort)
+{
+    ListeningChild child;
+    const auto result = runTarnwickctl({"kill", "--yes", child.portText()});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.output, "[kill] :" + child.portText() + " terminated\n");
+    EXPECT_EQ(child.endedBy(), SIGTERM);
+}
+
+TEST(TarnwickctlKill, ForcesAProcessThatDoesNotListen)
+{
+    ListeningChild child({.ignoresSigterm = true});
+    const auto result = runTarnwickctl({"kill", "--yes", "--pid", child.pidText()});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.output, "[kill] :" + child.portText() + " force-killed\n");
+    EXPECT_EQ(child.endedBy(), SIGKILL);
+}
+
+TEST(TarnwickctlKill, StopsAnOwnerOfTwoPortsOnce)
+{
+    ListeningChild child({.ports = 2});
+    const auto result = runTarnwickctl({"kill", "-y", child.portText(0), child.portText(1)});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.output, HasSubstr("[kill] :" + child.portText(0) + " terminated\n"));
+    EXPECT_THAT(result.output, HasSubstr("[kill] :" + child.portText(1) + " terminated\n"));
+}
+
+TEST(TarnwickctlKill, RefusesWithoutATerminalToAskOn)
+{
+    ListeningChild child;
+    const auto result = runTarnwickctl({"kill", child.portText()});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.errors, HasSubstr("--yes"));
+    EXPECT_EQ(child.endedBy(), 0);
+}
+
+TEST(TarnwickctlKill, AsksOnATerminal)
+{
+    ListeningChild child;
+    PseudoTerminal terminal(80, 24);
+    RunningProgram program(tarnwickctl({"kill", child.portText()}), terminal);
+    ASSERT_TRUE(program.shows("Stop shop-server (pid " + child.pidText() + ") on port " +
+                              child.portText() + "? [y/N] "));
+    program.type("y\n");
+    EXPECT_TRUE(program.shows("[kill] :" + child.portText() + " terminated"));
+    EXPECT_EQ(program.finish().exitCode, 0);
+    EXPECT_EQ(child.endedBy(), SIGTERM);
+}
+
+TEST(TarnwickctlKill, DoesNothingAfterANoAnEndOfInputOrAnInterrupt)
+{
+    ListeningChild child;
+    const std::vector<std::pair<std::string, int>> answers{
+        {"n\n", 1}, {"\n", 1}, {"\x04", 1}, {"\x03", 128 + SIGINT}};
+    for (const auto &[answer, exitCode] : answers) {
+        PseudoTerminal terminal(80, 24);
+        RunningProgram program(tarnwickctl({"kill", child.portText()}), terminal);
+        ASSERT_TRUE(program.shows("[y/N] "));
+        program.type(answer);
+        EXPECT_EQ(program.finish().exitCode, exitCode);
+        EXPECT_EQ(child.endedBy(), 0);
+    }
+}
+
+TEST(TarnwickctlKill, GuardsTheSystemTier)
+{
+    ListeningChild child({.isSystem = true});
+    const auto result = runTarnwickctl({"kill", "--yes", child.portText()});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_THAT(result.errors, HasSubstr("system tier; --system is needed"));
+    EXPECT_EQ(child.endedBy(), 0);
+
+    EXPECT_EQ(runTarnwickctl({"kill", "--yes", "--system", child.portText()}).exitCode, 0);
+    EXPECT_EQ(child.endedBy(), SIGTERM);
+}
+
+TEST(TarnwickctlKill, TellsWhoHoldsThePortNow)
+{
+    ListeningChild child({.hasChild = true});
+    const auto result = runTarnwickctl({"kill", "--yes", child.portText()});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.errors, HasSubstr("Port " + child.portText() + " is still held by "));
+    EXPECT_EQ(child.endedBy(), SIGTERM);
+}
+
+TEST(TarnwickctlKill, SaysThatAProcessDoesNotListen)
+{
+    const std::string pid = std::to_string(getpid());
+    const auto result = runTarnwickctl({"kill", "--yes", "--pid", pid});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.errors, "Process " + pid + " does not listen on any TCP port.\n");
+}
+
+TEST(TarnwickctlKill, IsNotPermittedToStopAProcessOfRoot)
+{
+    constexpr uid_t nobody = 65'534;
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can be both users";
+    }
+    ListeningChild child;
+    const auto result = runTarnwickctl({"kill", "--yes", child.portText()}, {.user = nobody});
+    if (result.exitCode == 127) {
+        GTEST_SKIP() << "the other user cannot reach the program";
+    }
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_THAT(result.errors, HasSubstr("Running as root may help."));
+    EXPECT_EQ(child.endedBy(), 0);
+}
+
+} // namespace Tarnwick

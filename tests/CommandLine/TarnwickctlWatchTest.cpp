@@ -1,0 +1,168 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/CommandLine/ListeningChild.h"
+#include "tests/CommandLine/ProgramPaths.h"
+#include "tests/CommandLine/RunningProgram.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <optional>
+
+#include <termios.h>
+
+namespace Tarnwick {
+
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr std::string_view leavesScreen = "\x1b[?7h\x1b[?25h\x1b[?1049l";
+
+std::vector<std::string> watch(std::vector<std::string> options = {})
+{
+    options.insert(options.begin(), {std::string(programPath), "watch"});
+    return options;
+}
+
+/// Echo and line editing, as the terminal has them.
+tcflag_t localModes(const PseudoTerminal &terminal)
+{
+    termios settings{};
+    EXPECT_EQ(tcgetattr(terminal.user.get(), &settings), 0);
+    return settings.c_lflag;
+}
+
+const RunningProgram::Setup onXterm{.environment = {"TERM=xterm", "NO_COLOR=1"}};
+
+} // namespace
+
+TEST(TarnwickctlWatch, WritesALineForEachChange)
+{
+    std::optional<ListeningChild> child(std::in_place);
+    RunningProgram program(watch({"--interval", "0.2"}));
+    const std::string text = " :" + child->portText() + " shop-server " + child->pidText() + "\n";
+    EXPECT_TRUE(program.shows("+" + text));
+    child.reset();
+    EXPECT_TRUE(program.shows("-" + text));
+    program.signal(SIGTERM);
+    const auto result = program.finish();
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.output, Not(HasSubstr("\x1b")));
+    EXPECT_EQ(result.errors, "");
+}
+
+TEST(TarnwickctlWatch, WritesAnObjectForEachChange)
+{
+    std::optional<ListeningChild> child(std::in_place);
+    RunningProgram program(watch({"--interval", "0.2", "--json", "--port", child->portText()}));
+    EXPECT_TRUE(program.shows(R"({"change":"opened","pid":)" + child->pidText()));
+    child.reset();
+    EXPECT_TRUE(program.shows(R"({"change":"closed","pid":)"));
+    program.signal(SIGINT);
+    EXPECT_EQ(program.finish().exitCode, 0);
+}
+
+TEST(TarnwickctlWatch, EndsWhenItsReaderGoesAwayAlthoughNothingChanges)
+{
+    const ListeningChild child;
+    RunningProgram program(watch({"--interval", "3600"}));
+    ASSERT_TRUE(program.shows("shop-server"));
+    program.closeOutput();
+    const auto result = program.finish();
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.errors, "");
+}
+
+TEST(TarnwickctlWatch, FailsWhenTheDiskIsFull)
+{
+    const ListeningChild child;
+    EXPECT_EQ(run(watch(), {.outputPath = "/dev/full"}).exitCode, 4);
+}
+
+TEST(TarnwickctlWatch, FillsTheTerminalAndGivesItBackOnQ)
+{
+    const ListeningChild child;
+    PseudoTerminal terminal(80, 24);
+    const tcflag_t modesBefore = localModes(terminal);
+    RunningProgram program(watch({"--port", child.portText()}), terminal, onXterm);
+    ASSERT_TRUE(program.shows("\x1b[?1049h\x1b[?25l"));
+    ASSERT_TRUE(program.shows("1 listener:"));
+    EXPECT_EQ(localModes(terminal) & (ICANON | ECHO), 0U);
+    program.type("xq");
+    ASSERT_TRUE(program.shows(leavesScreen));
+    EXPECT_EQ(program.finish().exitCode, 0);
+    EXPECT_EQ(localModes(terminal), modesBefore);
+}
+
+TEST(TarnwickctlWatch, GivesTheTerminalBackOnSignals)
+{
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        PseudoTerminal terminal(80, 24);
+        const tcflag_t modesBefore = localModes(terminal);
+        RunningProgram program(watch({"--interval", "3600"}), terminal, onXterm);
+        ASSERT_TRUE(program.shows("\x1b[K"));
+        program.signal(number);
+        EXPECT_TRUE(program.shows(leavesScreen));
+        EXPECT_EQ(program.finish().exitCode, 0);
+        EXPECT_EQ(localModes(terminal), modesBefore);
+    }
+}
+
+TEST(TarnwickctlWatch, EndsOnControlC)
+{
+    PseudoTerminal terminal(80, 24);
+    RunningProgram program(watch(), terminal, onXterm);
+    ASSERT_TRUE(program.shows("\x1b[K"));
+    program.type("\x03");
+    EXPECT_TRUE(program.shows(leavesScreen));
+    EXPECT_EQ(program.finish().exitCode, 0);
+}
+
+TEST(TarnwickctlWatch, FollowsTheSizeOfTheTerminalAtOnce)
+{
+    const ListeningChild child({.ports = 9});
+    PseudoTerminal terminal(80, 24);
+    RunningProgram program(watch({"--interval", "3600", "--search", "shop-server"}), terminal,
+                           onXterm);
+    ASSERT_TRUE(program.shows("9 listeners:"));
+    program.resize(80, 5);
+    EXPECT_TRUE(program.shows("… and 7 more"));
+    program.type("q");
+    EXPECT_EQ(program.finish().exitCode, 0);
+}
+
+TEST(TarnwickctlWatch, GivesTheTerminalBackWhileItIsStopped)
+{
+    PseudoTerminal terminal(80, 24);
+    const tcflag_t modesBefore = localModes(terminal);
+    RunningProgram program(watch({"--interval", "3600"}), terminal, onXterm);
+    ASSERT_TRUE(program.shows("\x1b[K"));
+    program.type("\x1a");
+    EXPECT_TRUE(program.shows(leavesScreen));
+    ASSERT_TRUE(program.stops());
+    EXPECT_EQ(localModes(terminal), modesBefore);
+    program.signal(SIGCONT);
+    EXPECT_TRUE(program.shows("\x1b[?1049h"));
+    EXPECT_TRUE(program.shows("\x1b[K"));
+    program.type("q");
+    EXPECT_EQ(program.finish().exitCode, 0);
+}
+
+TEST(TarnwickctlWatch, WritesLinesOnADumbTerminal)
+{
+    const ListeningChild child;
+    PseudoTerminal terminal(80, 24);
+    RunningProgram program(watch(), terminal, {.environment = {"TERM=dumb"}});
+    EXPECT_TRUE(program.shows("+ :" + child.portText() + " shop-server"));
+    program.signal(SIGINT);
+    const auto result = program.finish();
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.output, Not(HasSubstr("\x1b")));
+}
+
+} // namespace Tarnwick

@@ -1,0 +1,150 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "CommandLine/WatchCommand.h"
+
+#include "tests/CommandLine/CommandFixture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+namespace Tarnwick {
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+/// Plays prepared events, then quits.
+class PreparedSession : public WatchSession
+{
+public:
+    explicit PreparedSession(std::deque<WatchEvent> events)
+        : m_events(std::move(events))
+    {
+    }
+
+    [[nodiscard]] WatchEvent await(std::chrono::steady_clock::time_point /*deadline*/) override
+    {
+        if (m_events.empty()) {
+            return WatchEvent::Quit;
+        }
+        const WatchEvent event = m_events.front();
+        m_events.pop_front();
+        return event;
+    }
+
+private:
+    std::deque<WatchEvent> m_events;
+};
+
+struct WatchCommandTest : testing::Test
+{
+    TestConsole test;
+    PreparedListings listings;
+    std::optional<Presentation> presentation;
+
+    ExitCode watch(std::deque<WatchEvent> events, WatchArguments arguments = {})
+    {
+        const auto start = [&](Presentation wanted) {
+            presentation = wanted;
+            return std::make_unique<PreparedSession>(events);
+        };
+        return WatchCommand(std::move(arguments), test.console, listings, start).run();
+    }
+};
+
+} // namespace
+
+TEST_F(WatchCommandTest, WritesLinesWhereThereIsNoTerminal)
+{
+    listings.listings = {std::vector{record(3000, 4711, "node"), record(3000, 4711, "node")},
+                         std::vector<RawPortInfo>{}};
+    EXPECT_EQ(watch({WatchEvent::Tick}), ExitCode::Done);
+    EXPECT_EQ(presentation, Presentation::Lines);
+    EXPECT_EQ(test.output.written, "+ :3000 node 4711\n- :3000 node 4711\n");
+}
+
+TEST_F(WatchCommandTest, DrawsInPlaceOnATerminal)
+{
+    test.output.shape.isTerminal = true;
+    EXPECT_EQ(watch({}), ExitCode::Done);
+    EXPECT_EQ(presentation, Presentation::InPlace);
+    EXPECT_THAT(test.output.written, HasSubstr("Nothing is listening."));
+}
+
+TEST_F(WatchCommandTest, WritesLinesOnADumbTerminalAndForJson)
+{
+    test.output.shape.isTerminal = true;
+    EXPECT_EQ(watch({}, {.selection = {}, .json = true}), ExitCode::Done);
+    EXPECT_EQ(presentation, Presentation::Lines);
+    test.console.environment.term = "dumb";
+    EXPECT_EQ(watch({}), ExitCode::Done);
+    EXPECT_EQ(presentation, Presentation::Lines);
+}
+
+TEST_F(WatchCommandTest, ShowsOnlyWhatIsSelected)
+{
+    listings.listings = {std::vector{record(3000, 4711, "node"), systemRecord(22, 1, "sshd")}};
+    EXPECT_EQ(watch({}, {.selection = {.tiers = {PortTier::System}, .search = {}, .port = {}}}),
+              ExitCode::Done);
+    EXPECT_EQ(test.output.written, "+ :22 sshd 1\n");
+}
+
+TEST_F(WatchCommandTest, DrawsAgainWithoutAnotherLook)
+{
+    test.output.shape.isTerminal = true;
+    listings.listings = {std::vector{record(3000, 4711, "node")}};
+    EXPECT_EQ(watch({WatchEvent::Redraw}), ExitCode::Done);
+    EXPECT_EQ(listings.asked, 1);
+    EXPECT_NE(test.output.written.find("4711"), test.output.written.rfind("4711"));
+}
+
+TEST_F(WatchCommandTest, GoesOnAfterAFailedLook)
+{
+    listings.listings = {ListingError{.code = 1, .message = "no sockets"},
+                         std::vector{record(3000, 4711, "node")}};
+    EXPECT_EQ(watch({WatchEvent::Tick}), ExitCode::Done);
+    EXPECT_EQ(test.errors.written, "tarnwickctl: no sockets\n");
+    EXPECT_EQ(test.output.written, "+ :3000 node 4711\n");
+}
+
+TEST_F(WatchCommandTest, EndsQuietlyWhenNobodyReads)
+{
+    EXPECT_EQ(watch({WatchEvent::Unheard}), ExitCode::Done);
+    listings.listings = {std::vector{record(3000, 4711, "node")}};
+    test.output.error = std::make_error_code(std::errc::broken_pipe);
+    EXPECT_EQ(watch({WatchEvent::Tick}), ExitCode::Done);
+    EXPECT_EQ(test.errors.written, "");
+}
+
+TEST_F(WatchCommandTest, FailsWhenTheDiskIsFull)
+{
+    listings.listings = {std::vector{record(3000, 4711, "node")}};
+    test.output.error = std::make_error_code(std::errc::no_space_on_device);
+    EXPECT_EQ(watch({WatchEvent::Tick}), ExitCode::Failed);
+    EXPECT_THAT(test.errors.written, HasSubstr("No space left on device"));
+}
+
+TEST_F(WatchCommandTest, LetsTheNextEventExplainAnInterruptedWrite)
+{
+    listings.listings = {std::vector{record(3000, 4711, "node")}};
+    test.output.error = std::make_error_code(std::errc::interrupted);
+    EXPECT_EQ(watch({}), ExitCode::Done);
+    EXPECT_EQ(test.errors.written, "");
+}
+
+TEST_F(WatchCommandTest, FailsWhenNoSessionCanBegin)
+{
+    const auto start = [](Presentation) {
+        errno = EMFILE;
+        return std::unique_ptr<WatchSession>();
+    };
+    EXPECT_EQ(WatchCommand({}, test.console, listings, start).run(), ExitCode::Failed);
+    EXPECT_EQ(test.errors.written, "tarnwickctl: Cannot watch: Too many open files\n");
+    EXPECT_THAT(test.output.written, Not(HasSubstr(":")));
+}
+
+} // namespace Tarnwick
