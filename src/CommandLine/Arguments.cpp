@@ -220,17 +220,18 @@ Arguments parseKill(std::vector<std::string> reversed)
 /// only one that is an argument of its own.
 std::vector<std::string> reversedForParser(std::span<const char *const> arguments)
 {
-    std::vector<std::string> reversed;
-    reversed.reserve(arguments.size());
-    for (auto argument = arguments.rbegin(); argument != arguments.rend(); ++argument) {
-        std::string text = *argument;
-        if (text.starts_with("--") && text.ends_with('=')) {
-            reversed.emplace_back();
-            text.pop_back();
+    std::vector<std::string> texts;
+    texts.reserve(arguments.size());
+    for (std::string_view argument : arguments) {
+        const bool isEmptyValue = argument.starts_with("--") && argument.ends_with('=');
+        argument.remove_suffix(isEmptyValue ? 1 : 0);
+        texts.emplace_back(argument);
+        if (isEmptyValue) {
+            texts.emplace_back();
         }
-        reversed.push_back(std::move(text));
     }
-    return reversed;
+    std::reverse(texts.begin(), texts.end());
+    return texts;
 }
 
 struct Command

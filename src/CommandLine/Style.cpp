@@ -22,7 +22,8 @@ struct Rgb
 
 Rgb rgb(const Color &color)
 {
-    const auto byte = [](double component) { return static_cast<int>(component * 255 + 0.5); };
+    // Rounded by halves: lround(3) would load the library of mathematics with every start.
+    const auto byte = [](double component) { return (static_cast<int>(component * 510) + 1) / 2; };
     return {byte(color.red), byte(color.green), byte(color.blue)};
 }
 

@@ -7,10 +7,9 @@
 
 #include <algorithm>
 #include <array>
+#include <clocale>
 #include <cwchar>
 #include <utility>
-
-#include <locale.h>
 
 namespace Tarnwick {
 

@@ -109,7 +109,7 @@ inline RawPortInfo record(std::int64_t port, std::int64_t pid, std::string name,
             .arguments = {"node", "/home/ada/shop/server.js"},
             .originArguments = {},
             .processStartedAt = Timestamp(std::chrono::hours(1000) - std::chrono::minutes(1)),
-            .memoryBytes = 46 * 1024 * 1024};
+            .memoryBytes = std::uint64_t{46} << 20U};
 }
 
 /// A listener of the system tier.

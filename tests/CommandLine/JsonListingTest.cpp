@@ -55,14 +55,8 @@ TEST(JsonListing, WritesOneRecordOnEachLine)
 TEST(JsonListing, GivesBackWhatWasReportedWhateverItHolds)
 {
     std::vector<RawPortInfo> records{record(80, 1, "né\x7f日本\U0001F600 \"q\" \\ /")};
-    records.front().arguments = {"\x1b[31m",
-                                 "\xc2\x9b"
-                                 "31m",
-                                 "a\u202Eb",
-                                 "\U000E0041",
-                                 "\xEF\xB8\x8F",
-                                 "",
-                                 std::string("\0", 1)};
+    records.front().arguments = {"\x1b[31m", "\u009B31m", "a\u202Eb",          "\U000E0041",
+                                 "\uFE0F",   "",          std::string("\0", 1)};
     EXPECT_EQ(decoded(JsonListing::array(listenersFrom(records))), records);
 }
 

@@ -21,6 +21,7 @@ std::vector<std::int64_t> portsLeftBy(Selection selection)
                        record(3001, 3, "vite"), record(5000, 4, "flask", "/home/ada/flask")});
     ListenerFilter(std::move(selection)).apply(listeners);
     std::vector<std::int64_t> ports;
+    ports.reserve(listeners.size());
     for (const Listener &listener : listeners) {
         ports.push_back(listener.entry.port);
     }

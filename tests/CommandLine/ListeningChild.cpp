@@ -42,6 +42,7 @@ std::pair<FileDescriptor, int> listenOnAnyPort()
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     std::vector<char *> raw;
+    raw.reserve(arguments.size() + 1);
     for (const std::string &argument : arguments) {
         raw.push_back(const_cast<char *>(argument.c_str()));
     }

@@ -60,6 +60,7 @@ void readInto(std::string &text, FileDescriptor &descriptor)
         _exit(126);
     }
     std::vector<char *> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string &argument : command) {
         arguments.push_back(const_cast<char *>(argument.c_str()));
     }

@@ -86,9 +86,9 @@ TEST(Tarnwickctl, KeepsHostileNamesFromItsOutput)
 
 TEST(Tarnwickctl, TellsItsVersionAndHelps)
 {
-    const auto version_ = runTarnwickctl({"--version"});
-    EXPECT_EQ(version_.exitCode, 0);
-    EXPECT_EQ(version_.output, "tarnwickctl " + std::string(version) + "\n");
+    const auto told = runTarnwickctl({"--version"});
+    EXPECT_EQ(told.exitCode, 0);
+    EXPECT_EQ(told.output, "tarnwickctl " + std::string(version) + "\n");
     const auto help = runTarnwickctl({"kill", "--help"});
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_THAT(help.output, HasSubstr("--system"));

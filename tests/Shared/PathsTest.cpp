@@ -26,8 +26,6 @@ constexpr uid_t nobody = 65'534;
 class PathsTest : public testing::Test
 {
 protected:
-    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-
     TemporaryFolder m_folder;
 };
 
@@ -86,7 +84,7 @@ TEST_F(PathsTest, AreToldEvenWhenTheyCannotBeMade)
     EXPECT_FALSE(fs::exists(file / "Tarnwick"));
 }
 
-TEST_F(PathsTest, AskTheUserDatabaseWhereTheEnvironmentKnowsNoHome)
+TEST(PathsDeathTest, AskTheUserDatabaseWhereTheEnvironmentKnowsNoHome)
 {
     const passwd *const user = getpwuid(nobody);
     if (geteuid() != 0 || user == nullptr || fs::exists(user->pw_dir)) {
@@ -107,7 +105,7 @@ TEST_F(PathsTest, AskTheUserDatabaseWhereTheEnvironmentKnowsNoHome)
     }
 }
 
-TEST_F(PathsTest, StopTheProgramWhereTheUserHasNoHome)
+TEST(PathsDeathTest, StopTheProgramWhereTheUserHasNoHome)
 {
     if (geteuid() != 0 || getpwuid(unknownUser) != nullptr) {
         GTEST_SKIP() << "needs root, and a user who is not in the user database";

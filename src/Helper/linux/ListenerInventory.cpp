@@ -198,7 +198,6 @@ void ListenerInventory::Private::look(OwnerResolution &resolution, GroupAttribut
                                       const Questions &questions)
 {
     const Clock::time_point start = Clock::now();
-    const std::span<const ProcFs::ProcessEntry> processes = census.take();
     bool everywhere = memory.listing() == 1 || questions.everything;
     if (!everywhere) {
         std::vector<pid_t> suspects = census.newcomers();
@@ -215,7 +214,6 @@ void ListenerInventory::Private::look(OwnerResolution &resolution, GroupAttribut
     }
     if (everywhere) {
         resolution.lookEverywhere(
-            processes,
             questions.everything ? OwnerResolution::Thoroughness::Everything
                                  : OwnerResolution::Thoroughness::UntilSettled,
             [&](std::uint32_t place) { return leadsToOwner(attribution, resolution, place); });
@@ -246,7 +244,7 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
             wanted[place] = place;
         }
     }
-    OwnerResolution resolution(root.get(), sockets);
+    OwnerResolution resolution(root.get(), sockets, census.take());
     for (const std::uint32_t place : wanted) {
         resolution.want(place);
     }

@@ -7,6 +7,8 @@
 #include <string>
 #include <utility>
 
+#include <unistd.h>
+
 namespace Tarnwick {
 
 namespace {
@@ -17,8 +19,10 @@ constexpr std::string_view managerName = "systemd";
 
 } // namespace
 
-OwnerResolution::OwnerResolution(int root, std::span<const ListeningSocket> sockets)
+OwnerResolution::OwnerResolution(int root, std::span<const ListeningSocket> sockets,
+                                 std::span<const ProcFs::ProcessEntry> processes)
     : m_root(root)
+    , m_processes(processes)
     , m_search(root, sockets)
 {
 }
@@ -36,11 +40,10 @@ void OwnerResolution::look(std::span<const pid_t> processes)
     climb();
 }
 
-void OwnerResolution::lookEverywhere(std::span<const ProcFs::ProcessEntry> processes,
-                                     Thoroughness thoroughness,
+void OwnerResolution::lookEverywhere(Thoroughness thoroughness,
                                      const KnownOtherwise &knownOtherwise)
 {
-    m_search.visitAll(processes, [&] {
+    m_search.visitAll(m_processes, [&] {
         return thoroughness == Thoroughness::UntilSettled &&
                std::all_of(m_wanted.begin(), m_wanted.end(), [&](std::uint32_t socket) {
                    return settled({&socket, 1}) || knownOtherwise(socket);
@@ -58,29 +61,59 @@ bool OwnerResolution::settled(std::span<const std::uint32_t> sockets)
     });
 }
 
-/// A holder's parent, and the leader of its group, may hold the socket as well, under a number that
-/// has not been looked at. Goes up until nobody new is found.
+/// Others may hold a socket under a number that has not been looked at: those that a holder has it
+/// from, or got it with. Goes on until nobody new is found.
 void OwnerResolution::climb()
 {
     for (bool found = true; found;) {
         found = false;
-        std::vector<pid_t> relatives;
+        std::vector<pid_t> next;
         for (const std::uint32_t socket : m_wanted) {
             for (const Holder &holder : m_search.holders(socket)) {
                 if (m_climbed.insert(holder.pid).second && !isManager(holder.pid)) {
-                    if (const std::optional<ProcFs::Stat> &known = stat(holder.pid)) {
-                        relatives.insert(relatives.end(), {known->parent, known->processGroup});
-                    }
+                    const std::vector<pid_t> others = relatives(holder.pid);
+                    next.insert(next.end(), others.begin(), others.end());
                 }
             }
         }
-        for (const pid_t relative : relatives) {
-            if (relative > initProcess) {
-                m_search.visit(relative);
-                found = true;
+        for (const pid_t pid : next) {
+            m_search.visit(pid);
+            found = true;
+        }
+    }
+}
+
+/// The parent of a holder and the leader of its process group. What an orphan has it has from a
+/// parent that ended, and so may others of its group.
+std::vector<pid_t> OwnerResolution::relatives(pid_t holder)
+{
+    std::vector<pid_t> found;
+    const std::optional<ProcFs::Stat> known = stat(holder);
+    if (!known) {
+        return found;
+    }
+    for (const pid_t relative : {known->parent, known->processGroup}) {
+        if (relative > initProcess && relative != holder) {
+            found.push_back(relative);
+        }
+    }
+    if (isOrphan(holder) && m_groups.insert(known->processGroup).second) {
+        for (const ProcFs::ProcessEntry &process : m_processes) {
+            if (::getpgid(process.pid) == known->processGroup) {
+                found.push_back(process.pid);
             }
         }
     }
+    return found;
+}
+
+/// Whether the process that made @p pid has ended: it leads no group of its own, and its parent is
+/// of another session.
+bool OwnerResolution::isOrphan(pid_t pid)
+{
+    const std::optional<ProcFs::Stat> &known = stat(pid);
+    return known && known->processGroup != pid &&
+           (known->parent <= initProcess || ::getsid(known->parent) != ::getsid(pid));
 }
 
 std::optional<SocketOwner> OwnerResolution::owner(std::uint32_t socket)

@@ -34,8 +34,9 @@ struct SocketOwner
 class OwnerResolution
 {
 public:
-    /// @p sockets must outlive it.
-    OwnerResolution(int root, std::span<const ListeningSocket> sockets);
+    /// @p sockets, and @p processes, all that there are, must outlive it.
+    OwnerResolution(int root, std::span<const ListeningSocket> sockets,
+                    std::span<const ProcFs::ProcessEntry> processes);
 
     /// Names a socket whose owner is to be found.
     void want(std::uint32_t socket);
@@ -53,8 +54,7 @@ public:
 
     /// Looks at all processes. What takes longest, the descriptors with higher numbers, is left out
     /// when it is not needed: every wanted socket is settled or @p knownOtherwise by then.
-    void lookEverywhere(std::span<const ProcFs::ProcessEntry> processes, Thoroughness thoroughness,
-                        const KnownOtherwise &knownOtherwise);
+    void lookEverywhere(Thoroughness thoroughness, const KnownOtherwise &knownOtherwise);
 
     /// Whether each of these sockets has a holder that is no service manager.
     [[nodiscard]] bool settled(std::span<const std::uint32_t> sockets);
@@ -66,14 +66,18 @@ public:
 
 private:
     void climb();
+    [[nodiscard]] std::vector<pid_t> relatives(pid_t holder);
+    [[nodiscard]] bool isOrphan(pid_t pid);
     [[nodiscard]] const std::optional<ProcFs::Stat> &stat(pid_t pid);
     [[nodiscard]] bool isManager(pid_t pid);
     [[nodiscard]] bool sameExecutable(pid_t left, pid_t right) const;
 
     int m_root;
+    std::span<const ProcFs::ProcessEntry> m_processes;
     HolderSearch m_search;
     std::vector<std::uint32_t> m_wanted;
     std::unordered_set<pid_t> m_climbed;
+    std::unordered_set<pid_t> m_groups; ///< process groups whose members have been looked at
     std::unordered_map<pid_t, std::optional<ProcFs::Stat>> m_stats;
 };
 
