@@ -11,7 +11,8 @@ function __tarnwickctl_pids
     tarnwickctl list --json 2>/dev/null | string replace -rf '^\{"pid":([1-9]\d*),.*' '$1' | sort -nu
 end
 
-set -l noCommand 'not __fish_seen_subcommand_from list watch kill'
+# A command comes before any option.
+set -l noCommand 'test (count (commandline -opc)) -eq 1'
 set -l showing 'not __fish_seen_subcommand_from kill'
 set -l watching '__fish_seen_subcommand_from watch'
 set -l killing '__fish_seen_subcommand_from kill'

@@ -11,7 +11,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <set>
 
 namespace Tarnwick {
@@ -45,10 +44,11 @@ std::set<std::string> longOptions()
     std::set<std::string> options;
     for (const char *command : {"list", "watch", "kill"}) {
         const std::string help = run({std::string(programPath), command, "--help"}).output;
-        const std::regex option("--([a-z]+)");
-        for (std::sregex_iterator found(help.begin(), help.end(), option), end; found != end;
-             ++found) {
-            options.insert((*found)[1]);
+        constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz";
+        std::size_t at = 0;
+        while ((at = help.find("--", at)) != std::string::npos) {
+            at += 2;
+            options.insert(help.substr(at, help.find_first_not_of(letters, at) - at));
         }
     }
     return options;

@@ -21,8 +21,8 @@ namespace Tarnwick {
 
 namespace {
 
-/// A listening socket that survives exec, and its port.
-std::pair<FileDescriptor, int> listenOnAnyPort()
+/// A listening socket that survives exec; @p port becomes its port.
+FileDescriptor listenOnAnyPort(int &port)
 {
     FileDescriptor listener(socket(AF_INET, SOCK_STREAM, 0));
     sockaddr_in address{};
@@ -34,7 +34,8 @@ std::pair<FileDescriptor, int> listenOnAnyPort()
         getsockname(listener.get(), generic, &size) != 0) {
         throw std::runtime_error("no port to listen on");
     }
-    return {std::move(listener), ntohs(address.sin_port)};
+    port = ntohs(address.sin_port);
+    return listener;
 }
 
 [[noreturn]] void become(const std::filesystem::path &program,
@@ -78,11 +79,11 @@ ListeningChild::ListeningChild(const Setup &setup)
     }
     arguments.emplace_back("1000");
 
+    m_ports.resize(setup.ports);
     std::vector<FileDescriptor> listeners;
-    for (std::size_t index = 0; index < setup.ports; ++index) {
-        auto [listener, port] = listenOnAnyPort();
-        listeners.push_back(std::move(listener));
-        m_ports.push_back(port);
+    listeners.reserve(setup.ports);
+    for (int &port : m_ports) {
+        listeners.push_back(listenOnAnyPort(port));
     }
     // Carries the grandchild's identifier, and ends when the child has become another program.
     std::array<int, 2> ends{};

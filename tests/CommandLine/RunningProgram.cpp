@@ -23,7 +23,13 @@ namespace {
 
 constexpr int patienceMilliseconds = 10'000;
 
-std::pair<FileDescriptor, FileDescriptor> makePipe()
+struct Pipe
+{
+    FileDescriptor readEnd;
+    FileDescriptor writeEnd;
+};
+
+Pipe makePipe()
 {
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC) != 0) {
@@ -73,14 +79,15 @@ void readInto(std::string &text, FileDescriptor &descriptor)
 
 RunningProgram::RunningProgram(const std::vector<std::string> &command, const Setup &setup)
 {
-    auto [outputRead, outputWrite] = makePipe();
-    auto [errorsRead, errorsWrite] = makePipe();
+    Pipe output = makePipe();
+    Pipe errors = makePipe();
     const FileDescriptor file(
         setup.outputPath.empty() ? -1 : open(setup.outputPath.c_str(), O_WRONLY | O_CLOEXEC));
     const FileDescriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
-    m_output = std::move(outputRead);
-    m_errors = std::move(errorsRead);
-    start(command, setup, file ? file.get() : outputWrite.get(), errorsWrite.get(), nothing.get());
+    m_output = std::move(output.readEnd);
+    m_errors = std::move(errors.readEnd);
+    start(command, setup, file ? file.get() : output.writeEnd.get(), errors.writeEnd.get(),
+          nothing.get());
 }
 
 RunningProgram::RunningProgram(const std::vector<std::string> &command, PseudoTerminal &terminal,

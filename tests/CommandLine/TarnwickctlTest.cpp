@@ -167,7 +167,7 @@ TEST(TarnwickctlKill, StopsTheOwnerOfAPort)
     EXPECT_EQ(child.endedBy(), SIGTERM);
 }
 
-TEST(TarnwickctlKill, ForcesAProcessThatDoesNotListen)
+TEST(TarnwickctlKill, ForcesAProcessThatIgnoresTheRequest)
 {
     ListeningChild child({.ignoresSigterm = true});
     const auto result = runTarnwickctl({"kill", "--yes", "--pid", child.pidText()});

@@ -125,9 +125,10 @@ TEST(TarnwickctlWatch, EndsOnControlC)
 
 TEST(TarnwickctlWatch, FollowsTheSizeOfTheTerminalAtOnce)
 {
-    const ListeningChild child({.ports = 9});
+    // A name of its own: other tests may run at the same time.
+    const ListeningChild child({.name = "nine-ports", .ports = 9});
     PseudoTerminal terminal(80, 24);
-    RunningProgram program(watch({"--interval", "3600", "--search", "shop-server"}), terminal,
+    RunningProgram program(watch({"--interval", "3600", "--search", "nine-ports"}), terminal,
                            onXterm);
     ASSERT_TRUE(program.shows("9 listeners:"));
     program.resize(80, 5);

@@ -63,7 +63,9 @@ std::string ForeignExecutable::find(std::string_view comm, std::span<const std::
         return inStandardFolder(called);
     }
     std::string path = inStandardFolder(comm);
-    return path.empty() ? inStandardFolder(called) : path;
+    // A runtime may have renamed its main thread; but a word of a title is not what was called.
+    const bool isTitle = first.find_first_of(" :") != std::string::npos;
+    return path.empty() && !isTitle ? inStandardFolder(called) : path;
 }
 
 } // namespace Tarnwick

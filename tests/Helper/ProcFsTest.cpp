@@ -1,0 +1,112 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Helper/linux/ProcFs.h"
+
+#include "tests/Support/Puppet.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include <unistd.h>
+
+namespace Tarnwick {
+namespace {
+
+TEST(ProcFs, TakesAStatLineApart)
+{
+    const auto stat =
+        ProcFs::parseStat("4711 (node) S 12 34 34 0 -1 4194560 9 8 7 6 5 4 3 2 20 0 11 0 "
+                          "987654 1000 200 18446744073709551615");
+    ASSERT_TRUE(stat.has_value());
+    EXPECT_EQ(stat->comm, "node");
+    EXPECT_EQ(stat->state, 'S');
+    EXPECT_EQ(stat->parent, 12);
+    EXPECT_EQ(stat->processGroup, 34);
+    EXPECT_EQ(stat->flags, 4194560U);
+    EXPECT_EQ(stat->startTicks, 987654U);
+}
+
+TEST(ProcFs, TakesANameWithParenthesesAndBlanksApart)
+{
+    const auto stat =
+        ProcFs::parseStat("1 (a) R 9 (b) Z 2 3 3 0 -1 64 0 0 0 0 0 0 0 0 20 0 1 0 55 0 0");
+    ASSERT_TRUE(stat.has_value());
+    EXPECT_EQ(stat->comm, "a) R 9 (b");
+    EXPECT_EQ(stat->state, 'Z');
+    EXPECT_EQ(stat->startTicks, 55U);
+}
+
+TEST(ProcFs, TakesNoBrokenStatLine)
+{
+    for (const char *line : {"", "1", "1 (a", "1 (a)", "1 (a) ", "1 (a) S", "1 (a) S 2 3 4 5 6",
+                             "1 (a) S x 3 3 0 -1 64 0 0 0 0 0 0 0 0 20 0 1 0 55",
+                             "1 (a) S 2 3 3 0 -1 64 0 0 0 0 0 0 0 0 20 0 1 0 x", "1 )a( S 2 3"}) {
+        EXPECT_FALSE(ProcFs::parseStat(line).has_value()) << line;
+    }
+}
+
+TEST(ProcFs, ReadsTheInodeOfASocketFromItsLink)
+{
+    EXPECT_EQ(ProcFs::socketInode("socket:[4711]"), 4711U);
+    EXPECT_EQ(ProcFs::socketInode("socket:[4294967295]"), 4294967295U);
+}
+
+TEST(ProcFs, TakesNothingElseForASocket)
+{
+    for (const char *link :
+         {"", "/dev/null", "pipe:[4711]", "socket:[]", "socket:[47x]", "socket:[47",
+          "socket:[4294967296]", "anon_inode:[eventpoll]", "socket:[-1]"}) {
+        EXPECT_FALSE(ProcFs::socketInode(link).has_value()) << link;
+    }
+}
+
+TEST(ProcFs, ListsTheProcessesInOrder)
+{
+    const FileDescriptor root = ProcFs::openRoot();
+    const Puppet puppet;
+    const std::vector<ProcFs::ProcessEntry> processes = ProcFs::processes(root.get());
+    EXPECT_TRUE(std::is_sorted(processes.begin(), processes.end()));
+    EXPECT_TRUE(std::any_of(processes.begin(), processes.end(),
+                            [&puppet](const auto &entry) { return entry.pid == puppet.pid(); }));
+}
+
+TEST(ProcFs, ReadsTheWholeOfAFileThatIsHandedOutInPieces)
+{
+    const FileDescriptor root = ProcFs::openRoot();
+    std::string mounts;
+    ASSERT_TRUE(ProcFs::readFile(root.get(), "kallsyms", mounts, 300'000));
+    EXPECT_EQ(mounts.size(), 300'000U);
+    ASSERT_TRUE(ProcFs::readFile(root.get(), "self/mountinfo", mounts, 1UL << 20U));
+    EXPECT_EQ(mounts.back(), '\n');
+}
+
+TEST(ProcFs, FailsOnAFileThatIsNotThere)
+{
+    const FileDescriptor root = ProcFs::openRoot();
+    std::string content = "before";
+    EXPECT_FALSE(ProcFs::readFile(root.get(), "self/no-such-file", content, 10));
+    EXPECT_EQ(content, "");
+}
+
+TEST(ProcFs, TellsSocketsFromFilesAndFromNothing)
+{
+    Puppet puppet;
+    const Puppet::Listener listener = puppet.listen();
+    const FileDescriptor root = ProcFs::openRoot();
+    const FileDescriptor descriptors =
+        ProcFs::openDirectoryOfProcess(root.get(), puppet.pid(), "/fd");
+    using Kind = ProcFs::Descriptor::Kind;
+    const auto kindOf = [&descriptors](int number) {
+        return ProcFs::descriptor(descriptors.get(), static_cast<unsigned>(number)).kind;
+    };
+    EXPECT_EQ(kindOf(listener.descriptor), Kind::Socket);
+    EXPECT_EQ(kindOf(199), Kind::None);
+    puppet.openFiles(1);
+    EXPECT_EQ(kindOf(listener.descriptor + 1), Kind::Other);
+    EXPECT_TRUE(ProcFs::mayLookAt(descriptors.get()));
+}
+
+} // namespace
+} // namespace Tarnwick

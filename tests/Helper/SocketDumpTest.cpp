@@ -1,0 +1,99 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Helper/linux/SocketDump.h"
+
+#include "tests/Support/Puppet.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace Tarnwick {
+namespace {
+
+constexpr std::string_view heading = "  sl  local_address rem_address   st tx_queue rx_queue tr "
+                                     "tm->when retrnsmt   uid  timeout inode\n";
+
+TEST(SocketDump, ReadsTheListenersFromATable)
+{
+    const std::string table = std::string(heading) +
+                              "   0: 0100007F:0BB8 00000000:0000 0A 00000000:00000000 00:00000000 "
+                              "00000000  1000        0 "
+                              "4711 1 0000000000000000 100 0 0 10 0\n"
+                              "   1: 0100007F:0BB9 0100007F:9C40 01 00000000:00000000 00:00000000 "
+                              "00000000  1000        0 "
+                              "4712 1 0000000000000000 20 4 30 10 -1\n";
+    std::vector<ListeningSocket> sockets;
+    ASSERT_TRUE(SocketDump::parseTable(table, sockets));
+    ASSERT_EQ(sockets.size(), 1U);
+    EXPECT_EQ(sockets[0].port, 3000);
+    EXPECT_EQ(sockets[0].inode, 4711U);
+    EXPECT_EQ(sockets[0].uid, 1000U);
+    EXPECT_EQ(sockets[0].key(), 4711U);
+}
+
+TEST(SocketDump, ReadsTheListenersOfTheOtherFamily)
+{
+    const std::string table =
+        std::string(heading) +
+        "   0: 00000000000000000000000000000000:01BB 00000000000000000000000000000000:0000 0A "
+        "00000000:00000000 00:00000000 00000000     0        0 9 1 0 100 0 0 10 0\n";
+    std::vector<ListeningSocket> sockets;
+    ASSERT_TRUE(SocketDump::parseTable(table, sockets));
+    ASSERT_EQ(sockets.size(), 1U);
+    EXPECT_EQ(sockets[0].port, 443);
+}
+
+TEST(SocketDump, RefusesATableThatIsNone)
+{
+    std::vector<ListeningSocket> sockets;
+    for (const char *line :
+         {"nonsense\n", "0: 0100007F 0:0 0A 0:0 0:0 0 0 0 1\n",
+          "0: 0:FFFFF 0:0 0A 0:0 0:0 0 0 0 1\n", "0: 0:1 0:0 0A 0:0 0:0 0 x 0 1\n",
+          "0: 0:1 0:0 0A 0:0 0:0 0 0 0 x\n"}) {
+        EXPECT_FALSE(SocketDump::parseTable(std::string(heading) + line, sockets)) << line;
+    }
+    EXPECT_TRUE(SocketDump::parseTable("", sockets));
+    EXPECT_TRUE(SocketDump::parseTable(heading, sockets));
+}
+
+TEST(SocketDump, SaysTheSameThroughDiagnosticsAndTables)
+{
+    Puppet puppet;
+    puppet.listen(Puppet::Family::V4);
+    puppet.listen(Puppet::Family::V6);
+    puppet.listen(Puppet::Family::Dual);
+    std::vector<ListeningSocket> diagnosed;
+    std::vector<ListeningSocket> tabulated;
+    ASSERT_FALSE(SocketDump(ListenerInventory::SocketSource::Automatic).list(diagnosed));
+    ASSERT_FALSE(SocketDump(ListenerInventory::SocketSource::ProcNetTcp).list(tabulated));
+    const auto listed = [&](const std::vector<ListeningSocket> &sockets) {
+        std::vector<std::tuple<int, std::uint32_t, uid_t>> found;
+        for (const ListeningSocket &socket : sockets) {
+            found.emplace_back(socket.port, socket.inode, socket.uid);
+        }
+        return found;
+    };
+    EXPECT_EQ(listed(diagnosed), listed(tabulated));
+    EXPECT_TRUE(std::all_of(diagnosed.begin(), diagnosed.end(),
+                            [](const auto &socket) { return socket.cookie != 0; }));
+}
+
+TEST(SocketDump, TellsEachSocketOnceWhenThereAreMany)
+{
+    Puppet puppet;
+    for (int count = 0; count < 150; ++count) {
+        puppet.listen(count % 2 == 0 ? Puppet::Family::V4 : Puppet::Family::V6);
+    }
+    std::vector<ListeningSocket> sockets;
+    SocketDump dump(ListenerInventory::SocketSource::Automatic);
+    for (int again = 0; again < 3; ++again) {
+        ASSERT_FALSE(dump.list(sockets));
+        EXPECT_GE(sockets.size(), 150U);
+        EXPECT_TRUE(std::adjacent_find(sockets.begin(), sockets.end()) == sockets.end());
+    }
+}
+
+} // namespace
+} // namespace Tarnwick
