@@ -18,8 +18,9 @@ namespace Tarnwick {
 
 namespace {
 
-/// The first band: nearly every server's listening socket has a number below this.
-constexpr unsigned firstBandEnd = 16;
+/// Where the bands end. Most servers' listening sockets have a number in the first, those of
+/// runtimes that open more for themselves in the second; what is left is the third.
+constexpr std::array<unsigned, 2> bandEnds{16, 32};
 /// A process with very many descriptors is split into pieces of this size for the threads.
 constexpr unsigned longestStretch = 1024;
 /// Below this many pieces of work a thread costs more than it saves.
@@ -73,72 +74,87 @@ const HolderSearch::Visited &HolderSearch::visit(pid_t pid)
 void HolderSearch::visitAll(std::span<const ProcFs::ProcessEntry> processes,
                             const std::function<bool()> &settled)
 {
-    std::vector<Stretch> first;
-    first.reserve(processes.size());
+    std::vector<Progress> unfinished = begin(processes);
+    for (const unsigned end : bandEnds) {
+        visitBand(unfinished, m_countsTold ? end : everything);
+        if (unfinished.empty() || settled()) {
+            return;
+        }
+    }
+    visitRest(unfinished);
+}
+
+std::vector<HolderSearch::Progress>
+HolderSearch::begin(std::span<const ProcFs::ProcessEntry> processes) const
+{
+    std::vector<Progress> unfinished;
+    unfinished.reserve(processes.size());
     for (const ProcFs::ProcessEntry &process : processes) {
         const auto known = m_visited.find(process.pid);
         if (known == m_visited.end() || !known->second.complete) {
-            first.push_back({.pid = process.pid,
-                             .from = 0,
-                             .to = m_countsTold ? firstBandEnd : everything,
+            unfinished.push_back({.pid = process.pid, .looked = 0, .hits = 0, .descriptors = -1});
+        }
+    }
+    return unfinished;
+}
+
+void HolderSearch::visitBand(std::vector<Progress> &unfinished, unsigned end)
+{
+    std::vector<Stretch> stretches;
+    stretches.reserve(unfinished.size());
+    for (const Progress &progress : unfinished) {
+        stretches.push_back({.pid = progress.pid,
+                             .from = progress.looked,
+                             .to = end,
+                             .missing = progress.descriptors - progress.hits,
                              .result = {},
                              .hits = 0,
                              .found = {}});
-        }
     }
-    run(first);
-    if (!settled()) {
-        visitRest(first);
-    }
+    advance(unfinished, stretches);
 }
 
-void HolderSearch::visitRest(std::span<const Stretch> begun)
+void HolderSearch::visitRest(std::vector<Progress> &unfinished)
 {
     // As many numbers as descriptors are missing: a table without gaps is then read to its end
     // without the directory being listed, which costs nearly half as much as the links themselves.
-    std::vector<Stretch> probes;
-    for (const Stretch &stretch : begun) {
-        if (stretch.result.complete) {
-            continue;
-        }
-        const auto missing = static_cast<unsigned>(
-            std::max<std::int64_t>(0, stretch.result.descriptors - stretch.hits));
-        for (unsigned from = stretch.to; from < stretch.to + missing; from += longestStretch) {
-            Stretch piece{.pid = stretch.pid,
-                          .from = from,
-                          .to = std::min(from + longestStretch, stretch.to + missing),
-                          .result = {},
-                          .hits = 0,
-                          .found = {}};
-            probes.push_back(std::move(piece));
-        }
-    }
-    run(probes);
-
-    std::vector<Stretch> remainders;
-    auto piece = probes.begin();
-    for (const Stretch &stretch : begun) {
-        std::int64_t hits = stretch.hits;
-        unsigned looked = stretch.to;
-        for (; piece != probes.end() && piece->pid == stretch.pid; ++piece) {
-            hits += piece->hits;
-            looked = piece->to;
-        }
-        if (stretch.result.complete) {
-            continue;
-        }
-        if (hits >= stretch.result.descriptors) {
-            m_visited[stretch.pid].complete = true;
-            continue;
-        }
-        remainders.push_back({.pid = stretch.pid,
-                              .from = looked,
-                              .to = everything,
+    std::vector<Stretch> pieces;
+    for (const Progress &progress : unfinished) {
+        const auto missing =
+            static_cast<unsigned>(std::max<std::int64_t>(0, progress.descriptors - progress.hits));
+        const unsigned end = progress.looked + missing;
+        for (unsigned from = progress.looked; from < end; from += longestStretch) {
+            pieces.push_back({.pid = progress.pid,
+                              .from = from,
+                              .to = std::min(from + longestStretch, end),
+                              .missing = missing,
                               .result = {},
                               .hits = 0,
                               .found = {}});
+        }
     }
-    run(remainders);
+    advance(unfinished, pieces);
+    visitBand(unfinished, everything);
+}
+
+/// Looks at stretches of these processes, in their order, and drops the processes that are
+/// finished.
+void HolderSearch::advance(std::vector<Progress> &unfinished, std::span<Stretch> stretches)
+{
+    run(stretches);
+    auto stretch = stretches.begin();
+    for (Progress &progress : unfinished) {
+        for (; stretch != stretches.end() && stretch->pid == progress.pid; ++stretch) {
+            progress.looked = stretch->to;
+            progress.hits += stretch->hits;
+            progress.descriptors = std::max(progress.descriptors, stretch->result.descriptors);
+        }
+        Visited &visited = m_visited[progress.pid];
+        visited.complete = visited.complete ||
+                           (progress.descriptors >= 0 && progress.hits >= progress.descriptors);
+    }
+    std::erase_if(unfinished,
+                  [this](const Progress &progress) { return m_visited[progress.pid].complete; });
 }
 
 void HolderSearch::run(std::span<Stretch> stretches)
@@ -180,17 +196,13 @@ void HolderSearch::look(Stretch &stretch) const
         stretch.result.complete = true;
         return;
     }
-    // A stretch from the start is complete when it has met every descriptor that there is.
-    const bool countable = stretch.from == 0;
-    for (unsigned number = stretch.from; number < stretch.to; ++number) {
-        if (countable && stretch.hits >= stretch.result.descriptors) {
-            break;
-        }
+    // Where the stretch begins the process, how many there are is known only now.
+    const std::int64_t missing = stretch.from == 0 ? stretch.result.descriptors : stretch.missing;
+    for (unsigned number = stretch.from; number < stretch.to && stretch.hits < missing; ++number) {
         if (!lookAtNumber(descriptors.get(), number, stretch)) {
             return;
         }
     }
-    stretch.result.complete = countable && stretch.hits >= stretch.result.descriptors;
 }
 
 /// False when the process is not ours to look at.

@@ -78,17 +78,31 @@ private:
     {
         pid_t pid = 0;
         unsigned from = 0;
-        unsigned to = 0; ///< one past the last; `everything` for all from `from` on
+        unsigned to = 0;          ///< one past the last; `everything` for all from `from` on
+        std::int64_t missing = 0; ///< ends early when it has met this many descriptors
         Visited result;
         std::int64_t hits = 0; ///< numbers in use
         std::vector<Holder> found;
     };
     static constexpr unsigned everything = ~0U;
 
+    /// How far the look at a process has come.
+    struct Progress
+    {
+        pid_t pid = 0;
+        unsigned looked = 0;   ///< numbers below this have been looked at
+        std::int64_t hits = 0; ///< how many of them are in use
+        std::int64_t descriptors = -1;
+    };
+
     void run(std::span<Stretch> stretches);
     void look(Stretch &stretch) const;
     bool lookAtNumber(int descriptors, unsigned number, Stretch &stretch) const;
-    void visitRest(std::span<const Stretch> begun);
+    [[nodiscard]] std::vector<Progress>
+    begin(std::span<const ProcFs::ProcessEntry> processes) const;
+    void visitBand(std::vector<Progress> &unfinished, unsigned end);
+    void visitRest(std::vector<Progress> &unfinished);
+    void advance(std::vector<Progress> &unfinished, std::span<Stretch> stretches);
 
     int m_root;
     bool m_countsTold; ///< whether this kernel tells the number of descriptors

@@ -82,7 +82,7 @@ struct ListenerInventory::Private
         }
     };
 
-    [[nodiscard]] Questions questions();
+    [[nodiscard]] Questions questions(ProcessCensus::Pulse pulse);
     void resolve(const Questions &questions, int attemptsLeft);
     void look(OwnerResolution &resolution, GroupAttribution &attribution,
               const Questions &questions);
@@ -130,8 +130,12 @@ Listing ListenerInventory::list()
     }
     d.vanished.clear();
     d.clock.update();
-    d.memory.check(d.sockets, d.clock);
-    if (const Private::Questions questions = d.questions(); !questions.none()) {
+    // The moment that the listing is true of, where nothing else ran then.
+    const ProcessCensus::Pulse pulse = d.census.pulse();
+    d.memory.check(d.sockets, d.clock,
+                   pulse.othersRun ? ProcessInspector::Reading::Everything
+                                   : ProcessInspector::Reading::WhatMayHaveChanged);
+    if (const Private::Questions questions = d.questions(pulse); !questions.none()) {
         constexpr int attempts = 3;
         d.resolve(questions, attempts);
     }
@@ -145,7 +149,8 @@ std::optional<ProcessIdentity> ListenerInventory::listed(std::int32_t pid) const
     return m_private->memory.listed(pid);
 }
 
-ListenerInventory::Private::Questions ListenerInventory::Private::questions()
+ListenerInventory::Private::Questions
+ListenerInventory::Private::questions(ProcessCensus::Pulse pulse)
 {
     Questions questions;
     Places open;
@@ -160,7 +165,7 @@ ListenerInventory::Private::Questions ListenerInventory::Private::questions()
         }
     }
     // Only a process that has come or gone can change who owns what.
-    if (!open.empty() && census.processesChanged()) {
+    if (pulse.processesChanged) {
         questions.open = std::move(open);
     }
     questions.everything = memory.listing() > 1 && Clock::now() >= nextAudit;

@@ -3,10 +3,7 @@
 
 #include "Helper/linux/OwnerMemory.h"
 
-#include "Helper/linux/ParallelLoop.h"
-
 #include <algorithm>
-#include <limits>
 
 #include <sys/resource.h>
 
@@ -36,7 +33,8 @@ OwnerMemory::OwnerMemory(int root)
 {
 }
 
-void OwnerMemory::check(std::span<const ListeningSocket> sockets, const BootClock &clock)
+void OwnerMemory::check(std::span<const ListeningSocket> sockets, const BootClock &clock,
+                        ProcessInspector::Reading reading)
 {
     ++m_listing;
     const Timestamp now =
@@ -59,33 +57,32 @@ void OwnerMemory::check(std::span<const ListeningSocket> sockets, const BootCloc
         m_places.push_back(&known);
     }
 
-    std::vector<Process *> owners;
-    std::size_t work = 0;
     for (auto &[pid, process] : m_processes) {
         if (!process.places.empty()) {
-            owners.push_back(&process);
-            // Reading a process again costs about as much as checking this many of its sockets.
-            constexpr std::size_t detailsCost = 4;
-            work += process.places.size() + detailsCost;
+            verify(process, sockets, clock, reading);
         }
     }
-    constexpr std::size_t worthThreads = 192;
-    parallelLoop(owners.size(), work >= worthThreads ? 2 : std::numeric_limits<std::size_t>::max(),
-                 [&](std::size_t at) { verify(*owners[at], sockets, clock); });
 }
 
 void OwnerMemory::verify(Process &process, std::span<const ListeningSocket> sockets,
-                         const BootClock &clock)
+                         const BootClock &clock, ProcessInspector::Reading reading)
 {
-    if (!process.inspector || !process.inspector->reopen() || !process.inspector->refresh(clock)) {
+    if (!process.inspector || !process.inspector->reopen() ||
+        !process.inspector->refresh(clock, reading)) {
         process.inspector.reset();
         return;
     }
     process.readAt = m_listing;
     for (const std::uint32_t place : process.places) {
         KnownSocket &known = *m_places[place];
-        known.verified = known.attribution == KnownSocket::Attribution::Grouped ||
-                         process.inspector->holds(known.descriptor, sockets[place].inode);
+        if (known.attribution == KnownSocket::Attribution::Grouped) {
+            known.verified = true;
+            continue;
+        }
+        if (process.inspector->hasRun() || !known.seen) {
+            known.seen = process.inspector->holds(known.descriptor, sockets[place].inode);
+        }
+        known.verified = known.seen;
     }
 }
 
@@ -110,6 +107,7 @@ bool OwnerMemory::assign(std::size_t place, pid_t pid, KnownSocket::Attribution 
     known.attribution = attribution;
     known.owner = pid;
     known.verified = true;
+    known.seen = false;
     return true;
 }
 

@@ -33,6 +33,7 @@ struct KnownSocket
     unsigned descriptor = 0; ///< the owner's number for it
     bool manager = false;    ///< held by a service manager for a service that does not run
     bool verified = false;   ///< in this listing
+    bool seen = false;       ///< the owner was seen to have it when it had run last
     Timestamp firstSeen;
     std::string group;     ///< control group in which the owner was looked for
     std::string groupList; ///< the processes that the group had then
@@ -54,7 +55,8 @@ public:
 
     /// Begins a listing of @p sockets: remembers those that are new, and checks for each of the
     /// others that its owner still lives and still has it, reading the owners' details on the way.
-    void check(std::span<const ListeningSocket> sockets, const BootClock &clock);
+    void check(std::span<const ListeningSocket> sockets, const BootClock &clock,
+               ProcessInspector::Reading reading);
 
     /// What is remembered of a socket, by its place in the listing.
     [[nodiscard]] KnownSocket &socket(std::size_t place) { return *m_places[place]; }
@@ -85,7 +87,8 @@ private:
         std::uint64_t ownsAt = 0;          ///< the listing in which it owned something last
     };
 
-    void verify(Process &process, std::span<const ListeningSocket> sockets, const BootClock &clock);
+    void verify(Process &process, std::span<const ListeningSocket> sockets, const BootClock &clock,
+                ProcessInspector::Reading reading);
 
     int m_root;
     std::size_t m_mostOpen; ///< how many processes' files may be kept open

@@ -19,7 +19,7 @@ ProcessCensus::ProcessCensus(int root)
 {
 }
 
-bool ProcessCensus::processesChanged()
+ProcessCensus::Pulse ProcessCensus::pulse()
 {
     // proc(5): three averages, running/existing tasks, the identifier given out last.
     std::array<char, 128> text;
@@ -27,14 +27,15 @@ bool ProcessCensus::processesChanged()
     const std::string_view line(text.data(), got > 0 ? static_cast<std::size_t>(got) : 0);
     const std::size_t slash = line.find('/');
     if (slash == std::string_view::npos) {
-        return true;
+        return {.processesChanged = true, .othersRun = true};
     }
     const std::string_view counters = line.substr(slash);
-    if (counters == m_counters) {
-        return false;
-    }
+    const std::string_view averagesAndRunning = line.substr(0, slash);
+    Pulse pulse{.processesChanged = counters != m_counters,
+                // Who asks is running itself.
+                .othersRun = !averagesAndRunning.ends_with(" 1")};
     m_counters = counters;
-    return true;
+    return pulse;
 }
 
 std::span<const ProcFs::ProcessEntry> ProcessCensus::take()

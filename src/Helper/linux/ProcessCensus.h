@@ -21,10 +21,17 @@ class ProcessCensus
 public:
     explicit ProcessCensus(int root);
 
-    /// Whether processes have come or gone since the call before, as the kernel's counters in
-    /// /proc/loadavg tell: the number of tasks, and the identifier given out last. True as well
-    /// when they cannot be read. Costs one read.
-    [[nodiscard]] bool processesChanged();
+    /// What one read of the kernel's counters in /proc/loadavg tells; everything is true when it
+    /// cannot be read.
+    struct Pulse
+    {
+        /// Processes have come or gone since the call before: the number of tasks or the identifier
+        /// given out last is another.
+        bool processesChanged = true;
+        /// Something else than this thread runs, or is ready to, at this moment.
+        bool othersRun = true;
+    };
+    [[nodiscard]] Pulse pulse();
 
     /// All processes there are now, in ascending order.
     std::span<const ProcFs::ProcessEntry> take();

@@ -93,6 +93,7 @@ std::unique_ptr<ProcessInspector> ProcessInspector::open(int root, pid_t pid)
         return nullptr;
     }
     inspector->m_identity.startTicks = stat->startTicks;
+    inspector->m_processorClock = ProcessorClock(pid);
     return inspector;
 }
 
@@ -144,9 +145,11 @@ bool ProcessInspector::holds(unsigned descriptor, std::uint32_t inode) const
     return seen.kind == ProcFs::Descriptor::Kind::Socket && seen.inode == inode;
 }
 
-bool ProcessInspector::refresh(const BootClock &clock)
+bool ProcessInspector::refresh(const BootClock &clock, Reading reading)
 {
-    if (!readMemory() || !readImage()) {
+    // The time first: what is read after it cannot have changed before it.
+    m_hasRun = m_processorClock.hasAdvanced() || reading == Reading::Everything;
+    if (!readMemory() || !readImage(reading)) {
         return false;
     }
     m_details.startedAt = clock.time(m_identity.startTicks);
@@ -171,17 +174,19 @@ bool ProcessInspector::readMemory()
     return true;
 }
 
-bool ProcessInspector::readImage()
+bool ProcessInspector::readImage(Reading reading)
 {
     bool changed = !m_described;
     constexpr std::size_t longestComm = 64;
-    if (!readAgain(m_comm.get(), m_rawComm, longestComm, changed) ||
-        !readAgain(m_commandLine.get(), m_rawCommandLine, commandLineRead, changed)) {
+    const bool mayHaveChanged = m_hasRun || !m_described;
+    if (mayHaveChanged &&
+        (!readAgain(m_comm.get(), m_rawComm, longestComm, changed) ||
+         !readAgain(m_commandLine.get(), m_rawCommandLine, commandLineRead, changed))) {
         return false;
     }
     readLinkAgain(m_directory.get(), "exe", m_rawExecutable, changed);
     readLinkAgain(m_directory.get(), "cwd", m_rawDirectory, changed);
-    readLeader(changed);
+    readLeader(reading, changed);
     if (changed) {
         describe();
         m_described = true;
@@ -189,16 +194,15 @@ bool ProcessInspector::readImage()
     return true;
 }
 
-void ProcessInspector::readLeader(bool &changed)
+void ProcessInspector::readLeader(Reading reading, bool &changed)
 {
     const pid_t leader = ::getpgid(m_identity.pid);
     if (leader != m_leader) {
-        // The identifier of a group is not used again while the group has members; so its leader,
-        // if there is a process of that identifier, is no stranger.
-        const bool other = leader > 0 && leader != m_identity.pid;
-        m_leaderCommandLine =
-            other ? ProcFs::openOfProcess(m_root, leader, "/cmdline") : FileDescriptor();
-        m_leader = leader;
+        followLeader(leader);
+    }
+    const bool nothingToRead = !m_leaderCommandLine && m_rawLeaderCommandLine.empty();
+    if (nothingToRead || (!m_leaderClock.hasAdvanced() && reading == Reading::WhatMayHaveChanged)) {
+        return;
     }
     const bool read =
         m_leaderCommandLine &&
@@ -207,6 +211,17 @@ void ProcessInspector::readLeader(bool &changed)
         m_rawLeaderCommandLine.clear();
         changed = true;
     }
+}
+
+/// The identifier of a group is not used again while the group has members; so its leader, if there
+/// is a process of that identifier, is no stranger.
+void ProcessInspector::followLeader(pid_t leader)
+{
+    const bool other = leader > 0 && leader != m_identity.pid;
+    m_leaderCommandLine =
+        other ? ProcFs::openOfProcess(m_root, leader, "/cmdline") : FileDescriptor();
+    m_leaderClock = other ? ProcessorClock(leader) : ProcessorClock();
+    m_leader = leader;
 }
 
 void ProcessInspector::describe()

@@ -5,6 +5,7 @@
 
 #include "Helper/ListenerInventory.h"
 #include "Helper/linux/BootClock.h"
+#include "Helper/linux/ProcessorClock.h"
 #include "Models/Timestamp.h"
 #include "Shared/FileDescriptor.h"
 
@@ -32,9 +33,10 @@ struct ProcessDetails
 };
 
 /// Looks at one process, again and again: keeps its files of /proc open, so that a look costs a
-/// read of each, and takes texts apart only when they have changed. Reads through an open file
-/// never reach another process that got the same identifier. One thread at a time; several
-/// inspectors may be used at once.
+/// read of each, and takes texts apart only when they have changed. A process that has not run
+/// since is not even asked for its name and arguments: only others can have changed something, its
+/// paths and its group. Reads through an open file never reach another process that got the same
+/// identifier. One thread at a time; several inspectors may be used at once.
 class ProcessInspector
 {
 public:
@@ -47,8 +49,19 @@ public:
     /// as well when it cannot be seen.
     [[nodiscard]] bool holds(unsigned descriptor, std::uint32_t inode) const;
 
+    enum class Reading {
+        Everything,
+        /// What a process can only change by running is read if it has run. Only for a moment at
+        /// which nothing but the caller runs: the time of a running process is counted with delay.
+        WhatMayHaveChanged
+    };
+
     /// Reads the details again. False when the process has ended.
-    [[nodiscard]] bool refresh(const BootClock &clock);
+    [[nodiscard]] bool refresh(const BootClock &clock, Reading reading = Reading::Everything);
+
+    /// Whether the process may have run between the last two calls of refresh(). One that has not
+    /// has opened, closed and renamed nothing.
+    [[nodiscard]] bool hasRun() const { return m_hasRun; }
 
     /// As of the last refresh().
     [[nodiscard]] const ProcessDetails &details() const { return m_details; }
@@ -75,8 +88,9 @@ private:
 
     [[nodiscard]] bool openFiles();
     [[nodiscard]] bool readMemory();
-    [[nodiscard]] bool readImage();
-    void readLeader(bool &changed);
+    [[nodiscard]] bool readImage(Reading reading);
+    void readLeader(Reading reading, bool &changed);
+    void followLeader(pid_t leader);
     void describe();
 
     int m_root;
@@ -88,6 +102,9 @@ private:
     FileDescriptor m_commandLine;
     FileDescriptor m_leaderCommandLine;
     pid_t m_leader = 0;
+    ProcessorClock m_processorClock;
+    ProcessorClock m_leaderClock;
+    bool m_hasRun = true;
 
     // As the kernel told them last; the details are made from them.
     std::string m_rawComm;
