@@ -53,6 +53,9 @@ public:
         /// machine. Between two of these only one change goes unseen: a process that is older than
         /// a listener's owner is handed the socket, and would now be its owner.
         std::chrono::seconds auditInterval{300};
+        /// The interval grows so that such a look takes no more than one part in this many of the
+        /// time.
+        int auditShare = 500;
     };
 
     ListenerInventory();

@@ -23,8 +23,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// A look at every descriptor takes at most this share of the time.
-constexpr int auditShare = 500;
 /// The longest pause between two searches for an owner that could not be found, in listings.
 constexpr std::uint64_t longestPause = 64;
 
@@ -59,6 +57,7 @@ struct ListenerInventory::Private
 {
     explicit Private(const Options &options)
         : auditInterval(options.auditInterval)
+        , auditShare(options.auditShare)
         , root(ProcFs::openRoot())
         , dump(options.source)
         , census(root.get())
@@ -96,6 +95,7 @@ struct ListenerInventory::Private
     [[nodiscard]] std::vector<RawPortInfo> records();
 
     std::chrono::seconds auditInterval;
+    int auditShare;
     FileDescriptor root;
     SocketDump dump;
     ControlGroups groups;
