@@ -167,6 +167,9 @@ std::vector<GroupMember> GroupAttribution::candidates(const std::string &path, s
     const auto [entry, isNew] = m_members.try_emplace(path);
     if (isNew) {
         for (const pid_t pid : m_groups.processes(path)) {
+            if (!m_mayHold(pid)) {
+                continue;
+            }
             GroupMember member{
                 .stat = {}, .pid = pid, .commandLine = {}, .users = {}, .readable = false};
             // Threads of the kernel, and what has ended, have no command line.

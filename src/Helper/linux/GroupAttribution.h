@@ -8,11 +8,13 @@
 #include "Helper/linux/SocketDump.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <sys/types.h>
@@ -35,9 +37,13 @@ struct GroupMember
 class GroupAttribution
 {
 public:
-    GroupAttribution(int procRoot, ControlGroups &groups)
+    /// Whether a process may have any descriptor; who has none owns no socket.
+    using MayHold = std::function<bool(pid_t)>;
+
+    GroupAttribution(int procRoot, ControlGroups &groups, MayHold mayHold)
         : m_procRoot(procRoot)
         , m_groups(groups)
+        , m_mayHold(std::move(mayHold))
     {
     }
 
@@ -73,6 +79,7 @@ private:
 
     int m_procRoot;
     ControlGroups &m_groups;
+    MayHold m_mayHold;
     /// Of this look; of each member the command line only.
     std::map<std::string, std::vector<GroupMember>> m_members;
 };

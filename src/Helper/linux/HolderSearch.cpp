@@ -22,9 +22,11 @@ namespace {
 /// runtimes that open more for themselves in the second; what is left is the third.
 constexpr std::array<unsigned, 2> bandEnds{16, 32};
 /// A process with very many descriptors is split into pieces of this size for the threads.
-constexpr unsigned longestStretch = 1024;
-/// Below this many pieces of work a thread costs more than it saves.
-constexpr std::size_t worthThreads = 192;
+constexpr unsigned longestStretch = 512;
+/// With fewer numbers to look at than this, threads cost more than they save.
+constexpr std::size_t worthThreads = 3072;
+/// What a process costs beside its descriptors, as many numbers.
+constexpr std::size_t costOfProcess = 3;
 
 /// The size of the directory PID/fd, which is the number of descriptors since Linux 6.2.
 std::int64_t sizeOf(int descriptors)
@@ -127,7 +129,7 @@ void HolderSearch::visitRest(std::vector<Progress> &unfinished)
             pieces.push_back({.pid = progress.pid,
                               .from = from,
                               .to = std::min(from + longestStretch, end),
-                              .missing = missing,
+                              .missing = std::min(longestStretch, missing),
                               .result = {},
                               .hits = 0,
                               .found = {}});
@@ -159,7 +161,13 @@ void HolderSearch::advance(std::vector<Progress> &unfinished, std::span<Stretch>
 
 void HolderSearch::run(std::span<Stretch> stretches)
 {
-    parallelLoop(stretches.size(), worthThreads,
+    std::size_t numbers = 0;
+    for (const Stretch &stretch : stretches) {
+        // How many there are is not known of a process before the first look at it.
+        const std::int64_t expected = stretch.missing < 0 ? bandEnds.front() : stretch.missing;
+        numbers += costOfProcess + static_cast<std::size_t>(expected);
+    }
+    parallelLoop(stretches.size(), numbers >= worthThreads ? Parallel::WhereItHelps : Parallel::No,
                  [this, stretches](std::size_t index) { look(stretches[index]); });
     for (const Stretch &stretch : stretches) {
         Visited &visited = m_visited[stretch.pid];
@@ -260,7 +268,10 @@ std::vector<std::int64_t> descriptorCounts(int root,
     }
     constexpr std::size_t block = 64;
     const std::size_t blocks = (processes.size() + block - 1) / block;
-    parallelLoop(blocks, 4, [&](std::size_t index) {
+    constexpr std::size_t worthThreadsForCounts = 4;
+    const Parallel parallel =
+        blocks >= worthThreadsForCounts ? Parallel::WhereItHelps : Parallel::No;
+    parallelLoop(blocks, parallel, [&](std::size_t index) {
         const std::size_t end = std::min(processes.size(), (index + 1) * block);
         for (std::size_t at = index * block; at < end; ++at) {
             counts[at] = ProcFs::sizeOfDescriptorTable(root, processes[at].pid);

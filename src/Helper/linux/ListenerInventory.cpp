@@ -205,15 +205,14 @@ void ListenerInventory::Private::look(OwnerResolution &resolution, GroupAttribut
     const Clock::time_point start = Clock::now();
     bool everywhere = memory.listing() == 1 || questions.everything;
     if (!everywhere) {
-        std::vector<pid_t> suspects = census.newcomers();
-        if (!questions.fresh.empty() || !questions.lost.empty()) {
-            const std::vector<pid_t> changed = census.changed();
-            suspects.insert(suspects.end(), changed.begin(), changed.end());
+        resolution.look(census.newcomers());
+        if (!questions.lost.empty() || !resolution.ownersAreMakers(questions.fresh)) {
+            std::vector<pid_t> suspects = census.changed();
+            for (const std::uint32_t place : questions.lost) {
+                suspects.push_back(memory.socket(place).owner);
+            }
+            resolution.look(suspects);
         }
-        for (const std::uint32_t place : questions.lost) {
-            suspects.push_back(memory.socket(place).owner);
-        }
-        resolution.look(suspects);
         everywhere = !questions.lost.empty() || !resolution.settled(questions.fresh) ||
                      anyDue(questions.open);
     }
@@ -253,7 +252,10 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
     for (const std::uint32_t place : wanted) {
         resolution.want(place);
     }
-    GroupAttribution attribution(root.get(), groups);
+    GroupAttribution attribution(root.get(), groups, [&resolution](pid_t pid) {
+        const auto visited = resolution.search().visited().find(pid);
+        return visited == resolution.search().visited().end() || visited->second.descriptors != 0;
+    });
     look(resolution, attribution, questions);
 
     Places unowned;

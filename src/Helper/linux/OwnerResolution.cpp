@@ -61,6 +61,16 @@ bool OwnerResolution::settled(std::span<const std::uint32_t> sockets)
     });
 }
 
+bool OwnerResolution::ownersAreMakers(std::span<const std::uint32_t> sockets)
+{
+    return std::all_of(sockets.begin(), sockets.end(), [this](std::uint32_t socket) {
+        const std::optional<SocketOwner> found = owner(socket);
+        const std::optional<ProcFs::Stat> known = found ? stat(found->pid) : std::nullopt;
+        return known && !found->manager && known->parent > initProcess &&
+               !isManager(known->parent) && ::getsid(known->parent) == ::getsid(found->pid);
+    });
+}
+
 /// Others may hold a socket under a number that has not been looked at: those that a holder has it
 /// from, or got it with. Goes on until nobody new is found.
 void OwnerResolution::climb()

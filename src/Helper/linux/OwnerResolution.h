@@ -52,6 +52,11 @@ public:
     /// Whether the owner of a socket that nobody was seen to hold is known in another way.
     using KnownOtherwise = std::function<bool(std::uint32_t socket)>;
 
+    /// Whether each of these sockets has an owner whose own maker still lives and was looked at, so
+    /// that the owner is known to have made the socket itself. Who was made by a process that has
+    /// ended, or was started by a service manager, may have it from anybody.
+    [[nodiscard]] bool ownersAreMakers(std::span<const std::uint32_t> sockets);
+
     /// Looks at all processes. What takes longest, the descriptors with higher numbers, is left out
     /// when it is not needed: every wanted socket is settled or @p knownOtherwise by then.
     void lookEverywhere(Thoroughness thoroughness, const KnownOtherwise &knownOtherwise);

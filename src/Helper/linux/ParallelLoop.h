@@ -12,12 +12,14 @@
 
 namespace Tarnwick {
 
-/// Calls @p body with each index below @p count, on this thread and, when there are at least
-/// @p worthwhile of them, on a few more. Returns when all calls have. The indices are handed out
-/// one by one, so that one long piece of work does not hold up the others' share. @p body must not
-/// throw.
+/// Whether a loop is worth threads, each of which costs some fifty microseconds to start and end.
+enum class Parallel { No, WhereItHelps };
+
+/// Calls @p body with each index below @p count, on this thread and, where that helps, on a few
+/// more. Returns when all calls have. The indices are handed out one by one, so that one long piece
+/// of work does not hold up the others' share. @p body must not throw.
 template<class Body>
-void parallelLoop(std::size_t count, std::size_t worthwhile, const Body &body)
+void parallelLoop(std::size_t count, Parallel parallel, const Body &body)
 {
     // The work is system calls on one file system: past a few threads its locks are the limit.
     constexpr unsigned mostThreads = 4;
@@ -29,10 +31,10 @@ void parallelLoop(std::size_t count, std::size_t worthwhile, const Body &body)
         }
     };
     std::vector<std::thread> others;
-    if (count >= worthwhile) {
+    if (parallel == Parallel::WhereItHelps) {
         const unsigned threads = std::min(std::thread::hardware_concurrency(), mostThreads);
         try {
-            for (unsigned thread = 1; thread < threads; ++thread) {
+            for (unsigned thread = 1; thread < threads && thread < count; ++thread) {
                 others.emplace_back(work);
             }
         } catch (const std::system_error &) {
