@@ -46,10 +46,10 @@ void require(bool done, const char *what)
 
 } // namespace
 
-std::vector<DescriptorKind> drawMix(std::size_t count, std::size_t listeners,
+std::vector<DescriptorKind> drawMix(std::size_t count, std::size_t listeners, std::size_t before,
                                     std::mt19937_64 &random)
 {
-    std::vector<std::size_t> all(count);
+    std::vector<std::size_t> all(std::min(count, listeners + std::min(count, before)));
     std::iota(all.begin(), all.end(), 0);
     std::vector<std::size_t> listening;
     std::sample(all.begin(), all.end(), std::back_inserter(listening), listeners, random);

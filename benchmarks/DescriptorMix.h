@@ -21,8 +21,9 @@ enum class DescriptorKind {
 };
 
 /// Draws what @p count descriptors are, of which @p listeners (at most @p count) listen: a mix as
-/// servers and desktop programs have it, with the listeners anywhere among the others.
-std::vector<DescriptorKind> drawMix(std::size_t count, std::size_t listeners,
+/// servers and desktop programs have it, with the listeners anywhere among the others, of which at
+/// most @p before come before the last of them.
+std::vector<DescriptorKind> drawMix(std::size_t count, std::size_t listeners, std::size_t before,
                                     std::mt19937_64 &random);
 
 /// Opens the descriptors of a mix in its order, to stay open as long as the process lives. Gives

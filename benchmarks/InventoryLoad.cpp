@@ -46,6 +46,7 @@ struct Shape
     std::uint64_t listening = 1;    ///< how many of the processes listen
     std::uint64_t listeners = 1;    ///< of each process that listens
     std::uint64_t descriptors = 50; ///< of each process, its listeners and the standard ones too
+    std::uint64_t before = 20;      ///< how many others may come before the last listener
     std::uint64_t workers = 0;      ///< that each process forks when its descriptors are open
     std::uint64_t seed = 0;
 };
@@ -59,7 +60,8 @@ struct Option
 constexpr std::array options{
     Option{"--processes", &Shape::processes}, Option{"--listening", &Shape::listening},
     Option{"--listeners", &Shape::listeners}, Option{"--descriptors", &Shape::descriptors},
-    Option{"--workers", &Shape::workers},     Option{"--seed", &Shape::seed},
+    Option{"--before", &Shape::before},       Option{"--workers", &Shape::workers},
+    Option{"--seed", &Shape::seed},
 };
 
 std::optional<Shape> parse(std::span<char *const> arguments)
@@ -148,8 +150,9 @@ void live(const Shape &shape, std::uint64_t number, bool listens, const sigset_t
 {
     std::seed_seq seed{shape.seed, number};
     std::mt19937_64 random(seed);
-    const std::vector<std::uint16_t> ports = openMix(
-        drawMix(shape.descriptors - inheritedDescriptors, listens ? shape.listeners : 0, random));
+    const std::vector<std::uint16_t> ports =
+        openMix(drawMix(shape.descriptors - inheritedDescriptors, listens ? shape.listeners : 0,
+                        shape.before, random));
     report.owns(ports);
     if (forkWorkers(shape.workers)) {
         report.shares(ports);

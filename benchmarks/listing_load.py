@@ -43,6 +43,7 @@ class Shape:
     listeners: int
     descriptors: int
     workers: int = 0
+    before: int = 20  # a server listens before it accepts; none has many others open by then
 
     def arguments(self, seed):
         named = {**dataclasses.asdict(self), "seed": seed}

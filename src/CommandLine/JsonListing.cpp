@@ -18,8 +18,7 @@ namespace Tarnwick {
 namespace {
 
 using Buffer = rapidjson::StringBuffer;
-using Writer = rapidjson::Writer<Buffer, rapidjson::UTF8<>, rapidjson::UTF8<>,
-                                 rapidjson::CrtAllocator, rapidjson::kWriteValidateEncodingFlag>;
+using Writer = rapidjson::Writer<Buffer>;
 
 void writeMember(Writer &writer, std::string_view key, std::string_view text)
 {
@@ -27,9 +26,8 @@ void writeMember(Writer &writer, std::string_view key, std::string_view text)
     writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
 }
 
-void writeObject(Buffer &buffer, const Listener &listener, std::string_view change)
+void writeObject(Writer &writer, const Listener &listener, std::string_view change)
 {
-    Writer writer(buffer);
     writer.StartObject();
     if (!change.empty()) {
         writeMember(writer, "change", change);
@@ -63,14 +61,13 @@ void appendEscaped(std::string &json, char32_t codePoint)
 
 /// The writer has escaped the control characters below U+0020; what else does not print stands
 /// within strings only, where an escape means the same.
-std::string withInvisibleEscaped(std::string_view json)
+void appendWithInvisibleEscaped(std::string &escaped, std::string_view json)
 {
     const auto needsNoLook = [](char character) { return character < '\x7f' && character > '\0'; };
     if (std::all_of(json.begin(), json.end(), needsNoLook)) {
-        return std::string(json);
+        escaped += json;
+        return;
     }
-    std::string escaped;
-    escaped.reserve(json.size());
     while (!json.empty()) {
         std::string_view rest = json;
         const char32_t codePoint = Utf8::takeCodePoint(rest);
@@ -82,12 +79,6 @@ std::string withInvisibleEscaped(std::string_view json)
         }
         json = rest;
     }
-    return escaped;
-}
-
-std::string textOf(const Buffer &buffer)
-{
-    return withInvisibleEscaped({buffer.GetString(), buffer.GetSize()});
 }
 
 } // namespace
@@ -97,25 +88,33 @@ std::string JsonListing::array(std::span<const Listener> listeners)
     if (listeners.empty()) {
         return "[]\n";
     }
-    Buffer buffer;
+    std::string json;
     std::string_view separator = "[\n";
-    const auto put = [&buffer](std::string_view text) {
-        std::copy(text.begin(), text.end(), buffer.Push(text.size()));
-    };
+    Buffer buffer;
+    Writer writer(buffer);
     for (const Listener &listener : listeners) {
-        put(separator);
-        writeObject(buffer, listener, {});
+        buffer.Clear();
+        writer.Reset(buffer);
+        writeObject(writer, listener, {});
+        json += separator;
+        appendWithInvisibleEscaped(json, {buffer.GetString(), buffer.GetSize()});
+        if (separator.front() == '[') {
+            // Records are much alike in size: what the first takes tells what all will.
+            json.reserve(json.size() * (listeners.size() + 1));
+        }
         separator = ",\n";
     }
-    put("\n]\n");
-    return textOf(buffer);
+    return json += "\n]\n";
 }
 
 std::string JsonListing::changeLine(std::string_view change, const Listener &listener)
 {
     Buffer buffer;
-    writeObject(buffer, listener, change);
-    return textOf(buffer) + '\n';
+    Writer writer(buffer);
+    writeObject(writer, listener, change);
+    std::string line;
+    appendWithInvisibleEscaped(line, {buffer.GetString(), buffer.GetSize()});
+    return line += '\n';
 }
 
 } // namespace Tarnwick

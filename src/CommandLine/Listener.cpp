@@ -28,7 +28,10 @@ std::vector<Listener> listenersFrom(std::vector<RawPortInfo> records)
     for (std::size_t index = 0; index < records.size(); ++index) {
         listeners.push_back({std::move(records[index]), std::move(entries[index])});
     }
-    std::stable_sort(listeners.begin(), listeners.end(), comesBefore);
+    // They come ordered by port: seldom is there anything to move.
+    if (!std::is_sorted(listeners.begin(), listeners.end(), comesBefore)) {
+        std::stable_sort(listeners.begin(), listeners.end(), comesBefore);
+    }
     return listeners;
 }
 

@@ -273,8 +273,8 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
             unowned.push_back(place);
         }
     }
-    dropVanished(unowned);
     attribute(attribution, unowned);
+    dropVanished(unowned);
     // An owner that ended since it was found may have left its socket to another process.
     if (!ended.none()) {
         resolve(ended, attemptsLeft - 1);
@@ -326,7 +326,7 @@ bool ListenerInventory::Private::attributionStands(std::uint32_t place)
 void ListenerInventory::Private::attribute(GroupAttribution &attribution, const Places &places)
 {
     for (const std::uint32_t place : places) {
-        if (vanished.contains(place) || attributionStands(place)) {
+        if (attributionStands(place)) {
             continue;
         }
         KnownSocket &known = memory.socket(place);
