@@ -54,20 +54,10 @@ FileDescriptor listenOnAnyPort(int &port)
 
 } // namespace
 
-std::filesystem::path ListeningChild::program(const Setup &setup)
+std::filesystem::path ListeningChild::program(const Setup &setup) const
 {
-    std::filesystem::path original = std::filesystem::canonical("/bin/sleep");
-    if (setup.isSystem) {
-        return original;
-    }
-    std::string folder = std::filesystem::temp_directory_path() / "tarnwick-child-XXXXXX";
-    if (mkdtemp(folder.data()) == nullptr) {
-        throw std::runtime_error("no folder to be had");
-    }
-    m_folder = folder;
-    std::filesystem::path copy = m_folder / setup.name;
-    std::filesystem::copy_file(original, copy);
-    return copy;
+    const std::filesystem::path original = std::filesystem::canonical("/bin/sleep");
+    return setup.isSystem ? original : m_copies.copy(original, setup.name);
 }
 
 ListeningChild::ListeningChild(const Setup &setup)
@@ -126,9 +116,6 @@ ListeningChild::~ListeningChild()
     }
     if (m_grandchild > 0) {
         kill(m_grandchild, SIGKILL);
-    }
-    if (!m_folder.empty()) {
-        std::filesystem::remove_all(m_folder);
     }
 }
 

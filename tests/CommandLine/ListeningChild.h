@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "tests/Support/TemporaryCopy.h"
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -47,9 +49,9 @@ public:
     [[nodiscard]] int endedBy();
 
 private:
-    [[nodiscard]] std::filesystem::path program(const Setup &setup);
+    [[nodiscard]] std::filesystem::path program(const Setup &setup) const;
 
-    std::filesystem::path m_folder;
+    TemporaryCopy m_copies;
     std::vector<int> m_ports;
     pid_t m_pid = -1;
     pid_t m_grandchild = -1;

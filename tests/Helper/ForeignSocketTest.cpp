@@ -245,16 +245,17 @@ TEST_F(ForeignSocketTest, SeesTheNetworkNamespaceThatItRunsIn)
 
 TEST_F(ForeignSocketTest, NamesAServerThatIsProcessOneOfItsContainer)
 {
+    constexpr int noNamespace = 125;
     // Process 1 of a namespace, with a /proc of that namespace, and a worker.
     const auto enter = [] {
         if (::unshare(CLONE_NEWPID | CLONE_NEWNS | CLONE_NEWNET) != 0 ||
             ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
-            return 1;
+            return noNamespace;
         }
         return inOwnProcess([] {
             // This is process 1 now; it listens, and so does its worker.
             if (::mount("proc", "/proc", "proc", 0, nullptr) != 0) {
-                return 2;
+                return noNamespace;
             }
             const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
             if (::listen(listener, 4) != 0) {
@@ -272,7 +273,11 @@ TEST_F(ForeignSocketTest, NamesAServerThatIsProcessOneOfItsContainer)
             return records != nullptr && records->size() == 1 && records->front().pid == 1 ? 0 : 4;
         });
     };
-    EXPECT_EQ(inOwnProcess(enter), 0);
+    const int result = inOwnProcess(enter);
+    if (result == noNamespace) {
+        GTEST_SKIP() << "no namespace of processes to be had";
+    }
+    EXPECT_EQ(result, 0);
 }
 
 TEST_F(ForeignSocketTest, KeepsUpWithProcessesThatComeAndGoWhileItLooks)

@@ -3,8 +3,8 @@
 
 #include "Shared/AppLog.h"
 #include "Shared/Iso8601.h"
-#include "tests/Shared/ScopedEnvironment.h"
-#include "tests/Shared/TemporaryFolder.h"
+#include "tests/Support/ScopedEnvironment.h"
+#include "tests/Support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

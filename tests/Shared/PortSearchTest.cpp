@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "Shared/PortSearch.h"
-#include "tests/Shared/ScopedEnvironment.h"
-#include "tests/Shared/TemporaryFolder.h"
+#include "tests/Support/ScopedEnvironment.h"
+#include "tests/Support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
-#include "tests/Shared/ScopedEnvironment.h"
+#include "tests/Support/ScopedEnvironment.h"
 
 #include <cstdlib>
 #include <utility>

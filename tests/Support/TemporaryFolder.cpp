@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
-#include "tests/Shared/TemporaryFolder.h"
+#include "tests/Support/TemporaryFolder.h"
 
 #include <cerrno>
 #include <cstdlib>
