@@ -7,7 +7,7 @@
 
 #include <chrono>
 
-#include <time.h>
+#include <ctime>
 #include <unistd.h>
 
 namespace Tarnwick {

@@ -153,7 +153,8 @@ std::string startThread()
 std::string retitle(const Words &words)
 {
     std::memset(argumentArea, 0, argumentAreaSize);
-    std::memcpy(argumentArea, words[1].data(), std::min(words[1].size(), argumentAreaSize - 1));
+    const std::size_t size = std::min(words[1].size(), argumentAreaSize - 1);
+    std::copy_n(words[1].begin(), size, argumentArea);
     return "ok";
 }
 

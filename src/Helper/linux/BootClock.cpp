@@ -3,7 +3,7 @@
 
 #include "Helper/linux/BootClock.h"
 
-#include <time.h>
+#include <ctime>
 #include <unistd.h>
 
 namespace Tarnwick {

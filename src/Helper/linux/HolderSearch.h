@@ -22,6 +22,7 @@ struct Holder
     pid_t pid = 0;
     unsigned descriptor = 0; ///< its lowest number for the socket
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): a false alarm of clang-tidy 14
     friend auto operator<=>(const Holder &, const Holder &) = default;
 };
 
@@ -70,6 +71,7 @@ private:
     {
         std::uint32_t inode = 0;
         std::uint32_t socket = 0;
+        // NOLINTNEXTLINE(modernize-use-nullptr): a false alarm of clang-tidy 14
         friend auto operator<=>(const Indexed &, const Indexed &) = default;
     };
 

@@ -13,12 +13,10 @@
 
 #include <sys/types.h>
 
-namespace Tarnwick {
-
 /// Reading the process file system, /proc (proc(5)): small functions over descriptors relative to
 /// it, so that a path is never looked up twice. Everything here may fail at any moment because a
 /// process ends; nothing, or a short answer, is then the result.
-namespace ProcFs {
+namespace Tarnwick::ProcFs {
 
 /// A directory of /proc that stands for a process. The kernel makes a new inode for a process that
 /// got the identifier of an earlier one, so that the pair tells them apart without a look inside.
@@ -27,6 +25,7 @@ struct ProcessEntry
     pid_t pid = 0;
     std::uint64_t inode = 0;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): a false alarm of clang-tidy 14
     friend auto operator<=>(const ProcessEntry &, const ProcessEntry &) = default;
 };
 
@@ -113,6 +112,4 @@ struct Descriptor
 /// The inode of the socket that the text of a link names, "socket:[4711]".
 [[nodiscard]] std::optional<std::uint32_t> socketInode(std::string_view link);
 
-} // namespace ProcFs
-
-} // namespace Tarnwick
+} // namespace Tarnwick::ProcFs

@@ -5,8 +5,8 @@
 
 #include <cstdint>
 
+#include <ctime>
 #include <sys/types.h>
-#include <time.h>
 
 namespace Tarnwick {
 
