@@ -3,7 +3,7 @@
 
 #include "Helper/linux/GroupAttribution.h"
 
-#include "Helper/ProcessName.h"
+#include "Helper/linux/ParallelLoop.h"
 
 #include <algorithm>
 #include <array>
@@ -162,23 +162,35 @@ bool GroupAttribution::namesPort(std::string_view commandLine, std::uint16_t por
     return false;
 }
 
+std::vector<GroupMember> GroupAttribution::members(const std::string &path) const
+{
+    std::vector<GroupMember> found;
+    for (const pid_t pid : m_groups.processes(path)) {
+        if (m_mayHold(pid)) {
+            found.push_back(
+                {.stat = {}, .pid = pid, .commandLine = {}, .users = {}, .readable = false});
+        }
+    }
+    constexpr std::size_t worthThreads = 128;
+    const Parallel parallel = found.size() >= worthThreads ? Parallel::WhereItHelps : Parallel::No;
+    parallelLoop(found.size(), parallel, [this, &found](std::size_t at) {
+        // Most command lines are far shorter than what reading takes room for.
+        thread_local std::string text;
+        const FileDescriptor file = ProcFs::openOfProcess(m_procRoot, found[at].pid, "/cmdline");
+        if (file && ProcFs::readWhole(file.get(), text, longestCommandLine)) {
+            found[at].commandLine.assign(text);
+        }
+    });
+    // Threads of the kernel, and what has ended, have no command line.
+    std::erase_if(found, [](const GroupMember &member) { return member.commandLine.empty(); });
+    return found;
+}
+
 std::vector<GroupMember> GroupAttribution::candidates(const std::string &path, std::uint16_t port)
 {
     const auto [entry, isNew] = m_members.try_emplace(path);
     if (isNew) {
-        for (const pid_t pid : m_groups.processes(path)) {
-            if (!m_mayHold(pid)) {
-                continue;
-            }
-            GroupMember member{
-                .stat = {}, .pid = pid, .commandLine = {}, .users = {}, .readable = false};
-            // Threads of the kernel, and what has ended, have no command line.
-            const FileDescriptor file = ProcFs::openOfProcess(m_procRoot, pid, "/cmdline");
-            if (file && ProcFs::readWhole(file.get(), member.commandLine, longestCommandLine) &&
-                !member.commandLine.empty()) {
-                entry->second.push_back(std::move(member));
-            }
-        }
+        entry->second = members(path);
     }
     // A group of strangers may be the whole machine: look closer only at those who name the port.
     const bool all = !ControlGroups::isShared(path);

@@ -74,6 +74,7 @@ public:
     [[nodiscard]] static bool namesPort(std::string_view commandLine, std::uint16_t port);
 
 private:
+    [[nodiscard]] std::vector<GroupMember> members(const std::string &path) const;
     [[nodiscard]] std::vector<GroupMember> candidates(const std::string &path, std::uint16_t port);
     void complete(GroupMember &member) const;
 
