@@ -20,13 +20,14 @@ add_library(TarnwickOptions INTERFACE)
 target_compile_options(TarnwickOptions INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wnon-virtual-dtor
     -Wold-style-cast -Woverloaded-virtual -Wimplicit-fallthrough
-    # The checks that a sanitizer puts in make the compiler see null pointers in its own library.
-    $<$<NOT:$<BOOL:${TARNWICK_SANITIZE}>>:-Wnull-dereference>
     $<$<BOOL:${TARNWICK_WERROR}>:-Werror>)
 if(TARNWICK_SANITIZE)
     target_compile_options(TarnwickOptions INTERFACE
         -fsanitize=${TARNWICK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(TarnwickOptions INTERFACE -fsanitize=${TARNWICK_SANITIZE})
+else()
+    # The checks that a sanitizer puts in make the compiler see null pointers in its own library.
+    target_compile_options(TarnwickOptions INTERFACE -Wnull-dereference)
 endif()
 
 # tarnwick_library(Name SOURCES... ) makes the static library of one layer, with the alias
