@@ -5,8 +5,8 @@
 // measured against. All of them end when the pipe on standard input is closed by the last who can
 // write to it. Until then a line "open PID" there makes that process listen once more.
 
-#include "DescriptorLimit.h"
 #include "DescriptorMix.h"
+#include "Helper/DescriptorLimit.h"
 #include "LoadReport.h"
 
 #include <algorithm>

@@ -9,7 +9,7 @@
 //     pairs         what the latest scan named, as PORT:PID separated by blanks
 //     memory        the resident memory of the program, in kilobytes
 
-#include "DescriptorLimit.h"
+#include "Helper/DescriptorLimit.h"
 #include "Helper/ListenerInventory.h"
 
 #include <algorithm>

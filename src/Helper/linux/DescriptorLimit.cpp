@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
-#include "DescriptorLimit.h"
+#include "Helper/DescriptorLimit.h"
 
 #include <sys/resource.h>
 

@@ -1,0 +1,69 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Helper/linux/BusHandles.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <sys/types.h>
+
+namespace Tarnwick {
+
+/// Who has asked the helper something and is still on the bus. The bus tells who is behind a name
+/// and when that one leaves; nothing here waits for its answers.
+class BusClients
+{
+public:
+    struct Identity
+    {
+        uid_t user = 0;
+        std::optional<std::int32_t> process; ///< where the bus knows it
+    };
+    using Known = std::function<void(const Identity &)>;
+
+    /// @p countChanged is called when the first client has come and when the last one has left. The
+    /// bus outlives the clients.
+    BusClients(sd_bus *bus, std::function<void()> countChanged);
+    ~BusClients();
+    BusClients(const BusClients &) = delete;
+    BusClients &operator=(const BusClients &) = delete;
+
+    /// Calls @p known when the bus has said who @p name, a unique name, is, and never when that one
+    /// leaves before.
+    void identify(const std::string &name, Known known);
+
+    [[nodiscard]] bool contains(const std::string &name) const;
+    [[nodiscard]] bool isEmpty() const { return m_clients.empty(); }
+
+    /// Counts a request of @p name as unanswered, unless it has @ref mostUnanswered of them.
+    [[nodiscard]] bool admit(const std::string &name);
+    /// Takes one that was admitted off again; the client may have left.
+    void answered(const std::string &name);
+    [[nodiscard]] bool allAnswered() const;
+
+    static constexpr std::size_t mostUnanswered = 1024;
+
+private:
+    struct Client;
+
+    Client &client(const std::string &name);
+    void watch(Client &client);
+    void remove(const Client &client);
+    static int onCredentials(sd_bus_message *reply, void *client, sd_bus_error *error);
+    static int onOwnerChanged(sd_bus_message *signal, void *client, sd_bus_error *error);
+
+    sd_bus *m_bus;
+    std::function<void()> m_countChanged;
+    std::map<std::string, std::unique_ptr<Client>> m_clients; ///< by unique name
+};
+
+} // namespace Tarnwick

@@ -1,0 +1,170 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Helper/linux/HelperBus.h"
+
+#include "Shared/HelperProtocol.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <utility>
+
+#include <unistd.h>
+
+namespace Tarnwick {
+
+namespace {
+
+const std::string serviceName(HelperProtocol::serviceName);
+
+/// The interface as sd-bus checks it: a request with other arguments never reaches the channel.
+const std::array<sd_bus_vtable, 4> operations{{
+    SD_BUS_VTABLE_START(0),
+    SD_BUS_METHOD_WITH_ARGS("ListListeningPorts", SD_BUS_NO_ARGS, SD_BUS_RESULT("ay", listeners),
+                            &HelperBus::onListListeningPorts, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD_WITH_ARGS("KillProcess", SD_BUS_ARGS("i", pid), SD_BUS_RESULT("i", result),
+                            &HelperBus::onKillProcess, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_VTABLE_END,
+}};
+
+std::string failure(const char *what, int result)
+{
+    return std::string(what) + ": " + std::strerror(-result);
+}
+
+} // namespace
+
+HelperBus::Opened HelperBus::open(SystemdEventLoop &loop, HelperService &service,
+                                  EventLoop::Clock::duration patience)
+{
+    sd_bus *opened = nullptr;
+    if (const int failed = sd_bus_open_user(&opened); failed < 0) {
+        return failure("cannot reach the session bus", failed);
+    }
+    BusHandle bus(opened);
+    static_cast<void>(sd_bus_set_exit_on_disconnect(opened, true));
+    if (const int failed = sd_bus_attach_event(opened, loop.event(), SD_EVENT_PRIORITY_NORMAL);
+        failed < 0) {
+        return failure("cannot listen to the session bus", failed);
+    }
+    auto channel = std::make_unique<HelperBus>(std::move(bus), loop, service, patience);
+    if (std::string failed = channel->claimName(); !failed.empty()) {
+        return failed;
+    }
+    return channel;
+}
+
+HelperBus::HelperBus(BusHandle bus, SystemdEventLoop &loop, HelperService &service,
+                     EventLoop::Clock::duration patience)
+    : m_bus(std::move(bus))
+    , m_loop(loop)
+    , m_service(service)
+    , m_patience(patience)
+    , m_clients(m_bus.get(), [this] { clientsChanged(); })
+    , m_payloads(m_bus.get(), loop, m_clients)
+{
+    clientsChanged();
+}
+
+std::string HelperBus::claimName()
+{
+    const std::string path(HelperProtocol::objectPath);
+    const std::string interface(HelperProtocol::interfaceName);
+    sd_bus_slot *slot = nullptr;
+    if (const int failed = sd_bus_add_object_vtable(m_bus.get(), &slot, path.c_str(),
+                                                    interface.c_str(), operations.data(), this);
+        failed < 0) {
+        return failure("cannot offer the interface", failed);
+    }
+    m_interface.reset(slot);
+    const int claimed = sd_bus_request_name(m_bus.get(), serviceName.c_str(), 0);
+    if (claimed == -EEXIST || claimed == -EALREADY) {
+        return serviceName + " is taken by another process";
+    }
+    return claimed < 0 ? failure("cannot get the name on the session bus", claimed) : std::string();
+}
+
+int HelperBus::onListListeningPorts(sd_bus_message *request, void *channel,
+                                    sd_bus_error * /*error*/)
+{
+    return static_cast<HelperBus *>(channel)->receive(request, &HelperBus::list);
+}
+
+int HelperBus::onKillProcess(sd_bus_message *request, void *channel, sd_bus_error * /*error*/)
+{
+    return static_cast<HelperBus *>(channel)->receive(request, &HelperBus::kill);
+}
+
+int HelperBus::receive(sd_bus_message *request, Operation operation)
+{
+    const std::string client = sd_bus_message_get_sender(request);
+    if (!m_clients.admit(client)) {
+        return sd_bus_reply_method_errorf(request, SD_BUS_ERROR_LIMITS_EXCEEDED,
+                                          "%zu of your requests wait for their answers",
+                                          BusClients::mostUnanswered);
+    }
+    m_clients.identify(client, [this, request = hold(request), operation,
+                                client](const BusClients::Identity &identity) {
+        if (identity.user != ::geteuid()) {
+            static_cast<void>(sd_bus_reply_method_errorf(request.get(), SD_BUS_ERROR_ACCESS_DENIED,
+                                                         "only user %u may ask", ::geteuid()));
+            m_clients.answered(client);
+            return;
+        }
+        (this->*operation)(request, identity);
+    });
+    return 1;
+}
+
+void HelperBus::list(const BusMessage &request, const BusClients::Identity & /*client*/)
+{
+    m_service.listListeningPorts([this, request](const HelperService::ListAnswer &answer) {
+        m_payloads.answer(request, answer);
+    });
+}
+
+void HelperBus::kill(const BusMessage &request, const BusClients::Identity &client)
+{
+    std::int32_t pid = 0;
+    static_cast<void>(sd_bus_message_read(request.get(), "i", &pid));
+    m_service.killProcess(pid, client.process,
+                          [this, request](KillResultCode code) { answerKill(request, code); });
+}
+
+void HelperBus::answerKill(const BusMessage &request, KillResultCode code)
+{
+    static_cast<void>(
+        sd_bus_reply_method_return(request.get(), "i", static_cast<std::int32_t>(code)));
+    m_clients.answered(sd_bus_message_get_sender(request.get()));
+}
+
+void HelperBus::clientsChanged()
+{
+    if (m_clients.isEmpty()) {
+        m_alone = m_loop.at(EventLoop::Clock::now() + m_patience, [this] { giveNameUp(); });
+    } else {
+        m_alone.reset();
+    }
+}
+
+void HelperBus::giveNameUp()
+{
+    // From now on the bus starts another helper for whoever asks; who asked before is answered.
+    static_cast<void>(sd_bus_release_name(m_bus.get(), serviceName.c_str()));
+    m_leaving = m_loop.afterEachRound([this] { leaveWhenDone(); });
+}
+
+void HelperBus::leaveWhenDone()
+{
+    std::uint64_t unread = 0;
+    std::uint64_t unsent = 0;
+    static_cast<void>(sd_bus_get_n_queued_read(m_bus.get(), &unread));
+    static_cast<void>(sd_bus_get_n_queued_write(m_bus.get(), &unsent));
+    if (unread == 0 && unsent == 0 && m_clients.allAnswered()) {
+        m_loop.leave(0);
+    }
+}
+
+} // namespace Tarnwick

@@ -1,0 +1,64 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Helper/HelperService.h"
+#include "Helper/linux/BusClients.h"
+#include "Helper/linux/BusHandles.h"
+#include "Helper/linux/PayloadQueue.h"
+#include "Helper/linux/SystemdEventLoop.h"
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <variant>
+
+namespace Tarnwick {
+
+/// The helper's channel on Linux: the session bus. Hands requests of its own user over to the
+/// service and ends the loop when nobody has been there for a while. The interface is the one in
+/// Shared/com.velmora.tarnwick.helper.xml.
+class HelperBus
+{
+public:
+    /// How long the helper stays after its last client has left the bus.
+    static constexpr std::chrono::seconds usualPatience{30};
+
+    /// On the bus and under the helper's name, or why not, for people. The loop and the service
+    /// outlive the channel.
+    using Opened = std::variant<std::unique_ptr<HelperBus>, std::string>;
+    [[nodiscard]] static Opened open(SystemdEventLoop &loop, HelperService &service,
+                                     EventLoop::Clock::duration patience = usualPatience);
+
+    HelperBus(BusHandle bus, SystemdEventLoop &loop, HelperService &service,
+              EventLoop::Clock::duration patience);
+
+    static int onListListeningPorts(sd_bus_message *request, void *channel, sd_bus_error *error);
+    static int onKillProcess(sd_bus_message *request, void *channel, sd_bus_error *error);
+
+private:
+    using Operation = void (HelperBus::*)(const BusMessage &request,
+                                          const BusClients::Identity &client);
+
+    [[nodiscard]] std::string claimName();
+    int receive(sd_bus_message *request, Operation operation);
+    void list(const BusMessage &request, const BusClients::Identity &client);
+    void kill(const BusMessage &request, const BusClients::Identity &client);
+    void answerKill(const BusMessage &request, KillResultCode code);
+    void clientsChanged();
+    void giveNameUp();
+    void leaveWhenDone();
+
+    BusHandle m_bus;
+    SystemdEventLoop &m_loop;
+    HelperService &m_service;
+    EventLoop::Clock::duration m_patience;
+    BusSlot m_interface;
+    BusClients m_clients;
+    PayloadQueue m_payloads;
+    std::unique_ptr<EventLoop::Wait> m_alone; ///< since the last client left
+    std::unique_ptr<EventLoop::Wait> m_leaving;
+};
+
+} // namespace Tarnwick

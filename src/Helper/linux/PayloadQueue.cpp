@@ -1,0 +1,78 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Helper/linux/PayloadQueue.h"
+
+#include <cstdint>
+#include <cstring>
+
+#include <string.h> // strerrorname_np
+
+namespace Tarnwick {
+
+namespace {
+
+/// Answers with an error of the system. Its name is never one of the bus's own, which would tell
+/// the client that the link is broken, and not the listing.
+void replyWithError(sd_bus_message *request, int code, const std::string &message)
+{
+    const char *name = ::strerrorname_np(code);
+    const std::string error = std::string("System.Error.") + (name != nullptr ? name : "EIO");
+    const sd_bus_error told = {error.c_str(), message.c_str(), 0};
+    static_cast<void>(sd_bus_reply_method_error(request, &told));
+}
+
+int replyWithBytes(sd_bus *bus, sd_bus_message *request, const std::string &bytes)
+{
+    sd_bus_message *made = nullptr;
+    if (const int failed = sd_bus_message_new_method_return(request, &made); failed < 0) {
+        return failed;
+    }
+    const BusMessage reply = take(made);
+    const int appended = sd_bus_message_append_array(made, 'y', bytes.data(), bytes.size());
+    return appended < 0 ? appended : sd_bus_send(bus, made, nullptr);
+}
+
+} // namespace
+
+PayloadQueue::PayloadQueue(sd_bus *bus, SystemdEventLoop &loop, BusClients &clients)
+    : m_bus(bus)
+    , m_loop(loop)
+    , m_clients(clients)
+{
+}
+
+void PayloadQueue::answer(const BusMessage &request, const HelperService::ListAnswer &answer)
+{
+    if (const auto *error = std::get_if<ListingError>(&answer)) {
+        replyWithError(request.get(), error->code, error->message);
+        m_clients.answered(sd_bus_message_get_sender(request.get()));
+        return;
+    }
+    m_waiting.push_back({request, std::get<HelperService::Payload>(answer)});
+    send();
+}
+
+void PayloadQueue::send()
+{
+    std::uint64_t unsent = 0;
+    while (!m_waiting.empty() && sd_bus_get_n_queued_write(m_bus, &unsent) >= 0 && unsent == 0) {
+        const Waiting next = std::move(m_waiting.front());
+        m_waiting.pop_front();
+        const std::string client = sd_bus_message_get_sender(next.request.get());
+        if (!m_clients.contains(client)) {
+            continue;
+        }
+        if (const int sent = replyWithBytes(m_bus, next.request.get(), *next.payload); sent < 0) {
+            replyWithError(next.request.get(), -sent, std::strerror(-sent));
+        }
+        m_clients.answered(client);
+    }
+    if (m_waiting.empty()) {
+        m_sending.reset();
+    } else if (!m_sending) {
+        m_sending = m_loop.afterEachRound([this] { send(); });
+    }
+}
+
+} // namespace Tarnwick

@@ -1,0 +1,42 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Helper/HelperService.h"
+#include "Helper/linux/BusClients.h"
+#include "Helper/linux/BusHandles.h"
+#include "Helper/linux/SystemdEventLoop.h"
+
+#include <deque>
+#include <memory>
+
+namespace Tarnwick {
+
+/// Sends the payloads of listings as fast as the bus takes them: one is put into a message when the
+/// one before it is on its way, so that a flood of requests never holds more than one copy of a
+/// large listing. Payloads for clients that have left are dropped.
+class PayloadQueue
+{
+public:
+    PayloadQueue(sd_bus *bus, SystemdEventLoop &loop, BusClients &clients);
+
+    void answer(const BusMessage &request, const HelperService::ListAnswer &answer);
+
+private:
+    struct Waiting
+    {
+        BusMessage request;
+        HelperService::Payload payload;
+    };
+
+    void send();
+
+    sd_bus *m_bus;
+    SystemdEventLoop &m_loop;
+    BusClients &m_clients;
+    std::deque<Waiting> m_waiting;
+    std::unique_ptr<EventLoop::Wait> m_sending;
+};
+
+} // namespace Tarnwick

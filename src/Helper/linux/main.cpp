@@ -1,0 +1,53 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Helper/DescriptorLimit.h"
+#include "Helper/HelperService.h"
+#include "Helper/ListenerInventory.h"
+#include "Helper/ProcessTerminator.h"
+#include "Helper/linux/HelperBus.h"
+#include "Helper/linux/SystemdEventLoop.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+
+namespace {
+
+int fail(const char *why)
+{
+    static_cast<void>(std::fprintf(stderr, "tarnwick-helper: %s\n", why));
+    return 1;
+}
+
+} // namespace
+
+int main()
+{
+    using namespace Tarnwick;
+    raiseDescriptorLimit();
+    try {
+        ListenerInventory inventory;
+        ProcessTerminator terminator(inventory);
+        SystemdEventLoop loop;
+        HelperService service(
+            loop, {.list = [&inventory] { return inventory.list(); },
+                   .beginToEnd =
+                       [&terminator](std::int32_t pid, std::optional<std::int32_t> caller) {
+                           return terminator.begin(pid, caller);
+                       }});
+        HelperBus::Opened opened = HelperBus::open(loop, service);
+        if (const auto *why = std::get_if<std::string>(&opened)) {
+            return fail(why->c_str());
+        }
+        const auto channel = std::get<std::unique_ptr<HelperBus>>(std::move(opened));
+        const int status = loop.run();
+        return status >= 0 ? status : fail("the event loop failed");
+    } catch (const std::exception &exception) {
+        return fail(exception.what());
+    }
+}
