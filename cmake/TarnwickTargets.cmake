@@ -39,11 +39,34 @@ function(tarnwick_library name)
     target_link_libraries(Tarnwick${name} PRIVATE TarnwickOptions)
 endfunction()
 
+# tarnwick_qt_library(Name SOURCES... ) does the same for a layer that uses Qt.
+function(tarnwick_qt_library name)
+    tarnwick_library(${name} ${ARGN})
+    target_compile_definitions(Tarnwick${name} PRIVATE QT_NO_KEYWORDS)
+    set_target_properties(Tarnwick${name} PROPERTIES AUTOMOC ON)
+endfunction()
+
 # tarnwick_test(Name SOURCES... ) makes one test program of a layer; its tests are run one by one.
 function(tarnwick_test name)
     add_executable(${name} ${ARGN})
-    target_link_libraries(${name} PRIVATE TarnwickOptions GTest::gtest GTest::gmock GTest::gtest_main)
+    target_link_libraries(${name} PRIVATE GTest::gtest_main)
+    tarnwick_test_program(${name})
+endfunction()
+
+# tarnwick_qt_test(Name SOURCES... ) makes one whose tests run beside a QCoreApplication.
+function(tarnwick_qt_test name)
+    add_executable(${name} ${ARGN})
+    target_compile_definitions(${name} PRIVATE QT_NO_KEYWORDS)
+    target_link_libraries(${name} PRIVATE TarnwickQtTestSupport)
+    set(suppressions "${PROJECT_SOURCE_DIR}/tests/tsan-suppressions.txt")
+    tarnwick_test_program(${name} ENVIRONMENT "TSAN_OPTIONS=suppressions=${suppressions}")
+endfunction()
+
+# tarnwick_test_program(Name PROPERTIES... ) is what they have in common; the properties are those
+# of the single tests.
+function(tarnwick_test_program name)
+    target_link_libraries(${name} PRIVATE TarnwickOptions GTest::gtest GTest::gmock)
     target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}")
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
-    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 600)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 600 ${ARGN})
 endfunction()

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -41,6 +42,9 @@ struct PortEntry
 
     friend bool operator==(const PortEntry &left, const PortEntry &right);
 };
+
+/// An entry that is finished, and from then on shared instead of copied. Never null. Any thread.
+using SharedPortEntry = std::shared_ptr<const PortEntry>;
 
 } // namespace Tarnwick
 

@@ -86,13 +86,24 @@ std::string trimmed(std::string_view text)
     return std::string(text.substr(first, end - first));
 }
 
+std::array<char, 128> foldedAscii(locale_t locale)
+{
+    std::array<char, 128> folded{};
+    for (std::size_t i = 0; i < folded.size(); ++i) {
+        const wint_t lower = towlower_l(static_cast<wint_t>(i), locale);
+        folded[i] = lower < folded.size() ? static_cast<char>(lower) : '\0';
+    }
+    return folded;
+}
+
 } // namespace
 
 PortSearch::PortSearch(std::string_view text, const char *localeName)
     : m_locale(openLocale(localeName))
+    , m_foldedAscii(foldedAscii(m_locale))
     , m_text(trimmed(Utf8::sanitized(text)))
-    , m_foldedText(folded(m_text))
 {
+    fold(m_text, m_foldedText);
 }
 
 PortSearch::~PortSearch()
@@ -106,20 +117,25 @@ bool PortSearch::matches(const PortEntry &entry) const
            contains(entry.process) || contains(entry.description) || contains(entry.command);
 }
 
-std::string PortSearch::folded(std::string_view text) const
+void PortSearch::fold(std::string_view text, std::string &result) const
 {
-    std::string result;
-    result.reserve(text.size());
+    result.clear();
     while (!text.empty()) {
+        const auto byte = static_cast<unsigned char>(text.front());
+        if (byte < m_foldedAscii.size() && m_foldedAscii[byte] != '\0') {
+            result += m_foldedAscii[byte];
+            text.remove_prefix(1);
+            continue;
+        }
         const auto codePoint = static_cast<wint_t>(Utf8::takeCodePoint(text));
         Utf8::append(result, static_cast<char32_t>(towlower_l(codePoint, m_locale)));
     }
-    return result;
 }
 
 bool PortSearch::contains(std::string_view text) const
 {
-    return folded(text).find(m_foldedText) != std::string::npos;
+    fold(text, m_foldedTarget);
+    return m_foldedTarget.find(m_foldedText) != std::string::npos;
 }
 
 } // namespace Tarnwick

@@ -5,6 +5,7 @@
 
 #include "Models/PortEntry.h"
 
+#include <array>
 #include <clocale>
 #include <string>
 #include <string_view>
@@ -28,12 +29,16 @@ public:
     [[nodiscard]] bool matches(const PortEntry &entry) const;
 
 private:
-    [[nodiscard]] std::string folded(std::string_view text) const;
+    /// Makes @p result the lower case of @p text.
+    void fold(std::string_view text, std::string &result) const;
     [[nodiscard]] bool contains(std::string_view text) const;
 
     locale_t m_locale;
-    std::string m_text;       ///< trimmed
-    std::string m_foldedText; ///< trimmed, in lower case
+    /// The lower case of each ASCII character; 0 where the locale leads out of ASCII.
+    std::array<char, 128> m_foldedAscii{};
+    std::string m_text;                 ///< trimmed
+    std::string m_foldedText;           ///< trimmed, in lower case
+    mutable std::string m_foldedTarget; ///< kept for its memory: thousands of texts pass through
 };
 
 } // namespace Tarnwick

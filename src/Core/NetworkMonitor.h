@@ -1,0 +1,66 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Core/SerialExecutor.h"
+
+#include <QCoroTask>
+#include <QObject>
+#include <QPointer>
+#include <QTimer>
+
+#include <chrono>
+
+namespace Tarnwick {
+
+class DiffEngine;
+class RawRecordSource;
+
+/// Decides when the machine's listeners are looked at: once at the start, then with every period of
+/// a repeating timer, and once shortly after the last of a burst of requests. A scan asks the
+/// source for the records, makes entries of them off the main thread and gives them to the engine.
+/// Scans may overlap. Main thread; may be destroyed while scans are in flight, which then end
+/// silently.
+class NetworkMonitor : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr std::chrono::milliseconds defaultDebounceDelay{300};
+
+    /// @p source and @p engine outlive the monitor. @p debounceDelay is how long after the last
+    /// request the requested scan comes.
+    NetworkMonitor(RawRecordSource &source, DiffEngine &engine,
+                   std::chrono::milliseconds debounceDelay = defaultDebounceDelay);
+
+    /// The one monitor of the program, made with the first call, on the shared services.
+    [[nodiscard]] static NetworkMonitor &shared();
+
+    /// The period of the timer that start() will start, in seconds. A timer that runs keeps the
+    /// period that it was started with.
+    [[nodiscard]] double pollInterval() const { return m_pollInterval; }
+    void setPollInterval(double seconds) { m_pollInterval = seconds; }
+
+    /// Scans once, then starts the timer. Who starts again stops before.
+    QCoro::Task<void> start();
+
+    /// Ends the timer and forgets a requested scan. Scans that run already go on.
+    void stop();
+
+    /// Requests a scan after the delay, in the place of a request still waiting.
+    void scheduleDebouncedScan();
+
+private:
+    void startTimer();
+    QCoro::Task<void> triggerScan();
+
+    RawRecordSource &m_source;
+    DiffEngine &m_engine;
+    double m_pollInterval = 10.0;
+    QPointer<QTimer> m_timer; ///< a child; null when stopped
+    QTimer m_debounceTimer;
+    SerialExecutor m_executor;
+};
+
+} // namespace Tarnwick
