@@ -1,0 +1,44 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+// Where the services of the program meet: each shared instance is made here, with what it depends
+// on. Those of Core are among them, for Core does not know the application's.
+
+#include "App/AppState.h"
+#include "App/HelperClient.h"
+#include "Core/DiffEngine.h"
+#include "Core/NetworkMonitor.h"
+#include "Core/NeverDestroyed.h"
+#include "Core/SerialExecutor.h"
+
+namespace Tarnwick {
+
+namespace {
+
+SerialExecutor &decoder()
+{
+    static NeverDestroyed<SerialExecutor> executor;
+    return *executor;
+}
+
+} // namespace
+
+HelperClient &HelperClient::shared()
+{
+    static NeverDestroyed<HelperClient> client(&HelperConnection::toHelper, decoder());
+    return *client;
+}
+
+DiffEngine &DiffEngine::shared()
+{
+    static NeverDestroyed<DiffEngine> engine(AppState::shared());
+    return *engine;
+}
+
+NetworkMonitor &NetworkMonitor::shared()
+{
+    static NeverDestroyed<NetworkMonitor> monitor(HelperClient::shared(), DiffEngine::shared());
+    return *monitor;
+}
+
+} // namespace Tarnwick

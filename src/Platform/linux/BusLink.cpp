@@ -1,0 +1,147 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Platform/linux/BusLink.h"
+
+#include "Core/MainThread.h"
+#include "Platform/linux/BusNames.h"
+
+#include <QCoreApplication>
+#include <QDBusError>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+
+#include <chrono>
+#include <future>
+#include <utility>
+#include <vector>
+
+namespace Tarnwick {
+
+namespace {
+
+QString nextName()
+{
+    static unsigned count = 0;
+    return QStringLiteral("tarnwick-helper-%1").arg(++count);
+}
+
+QString sessionAddress()
+{
+    const QString told = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    if (!told.isEmpty()) {
+        return told;
+    }
+    // The D-Bus specification's escapes for what an address may not hold.
+    const QByteArray folder = qgetenv("XDG_RUNTIME_DIR").toPercentEncoding("/", "~");
+    return QStringLiteral("unix:path=%1/bus").arg(QString::fromLatin1(folder));
+}
+
+/// What Qt may keep its caller waiting in: opening and closing take their turn in its one thread
+/// for all connections, which others may have blocked. It is done in threads of its own. The end of
+/// the application waits for them, since Qt's part in them ends with it. Main thread.
+class Errands
+{
+public:
+    static Errands &shared()
+    {
+        static Errands errands;
+        return errands;
+    }
+
+    void run(std::function<void()> errand)
+    {
+        if (m_closed) {
+            errand();
+            return;
+        }
+        std::erase_if(m_running, [](const std::future<void> &running) {
+            return running.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+        });
+        m_running.push_back(std::async(std::launch::async, std::move(errand)));
+    }
+
+private:
+    Errands()
+    {
+        qAddPostRoutine([] { shared().close(); });
+    }
+
+    void close()
+    {
+        m_closed = true;
+        m_running.clear();
+    }
+
+    bool m_closed = false;
+    std::vector<std::future<void>> m_running;
+};
+
+/// Makes @p link, a connection that was just opened, a member of the bus.
+void join(const std::shared_ptr<BusLink> &link, const BusLink::Opened &opened)
+{
+    if (!link->connection().isConnected()) {
+        opened(nullptr, link->connection().lastError().message());
+        return;
+    }
+    auto *watcher = new QDBusPendingCallWatcher(link->askBus(QStringLiteral("Hello")),
+                                                QCoreApplication::instance());
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
+                     [link, opened](QDBusPendingCallWatcher *finished) {
+                         finished->deleteLater();
+                         const bool joined = !finished->isError();
+                         opened(joined ? link : nullptr, finished->error().message());
+                     });
+}
+
+} // namespace
+
+void BusLink::open(Opened opened)
+{
+    // As if the bus were a peer: to join a bus by itself, Qt would wait for the answer to its Hello
+    // in the thread that serves all connections, and everybody who needs that thread with it.
+    Errands::shared().run(
+        [opened = std::move(opened), address = sessionAddress(), name = nextName()] {
+            const QDBusConnection connection = QDBusConnection::connectToPeer(address, name);
+            MainThread::post(
+                [opened, connection] { join(std::make_shared<BusLink>(connection), opened); });
+        });
+}
+
+BusLink::BusLink(const QDBusConnection &connection)
+    : m_connection(connection)
+{
+}
+
+BusLink::~BusLink()
+{
+    Errands::shared().run(
+        [name = m_connection.name()] { QDBusConnection::disconnectFromPeer(name); });
+}
+
+QDBusPendingCall BusLink::askBus(const QString &method, const QVariantList &arguments)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(BusNames::busService, BusNames::busPath,
+                                                       BusNames::busService, method);
+    call.setArguments(arguments);
+    return m_connection.asyncCall(call, noTimeout);
+}
+
+void BusLink::watchOwner(const QString &name, QObject *receiver, const char *slot)
+{
+    const QString change = QStringLiteral("NameOwnerChanged");
+    const QString rule =
+        QStringLiteral("type='signal',sender='%1',path='%2',interface='%1',member='%3',arg0='%4'")
+            .arg(BusNames::busService, BusNames::busPath, change, name);
+    askBus(QStringLiteral("AddMatch"), {rule});
+    m_connection.connect(QString(), BusNames::busPath, BusNames::busService, change, {name},
+                         QString(), receiver, slot);
+}
+
+void BusLink::watchEnd(QObject *receiver, const char *slot)
+{
+    m_connection.connect(QString(), BusNames::localPath, BusNames::localInterface,
+                         QStringLiteral("Disconnected"), receiver, slot);
+}
+
+} // namespace Tarnwick

@@ -1,0 +1,55 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusPendingCall>
+#include <QString>
+#include <QVariant>
+
+#include <functional>
+#include <limits>
+#include <memory>
+
+namespace Tarnwick {
+
+/// A connection of one's own to the session bus, closed with the last owner of this object. It is
+/// found where sd-bus(3), and so the helper, finds it. The one that Qt shares within the process is
+/// not used: it would stay broken for good when the bus is started anew. Nothing here waits for the
+/// bus, nor does Qt for the sake of it. Main thread.
+class BusLink
+{
+public:
+    /// The link, or why there is none.
+    using Opened = std::function<void(std::shared_ptr<BusLink> link, const QString &failure)>;
+
+    /// For calls that wait for their reply however long it takes: DBUS_TIMEOUT_INFINITE of libdbus.
+    static constexpr int noTimeout = std::numeric_limits<int>::max();
+
+    /// Joins the bus without keeping the caller waiting, and calls @p opened on the main thread.
+    static void open(Opened opened);
+
+    /// For open().
+    explicit BusLink(const QDBusConnection &connection);
+    ~BusLink();
+    BusLink(const BusLink &) = delete;
+    BusLink &operator=(const BusLink &) = delete;
+
+    [[nodiscard]] const QDBusConnection &connection() const { return m_connection; }
+
+    /// Calls a method of the bus itself, without a time-out.
+    QDBusPendingCall askBus(const QString &method, const QVariantList &arguments = {});
+
+    /// Has @p slot, which takes a QDBusMessage, told whenever @p name changes its owner; any call
+    /// that is sent afterwards is answered after the changes that preceded it.
+    void watchOwner(const QString &name, QObject *receiver, const char *slot);
+
+    /// Has @p slot told when the connection is gone.
+    void watchEnd(QObject *receiver, const char *slot);
+
+private:
+    QDBusConnection m_connection;
+};
+
+} // namespace Tarnwick

@@ -1,0 +1,25 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Platform/HelperConnection.h"
+#include "Platform/linux/BusLink.h"
+
+#include <QString>
+
+#include <cstdint>
+#include <memory>
+
+namespace Tarnwick::HelperCall {
+
+/// Requests to the helper at @p owner, a unique name on @p link. They keep the link open until they
+/// are answered, however long that takes. Errors that the bus or its library raised go to
+/// @p failed and all others, with the reply, to @p reply; the one that is not called is let go.
+
+void listListeningPorts(const std::shared_ptr<BusLink> &link, const QString &owner,
+                        HelperProxy::ListReply reply, HelperConnection::ErrorHandler failed);
+void killProcess(const std::shared_ptr<BusLink> &link, const QString &owner, std::int32_t pid,
+                 HelperProxy::KillReply reply, HelperConnection::ErrorHandler failed);
+
+} // namespace Tarnwick::HelperCall

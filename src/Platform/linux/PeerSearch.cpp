@@ -1,0 +1,160 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Platform/linux/PeerSearch.h"
+
+#include "Platform/linux/BusNames.h"
+
+#include <QDBusError>
+#include <QDBusPendingCallWatcher>
+#include <QProcess>
+#include <QSocketNotifier>
+#include <QVariant>
+
+#include <utility>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace Tarnwick {
+
+namespace {
+
+const QString nameHasNoOwner = QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner");
+
+QString ownerIn(const QDBusMessage &reply)
+{
+    return reply.type() == QDBusMessage::ReplyMessage ? reply.arguments().value(0).toString()
+                                                      : QString();
+}
+
+} // namespace
+
+PeerSearch::PeerSearch(std::shared_ptr<BusLink> link, HelperProgram program, Found found)
+    : m_link(std::move(link))
+    , m_program(std::move(program))
+    , m_found(std::move(found))
+{
+}
+
+PeerSearch::~PeerSearch() = default;
+
+void PeerSearch::start()
+{
+    m_link->watchOwner(BusNames::helperService(), this, SLOT(ownerChanged(QDBusMessage)));
+    askForOwner(true);
+}
+
+template<typename Answered>
+void PeerSearch::askBus(const QString &method, const QVariantList &arguments, Answered answered)
+{
+    auto *watcher = new QDBusPendingCallWatcher(m_link->askBus(method, arguments), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [answered = std::move(answered)](QDBusPendingCallWatcher *finished) {
+                finished->deleteLater();
+                answered(finished->reply());
+            });
+}
+
+void PeerSearch::askForOwner(bool mayStart)
+{
+    askBus(QStringLiteral("GetNameOwner"), {BusNames::helperService()},
+           [this, mayStart](const QDBusMessage &reply) {
+               if (const QString owner = ownerIn(reply); !owner.isEmpty()) {
+                   verify(owner);
+               } else if (reply.errorName() != nameHasNoOwner) {
+                   fail(reply.errorMessage());
+               } else if (!mayStart) {
+                   fail(QStringLiteral("the helper ended before it was on the bus"));
+               } else if (m_program.isInstalled) {
+                   startThroughBus();
+               } else {
+                   startProgram();
+               }
+           });
+}
+
+void PeerSearch::startThroughBus()
+{
+    askBus(QStringLiteral("StartServiceByName"), {BusNames::helperService(), 0U},
+           [this](const QDBusMessage &reply) {
+               if (reply.type() == QDBusMessage::ReplyMessage) {
+                   askForOwner(false);
+               } else {
+                   fail(reply.errorMessage());
+               }
+           });
+}
+
+void PeerSearch::startProgram()
+{
+    qint64 pid = 0;
+    const QString path = QString::fromStdString(m_program.path.string());
+    if (!QProcess::startDetached(path, {}, QStringLiteral("/"), &pid)) {
+        fail(QStringLiteral("cannot start %1").arg(path));
+        return;
+    }
+    m_started =
+        FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, static_cast<pid_t>(pid), 0)));
+    if (!m_started) {
+        programEnded();
+        return;
+    }
+    m_startedEnds = std::make_unique<QSocketNotifier>(m_started.get(), QSocketNotifier::Read);
+    connect(m_startedEnds.get(), &QSocketNotifier::activated, this, &PeerSearch::programEnded);
+}
+
+void PeerSearch::programEnded()
+{
+    if (m_startedEnds) {
+        m_startedEnds->setEnabled(false);
+    }
+    // It may have ended because another one of its kind was faster.
+    askForOwner(false);
+}
+
+void PeerSearch::ownerChanged(const QDBusMessage &signal)
+{
+    const QString owner = signal.arguments().value(2).toString();
+    if (m_startedEnds && signal.service() == BusNames::busService && !owner.isEmpty()) {
+        m_startedEnds.reset();
+        m_started.reset();
+        verify(owner);
+    }
+}
+
+void PeerSearch::verify(const QString &owner)
+{
+    askBus(QStringLiteral("GetConnectionUnixProcessID"), {owner},
+           [this, owner](const QDBusMessage &reply) {
+               if (reply.type() != QDBusMessage::ReplyMessage) {
+                   fail(reply.errorMessage());
+                   return;
+               }
+               const uint pid = reply.arguments().value(0).toUInt();
+               if (m_program.isRunBy(static_cast<pid_t>(pid))) {
+                   succeed(owner);
+               } else {
+                   fail(QStringLiteral("%1 belongs to process %2, which does not run %3")
+                            .arg(BusNames::helperService())
+                            .arg(pid)
+                            .arg(QString::fromStdString(m_program.path.string())));
+               }
+           });
+}
+
+void PeerSearch::fail(const QString &why)
+{
+    if (const Found found = std::exchange(m_found, nullptr)) {
+        found(Failure{why.toStdString()});
+    }
+}
+
+void PeerSearch::succeed(const QString &owner)
+{
+    if (const Found found = std::exchange(m_found, nullptr)) {
+        found(owner);
+    }
+}
+
+} // namespace Tarnwick

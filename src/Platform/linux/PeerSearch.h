@@ -1,0 +1,63 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Platform/linux/BusLink.h"
+#include "Platform/linux/HelperProgram.h"
+#include "Shared/FileDescriptor.h"
+
+#include <QDBusMessage>
+#include <QObject>
+#include <QString>
+
+#include <functional>
+#include <memory>
+#include <variant>
+
+class QSocketNotifier;
+
+namespace Tarnwick {
+
+/// Finds our helper on the bus, and starts it when it is not there: through the bus where it is
+/// installed, else as a program. Ends with the unique name of a process that is our helper, or with
+/// the reason why there is none. Nothing is sent to a process before it is known to be ours. Main
+/// thread; destroying it ends the search.
+class PeerSearch : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Failure
+    {
+        std::string description;
+    };
+    using Result = std::variant<QString, Failure>;
+    using Found = std::function<void(Result result)>;
+
+    PeerSearch(std::shared_ptr<BusLink> link, HelperProgram program, Found found);
+    ~PeerSearch() override;
+
+    void start();
+
+private:
+    template<typename Answered>
+    void askBus(const QString &method, const QVariantList &arguments, Answered answered);
+    void askForOwner(bool mayStart);
+    void startThroughBus();
+    void startProgram();
+    void programEnded();
+    void verify(const QString &owner);
+    void fail(const QString &why);
+    void succeed(const QString &owner);
+
+    Q_SLOT void ownerChanged(const QDBusMessage &signal);
+
+    std::shared_ptr<BusLink> m_link;
+    HelperProgram m_program;
+    Found m_found;
+    FileDescriptor m_started; ///< the program that was started, while its name is awaited
+    std::unique_ptr<QSocketNotifier> m_startedEnds;
+};
+
+} // namespace Tarnwick
