@@ -95,6 +95,7 @@ ExitCode KillCommand::run()
     }
     m_listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)));
     mergeEqual(m_listeners);
+    noteWhoIsShown();
 
     ExitCode gravest = ExitCode::Done;
     for (const std::int64_t port : m_arguments.ports) {
@@ -105,6 +106,18 @@ ExitCode KillCommand::run()
     }
     tellWhoHoldsThePortsNow();
     return gravest;
+}
+
+/// What the user agrees to is the end of the processes of this listing. Answering takes time, in
+/// which one may end and another process get its identifier.
+void KillCommand::noteWhoIsShown()
+{
+    for (const Listener &listener : m_listeners) {
+        const auto pid = static_cast<std::int32_t>(listener.entry.pid);
+        if (const std::optional<ProcessIdentity> shown = m_ender.identity(pid)) {
+            m_shown.emplace(pid, *shown);
+        }
+    }
 }
 
 ExitCode KillCommand::stopOwnerOf(std::int64_t port)
@@ -180,7 +193,9 @@ bool KillCommand::isConfirmed(const PortEntry &owner, const std::vector<std::int
 
 ExitCode KillCommand::end(const PortEntry &owner, const std::vector<std::int64_t> &asked)
 {
-    const KillResult result = m_ender.end(static_cast<std::int32_t>(owner.pid));
+    const auto shown = m_shown.find(owner.pid);
+    const KillResult result =
+        shown == m_shown.end() ? KillResult::NotFound : m_ender.end(shown->second);
     const ExitCode code = exitCodeOf(result);
     std::string outcome;
     for (const std::int64_t port : asked) {

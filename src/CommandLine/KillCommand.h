@@ -10,6 +10,7 @@
 #include "CommandLine/ProcessEnder.h"
 
 #include <cstdint>
+#include <map>
 #include <set>
 #include <string_view>
 #include <vector>
@@ -27,6 +28,7 @@ public:
     [[nodiscard]] ExitCode run();
 
 private:
+    void noteWhoIsShown();
     [[nodiscard]] ExitCode stopOwnerOf(std::int64_t port);
     [[nodiscard]] ExitCode stopProcess(std::int64_t pid);
     [[nodiscard]] ExitCode stop(const PortEntry &owner, const std::vector<std::int64_t> &asked);
@@ -44,9 +46,10 @@ private:
     const Console &m_console;
     ListenerSource &m_source;
     ProcessEnder &m_ender;
-    std::vector<Listener> m_listeners; ///< merged
-    std::set<std::int64_t> m_handled;  ///< processes asked about already
-    std::set<std::int64_t> m_freed;    ///< ports whose owner has ended
+    std::vector<Listener> m_listeners;               ///< merged
+    std::map<std::int64_t, ProcessIdentity> m_shown; ///< by process identifier
+    std::set<std::int64_t> m_handled;                ///< processes asked about already
+    std::set<std::int64_t> m_freed;                  ///< ports whose owner has ended
 };
 
 } // namespace Tarnwick

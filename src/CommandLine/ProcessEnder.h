@@ -3,9 +3,11 @@
 
 #pragma once
 
+#include "Helper/ListenerInventory.h"
 #include "Shared/HelperProtocol.h"
 
 #include <cstdint>
+#include <optional>
 
 namespace Tarnwick {
 
@@ -18,8 +20,12 @@ public:
     ProcessEnder(const ProcessEnder &) = delete;
     ProcessEnder &operator=(const ProcessEnder &) = delete;
 
-    /// Ends the process @p pid of the most recent listing and waits until it has ended.
-    [[nodiscard]] virtual KillResult end(std::int32_t pid) = 0;
+    /// Which process the most recent listing names as @p pid.
+    [[nodiscard]] virtual std::optional<ProcessIdentity> identity(std::int32_t pid) const = 0;
+
+    /// Ends that very process and waits until it has ended; `NotFound` when another one has its
+    /// identifier by now.
+    [[nodiscard]] virtual KillResult end(const ProcessIdentity &process) = 0;
 };
 
 } // namespace Tarnwick

@@ -12,10 +12,15 @@ Listing SystemListeners::list()
     return m_inventory.list();
 }
 
-KillResult SystemListeners::end(std::int32_t pid)
+std::optional<ProcessIdentity> SystemListeners::identity(std::int32_t pid) const
+{
+    return m_inventory.told(pid);
+}
+
+KillResult SystemListeners::end(const ProcessIdentity &process)
 {
     ProcessTerminator terminator(m_inventory);
-    return killResultFromReply(static_cast<std::int32_t>(terminator.terminate(pid)));
+    return killResultFromReply(static_cast<std::int32_t>(terminator.terminate(process)));
 }
 
 } // namespace Tarnwick

@@ -8,16 +8,18 @@
 #include "Helper/ListenerInventory.h"
 
 #include <cstdint>
+#include <optional>
 
 namespace Tarnwick {
 
-/// The listeners of this machine, and the way to stop them: one inventory for both, so that a
-/// process is stopped only while it is still the one that was listed.
+/// The listeners of this machine, and the way to stop them: one inventory for both, so that
+/// stopping finds remembered who listens.
 class SystemListeners : public ListenerSource, public ProcessEnder
 {
 public:
     [[nodiscard]] Listing list() override;
-    [[nodiscard]] KillResult end(std::int32_t pid) override;
+    [[nodiscard]] std::optional<ProcessIdentity> identity(std::int32_t pid) const override;
+    [[nodiscard]] KillResult end(const ProcessIdentity &process) override;
 
 private:
     ListenerInventory m_inventory;

@@ -6,6 +6,7 @@
 #include "CommandLine/Program.h"
 #include "CommandLine/SystemListeners.h"
 #include "CommandLine/TerminalSession.h"
+#include "Helper/DescriptorLimit.h"
 
 #include <chrono>
 #include <csignal>
@@ -34,6 +35,7 @@ int main(int argc, char **argv)
 {
     using namespace Tarnwick;
     occupyStandardDescriptors();
+    raiseDescriptorLimit();
     // A reader that goes away is an error of the write, not our death.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
 

@@ -34,6 +34,20 @@ struct ProcessIdentity
     friend bool operator==(const ProcessIdentity &, const ProcessIdentity &) = default;
 };
 
+/// What a process is to the sockets that listen, as far as it allows to end the process for them.
+struct Ownership
+{
+    /// The later, the more certain.
+    enum class Kind {
+        None,      ///< it owns none
+        Presumed,  ///< it may not be looked into; only its control group led to it
+        ForOthers, ///< a service manager, which holds them for services that do not run
+        Seen       ///< it was seen just now to have one of them open
+    };
+    Kind kind = Kind::None;
+    ProcessIdentity process; ///< where it owns any
+};
+
 /// Everything that listens on a TCP port in this network namespace, with the process that owns each
 /// listening socket. It remembers between calls who owned which socket, so that a listing in which
 /// nothing changed costs one check for each listener; a first listing is the same code with nothing
@@ -68,8 +82,13 @@ public:
     /// there with `pid` 0. Fails only when the sockets themselves cannot be listed.
     [[nodiscard]] Listing list();
 
-    /// The process that the most recent listing named under @p pid, if it named one.
-    [[nodiscard]] std::optional<ProcessIdentity> listed(std::int32_t pid) const;
+    /// The process that list() named under @p pid when it last named one: which one whoever asks
+    /// for the end of @p pid means. It may have ended since.
+    [[nodiscard]] std::optional<ProcessIdentity> told(std::int32_t pid) const;
+
+    /// What @p pid owns now. As thorough as list(), but tells of nothing else, and told() stays
+    /// what it was.
+    [[nodiscard]] std::variant<Ownership, ListingError> ownership(std::int32_t pid);
 
     struct Private;
 

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "Helper/ListenerInventory.h"
+#include "Shared/FileDescriptor.h"
 #include "Shared/HelperProtocol.h"
 
 #include <chrono>
@@ -12,8 +14,6 @@
 #include <variant>
 
 namespace Tarnwick {
-
-class ListenerInventory;
 
 /// An end that has been asked for and is being awaited. Owned by whoever waits: an event loop polls
 /// `descriptor()` for reading until `deadline()` and calls `advance()` after either.
@@ -41,9 +41,9 @@ private:
 };
 
 /// Ends the process behind a listener, and no other: it asks the process to end, waits, and then
-/// forces it. The target must own a listening socket now and, when it was listed before, still be
-/// the same process. Every signal goes through a descriptor of the process, so that an identifier
-/// that was used again is never hit. Belongs to the inventory's thread.
+/// forces it. The target must be the very process that was meant and be seen to have a listening
+/// socket now. Every signal goes through a descriptor of the process, so that an identifier that
+/// was used again is never hit. Belongs to the inventory's thread.
 class ProcessTerminator
 {
 public:
@@ -60,18 +60,32 @@ public:
 
     using Started = std::variant<KillResultCode, Termination>;
 
-    /// Checks the target and asks it to end. A code at once: `NotFound` for what names no process
-    /// (0, negative numbers, threads), a process that has ended and a listener that is gone;
-    /// `PermissionDenied` for process 1, this process, its @p caller, a process that does not
-    /// listen, and one that the system does not let us signal.
+    /// Checks the target and asks it to end. It must be the process that the inventory told under
+    /// that identifier last, if it told one. A code at once: `NotFound` for what names no process
+    /// (0, negative numbers, threads), for another process than the one told, and for one that has
+    /// ended or listens no more; `PermissionDenied` for process 1, this process, its @p caller, a
+    /// process that does not listen or cannot be seen to, a service manager, which listens only for
+    /// its services, and one that the system does not let us look into or signal.
     [[nodiscard]] Started begin(std::int32_t pid,
                                 std::optional<std::int32_t> caller = std::nullopt);
 
-    /// The same, and waits for the result.
+    /// The same for a certain process; `NotFound` for any other with its identifier.
+    [[nodiscard]] Started begin(const ProcessIdentity &process,
+                                std::optional<std::int32_t> caller = std::nullopt);
+
+    /// As begin(), and waits for the result.
     [[nodiscard]] KillResultCode terminate(std::int32_t pid,
+                                           std::optional<std::int32_t> caller = std::nullopt);
+    [[nodiscard]] KillResultCode terminate(const ProcessIdentity &process,
                                            std::optional<std::int32_t> caller = std::nullopt);
 
 private:
+    using Expected = std::optional<ProcessIdentity>;
+    [[nodiscard]] Started begin(std::int32_t pid, const Expected &expected,
+                                std::optional<std::int32_t> caller);
+    [[nodiscard]] std::optional<KillResultCode> refusal(std::int32_t pid, const Expected &expected,
+                                                        const FileDescriptor &process) const;
+
     ListenerInventory &m_inventory;
     Patience m_patience;
 };

@@ -7,8 +7,10 @@
 #include "CommandLine/ListenerSource.h"
 #include "CommandLine/ProcessEnder.h"
 
+#include <cstdint>
 #include <deque>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -76,14 +78,24 @@ public:
 class NotedEnds : public ProcessEnder
 {
 public:
-    [[nodiscard]] KillResult end(std::int32_t pid) override
+    [[nodiscard]] std::optional<ProcessIdentity> identity(std::int32_t pid) const override
     {
-        ended.push_back(pid);
-        const auto result = results.find(pid);
+        return ProcessIdentity{pid, startTicks};
+    }
+
+    [[nodiscard]] KillResult end(const ProcessIdentity &process) override
+    {
+        ended.push_back(process.pid);
+        startsOfEnded.push_back(process.startTicks);
+        startTicks += 1;
+        const auto result = results.find(process.pid);
         return result != results.end() ? result->second : KillResult::Terminated;
     }
 
+    /// When every process started; a moment later after each end, as if all were others then.
+    std::uint64_t startTicks = 100;
     std::vector<std::int32_t> ended;
+    std::vector<std::uint64_t> startsOfEnded;
     std::map<std::int32_t, KillResult> results; ///< `Terminated` for the others
 };
 

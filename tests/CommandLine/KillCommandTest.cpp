@@ -190,6 +190,14 @@ TEST_F(KillCommandTest, HandlesPortsInOrderAndEndsWithTheGravestOutcome)
     EXPECT_THAT(test.errors.written, HasSubstr("Nothing listens on port 9.\n"));
 }
 
+TEST_F(KillCommandTest, StopsTheProcessesThatItShowedAndNoOthers)
+{
+    listening({record(3000, 1, "a"), record(3001, 2, "b"), record(3002, 3, "c")});
+    EXPECT_EQ(kill({3000, 3001, 3002}, true), ExitCode::Done);
+    EXPECT_THAT(ends.ended, ElementsAre(1, 2, 3));
+    EXPECT_THAT(ends.startsOfEnded, ElementsAre(100U, 100U, 100U));
+}
+
 TEST_F(KillCommandTest, EndsWithTheCodeOfEachResult)
 {
     const std::vector<std::tuple<KillResult, ExitCode, std::string>> outcomes{

@@ -52,6 +52,7 @@ public:
     /// Whether the output came to contain @p text after what earlier calls have found.
     [[nodiscard]] bool shows(std::string_view text);
 
+    [[nodiscard]] pid_t pid() const { return m_pid; }
     void type(std::string_view text) const;
     void signal(int number) const;
     void resize(unsigned short columns, unsigned short rows) const;

@@ -90,6 +90,22 @@ TEST(ControlGroups, FindsAGroupByItsNumberAndTheProcessesInIt)
     }
 }
 
+TEST(ControlGroups, WalksTheTreeOnceInEachLook)
+{
+    ControlGroups groups;
+    groups.beginLook();
+    EXPECT_EQ(groups.path(~std::uint64_t{0}), std::nullopt);
+    const auto group = ControlGroup::make("late.service");
+    if (!group) {
+        GTEST_SKIP() << "no control group to be had";
+    }
+    struct stat status = {};
+    ASSERT_EQ(::stat(group->folder().c_str(), &status), 0);
+    EXPECT_EQ(groups.path(status.st_ino), std::nullopt);
+    groups.beginLook();
+    EXPECT_TRUE(groups.path(status.st_ino).has_value());
+}
+
 TEST(ControlGroups, KnowsNoGroupForANumberThatNoneHas)
 {
     ControlGroups groups;

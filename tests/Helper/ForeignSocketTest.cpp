@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <string>
 
+#include <fcntl.h>
 #include <linux/audit.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
@@ -267,10 +268,15 @@ TEST_F(ForeignSocketTest, NamesAServerThatIsProcessOneOfItsContainer)
             if (::listen(listener, 4) != 0) {
                 return 3;
             }
-            const pid_t worker = ::fork();
-            if (worker == 0) {
-                for (;;) {
-                    ::pause();
+            // One worker goes on as it is, another becomes a program of another name.
+            for (const bool becomesAnother : {false, true}) {
+                const pid_t worker = ::fork();
+                if (worker == 0) {
+                    ::fcntl(listener, F_SETFD, 0);
+                    while (!becomesAnother) {
+                        ::pause();
+                    }
+                    ::execl("/bin/sleep", "sleep", "1000", nullptr);
                 }
             }
             ListenerInventory inventory;

@@ -25,9 +25,14 @@ GroupMember member(pid_t pid, const char *comm, std::uint64_t start)
     return made;
 }
 
-std::optional<pid_t> choose(std::vector<GroupMember> members, bool shared = false)
+std::optional<pid_t> choose(std::vector<GroupMember> members)
 {
-    return GroupAttribution::choose(std::move(members), socketOfPort3000, shared);
+    return GroupAttribution::choose(std::move(members), socketOfPort3000);
+}
+
+std::optional<pid_t> chooseAmongStrangers(const std::vector<GroupMember> &possible)
+{
+    return GroupAttribution::chooseAmongStrangers(possible, socketOfPort3000);
 }
 
 TEST(GroupAttribution, TakesTheOneProcessOfAGroup)
@@ -95,15 +100,31 @@ TEST(GroupAttribution, TellsNobodyAmongProcessesThatStartedTogether)
     EXPECT_EQ(choose({member(10, "one", 5), member(11, "two", 5)}), std::nullopt);
 }
 
-TEST(GroupAttribution, WantsThePortNamedWhereStrangersLiveTogether)
+TEST(GroupAttribution, TakesNoCommandForTheServerThatItWasToldToRun)
+{
+    GroupMember wrapper = member(10, "timeout", 5);
+    wrapper.commandLine = std::string("timeout\00060\0server\0--port=3000\0", 30);
+    GroupMember server = member(11, "server", 5);
+    server.stat.parent = 10;
+    server.commandLine = std::string("server\0--port=3000\0", 19);
+    EXPECT_EQ(choose({wrapper, server}), 11);
+    server.stat.parent = 1;
+    EXPECT_EQ(choose({wrapper, server}), std::nullopt) << "another one's command line is no sign";
+}
+
+TEST(GroupAttribution, TellsOnlyTheOnePossibleProcessWhereStrangersLiveTogether)
 {
     GroupMember named = member(11, "server", 9);
+    named.users = {0, socketUser, 0, 0};
     named.commandLine = "server :3000";
-    EXPECT_EQ(choose({member(10, "one", 5)}, true), std::nullopt);
-    EXPECT_EQ(choose({member(10, "one", 5), named}, true), 11);
-    GroupMember alsoNamed = member(12, "curl", 10);
-    alsoNamed.commandLine = "curl localhost:3000";
-    EXPECT_EQ(choose({named, alsoNamed}, true), std::nullopt) << "two that name it are no evidence";
+    EXPECT_EQ(chooseAmongStrangers({named}), 11);
+    EXPECT_EQ(chooseAmongStrangers({}), std::nullopt);
+    EXPECT_EQ(chooseAmongStrangers({named, member(12, "other", 10)}), std::nullopt);
+    GroupMember silent = named;
+    silent.commandLine = "server";
+    EXPECT_EQ(chooseAmongStrangers({silent}), std::nullopt) << "it does not name the port";
+    named.users = {0, 0, 0, 0};
+    EXPECT_EQ(chooseAmongStrangers({named}), std::nullopt) << "it is of another user";
 }
 
 TEST(GroupAttribution, FindsAPortOnlyAsANumberOfItsOwn)

@@ -317,20 +317,116 @@ TEST_F(ListenerInventoryTest, FallsBackToTheTablesOfTheKernel)
     EXPECT_EQ(on(list(tables), port).size(), 2U);
 }
 
-TEST_F(ListenerInventoryTest, TellsWhichProcessWasListed)
+TEST_F(ListenerInventoryTest, RemembersWhichProcessItTold)
 {
     Puppet server;
     server.listen();
-    EXPECT_FALSE(m_inventory.listed(server.pid()).has_value());
+    EXPECT_FALSE(m_inventory.told(server.pid()).has_value());
     static_cast<void>(list(m_inventory));
-    const std::optional<ProcessIdentity> listed = m_inventory.listed(server.pid());
-    ASSERT_TRUE(listed.has_value());
-    EXPECT_EQ(listed->pid, server.pid());
-    EXPECT_FALSE(m_inventory.listed(::getpid()).has_value());
+    const std::optional<ProcessIdentity> told = m_inventory.told(server.pid());
+    ASSERT_TRUE(told.has_value());
+    EXPECT_EQ(told->pid, server.pid());
+    EXPECT_FALSE(m_inventory.told(::getpid()).has_value());
     const pid_t pid = server.pid();
     server.end();
     static_cast<void>(list(m_inventory));
-    EXPECT_FALSE(m_inventory.listed(pid).has_value());
+    EXPECT_EQ(m_inventory.told(pid), told) << "who was told of it may ask for its end yet";
+}
+
+TEST_F(ListenerInventoryTest, TellsNobodyByLookingForAnOwner)
+{
+    Puppet server;
+    server.listen();
+    const auto looked = m_inventory.ownership(server.pid());
+    const auto *ownership = std::get_if<Ownership>(&looked);
+    ASSERT_NE(ownership, nullptr);
+    EXPECT_EQ(ownership->kind, Ownership::Kind::Seen);
+    EXPECT_EQ(ownership->process.pid, server.pid());
+    EXPECT_FALSE(m_inventory.told(server.pid()).has_value());
+    const auto other = m_inventory.ownership(::getpid());
+    EXPECT_EQ(std::get<Ownership>(other).kind, Ownership::Kind::None);
+}
+
+TEST_F(ListenerInventoryTest, BoundsTheArgumentsOfAWholeListing)
+{
+    constexpr int sockets = 400;
+    constexpr std::size_t mebibyte = 1024UL * 1024;
+    std::vector<std::string> arguments{"greedy"};
+    arguments.resize(1000, std::string(60, 'x'));
+    Puppet greedy(Puppet::program(), arguments);
+    std::vector<int> ports;
+    for (int count = 0; count < sockets; ++count) {
+        ports.push_back(greedy.listen().port);
+    }
+    Puppet modest(Puppet::program(), {"modest", "--with", "arguments"});
+    const int port = modest.listen().port;
+
+    const Records records = list(m_inventory);
+    std::size_t size = 0;
+    for (const RawPortInfo &record : records) {
+        for (const std::string &argument : record.arguments) {
+            size += argument.size() + sizeof(argument);
+        }
+    }
+    EXPECT_LE(size, 16 * mebibyte);
+    EXPECT_GT(size, 4 * mebibyte);
+    for (const int greedyPort : ports) {
+        const RawPortInfo record = only(records, greedyPort);
+        ASSERT_GT(record.arguments.size(), 100U);
+        ASSERT_EQ(record.arguments.front(), "greedy");
+    }
+    EXPECT_EQ(only(records, port).arguments,
+              (std::vector<std::string>{"modest", "--with", "arguments"}));
+}
+
+/// Lowers the number of descriptors that this process may have, for the length of a test.
+class DescriptorsLeft
+{
+public:
+    explicit DescriptorsLeft(rlim_t count)
+    {
+        ::getrlimit(RLIMIT_NOFILE, &m_before);
+        const rlimit lowered = {.rlim_cur = count, .rlim_max = m_before.rlim_max};
+        ::setrlimit(RLIMIT_NOFILE, &lowered);
+    }
+    ~DescriptorsLeft() { ::setrlimit(RLIMIT_NOFILE, &m_before); }
+    DescriptorsLeft(const DescriptorsLeft &) = delete;
+    DescriptorsLeft &operator=(const DescriptorsLeft &) = delete;
+
+private:
+    rlimit m_before{};
+};
+
+TEST_F(ListenerInventoryTest, NamesMoreOwnersThanItMayKeepFilesOf)
+{
+    std::vector<Puppet> servers(40);
+    std::vector<int> ports;
+    for (Puppet &server : servers) {
+        ports.push_back(server.listen().port);
+    }
+    // Each server costs this process two descriptors, and the inventory six.
+    const DescriptorsLeft few(180);
+    ListenerInventory inventory;
+    for (int listing = 0; listing < 3; ++listing) {
+        const Records records = list(inventory);
+        for (std::size_t at = 0; at < servers.size(); ++at) {
+            EXPECT_EQ(only(records, ports[at]).pid, servers[at].pid());
+        }
+    }
+}
+
+TEST_F(ListenerInventoryTest, MakesRoomWhenDescriptorsRunOut)
+{
+    std::vector<Puppet> servers(20);
+    for (Puppet &server : servers) {
+        server.listen();
+    }
+    static_cast<void>(list(m_inventory));
+    Puppet newcomer;
+    const int port = newcomer.listen().port;
+    // Whatever has these numbers stays open, and nothing new fits.
+    const DescriptorsLeft none(100);
+    EXPECT_EQ(only(list(m_inventory), port).pid, newcomer.pid());
 }
 
 TEST_F(ListenerInventoryTest, KeepsNoMoreFilesOpenThanItMay)
@@ -341,10 +437,7 @@ TEST_F(ListenerInventoryTest, KeepsNoMoreFilesOpenThanItMay)
         servers.emplace_back();
         ports.push_back(servers.back().listen().port);
     }
-    rlimit limit = {};
-    ::getrlimit(RLIMIT_NOFILE, &limit);
-    const rlimit small = {.rlim_cur = 140, .rlim_max = limit.rlim_max};
-    ::setrlimit(RLIMIT_NOFILE, &small);
+    const DescriptorsLeft few(140);
     ListenerInventory inventory;
     for (int listing = 0; listing < 3; ++listing) {
         const Records records = list(inventory);
@@ -352,7 +445,6 @@ TEST_F(ListenerInventoryTest, KeepsNoMoreFilesOpenThanItMay)
             EXPECT_EQ(only(records, ports[at]).pid, servers[at].pid());
         }
     }
-    ::setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 } // namespace

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 namespace Tarnwick {
 namespace {
 
@@ -39,6 +41,38 @@ TEST(ProcessInspector, KeepsSixtyFourKibibytesOfArguments)
     EXPECT_EQ(split(whole + "y"), Arguments{std::string(65'535, 'x')});
     EXPECT_EQ(split(std::string(65'536, 'x') + '\0'), Arguments{}) << "it does not fit";
     EXPECT_EQ(split(std::string("a\0", 2) + std::string(65'535, 'x') + '\0'), Arguments{"a"});
+}
+
+TEST(ProcessInspector, KeepsTheFirstThousandArguments)
+{
+    std::string line("server\0", 7);
+    for (int count = 0; count < 30'000; ++count) {
+        line += std::string("a\0", 2);
+    }
+    const Arguments arguments = split(line);
+    EXPECT_EQ(arguments.size(), ProcessInspector::mostArguments);
+    EXPECT_EQ(arguments.front(), "server");
+}
+
+TEST(ProcessInspector, TellsOfAnEndingProcessWhatItWas)
+{
+    const FileDescriptor root = ProcFs::openRoot();
+    const BootClock clock;
+    Puppet puppet(Puppet::program(), {"shop", "--open"});
+    const auto inspector = ProcessInspector::open(root.get(), puppet.pid());
+    ASSERT_NE(inspector, nullptr);
+    ASSERT_TRUE(inspector->refresh(clock));
+    EXPECT_FALSE(inspector->isEnding());
+    const ProcessDetails before = inspector->details();
+
+    // Nobody takes notice of its end: memory, executable and command line are gone, it is not.
+    EXPECT_THROW(puppet.exec("/bin/true", {"true"}), std::runtime_error);
+    ASSERT_TRUE(puppet.awaitEnd());
+    EXPECT_TRUE(inspector->refresh(clock));
+    EXPECT_TRUE(inspector->isEnding());
+    EXPECT_EQ(inspector->details().commandPath, before.commandPath);
+    EXPECT_EQ(inspector->details().arguments, before.arguments);
+    EXPECT_EQ(inspector->details().memoryBytes, before.memoryBytes);
 }
 
 TEST(ProcessInspector, KnowsNoProcessThatIsNotThere)

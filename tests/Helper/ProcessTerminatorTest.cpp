@@ -5,18 +5,23 @@
 
 #include "tests/Helper/InventoryFixture.h"
 #include "tests/Helper/OtherUser.h"
+#include "tests/Helper/ReusedIdentifier.h"
 
+#include <array>
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <limits>
 #include <optional>
 
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <sched.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
-
-#include <linux/sched.h>
 
 namespace Tarnwick {
 namespace {
@@ -29,23 +34,6 @@ protected:
         .afterForcing = std::chrono::milliseconds(2000)};
     ProcessTerminator m_terminator{m_inventory, impatient};
 };
-
-/// Makes a process with the identifier of one that has ended (clone3(2), which wants privilege);
-/// its end of the channel is closed when it should end.
-std::optional<pid_t> reuseIdentifier(pid_t pid)
-{
-    clone_args arguments = {};
-    arguments.exit_signal = SIGCHLD;
-    arguments.set_tid = reinterpret_cast<std::uintptr_t>(&pid);
-    arguments.set_tid_size = 1;
-    const long made = ::syscall(SYS_clone3, &arguments, sizeof(arguments));
-    if (made == 0) {
-        for (;;) {
-            ::pause();
-        }
-    }
-    return made > 0 ? std::optional(static_cast<pid_t>(made)) : std::nullopt;
-}
 
 TEST_F(ProcessTerminatorTest, EndsAListener)
 {
@@ -159,19 +147,124 @@ TEST_F(ProcessTerminatorTest, TakesAListenerThatListensNoMoreForGone)
 
 TEST_F(ProcessTerminatorTest, NeverTouchesAProcessThatGotTheIdentifierOfTheListener)
 {
-    auto server = std::make_optional<Puppet>();
-    server->listen();
+    for (const bool listens : {false, true}) {
+        auto server = std::make_optional<Puppet>();
+        server->listen();
+        static_cast<void>(list(m_inventory));
+        const pid_t pid = server->pid();
+        server.reset();
+        ReusedIdentifier other(pid, listens);
+        if (!other) {
+            GTEST_SKIP() << "an identifier can be chosen only with privilege";
+        }
+        EXPECT_EQ(m_terminator.terminate(pid), KillResultCode::NotFound);
+        EXPECT_FALSE(other.hasEnded());
+    }
+}
+
+TEST_F(ProcessTerminatorTest, GoesByWhatAListingToldAndNotByItsOwnLooks)
+{
+    Puppet first;
+    first.listen();
+    auto second = std::make_optional<Puppet>();
+    second->listen();
     static_cast<void>(list(m_inventory));
-    const pid_t pid = server->pid();
-    server.reset();
-    const std::optional<pid_t> other = reuseIdentifier(pid);
+    const pid_t pid = second->pid();
+    second.reset();
+    ReusedIdentifier other(pid, true);
     if (!other) {
         GTEST_SKIP() << "an identifier can be chosen only with privilege";
     }
+    EXPECT_EQ(m_terminator.terminate(first.pid()), KillResultCode::Terminated);
     EXPECT_EQ(m_terminator.terminate(pid), KillResultCode::NotFound);
-    EXPECT_EQ(::waitpid(pid, nullptr, WNOHANG), 0) << "the other process must still live";
-    ::kill(pid, SIGKILL);
-    ::waitpid(pid, nullptr, 0);
+    EXPECT_FALSE(other.hasEnded());
+    static_cast<void>(list(m_inventory));
+    EXPECT_EQ(m_terminator.terminate(pid), KillResultCode::Terminated);
+}
+
+TEST_F(ProcessTerminatorTest, EndsNoOtherThanTheProcessThatIsMeant)
+{
+    Puppet server;
+    server.listen();
+    static_cast<void>(list(m_inventory));
+    const std::optional<ProcessIdentity> shown = m_inventory.told(server.pid());
+    ASSERT_TRUE(shown.has_value());
+    const ProcessIdentity earlier{server.pid(), shown->startTicks - 1};
+    EXPECT_EQ(m_terminator.terminate(earlier), KillResultCode::NotFound);
+    EXPECT_FALSE(server.hasEnded());
+    EXPECT_EQ(m_terminator.terminate(*shown), KillResultCode::Terminated);
+}
+
+TEST_F(ProcessTerminatorTest, RefusesAServiceManagerThatListensForItsServices)
+{
+    const TemporaryCopy copies;
+    Puppet manager(copies.copy(Puppet::program(), "systemd"), {"systemd", "--user"});
+    manager.listen();
+    EXPECT_EQ(m_terminator.terminate(manager.pid()), KillResultCode::PermissionDenied);
+    EXPECT_FALSE(manager.hasEnded());
+}
+
+TEST_F(ProcessTerminatorTest, IsDeniedWhereTheSystemHandsOutNoProcessDescriptor)
+{
+    Puppet server;
+    server.listen();
+    constexpr std::array<std::uint32_t, 4> codes{EPERM, ENOSYS, ENODEV, EMFILE};
+    for (const std::uint32_t code : codes) {
+        const int result = inOwnProcess([&server, code] {
+            sock_filter program[] = {
+                BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_pidfd_open, 0, 1),
+                BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | code),
+                BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+            };
+            const sock_fprog filter = {.len = static_cast<unsigned short>(std::size(program)),
+                                       .filter = static_cast<sock_filter *>(program)};
+            if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
+                ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) != 0) {
+                return 125;
+            }
+            ListenerInventory inventory;
+            return static_cast<int>(ProcessTerminator(inventory).terminate(server.pid()));
+        });
+        EXPECT_EQ(result, static_cast<int>(KillResultCode::PermissionDenied)) << code;
+    }
+    EXPECT_FALSE(server.hasEnded());
+}
+
+TEST_F(ProcessTerminatorTest, RefusesWhereTheNumbersInProcAreThoseOfAnotherNamespace)
+{
+    Puppet leader(Puppet::program(), {"npm", "run", "dev"});
+    leader.joinGroup(0);
+    Puppet server = leader.fork();
+    server.exec(Puppet::program(), {"node", "vite.js"});
+    const int port = server.listen().port;
+    constexpr int noNamespace = 125;
+    const auto enter = [&server, port] {
+        if (::unshare(CLONE_NEWPID) != 0) {
+            return noNamespace;
+        }
+        // Process 1 of the namespace, which sees the /proc of the one above. Here the server's
+        // number is a stranger's.
+        return inOwnProcess([&server, port] {
+            ReusedIdentifier stranger(server.pid(), false);
+            if (!stranger) {
+                return noNamespace;
+            }
+            ListenerInventory inventory;
+            const RawPortInfo record = only(list(inventory), port);
+            if (record.pid != server.pid() || record.originArguments.size() != 3) {
+                return 124;
+            }
+            const KillResultCode code = ProcessTerminator(inventory).terminate(server.pid());
+            return stranger.hasEnded() ? 123 : static_cast<int>(code);
+        });
+    };
+    const int result = inOwnProcess(enter);
+    if (result == noNamespace) {
+        GTEST_SKIP() << "no namespace of processes to be had";
+    }
+    EXPECT_EQ(result, static_cast<int>(KillResultCode::PermissionDenied));
+    EXPECT_FALSE(server.hasEnded());
 }
 
 TEST_F(ProcessTerminatorTest, IsDeniedAListenerOfAnotherUser)
@@ -179,7 +272,7 @@ TEST_F(ProcessTerminatorTest, IsDeniedAListenerOfAnotherUser)
     if (::getuid() != 0) {
         GTEST_SKIP() << "only root can become another user";
     }
-    // In a session of its own nothing but the number in its command line leads to the server.
+    // Nothing but the number in its command line leads to the server.
     Puppet server;
     const int port = server.listen().port;
     server.exec(Puppet::program(), {"server", "--port", std::to_string(port)});

@@ -74,6 +74,25 @@ TEST_F(SharedSocketTest, BelongsToTheServerAndNotToAnOrphanThatInheritedIt)
     EXPECT_EQ(owner(port), server.pid());
 }
 
+TEST_F(SharedSocketTest, BelongsToAnOldServerAndNotToADaemonThatInheritedIt)
+{
+    for (const int number : {5, 40}) {
+        Puppet server;
+        server.openFiles(1);
+        static_cast<void>(list(m_inventory));
+        static_cast<void>(list(m_inventory));
+        // As many descriptors as before, and no tie to the daemon but the socket.
+        server.close(3);
+        const int port = server.listen(Family::V4, number).port;
+        Puppet between = server.fork();
+        between.startSession();
+        Puppet daemon = between.fork();
+        daemon.startSession();
+        between.end();
+        EXPECT_EQ(only(list(m_inventory), port).pid, server.pid());
+    }
+}
+
 TEST_F(SharedSocketTest, BelongsToAParentThatWasHandedItByItsChild)
 {
     Puppet parent;

@@ -10,6 +10,7 @@
 #include <charconv>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -104,6 +105,7 @@ ControlGroups::ControlGroups()
     }
     if (const std::optional<std::string> point = mountPoint(mounts)) {
         m_root = ProcFs::openDirectory(AT_FDCWD, point->c_str());
+        m_tellsProcesses = ProcFs::numbering(proc.get()) == ProcFs::Numbering::Own;
     }
 }
 
@@ -138,6 +140,9 @@ std::optional<std::string> ControlGroups::path(std::uint64_t number)
         // A removed group's number is not used again, so what is known stays right while it exists.
         return known->second;
     }
+    if (std::exchange(m_walked, true)) {
+        return std::nullopt;
+    }
     m_paths.clear();
     struct stat status = {};
     if (::fstat(m_root.get(), &status) == 0) {
@@ -165,6 +170,9 @@ void ControlGroups::walk(int directory, const std::string &path, unsigned depth)
 std::string ControlGroups::processList(const std::string &path) const
 {
     std::string list;
+    if (!m_tellsProcesses) {
+        return list;
+    }
     if (const FileDescriptor group = openGroup(m_root.get(), path)) {
         ProcFs::readFile(group.get(), "cgroup.procs", list, longestProcessList);
     }
@@ -175,7 +183,7 @@ std::vector<pid_t> ControlGroups::processes(const std::string &path) const
 {
     std::vector<pid_t> found;
     parseProcesses(processList(path), found);
-    if (found.empty()) {
+    if (found.empty() && m_tellsProcesses) {
         if (const FileDescriptor group = openGroup(m_root.get(), path)) {
             collect(group.get(), 0, found);
         }

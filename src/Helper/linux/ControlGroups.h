@@ -18,7 +18,9 @@ namespace Tarnwick {
 
 /// The control groups of the unified hierarchy (cgroups(7)): which group has a number, and which
 /// processes are in a group. Both may be read by everybody. Paths are relative to the hierarchy's
-/// mount point and begin with a slash; that of its root is "/". Belongs to one thread.
+/// mount point and begin with a slash; that of its root is "/". Where /proc has other numbers for
+/// processes than system calls have, no group has any processes, for the kernel tells them in the
+/// numbers of who reads. Belongs to one thread.
 class ControlGroups
 {
 public:
@@ -27,8 +29,12 @@ public:
     ControlGroups();
 
     /// The path of the group whose directory has the inode @p number, which is what socket
-    /// diagnostics call a group by. Walks the tree of groups when the number is not known.
+    /// diagnostics call a group by. Walks the tree of groups when the number is not known, once in
+    /// each look: the groups of many sockets may have been removed.
     [[nodiscard]] std::optional<std::string> path(std::uint64_t number);
+
+    /// Begins a look, in which groups that were made since the one before are found as well.
+    void beginLook() { m_walked = false; }
 
     /// The processes of the group at @p path; where it has none, those of the groups below it, for
     /// a group may hand its processes on to parts of itself.
@@ -56,6 +62,8 @@ private:
     void collect(int directory, unsigned depth, std::vector<pid_t> &found) const;
 
     FileDescriptor m_root;
+    bool m_tellsProcesses = false;
+    bool m_walked = false; ///< in this look
     std::unordered_map<std::uint64_t, std::string> m_paths;
 };
 

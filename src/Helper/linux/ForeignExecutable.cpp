@@ -4,6 +4,7 @@
 #include "Helper/linux/ForeignExecutable.h"
 
 #include "Helper/ProcessName.h"
+#include "Helper/linux/CachedPath.h"
 
 #include <array>
 
@@ -37,7 +38,7 @@ std::string inStandardFolder(std::string_view name)
 /// name is trusted.
 std::string fromFullPath(std::string_view comm, const std::string &argument)
 {
-    if (argument.find(' ') == std::string::npos || ::access(argument.c_str(), X_OK) == 0) {
+    if (argument.find(' ') == std::string::npos || CachedPath::exists(argument)) {
         return argument;
     }
     const std::string_view word = ProcessName::firstWord(argument);

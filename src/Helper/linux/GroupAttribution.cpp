@@ -7,13 +7,17 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <charconv>
+#include <mutex>
 
 namespace Tarnwick {
 
 namespace {
 
 constexpr std::size_t longestCommandLine = 64UL * 1024;
+/// With fewer processes to look at than this, threads cost more than they save.
+constexpr std::size_t worthThreads = 128;
 
 constexpr std::array<std::string_view, 8> shells{"sh",  "bash", "dash", "zsh",
                                                  "ksh", "fish", "mksh", "ash"};
@@ -23,21 +27,38 @@ bool isShell(const GroupMember &member)
     return std::find(shells.begin(), shells.end(), member.stat.comm) != shells.end();
 }
 
+/// Threads of the kernel, zombies, and processes that were searched own no socket.
+bool isPossible(const GroupMember &member)
+{
+    return !member.readable && !member.stat.isKernelThread() && member.stat.state != 'Z';
+}
+
+bool isOfUser(const GroupMember &member, uid_t user)
+{
+    return std::find(member.users.begin(), member.users.end(), user) != member.users.end();
+}
+
+/// Whether @p member was told to run @p child: `timeout 60 server --port 80`.
+bool runs(const GroupMember &member, const GroupMember &child)
+{
+    const std::string_view whole = member.commandLine;
+    const std::string_view part = child.commandLine;
+    return child.stat.parent == member.pid && whole.size() > part.size() && whole.ends_with(part) &&
+           whole[whole.size() - part.size() - 1] == '\0';
+}
+
 bool isDigit(char character)
 {
     return character >= '0' && character <= '9';
 }
 
-/// Keeps the members that @p wanted picks, unless it picks none. True when it picked some.
+/// Keeps the members that @p wanted picks, unless it picks none.
 template<class Wanted>
-bool prefer(std::vector<GroupMember> &members, const Wanted &wanted)
+void prefer(std::vector<GroupMember> &members, const Wanted &wanted)
 {
-    if (std::none_of(members.begin(), members.end(), wanted)) {
-        return false;
+    if (std::any_of(members.begin(), members.end(), wanted)) {
+        std::erase_if(members, std::not_fn(wanted));
     }
-    members.erase(std::remove_if(members.begin(), members.end(), std::not_fn(wanted)),
-                  members.end());
-    return true;
 }
 
 std::vector<pid_t> identifiers(const std::vector<GroupMember> &members)
@@ -84,9 +105,13 @@ GroupAttribution::Answer GroupAttribution::owner(const ListeningSocket &socket)
     }
     const std::optional<std::string> service = ControlGroups::serviceOfSocketUnit(*path);
     Answer answer{std::nullopt, service.value_or(*path), ControlGroups::unit(*path), false};
+    if (ControlGroups::isShared(answer.group)) {
+        answer.owner = chooseAmongStrangers(possibleStrangers(answer.group), socket);
+        return answer;
+    }
     const std::vector<GroupMember> members = candidates(answer.group, socket.port);
     answer.idleUnit = service && members.empty();
-    answer.owner = choose(members, socket, ControlGroups::isShared(answer.group));
+    answer.owner = choose(members, socket);
     return answer;
 }
 
@@ -104,24 +129,27 @@ std::vector<pid_t> GroupAttribution::searchable(const ListeningSocket &socket)
     return found;
 }
 
-std::optional<pid_t> GroupAttribution::choose(std::vector<GroupMember> members,
-                                              const ListeningSocket &socket, bool shared)
+std::optional<pid_t> GroupAttribution::chooseAmongStrangers(std::span<const GroupMember> possible,
+                                                            const ListeningSocket &socket)
 {
-    const auto impossible = [](const GroupMember &member) {
-        return member.readable || member.stat.isKernelThread() || member.stat.state == 'Z';
-    };
-    members.erase(std::remove_if(members.begin(), members.end(), impossible), members.end());
+    const bool decided = possible.size() == 1 && isOfUser(possible.front(), socket.uid) &&
+                         namesPort(possible.front().commandLine, socket.port);
+    return decided ? std::optional(possible.front().pid) : std::nullopt;
+}
+
+std::optional<pid_t> GroupAttribution::choose(std::vector<GroupMember> members,
+                                              const ListeningSocket &socket)
+{
+    std::erase_if(members, std::not_fn(isPossible));
     prefer(members, std::not_fn(isShell));
-    const bool named = prefer(members, [&socket](const GroupMember &member) {
+    prefer(members, [all = members](const GroupMember &member) {
+        return std::none_of(all.begin(), all.end(),
+                            [&member](const GroupMember &child) { return runs(member, child); });
+    });
+    prefer(members, [&socket](const GroupMember &member) {
         return namesPort(member.commandLine, socket.port);
     });
-    if (shared && !named) {
-        return std::nullopt;
-    }
-    prefer(members, [&socket](const GroupMember &member) {
-        return std::find(member.users.begin(), member.users.end(), socket.uid) !=
-               member.users.end();
-    });
+    prefer(members, [&socket](const GroupMember &member) { return isOfUser(member, socket.uid); });
     const std::vector<pid_t> candidates = identifiers(members);
     prefer(members, [&candidates](const GroupMember &member) {
         return std::find(candidates.begin(), candidates.end(), member.stat.parent) ==
@@ -139,8 +167,7 @@ std::optional<pid_t> GroupAttribution::choose(std::vector<GroupMember> members,
             return member.stat.comm == earliest->stat.comm ||
                    member.stat.startTicks == earliest->stat.startTicks;
         });
-    const bool decided = rivals == 1 && (members.size() == 1 || !shared);
-    return decided ? std::optional(earliest->pid) : std::nullopt;
+    return rivals == 1 ? std::optional(earliest->pid) : std::nullopt;
 }
 
 bool GroupAttribution::namesPort(std::string_view commandLine, std::uint16_t port)
@@ -166,24 +193,27 @@ std::vector<GroupMember> GroupAttribution::members(const std::string &path) cons
 {
     std::vector<GroupMember> found;
     for (const pid_t pid : m_groups.processes(path)) {
-        if (m_mayHold(pid)) {
+        if (m_accessTo(pid) != Access::HoldsNothing) {
             found.push_back(
                 {.stat = {}, .pid = pid, .commandLine = {}, .users = {}, .readable = false});
         }
     }
-    constexpr std::size_t worthThreads = 128;
     const Parallel parallel = found.size() >= worthThreads ? Parallel::WhereItHelps : Parallel::No;
-    parallelLoop(found.size(), parallel, [this, &found](std::size_t at) {
-        // Most command lines are far shorter than what reading takes room for.
-        thread_local std::string text;
-        const FileDescriptor file = ProcFs::openOfProcess(m_procRoot, found[at].pid, "/cmdline");
-        if (file && ProcFs::readWhole(file.get(), text, longestCommandLine)) {
-            found[at].commandLine.assign(text);
-        }
-    });
+    parallelLoop(found.size(), parallel,
+                 [this, &found](std::size_t at) { readCommandLine(found[at]); });
     // Threads of the kernel, and what has ended, have no command line.
     std::erase_if(found, [](const GroupMember &member) { return member.commandLine.empty(); });
     return found;
+}
+
+void GroupAttribution::readCommandLine(GroupMember &member) const
+{
+    // Most command lines are far shorter than what reading takes room for.
+    thread_local std::string text;
+    const FileDescriptor file = ProcFs::openOfProcess(m_procRoot, member.pid, "/cmdline");
+    if (file && ProcFs::readWhole(file.get(), text, longestCommandLine)) {
+        member.commandLine.assign(text);
+    }
 }
 
 std::vector<GroupMember> GroupAttribution::candidates(const std::string &path, std::uint16_t port)
@@ -204,6 +234,44 @@ std::vector<GroupMember> GroupAttribution::candidates(const std::string &path, s
     return found;
 }
 
+/// Those of a group that could own a socket although they may not be looked into. Two are as good
+/// as any number, and where many may not be looked into, two are soon found.
+const std::vector<GroupMember> &GroupAttribution::possibleStrangers(const std::string &path)
+{
+    const auto [entry, isNew] = m_strangers.try_emplace(path);
+    std::vector<GroupMember> &found = entry->second;
+    if (!isNew) {
+        return found;
+    }
+    const std::vector<pid_t> processes = m_groups.processes(path);
+    const Parallel parallel =
+        processes.size() >= worthThreads ? Parallel::WhereItHelps : Parallel::No;
+    std::mutex mutex;
+    std::atomic<bool> isEnough = false;
+    parallelLoop(processes.size(), parallel, [&](std::size_t at) {
+        if (isEnough || m_accessTo(processes[at]) != Access::Unknown ||
+            mayLookInto(processes[at])) {
+            return;
+        }
+        GroupMember member;
+        member.pid = processes[at];
+        readCommandLine(member);
+        complete(member);
+        if (!member.commandLine.empty() && isPossible(member) && !isShell(member)) {
+            const std::lock_guard lock(mutex);
+            found.push_back(std::move(member));
+            isEnough = found.size() > 1;
+        }
+    });
+    return found;
+}
+
+bool GroupAttribution::mayLookInto(pid_t pid) const
+{
+    const FileDescriptor descriptors = ProcFs::openDirectoryOfProcess(m_procRoot, pid, "/fd");
+    return descriptors && ProcFs::mayLookAt(descriptors.get());
+}
+
 void GroupAttribution::complete(GroupMember &member) const
 {
     constexpr std::size_t longestStatus = 64UL * 1024;
@@ -213,8 +281,7 @@ void GroupAttribution::complete(GroupMember &member) const
     } else {
         member.stat.state = 'Z';
     }
-    const FileDescriptor descriptors = ProcFs::openDirectory(directory.get(), "fd");
-    member.readable = descriptors && ProcFs::mayLookAt(descriptors.get());
+    member.readable = mayLookInto(member.pid);
     std::string status;
     ProcFs::readFile(directory.get(), "status", status, longestStatus);
     member.users = parseUsers(status);

@@ -37,13 +37,18 @@ struct GroupMember
 class GroupAttribution
 {
 public:
-    /// Whether a process may have any descriptor; who has none owns no socket.
-    using MayHold = std::function<bool(pid_t)>;
+    /// What is known of a process's descriptors from a look at it.
+    enum class Access {
+        Unknown,      ///< there was no look, or it was denied
+        HoldsNothing, ///< it has none, and owns no socket
+        Open          ///< they are ours to look at
+    };
+    using AccessTo = std::function<Access(pid_t)>;
 
-    GroupAttribution(int procRoot, ControlGroups &groups, MayHold mayHold)
+    GroupAttribution(int procRoot, ControlGroups &groups, AccessTo accessTo)
         : m_procRoot(procRoot)
         , m_groups(groups)
-        , m_mayHold(std::move(mayHold))
+        , m_accessTo(std::move(accessTo))
     {
     }
 
@@ -62,13 +67,19 @@ public:
     [[nodiscard]] std::vector<pid_t> searchable(const ListeningSocket &socket);
 
     /// The choice itself, among the members of a group. In this order: who cannot be it is dropped
-    /// (threads of the kernel, zombies, processes that were searched, shells, which run servers but
-    /// are none); one whose command line names the port is preferred; then one of the socket's
-    /// user; then the root of the process tree; then the earliest start. Processes of the same
-    /// program that are left with each other are equal. In a @p shared group nothing less than the
-    /// named port, or there being just one, is evidence.
+    /// (threads of the kernel, zombies, processes that were searched), and so is who runs servers
+    /// but is none (shells, and commands that were given another member's command line to run); one
+    /// whose command line names the port is preferred; then one of the socket's user; then the root
+    /// of the process tree; then the earliest start. Processes of the same program that are left
+    /// with each other are equal.
     [[nodiscard]] static std::optional<pid_t> choose(std::vector<GroupMember> members,
-                                                     const ListeningSocket &socket, bool shared);
+                                                     const ListeningSocket &socket);
+
+    /// The choice in a group that strangers share, where a number in a command line may mean
+    /// anything: the only one of @p possible, all those that may not be looked into, if it names
+    /// the port and is of the socket's user.
+    [[nodiscard]] static std::optional<pid_t>
+    chooseAmongStrangers(std::span<const GroupMember> possible, const ListeningSocket &socket);
 
     /// Whether a command line holds @p port as a number of its own.
     [[nodiscard]] static bool namesPort(std::string_view commandLine, std::uint16_t port);
@@ -76,13 +87,18 @@ public:
 private:
     [[nodiscard]] std::vector<GroupMember> members(const std::string &path) const;
     [[nodiscard]] std::vector<GroupMember> candidates(const std::string &path, std::uint16_t port);
+    [[nodiscard]] const std::vector<GroupMember> &possibleStrangers(const std::string &path);
+    void readCommandLine(GroupMember &member) const;
+    [[nodiscard]] bool mayLookInto(pid_t pid) const;
     void complete(GroupMember &member) const;
 
     int m_procRoot;
     ControlGroups &m_groups;
-    MayHold m_mayHold;
+    AccessTo m_accessTo;
     /// Of this look; of each member the command line only.
     std::map<std::string, std::vector<GroupMember>> m_members;
+    /// Of this look, too; two at most of each group.
+    std::map<std::string, std::vector<GroupMember>> m_strangers;
 };
 
 } // namespace Tarnwick

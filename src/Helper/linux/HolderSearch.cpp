@@ -9,10 +9,14 @@
 #include <array>
 #include <charconv>
 #include <iterator>
+#include <string>
 #include <string_view>
 
 #include <fcntl.h>
+#include <linux/kcmp.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace Tarnwick {
 
@@ -27,6 +31,8 @@ constexpr unsigned longestStretch = 512;
 constexpr std::size_t worthThreads = 3072;
 /// What a process costs beside its descriptors, as many numbers.
 constexpr std::size_t costOfProcess = 3;
+/// The same where only their number is asked for, counted in processes.
+constexpr std::size_t worthThreadsForCounts = 256;
 
 /// The size of the directory PID/fd, which is the number of descriptors since Linux 6.2.
 std::int64_t sizeOf(int descriptors)
@@ -41,9 +47,17 @@ bool kernelTellsCounts(int root)
     return own && sizeOf(own.get()) > 0;
 }
 
-FileDescriptor openDescriptors(int root, pid_t pid)
+FileDescriptor openDescriptors(int root, pid_t pid, pid_t thread)
 {
-    return ProcFs::openDirectoryOfProcess(root, pid, "/fd");
+    const std::string name = thread == 0 ? "/fd" : "/task/" + std::to_string(thread) + "/fd";
+    return ProcFs::openDirectoryOfProcess(root, pid, name);
+}
+
+/// Whether two threads have the same descriptors (kcmp(2)); it is taken for granted where the
+/// kernel does not tell.
+bool shareDescriptors(pid_t left, pid_t right)
+{
+    return ::syscall(SYS_kcmp, left, right, KCMP_FILES, 0, 0) <= 0;
 }
 
 } // namespace
@@ -67,23 +81,26 @@ const HolderSearch::Visited &HolderSearch::visit(pid_t pid)
     if (known != m_visited.end() && known->second.complete) {
         return known->second;
     }
-    std::array<Stretch, 1> whole{
-        Stretch{.pid = pid, .from = 0, .to = everything, .result = {}, .hits = 0, .found = {}}};
+    std::array<Stretch, 1> whole{Stretch{.pid = pid, .to = everything, .result = {}, .found = {}}};
     run(whole);
     return m_visited[pid];
 }
 
-void HolderSearch::visitAll(std::span<const ProcFs::ProcessEntry> processes,
-                            const std::function<bool()> &settled)
+bool HolderSearch::visitAll(std::span<const ProcFs::ProcessEntry> processes, const Settled &settled)
 {
     std::vector<Progress> unfinished = begin(processes);
     for (const unsigned end : bandEnds) {
-        visitBand(unfinished, m_countsTold ? end : everything);
-        if (unfinished.empty() || settled()) {
-            return;
+        const unsigned looked = m_countsTold ? end : everything;
+        visitBand(unfinished, looked);
+        if (settled(looked)) {
+            return true;
+        }
+        if (unfinished.empty()) {
+            return false;
         }
     }
     visitRest(unfinished);
+    return false;
 }
 
 std::vector<HolderSearch::Progress>
@@ -183,7 +200,7 @@ void HolderSearch::run(std::span<Stretch> stretches)
 
 void HolderSearch::look(Stretch &stretch) const
 {
-    const FileDescriptor descriptors = openDescriptors(m_root, stretch.pid);
+    const FileDescriptor descriptors = openDescriptors(m_root, stretch.pid, stretch.thread);
     if (!descriptors) {
         stretch.result.complete = true;
         return;
@@ -228,9 +245,58 @@ bool HolderSearch::lookAtNumber(int descriptors, unsigned number, Stretch &stret
     }
     auto match = std::lower_bound(m_index.begin(), m_index.end(), Indexed{seen.inode, 0});
     for (; match != m_index.end() && match->inode == seen.inode; ++match) {
-        stretch.found.push_back({match->socket, stretch.pid, number});
+        stretch.found.push_back({match->socket, stretch.pid, number, stretch.thread});
     }
     return true;
+}
+
+void HolderSearch::visitThreads(std::span<const ProcFs::ProcessEntry> processes)
+{
+    if (ProcFs::numbering(m_root) == ProcFs::Numbering::Foreign) {
+        return;
+    }
+    std::vector<std::vector<Holder>> found(processes.size());
+    const Parallel parallel =
+        processes.size() >= worthThreadsForCounts ? Parallel::WhereItHelps : Parallel::No;
+    parallelLoop(processes.size(), parallel, [&](std::size_t at) {
+        const auto known = m_visited.find(processes[at].pid);
+        if (known != m_visited.end() && known->second.readable &&
+            ProcFs::threadCount(m_root, processes[at].pid) > 1) {
+            lookAtThreads(processes[at].pid, found[at]);
+        }
+    });
+    for (const std::vector<Holder> &holders : found) {
+        m_holders.insert(m_holders.end(), holders.begin(), holders.end());
+        m_sorted = m_sorted && holders.empty();
+    }
+}
+
+void HolderSearch::lookAtThreads(pid_t pid, std::vector<Holder> &found) const
+{
+    std::vector<ProcFs::NumberedEntry> threads;
+    const FileDescriptor folder = ProcFs::openDirectoryOfProcess(m_root, pid, "/task");
+    if (!folder || !ProcFs::readNumbers(folder.get(), threads)) {
+        return;
+    }
+    // One thread for each set of descriptors; a process without any has lost its main thread.
+    std::vector<pid_t> different;
+    if (m_visited.at(pid).descriptors != 0) {
+        different.push_back(pid);
+    }
+    for (const ProcFs::NumberedEntry &entry : threads) {
+        const auto thread = static_cast<pid_t>(entry.number);
+        const bool isKnown =
+            thread == pid || std::any_of(different.begin(), different.end(), [thread](pid_t other) {
+                return shareDescriptors(other, thread);
+            });
+        if (!isKnown) {
+            Stretch stretch{
+                .pid = pid, .thread = thread, .to = everything, .result = {}, .found = {}};
+            look(stretch);
+            found.insert(found.end(), stretch.found.begin(), stretch.found.end());
+            different.push_back(thread);
+        }
+    }
 }
 
 std::span<const Holder> HolderSearch::holders()
@@ -254,7 +320,7 @@ std::span<const Holder> HolderSearch::holders(std::uint32_t socket)
         return left.socket < right.socket;
     };
     const auto [first, last] =
-        std::equal_range(all.begin(), all.end(), Holder{socket, 0, 0}, bySocket);
+        std::equal_range(all.begin(), all.end(), Holder{.socket = socket}, bySocket);
     return all.subspan(static_cast<std::size_t>(first - all.begin()),
                        static_cast<std::size_t>(last - first));
 }
@@ -268,9 +334,8 @@ std::vector<std::int64_t> descriptorCounts(int root,
     }
     constexpr std::size_t block = 64;
     const std::size_t blocks = (processes.size() + block - 1) / block;
-    constexpr std::size_t worthThreadsForCounts = 4;
     const Parallel parallel =
-        blocks >= worthThreadsForCounts ? Parallel::WhereItHelps : Parallel::No;
+        processes.size() >= worthThreadsForCounts ? Parallel::WhereItHelps : Parallel::No;
     parallelLoop(blocks, parallel, [&](std::size_t index) {
         const std::size_t end = std::min(processes.size(), (index + 1) * block);
         for (std::size_t at = index * block; at < end; ++at) {

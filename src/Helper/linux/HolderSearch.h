@@ -21,6 +21,7 @@ struct Holder
     std::uint32_t socket = 0; ///< index into the sockets that were searched for
     pid_t pid = 0;
     unsigned descriptor = 0; ///< its lowest number for the socket
+    pid_t thread = 0;        ///< the thread whose number that is; 0 where all threads share it
 
     // NOLINTNEXTLINE(modernize-use-nullptr): a false alarm of clang-tidy 14
     friend auto operator<=>(const Holder &, const Holder &) = default;
@@ -34,6 +35,9 @@ struct Holder
 /// the last socket turns up. A child inherits a descriptor under its number; so a finished band
 /// knows every process that inherited one of the band's sockets, not just the first. Large searches
 /// use a few threads.
+///
+/// PID/fd is what the main thread has. A thread may have descriptors of its own (CLONE_FILES of
+/// unshare(2)), and a main thread that has ended has none any more: only visitThreads() sees those.
 class HolderSearch
 {
 public:
@@ -53,10 +57,16 @@ public:
     /// Looks at all descriptors of @p pid, unless that was done before.
     const Visited &visit(pid_t pid);
 
-    /// Looks at the processes given, band after band, until @p settled says that what was found so
-    /// far will do, or until everything was looked at.
-    void visitAll(std::span<const ProcFs::ProcessEntry> processes,
-                  const std::function<bool()> &settled);
+    /// Whether what was found will do, once all numbers below @p looked have been looked at.
+    using Settled = std::function<bool(unsigned looked)>;
+
+    /// Looks at the processes given, band after band, until @p settled says so, or until everything
+    /// was looked at. Whether it was @p settled.
+    bool visitAll(std::span<const ProcFs::ProcessEntry> processes, const Settled &settled);
+
+    /// Looks at the descriptors that the main threads of these processes, which have been visited,
+    /// do not have.
+    void visitThreads(std::span<const ProcFs::ProcessEntry> processes);
 
     /// What was found up to now, ordered by socket and then process.
     [[nodiscard]] std::span<const Holder> holders();
@@ -79,6 +89,7 @@ private:
     struct Stretch
     {
         pid_t pid = 0;
+        pid_t thread = 0;
         unsigned from = 0;
         unsigned to = 0;          ///< one past the last; `everything` for all from `from` on
         std::int64_t missing = 0; ///< ends early when it has met this many descriptors
@@ -99,6 +110,7 @@ private:
 
     void run(std::span<Stretch> stretches);
     void look(Stretch &stretch) const;
+    void lookAtThreads(pid_t pid, std::vector<Holder> &found) const;
     bool lookAtNumber(int descriptors, unsigned number, Stretch &stretch) const;
     [[nodiscard]] std::vector<Progress>
     begin(std::span<const ProcFs::ProcessEntry> processes) const;

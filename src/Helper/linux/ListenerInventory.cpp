@@ -11,10 +11,10 @@
 #include "Helper/linux/ProcFs.h"
 #include "Helper/linux/ProcessCensus.h"
 #include "Helper/linux/SocketDump.h"
+#include "Shared/Utf8.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <unordered_set>
 
 namespace Tarnwick {
@@ -25,31 +25,6 @@ using Clock = std::chrono::steady_clock;
 
 /// The longest pause between two searches for an owner that could not be found, in listings.
 constexpr std::uint64_t longestPause = 64;
-
-RawPortInfo recordOf(const ListeningSocket &socket, const ProcessInspector &owner)
-{
-    const ProcessDetails &details = owner.details();
-    RawPortInfo record;
-    record.pid = owner.identity().pid;
-    record.port = socket.port;
-    record.processName = details.processName;
-    record.commandPath = details.commandPath;
-    record.cwd = details.cwd;
-    record.arguments = details.arguments;
-    record.originArguments = details.originArguments;
-    record.processStartedAt = details.startedAt;
-    record.memoryBytes = details.memoryBytes;
-    return record;
-}
-
-RawPortInfo recordWithoutOwner(const ListeningSocket &socket, const KnownSocket &known)
-{
-    RawPortInfo record;
-    record.port = socket.port;
-    record.processName = known.unit.empty() ? "unknown" : known.unit;
-    record.processStartedAt = known.firstSeen;
-    return record;
-}
 
 } // namespace
 
@@ -81,8 +56,10 @@ struct ListenerInventory::Private
         }
     };
 
+    [[nodiscard]] std::optional<ListingError> update(ProcessInspector::Reading least);
     [[nodiscard]] Questions questions(ProcessCensus::Pulse pulse);
     void resolve(const Questions &questions, int attemptsLeft);
+    [[nodiscard]] Places inheritedFromAnybody(OwnerResolution &resolution, const Places &fresh);
     void look(OwnerResolution &resolution, GroupAttribution &attribution,
               const Questions &questions);
     [[nodiscard]] bool anyDue(const Places &places);
@@ -91,8 +68,7 @@ struct ListenerInventory::Private
     void attribute(GroupAttribution &attribution, const Places &places);
     [[nodiscard]] bool attributionStands(std::uint32_t place);
     void postpone(KnownSocket &known) const;
-    void dropVanished(const Places &suspects);
-    [[nodiscard]] std::vector<RawPortInfo> records();
+    void markVanished(const Places &suspects);
 
     std::chrono::seconds auditInterval;
     int auditShare;
@@ -103,7 +79,6 @@ struct ListenerInventory::Private
     ProcessCensus census;
     OwnerMemory memory;
     std::vector<ListeningSocket> sockets;
-    std::unordered_set<std::uint32_t> vanished; ///< places of sockets that closed while we looked
     Clock::time_point nextAudit;
 };
 
@@ -122,31 +97,49 @@ ListenerInventory::~ListenerInventory() = default;
 Listing ListenerInventory::list()
 {
     Private &d = *m_private;
-    if (!d.root) {
-        return ListingError{ENOENT, "cannot read /proc: is it mounted?"};
-    }
-    if (std::optional<ListingError> error = d.dump.list(d.sockets)) {
+    if (std::optional<ListingError> error =
+            d.update(ProcessInspector::Reading::WhatMayHaveChanged)) {
         return *std::move(error);
     }
-    d.vanished.clear();
-    d.clock.update();
-    // The moment that the listing is true of, where nothing else ran then.
-    const ProcessCensus::Pulse pulse = d.census.pulse();
-    d.memory.check(d.sockets, d.clock,
-                   pulse.othersRun ? ProcessInspector::Reading::Everything
-                                   : ProcessInspector::Reading::WhatMayHaveChanged);
-    if (const Private::Questions questions = d.questions(pulse); !questions.none()) {
-        constexpr int attempts = 3;
-        d.resolve(questions, attempts);
-    }
-    std::vector<RawPortInfo> records = d.records();
-    d.memory.finish();
+    std::vector<RawPortInfo> records = d.memory.records(d.sockets);
+    d.memory.finish(OwnerMemory::Purpose::Telling);
     return records;
 }
 
-std::optional<ProcessIdentity> ListenerInventory::listed(std::int32_t pid) const
+std::variant<Ownership, ListingError> ListenerInventory::ownership(std::int32_t pid)
 {
-    return m_private->memory.listed(pid);
+    Private &d = *m_private;
+    if (std::optional<ListingError> error = d.update(ProcessInspector::Reading::Everything)) {
+        return *std::move(error);
+    }
+    const Ownership found = d.memory.ownership(pid);
+    d.memory.finish(OwnerMemory::Purpose::Checking);
+    return found;
+}
+
+std::optional<ProcessIdentity> ListenerInventory::told(std::int32_t pid) const
+{
+    return m_private->memory.told(pid);
+}
+
+/// Finds out what listens now and who owns it, reading of the known owners no less than @p least.
+std::optional<ListingError> ListenerInventory::Private::update(ProcessInspector::Reading least)
+{
+    if (!root) {
+        return ListingError{ENOENT, "cannot read /proc: is it mounted?"};
+    }
+    if (std::optional<ListingError> error = dump.list(sockets)) {
+        return error;
+    }
+    clock.update();
+    // The moment that the listing is true of, where nothing else ran then.
+    const ProcessCensus::Pulse pulse = census.pulse();
+    memory.check(sockets, clock, pulse.othersRun ? ProcessInspector::Reading::Everything : least);
+    if (const Questions asked = questions(pulse); !asked.none()) {
+        constexpr int attempts = 3;
+        resolve(asked, attempts);
+    }
+    return std::nullopt;
 }
 
 ListenerInventory::Private::Questions
@@ -199,11 +192,39 @@ bool ListenerInventory::Private::leadsToOwner(GroupAttribution &attribution,
     return answer.owner.has_value();
 }
 
+/// The sockets that a new process may have from anybody, for its maker is gone. Who made them is in
+/// their control group: where that is no crowd, its processes are looked at, and nothing is left.
+ListenerInventory::Private::Places
+ListenerInventory::Private::inheritedFromAnybody(OwnerResolution &resolution, const Places &fresh)
+{
+    Places inherited;
+    if (fresh.empty()) {
+        return inherited;
+    }
+    const std::vector<pid_t> newcomers = census.newcomers();
+    for (const std::uint32_t place : fresh) {
+        const std::optional<SocketOwner> owner = resolution.owner(place);
+        const bool isNew =
+            owner && std::binary_search(newcomers.begin(), newcomers.end(), owner->pid);
+        if (!isNew || !resolution.isMakerOfOwnerGone(place)) {
+            continue;
+        }
+        const std::optional<std::string> group = groups.path(sockets[place].controlGroup);
+        if (group && !ControlGroups::isShared(*group)) {
+            resolution.look(groups.processes(*group));
+        } else {
+            inherited.push_back(place);
+        }
+    }
+    return inherited;
+}
+
 void ListenerInventory::Private::look(OwnerResolution &resolution, GroupAttribution &attribution,
                                       const Questions &questions)
 {
     const Clock::time_point start = Clock::now();
     bool everywhere = memory.listing() == 1 || questions.everything;
+    Places inherited;
     if (!everywhere) {
         resolution.look(census.newcomers());
         if (!questions.lost.empty() || !resolution.ownersAreMakers(questions.fresh)) {
@@ -213,13 +234,15 @@ void ListenerInventory::Private::look(OwnerResolution &resolution, GroupAttribut
             }
             resolution.look(suspects);
         }
-        everywhere = !questions.lost.empty() || !resolution.settled(questions.fresh) ||
-                     anyDue(questions.open);
+        inherited = inheritedFromAnybody(resolution, questions.fresh);
+        everywhere = !inherited.empty() || !questions.lost.empty() ||
+                     !resolution.settled(questions.fresh) || anyDue(questions.open);
     }
     if (everywhere) {
         resolution.lookEverywhere(
             questions.everything ? OwnerResolution::Thoroughness::Everything
                                  : OwnerResolution::Thoroughness::UntilSettled,
+            inherited,
             [&](std::uint32_t place) { return leadsToOwner(attribution, resolution, place); });
         for (const std::uint32_t place : questions.open) {
             if (memory.socket(place).manager) {
@@ -248,13 +271,22 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
             wanted[place] = place;
         }
     }
+    memory.makeRoom();
+    groups.beginLook();
     OwnerResolution resolution(root.get(), sockets, census.take());
     for (const std::uint32_t place : wanted) {
         resolution.want(place);
     }
     GroupAttribution attribution(root.get(), groups, [&resolution](pid_t pid) {
         const auto visited = resolution.search().visited().find(pid);
-        return visited == resolution.search().visited().end() || visited->second.descriptors != 0;
+        if (visited == resolution.search().visited().end()) {
+            return GroupAttribution::Access::Unknown;
+        }
+        if (visited->second.descriptors == 0) {
+            return GroupAttribution::Access::HoldsNothing;
+        }
+        return visited->second.readable ? GroupAttribution::Access::Open
+                                        : GroupAttribution::Access::Unknown;
     });
     look(resolution, attribution, questions);
 
@@ -265,6 +297,7 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
         KnownSocket &known = memory.socket(place);
         if (owner && memory.assign(place, owner->pid, KnownSocket::Attribution::Held, clock)) {
             known.descriptor = owner->descriptor;
+            known.thread = owner->thread;
             known.manager = owner->manager;
         } else if (owner && attemptsLeft > 0) {
             known.owner = owner->pid;
@@ -274,7 +307,7 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
         }
     }
     attribute(attribution, unowned);
-    dropVanished(unowned);
+    markVanished(unowned);
     // An owner that ended since it was found may have left its socket to another process.
     if (!ended.none()) {
         resolve(ended, attemptsLeft - 1);
@@ -289,7 +322,7 @@ void ListenerInventory::Private::postpone(KnownSocket &known) const
 }
 
 /// A socket that nobody holds may have been closed since it was listed; then it is nobody's.
-void ListenerInventory::Private::dropVanished(const Places &suspects)
+void ListenerInventory::Private::markVanished(const Places &suspects)
 {
     const bool anyUnknown =
         std::any_of(suspects.begin(), suspects.end(),
@@ -304,7 +337,7 @@ void ListenerInventory::Private::dropVanished(const Places &suspects)
     }
     for (const std::uint32_t place : suspects) {
         if (!keys.contains(sockets[place].key())) {
-            vanished.insert(place);
+            memory.socket(place).vanished = true;
         }
     }
 }
@@ -314,12 +347,11 @@ void ListenerInventory::Private::dropVanished(const Places &suspects)
 bool ListenerInventory::Private::attributionStands(std::uint32_t place)
 {
     const KnownSocket &known = memory.socket(place);
-    if (memory.isNew(place) || known.group.empty() ||
-        (known.attribution == KnownSocket::Attribution::Grouped && !known.verified) ||
-        known.retryAt <= memory.listing()) {
+    const bool isOwnerGone = known.attribution != KnownSocket::Attribution::None && !known.verified;
+    if (memory.isNew(place) || isOwnerGone || known.retryAt <= memory.listing()) {
         return false;
     }
-    return ControlGroups::isShared(known.group) ||
+    return known.group.empty() || ControlGroups::isShared(known.group) ||
            groups.processList(known.group) == known.groupList;
 }
 
@@ -332,7 +364,7 @@ void ListenerInventory::Private::attribute(GroupAttribution &attribution, const 
         KnownSocket &known = memory.socket(place);
         GroupAttribution::Answer answer = attribution.owner(sockets[place]);
         known.group = std::move(answer.group);
-        known.unit = std::move(answer.unit);
+        known.unit = Utf8::sanitized(answer.unit);
         known.groupList = groups.processList(known.group);
         postpone(known);
         known.manager = false;
@@ -344,22 +376,6 @@ void ListenerInventory::Private::attribute(GroupAttribution &attribution, const 
                 memory.assign(place, *answer.owner, KnownSocket::Attribution::Grouped, clock));
         }
     }
-}
-
-std::vector<RawPortInfo> ListenerInventory::Private::records()
-{
-    std::vector<RawPortInfo> records;
-    records.reserve(sockets.size());
-    for (std::uint32_t place = 0; place < sockets.size(); ++place) {
-        if (vanished.contains(place)) {
-            continue;
-        }
-        const ProcessInspector *owner = memory.owner(place);
-        records.push_back(owner != nullptr
-                              ? recordOf(sockets[place], *owner)
-                              : recordWithoutOwner(sockets[place], memory.socket(place)));
-    }
-    return records;
 }
 
 } // namespace Tarnwick

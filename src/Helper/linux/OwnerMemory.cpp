@@ -4,7 +4,10 @@
 #include "Helper/linux/OwnerMemory.h"
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
 
+#include <fcntl.h>
 #include <sys/resource.h>
 
 namespace Tarnwick {
@@ -25,10 +28,46 @@ std::size_t mostOpenProcesses()
     return static_cast<std::size_t>(usable / ProcessInspector::mostDescriptors);
 }
 
+/// Keeps the first of @p arguments, as many as fit into @p room.
+void cut(std::vector<std::string> &arguments, std::size_t room)
+{
+    auto end = arguments.begin();
+    for (; end != arguments.end() && end->size() + sizeof(*end) <= room; ++end) {
+        room -= end->size() + sizeof(*end);
+    }
+    arguments.erase(end, arguments.end());
+}
+
+RawPortInfo recordOf(const ListeningSocket &socket, const ProcessInspector &owner)
+{
+    const ProcessDetails &details = owner.details();
+    RawPortInfo record;
+    record.pid = owner.identity().pid;
+    record.port = socket.port;
+    record.processName = details.processName;
+    record.commandPath = details.commandPath;
+    record.cwd = details.cwd;
+    record.arguments = details.arguments;
+    record.originArguments = details.originArguments;
+    record.processStartedAt = details.startedAt;
+    record.memoryBytes = details.memoryBytes;
+    return record;
+}
+
+RawPortInfo recordWithoutOwner(const ListeningSocket &socket, const KnownSocket &known)
+{
+    RawPortInfo record;
+    record.port = socket.port;
+    record.processName = known.unit.empty() ? "unknown" : known.unit;
+    record.processStartedAt = known.firstSeen;
+    return record;
+}
+
 } // namespace
 
 OwnerMemory::OwnerMemory(int root)
     : m_root(root)
+    , m_numbering(ProcFs::numbering(root))
     , m_mostOpen(mostOpenProcesses())
 {
 }
@@ -53,6 +92,7 @@ void OwnerMemory::check(std::span<const ListeningSocket> sockets, const BootCloc
             m_processes[known.owner].places.push_back(place);
         }
         known.verified = false;
+        known.vanished = false;
         known.lastListing = isNew ? 0 : m_listing;
         m_places.push_back(&known);
     }
@@ -67,22 +107,104 @@ void OwnerMemory::check(std::span<const ListeningSocket> sockets, const BootCloc
 void OwnerMemory::verify(Process &process, std::span<const ListeningSocket> sockets,
                          const BootClock &clock, ProcessInspector::Reading reading)
 {
-    if (!process.inspector || !process.inspector->reopen() ||
-        !process.inspector->refresh(clock, reading)) {
-        process.inspector.reset();
+    if (!process.inspector || !refresh(process, clock, reading)) {
+        forget(process);
         return;
     }
     process.readAt = m_listing;
     for (const std::uint32_t place : process.places) {
         KnownSocket &known = *m_places[place];
         if (known.attribution == KnownSocket::Attribution::Grouped) {
-            known.verified = true;
+            known.verified = !process.inspector->isEnding();
             continue;
         }
         if (process.inspector->hasRun() || !known.seen) {
-            known.seen = process.inspector->holds(known.descriptor, sockets[place].inode);
+            known.seen =
+                process.inspector->holds(known.descriptor, sockets[place].inode, known.thread);
         }
         known.verified = known.seen;
+    }
+    releaseIfTooMany(process);
+}
+
+bool OwnerMemory::refresh(Process &process, const BootClock &clock,
+                          ProcessInspector::Reading reading)
+{
+    if (!process.inspector->isOpen()) {
+        if (!openWithRoom([&process] { return process.inspector->reopen(); })) {
+            return false;
+        }
+        ++m_open;
+    }
+    return process.inspector->refresh(clock, reading);
+}
+
+bool OwnerMemory::open(Process &process, pid_t pid)
+{
+    forget(process);
+    const bool opened = openWithRoom([&] {
+        process.inspector = ProcessInspector::open(m_root, pid, m_numbering);
+        return process.inspector != nullptr;
+    });
+    m_open += opened ? 1 : 0;
+    return opened;
+}
+
+/// Opens a process's files. Where no descriptors are left for them, those that are kept open make
+/// room, and fewer are kept from then on: to be without descriptors is not to have ended.
+template<class Open>
+bool OwnerMemory::openWithRoom(const Open &open)
+{
+    errno = 0;
+    if (open()) {
+        return true;
+    }
+    if ((errno != EMFILE && errno != ENFILE) || m_open == 0) {
+        return false;
+    }
+    closeFiles();
+    return open();
+}
+
+void OwnerMemory::makeRoom()
+{
+    // Two for each thread of the look.
+    constexpr std::size_t ofALook = 8;
+    std::array<FileDescriptor, ofALook> tried;
+    const bool areLeft = std::all_of(tried.begin(), tried.end(), [this](FileDescriptor &room) {
+        room = FileDescriptor(::fcntl(m_root, F_DUPFD_CLOEXEC, 0));
+        return static_cast<bool>(room);
+    });
+    if (!areLeft) {
+        closeFiles();
+    }
+}
+
+void OwnerMemory::closeFiles()
+{
+    m_mostOpen = m_open / 2;
+    for (auto &[pid, process] : m_processes) {
+        if (process.inspector) {
+            process.inspector->release();
+        }
+    }
+    m_open = 0;
+}
+
+void OwnerMemory::forget(Process &process)
+{
+    if (process.inspector && process.inspector->isOpen()) {
+        --m_open;
+    }
+    process.inspector.reset();
+    process.isTold = false;
+}
+
+void OwnerMemory::releaseIfTooMany(Process &process)
+{
+    if (m_open > m_mostOpen) {
+        process.inspector->release();
+        --m_open;
     }
 }
 
@@ -96,12 +218,12 @@ bool OwnerMemory::assign(std::size_t place, pid_t pid, KnownSocket::Attribution 
 {
     Process &process = m_processes[pid];
     if (process.readAt != m_listing || !process.inspector) {
-        process.inspector = ProcessInspector::open(m_root, pid);
-        if (!process.inspector || !process.inspector->refresh(clock)) {
-            process.inspector.reset();
+        if (!open(process, pid) || !process.inspector->refresh(clock)) {
+            forget(process);
             return false;
         }
         process.readAt = m_listing;
+        releaseIfTooMany(process);
     }
     KnownSocket &known = *m_places[place];
     known.attribution = attribution;
@@ -111,9 +233,8 @@ bool OwnerMemory::assign(std::size_t place, pid_t pid, KnownSocket::Attribution 
     return true;
 }
 
-const ProcessInspector *OwnerMemory::owner(std::size_t place) const
+const ProcessInspector *OwnerMemory::owner(const KnownSocket &known) const
 {
-    const KnownSocket &known = *m_places[place];
     if (!known.verified) {
         return nullptr;
     }
@@ -121,7 +242,66 @@ const ProcessInspector *OwnerMemory::owner(std::size_t place) const
     return process == m_processes.end() ? nullptr : process->second.inspector.get();
 }
 
-void OwnerMemory::finish()
+/// What the arguments in one record may take up: whatever they do, unless all are too many.
+std::size_t OwnerMemory::argumentShare() const
+{
+    std::size_t greatest = 0;
+    for (const auto &[pid, process] : m_processes) {
+        greatest =
+            std::max(greatest, process.inspector ? process.inspector->details().argumentCost : 0);
+    }
+    if (greatest * m_places.size() <= mostArguments) {
+        return mostArguments;
+    }
+    std::size_t cost = 0;
+    for (const KnownSocket *known : m_places) {
+        const ProcessInspector *process = owner(*known);
+        cost += process != nullptr ? process->details().argumentCost : 0;
+    }
+    return cost <= mostArguments ? mostArguments : mostArguments / m_places.size();
+}
+
+std::vector<RawPortInfo> OwnerMemory::records(std::span<const ListeningSocket> sockets) const
+{
+    const std::size_t share = argumentShare();
+    std::vector<RawPortInfo> records;
+    records.reserve(sockets.size());
+    for (std::size_t place = 0; place < sockets.size(); ++place) {
+        const KnownSocket &known = *m_places[place];
+        if (known.vanished) {
+            continue;
+        }
+        const ProcessInspector *process = owner(known);
+        records.push_back(process != nullptr ? recordOf(sockets[place], *process)
+                                             : recordWithoutOwner(sockets[place], known));
+        if (process != nullptr && process->details().argumentCost > share) {
+            cut(records.back().arguments, share / 2);
+            cut(records.back().originArguments, share / 2);
+        }
+    }
+    return records;
+}
+
+Ownership OwnerMemory::ownership(pid_t pid) const
+{
+    Ownership found;
+    for (const KnownSocket *known : m_places) {
+        const ProcessInspector *process = known->owner == pid ? owner(*known) : nullptr;
+        if (process == nullptr) {
+            continue;
+        }
+        Ownership::Kind kind = Ownership::Kind::Seen;
+        if (known->attribution != KnownSocket::Attribution::Held) {
+            kind = Ownership::Kind::Presumed;
+        } else if (known->manager) {
+            kind = Ownership::Kind::ForOthers;
+        }
+        found = {std::max(found.kind, kind), process->identity()};
+    }
+    return found;
+}
+
+void OwnerMemory::finish(Purpose purpose)
 {
     for (KnownSocket *known : m_places) {
         known->lastListing = m_listing;
@@ -132,23 +312,38 @@ void OwnerMemory::finish()
     m_places.clear();
     std::erase_if(m_sockets,
                   [this](const auto &entry) { return entry.second.lastListing != m_listing; });
+    for (auto &[pid, process] : m_processes) {
+        if (process.ownsAt != m_listing) {
+            forget(process);
+        }
+    }
     std::erase_if(m_processes,
                   [this](const auto &entry) { return entry.second.ownsAt != m_listing; });
-    std::size_t open = 0;
-    for (auto &[pid, process] : m_processes) {
-        if (process.inspector && ++open > m_mostOpen) {
-            process.inspector->release();
-        }
+    if (purpose == Purpose::Telling) {
+        rememberTold();
     }
 }
 
-std::optional<ProcessIdentity> OwnerMemory::listed(pid_t pid) const
+void OwnerMemory::rememberTold()
 {
-    const auto process = m_processes.find(pid);
-    if (process == m_processes.end() || !process->second.inspector) {
-        return std::nullopt;
+    for (auto &[pid, process] : m_processes) {
+        if (!process.isTold && process.inspector) {
+            m_told[pid] = process.inspector->identity();
+            process.isTold = true;
+        }
     }
-    return process->second.inspector->identity();
+    // Who asks for the end of a process has been told of it not long ago.
+    constexpr std::size_t mostGone = 16384;
+    if (m_told.size() > m_processes.size() + mostGone) {
+        std::erase_if(m_told,
+                      [this](const auto &entry) { return !m_processes.contains(entry.first); });
+    }
+}
+
+std::optional<ProcessIdentity> OwnerMemory::told(pid_t pid) const
+{
+    const auto known = m_told.find(pid);
+    return known == m_told.end() ? std::nullopt : std::optional(known->second);
 }
 
 } // namespace Tarnwick

@@ -31,8 +31,10 @@ struct KnownSocket
     Attribution attribution = Attribution::None;
     pid_t owner = 0;
     unsigned descriptor = 0; ///< the owner's number for it
+    pid_t thread = 0;        ///< the thread whose number that is; 0 where all threads share it
     bool manager = false;    ///< held by a service manager for a service that does not run
     bool verified = false;   ///< in this listing
+    bool vanished = false;   ///< closed while this listing was made
     bool seen = false;       ///< the owner was seen to have it when it had run last
     Timestamp firstSeen;
     std::string group;     ///< control group in which the owner was looked for
@@ -47,7 +49,8 @@ struct KnownSocket
 };
 
 /// Remembers the sockets that listen and the processes that own them. One check of each tells
-/// whether what is remembered still holds.
+/// whether what is remembered still holds. Keeps the files of as many processes open as this
+/// process may.
 class OwnerMemory
 {
 public:
@@ -57,6 +60,9 @@ public:
     /// others that its owner still lives and still has it, reading the owners' details on the way.
     void check(std::span<const ListeningSocket> sockets, const BootClock &clock,
                ProcessInspector::Reading reading);
+
+    /// Sees to it that a look at the machine finds descriptors left.
+    void makeRoom();
 
     /// What is remembered of a socket, by its place in the listing.
     [[nodiscard]] KnownSocket &socket(std::size_t place) { return *m_places[place]; }
@@ -68,13 +74,27 @@ public:
     [[nodiscard]] bool assign(std::size_t place, pid_t pid, KnownSocket::Attribution attribution,
                               const BootClock &clock);
 
-    /// The owner as of this listing; null when there is none.
-    [[nodiscard]] const ProcessInspector *owner(std::size_t place) const;
+    /// The most that the arguments in one listing may take up, with what each costs beside its
+    /// text. Past it every record keeps as many as fit into an equal share: a process may have
+    /// thousands of sockets, each of which has a record with all its arguments.
+    static constexpr std::size_t mostArguments = 16UL * 1024 * 1024;
 
-    /// Ends the listing: forgets what it did not touch, and keeps no more files open than it may.
-    void finish();
+    /// What this listing tells: a record for each socket that has not vanished.
+    [[nodiscard]] std::vector<RawPortInfo> records(std::span<const ListeningSocket> sockets) const;
 
-    [[nodiscard]] std::optional<ProcessIdentity> listed(pid_t pid) const;
+    /// What this listing found @p pid to own.
+    [[nodiscard]] Ownership ownership(pid_t pid) const;
+
+    enum class Purpose {
+        Telling, ///< somebody gets to see it
+        Checking
+    };
+
+    /// Ends the listing: forgets what it did not touch.
+    void finish(Purpose purpose);
+
+    /// As ListenerInventory::told() promises.
+    [[nodiscard]] std::optional<ProcessIdentity> told(pid_t pid) const;
 
     [[nodiscard]] std::uint64_t listing() const { return m_listing; }
 
@@ -85,17 +105,32 @@ private:
         std::vector<std::uint32_t> places; ///< of its sockets in this listing
         std::uint64_t readAt = 0;          ///< the listing in which it was found alive last
         std::uint64_t ownsAt = 0;          ///< the listing in which it owned something last
+        bool isTold = false;               ///< this very process is what was told of last
     };
 
     void verify(Process &process, std::span<const ListeningSocket> sockets, const BootClock &clock,
                 ProcessInspector::Reading reading);
+    [[nodiscard]] bool refresh(Process &process, const BootClock &clock,
+                               ProcessInspector::Reading reading);
+    [[nodiscard]] bool open(Process &process, pid_t pid);
+    template<class Open>
+    [[nodiscard]] bool openWithRoom(const Open &open);
+    void closeFiles();
+    void forget(Process &process);
+    void releaseIfTooMany(Process &process);
+    void rememberTold();
+    [[nodiscard]] const ProcessInspector *owner(const KnownSocket &known) const;
+    [[nodiscard]] std::size_t argumentShare() const;
 
     int m_root;
+    ProcFs::Numbering m_numbering;
     std::size_t m_mostOpen; ///< how many processes' files may be kept open
+    std::size_t m_open = 0; ///< how many are
     std::uint64_t m_listing = 0;
     std::unordered_map<std::uint64_t, KnownSocket> m_sockets;
     std::unordered_map<pid_t, Process> m_processes;
     std::vector<KnownSocket *> m_places;
+    std::unordered_map<pid_t, ProcessIdentity> m_told;
 };
 
 } // namespace Tarnwick

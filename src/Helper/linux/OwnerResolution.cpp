@@ -4,8 +4,9 @@
 #include "Helper/linux/OwnerResolution.h"
 
 #include <algorithm>
-#include <string>
-#include <utility>
+#include <array>
+#include <string_view>
+#include <tuple>
 
 #include <unistd.h>
 
@@ -14,14 +15,19 @@ namespace Tarnwick {
 namespace {
 
 constexpr pid_t initProcess = 1;
-/// The service manager that gives each user's services their sockets runs under this name too.
-constexpr std::string_view managerName = "systemd";
+/// The service managers that hold sockets for their services. Under any other name process 1 is
+/// what a container was made for.
+constexpr std::array<std::string_view, 4> managersOfTheSystem{"systemd", "init", "dinit",
+                                                              "shepherd"};
+/// The one that gives each user's services their sockets.
+constexpr std::string_view managerOfUsers = "systemd";
 
 } // namespace
 
 OwnerResolution::OwnerResolution(int root, std::span<const ListeningSocket> sockets,
                                  std::span<const ProcFs::ProcessEntry> processes)
     : m_root(root)
+    , m_numbering(ProcFs::numbering(root))
     , m_processes(processes)
     , m_search(root, sockets)
 {
@@ -41,15 +47,43 @@ void OwnerResolution::look(std::span<const pid_t> processes)
 }
 
 void OwnerResolution::lookEverywhere(Thoroughness thoroughness,
+                                     std::span<const std::uint32_t> inherited,
                                      const KnownOtherwise &knownOtherwise)
 {
-    m_search.visitAll(m_processes, [&] {
-        return thoroughness == Thoroughness::UntilSettled &&
+    unsigned least = 0;
+    for (const std::uint32_t socket : inherited) {
+        const std::optional<SocketOwner> found = owner(socket);
+        least = std::max(least, found ? found->descriptor + 1 : 0);
+    }
+    const auto isKnown = [&](std::uint32_t socket) {
+        return !m_search.holders(socket).empty() || knownOtherwise(socket);
+    };
+    const bool settledEarly = m_search.visitAll(m_processes, [&](unsigned looked) {
+        return thoroughness == Thoroughness::UntilSettled && looked >= least &&
                std::all_of(m_wanted.begin(), m_wanted.end(), [&](std::uint32_t socket) {
                    return settled({&socket, 1}) || knownOtherwise(socket);
                });
     });
     climb();
+    if (!settledEarly && !std::all_of(m_wanted.begin(), m_wanted.end(), isKnown)) {
+        m_search.visitThreads(m_processes);
+        climb();
+    }
+}
+
+bool OwnerResolution::isMakerOfOwnerGone(std::uint32_t socket)
+{
+    const std::optional<SocketOwner> found = owner(socket);
+    if (!found || found->manager) {
+        return false;
+    }
+    const std::optional<ProcFs::Stat> &known = stat(found->pid);
+    if (!known || known->parent <= initProcess || isManager(known->parent)) {
+        return true;
+    }
+    // Who takes an orphan in is seldom of its session; who leads one has left that of its parent.
+    const std::optional<ProcFs::Stat> &parent = stat(known->parent);
+    return !parent || (known->session != found->pid && parent->session != known->session);
 }
 
 bool OwnerResolution::settled(std::span<const std::uint32_t> sockets)
@@ -66,8 +100,11 @@ bool OwnerResolution::ownersAreMakers(std::span<const std::uint32_t> sockets)
     return std::all_of(sockets.begin(), sockets.end(), [this](std::uint32_t socket) {
         const std::optional<SocketOwner> found = owner(socket);
         const std::optional<ProcFs::Stat> known = found ? stat(found->pid) : std::nullopt;
-        return known && !found->manager && known->parent > initProcess &&
-               !isManager(known->parent) && ::getsid(known->parent) == ::getsid(found->pid);
+        if (!known || found->manager || known->parent <= initProcess || isManager(known->parent)) {
+            return false;
+        }
+        const std::optional<ProcFs::Stat> &parent = stat(known->parent);
+        return parent && parent->session == known->session;
     });
 }
 
@@ -103,13 +140,13 @@ std::vector<pid_t> OwnerResolution::relatives(pid_t holder)
         return found;
     }
     for (const pid_t relative : {known->parent, known->processGroup}) {
-        if (relative > initProcess && relative != holder) {
+        if (relative >= initProcess && relative != holder && !isManager(relative)) {
             found.push_back(relative);
         }
     }
     if (isOrphan(holder) && m_groups.insert(known->processGroup).second) {
         for (const ProcFs::ProcessEntry &process : m_processes) {
-            if (::getpgid(process.pid) == known->processGroup) {
+            if (processGroup(process.pid) == known->processGroup) {
                 found.push_back(process.pid);
             }
         }
@@ -122,8 +159,20 @@ std::vector<pid_t> OwnerResolution::relatives(pid_t holder)
 bool OwnerResolution::isOrphan(pid_t pid)
 {
     const std::optional<ProcFs::Stat> &known = stat(pid);
-    return known && known->processGroup != pid &&
-           (known->parent <= initProcess || ::getsid(known->parent) != ::getsid(pid));
+    if (!known || known->processGroup == pid) {
+        return false;
+    }
+    const std::optional<ProcFs::Stat> &parent = stat(known->parent);
+    return known->parent <= initProcess || !parent || parent->session != known->session;
+}
+
+pid_t OwnerResolution::processGroup(pid_t pid)
+{
+    if (m_numbering == ProcFs::Numbering::Own) {
+        return ::getpgid(pid);
+    }
+    const std::optional<ProcFs::Stat> &known = stat(pid);
+    return known ? known->processGroup : -1;
 }
 
 std::optional<SocketOwner> OwnerResolution::owner(std::uint32_t socket)
@@ -142,15 +191,6 @@ std::optional<SocketOwner> OwnerResolution::owner(std::uint32_t socket)
             kind.push_back({holder, known->startTicks, known->parent});
         }
     }
-    // A server that is process 1 itself, as in a container, is the owner and not its own manager.
-    for (const Candidate &manager : managers) {
-        const auto runsTheSame = [&](const Candidate &other) {
-            return sameExecutable(manager.holder.pid, other.holder.pid);
-        };
-        if (std::any_of(candidates.begin(), candidates.end(), runsTheSame)) {
-            return SocketOwner{manager.holder.pid, manager.holder.descriptor, false};
-        }
-    }
     const bool onlyManagers = candidates.empty();
     const std::vector<Candidate> &eligible = onlyManagers ? managers : candidates;
     if (eligible.empty()) {
@@ -166,7 +206,8 @@ std::optional<SocketOwner> OwnerResolution::owner(std::uint32_t socket)
             return std::tuple(left.startTicks, isChildOfEligible(left), left.holder.pid) <
                    std::tuple(right.startTicks, isChildOfEligible(right), right.holder.pid);
         });
-    return SocketOwner{first->holder.pid, first->holder.descriptor, onlyManagers};
+    return SocketOwner{first->holder.pid, first->holder.descriptor, first->holder.thread,
+                       onlyManagers};
 }
 
 const std::optional<ProcFs::Stat> &OwnerResolution::stat(pid_t pid)
@@ -180,24 +221,12 @@ const std::optional<ProcFs::Stat> &OwnerResolution::stat(pid_t pid)
 
 bool OwnerResolution::isManager(pid_t pid)
 {
-    if (pid == initProcess) {
-        return true;
-    }
     const std::optional<ProcFs::Stat> &known = stat(pid);
-    return known && known->comm == managerName;
-}
-
-bool OwnerResolution::sameExecutable(pid_t left, pid_t right) const
-{
-    const auto executable = [this](pid_t pid) {
-        std::string path;
-        if (const FileDescriptor directory = ProcFs::openProcess(m_root, pid)) {
-            ProcFs::readLink(directory.get(), "exe", path);
-        }
-        return path;
-    };
-    const std::string path = executable(left);
-    return !path.empty() && path == executable(right);
+    if (!known || pid != initProcess) {
+        return known && known->comm == managerOfUsers;
+    }
+    return std::find(managersOfTheSystem.begin(), managersOfTheSystem.end(), known->comm) !=
+           managersOfTheSystem.end();
 }
 
 } // namespace Tarnwick

@@ -22,6 +22,7 @@ struct SocketOwner
 {
     pid_t pid = 0;
     unsigned descriptor = 0; ///< its number for the socket
+    pid_t thread = 0;        ///< the thread whose number that is; 0 where all threads share it
     bool manager = false;    ///< a service manager, which nobody else takes the socket from yet
 };
 
@@ -57,9 +58,16 @@ public:
     /// ended, or was started by a service manager, may have it from anybody.
     [[nodiscard]] bool ownersAreMakers(std::span<const std::uint32_t> sockets);
 
-    /// Looks at all processes. What takes longest, the descriptors with higher numbers, is left out
-    /// when it is not needed: every wanted socket is settled or @p knownOtherwise by then.
-    void lookEverywhere(Thoroughness thoroughness, const KnownOtherwise &knownOtherwise);
+    /// Whether the owner of a socket has lost the process that made it, which may live on and may
+    /// have made the socket, too.
+    [[nodiscard]] bool isMakerOfOwnerGone(std::uint32_t socket);
+
+    /// Looks at all processes. What takes longest, the descriptors with higher numbers and those of
+    /// single threads, is left out when it is not needed: every wanted socket is settled or @p
+    /// knownOtherwise by then, and everybody was looked at up to the numbers that the owners of @p
+    /// inherited sockets have, under which they inherited them.
+    void lookEverywhere(Thoroughness thoroughness, std::span<const std::uint32_t> inherited,
+                        const KnownOtherwise &knownOtherwise);
 
     /// Whether each of these sockets has a holder that is no service manager.
     [[nodiscard]] bool settled(std::span<const std::uint32_t> sockets);
@@ -75,9 +83,10 @@ private:
     [[nodiscard]] bool isOrphan(pid_t pid);
     [[nodiscard]] const std::optional<ProcFs::Stat> &stat(pid_t pid);
     [[nodiscard]] bool isManager(pid_t pid);
-    [[nodiscard]] bool sameExecutable(pid_t left, pid_t right) const;
+    [[nodiscard]] pid_t processGroup(pid_t pid);
 
     int m_root;
+    ProcFs::Numbering m_numbering;
     std::span<const ProcFs::ProcessEntry> m_processes;
     HolderSearch m_search;
     std::vector<std::uint32_t> m_wanted;

@@ -66,6 +66,35 @@ FileDescriptor openRoot()
     return FileDescriptor(::open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
+Numbering numbering(int root)
+{
+    std::array<char, 32> link;
+    const ssize_t got = ::readlinkat(root, "self", link.data(), link.size());
+    pid_t own = 0;
+    std::from_chars(link.data(), link.data() + std::max<ssize_t>(0, got), own);
+    return own == ::getpid() ? Numbering::Own : Numbering::Foreign;
+}
+
+std::optional<pid_t> numberOf(int root, int processDescriptor)
+{
+    constexpr std::size_t longestInformation = 4096;
+    constexpr std::string_view key = "\nPid:\t";
+    const NumberPath path(static_cast<unsigned>(processDescriptor));
+    std::string text;
+    const FileDescriptor folder = openDirectory(root, "self/fdinfo");
+    if (!folder || !readFile(folder.get(), path.text(), text, longestInformation)) {
+        return std::nullopt;
+    }
+    const std::size_t line = text.find(key);
+    if (line == std::string::npos) {
+        return std::nullopt;
+    }
+    pid_t number = 0;
+    const char *const start = text.data() + line + key.size();
+    const auto parsed = std::from_chars(start, text.data() + text.size(), number);
+    return parsed.ec == std::errc{} ? std::optional(number) : std::nullopt;
+}
+
 std::vector<ProcessEntry> processes(int root)
 {
     std::vector<NumberedEntry> entries;
@@ -208,8 +237,8 @@ std::optional<Stat> parseStat(std::string_view text)
     // Fields 4 to 9 of proc(5): parent, group, session, terminal, its group, flags.
     std::int64_t skipped = 0;
     if (!takeNumber(rest, stat.parent) || !takeNumber(rest, stat.processGroup) ||
-        !takeNumber(rest, skipped) || !takeNumber(rest, skipped) || !takeNumber(rest, skipped) ||
-        !takeNumber(rest, stat.flags)) {
+        !takeNumber(rest, stat.session) || !takeNumber(rest, skipped) ||
+        !takeNumber(rest, skipped) || !takeNumber(rest, stat.flags)) {
         return std::nullopt;
     }
     constexpr int fieldsBetweenFlagsAndStart = 12;
@@ -247,6 +276,16 @@ std::int64_t sizeOfDescriptorTable(int root, pid_t pid)
     struct stat status = {};
     const NumberPath path(static_cast<unsigned>(pid), "/fd");
     return ::fstatat(root, path.text(), &status, 0) == 0 ? status.st_size : -1;
+}
+
+std::size_t threadCount(int root, pid_t pid)
+{
+    // proc(5): a directory's two links, and one for each thread.
+    constexpr nlink_t linksOfDirectory = 2;
+    struct stat status = {};
+    const NumberPath path(static_cast<unsigned>(pid), "/task");
+    const bool told = ::fstatat(root, path.text(), &status, 0) == 0;
+    return told && status.st_nlink > linksOfDirectory ? status.st_nlink - linksOfDirectory : 0;
 }
 
 Descriptor descriptor(int descriptors, unsigned number)

@@ -36,6 +36,7 @@ struct Stat
     char state = '?'; ///< 'Z' for a zombie, 'T' for a stopped process
     pid_t parent = 0;
     pid_t processGroup = 0;
+    pid_t session = 0;
     std::uint32_t flags = 0;      ///< PF_* of the kernel's linux/sched.h
     std::uint64_t startTicks = 0; ///< since boot, in units of sysconf(_SC_CLK_TCK)
 
@@ -44,6 +45,16 @@ struct Stat
 
 /// /proc itself, open; none when it is not mounted.
 [[nodiscard]] FileDescriptor openRoot();
+
+/// Whose numbers processes have in /proc: those that system calls of this process understand, or
+/// those of another namespace (pid_namespaces(7)), as where a container sees the /proc of its host.
+/// A system call with a foreign number reaches a stranger.
+enum class Numbering { Own, Foreign };
+[[nodiscard]] Numbering numbering(int root);
+
+/// The number that /proc has for the process behind a descriptor of pidfd_open(2); negative when
+/// that has ended, nothing when it is not told. Right in any namespace.
+[[nodiscard]] std::optional<pid_t> numberOf(int root, int processDescriptor);
 
 /// The processes that /proc shows, in ascending order of identifier.
 [[nodiscard]] std::vector<ProcessEntry> processes(int root);
@@ -87,6 +98,9 @@ bool readLink(int directory, const char *name, std::string &target);
 /// The size that the directory PID/fd has, without opening it: the number of open descriptors since
 /// Linux 6.2. Negative when there is no such process or it is not ours to look at.
 [[nodiscard]] std::int64_t sizeOfDescriptorTable(int root, pid_t pid);
+
+/// How many threads a process has; 0 when there is no such process.
+[[nodiscard]] std::size_t threadCount(int root, pid_t pid);
 
 /// What a descriptor of a process refers to, as far as it matters here.
 struct Descriptor

@@ -4,8 +4,8 @@
 #include "Helper/linux/ProcessInspector.h"
 
 #include "Helper/ProcessName.h"
+#include "Helper/linux/CachedPath.h"
 #include "Helper/linux/ForeignExecutable.h"
-#include "Helper/linux/ProcFs.h"
 #include "Shared/Utf8.h"
 
 #include <algorithm>
@@ -65,10 +65,10 @@ void readLinkAgain(int directory, const char *name, std::string &known, bool &ch
 }
 
 /// A link's target without the mark that the kernel puts behind the path of a deleted file. A file
-/// may really have such a name: then it is there.
+/// may really have such a name: then it is there, and known to the kernel, for it is in use.
 std::string withoutDeletedMark(const std::string &target)
 {
-    if (target.ends_with(deletedMark) && ::access(target.c_str(), F_OK) != 0) {
+    if (target.ends_with(deletedMark) && !CachedPath::exists(target)) {
         return target.substr(0, target.size() - deletedMark.size());
     }
     return target;
@@ -82,9 +82,10 @@ std::uint64_t pageSize()
 
 } // namespace
 
-std::unique_ptr<ProcessInspector> ProcessInspector::open(int root, pid_t pid)
+std::unique_ptr<ProcessInspector> ProcessInspector::open(int root, pid_t pid,
+                                                         ProcFs::Numbering numbering)
 {
-    std::unique_ptr<ProcessInspector> inspector(new ProcessInspector(root, pid));
+    std::unique_ptr<ProcessInspector> inspector(new ProcessInspector(root, pid, numbering));
     if (!inspector->openFiles()) {
         return nullptr;
     }
@@ -93,21 +94,52 @@ std::unique_ptr<ProcessInspector> ProcessInspector::open(int root, pid_t pid)
         return nullptr;
     }
     inspector->m_identity.startTicks = stat->startTicks;
-    inspector->m_processorClock = ProcessorClock(pid);
+    if (numbering == ProcFs::Numbering::Own) {
+        inspector->m_processorClock = ProcessorClock(pid);
+    }
     return inspector;
 }
 
 bool ProcessInspector::openFiles()
 {
+    m_thread = 0;
     m_directory = ProcFs::openProcess(m_root, m_identity.pid);
     if (!m_directory) {
         return false;
     }
+    m_comm = ProcFs::openFile(m_directory.get(), "comm");
+    return m_comm && openFilesOfImage();
+}
+
+bool ProcessInspector::openFilesOfImage()
+{
     m_descriptors = ProcFs::openDirectory(m_directory.get(), "fd");
     m_statm = ProcFs::openFile(m_directory.get(), "statm");
-    m_comm = ProcFs::openFile(m_directory.get(), "comm");
     m_commandLine = ProcFs::openFile(m_directory.get(), "cmdline");
-    return m_statm && m_comm && m_commandLine;
+    return m_statm && m_commandLine;
+}
+
+/// A main thread that has ended has neither memory nor descriptors, though the process goes on in
+/// its other threads. False when there is none of those: the process itself ends.
+bool ProcessInspector::moveToLivingThread()
+{
+    std::vector<ProcFs::NumberedEntry> threads;
+    const FileDescriptor folder =
+        ProcFs::openDirectory(m_directory.get(), m_thread == 0 ? "task" : "..");
+    if (!folder || !ProcFs::readNumbers(folder.get(), threads)) {
+        return false;
+    }
+    for (const ProcFs::NumberedEntry &entry : threads) {
+        const auto thread = static_cast<pid_t>(entry.number);
+        FileDescriptor directory = ProcFs::openProcess(folder.get(), thread);
+        const std::optional<ProcFs::Stat> stat = ProcFs::stat(directory.get());
+        if (thread != m_identity.pid && stat && stat->state != 'Z' && stat->state != 'X') {
+            m_thread = thread;
+            m_directory = std::move(directory);
+            return openFilesOfImage();
+        }
+    }
+    return false;
 }
 
 void ProcessInspector::release()
@@ -117,6 +149,7 @@ void ProcessInspector::release()
         file->reset();
     }
     m_leader = 0;
+    m_thread = 0;
 }
 
 bool ProcessInspector::reopen()
@@ -136,12 +169,18 @@ bool ProcessInspector::reopen()
     return true;
 }
 
-bool ProcessInspector::holds(unsigned descriptor, std::uint32_t inode) const
+bool ProcessInspector::holds(unsigned descriptor, std::uint32_t inode, pid_t thread) const
 {
-    if (!m_descriptors) {
+    FileDescriptor own;
+    if (thread != m_thread && thread != 0 && m_directory) {
+        const std::string path = (m_thread == 0 ? "task/" : "../") + std::to_string(thread) + "/fd";
+        own = ProcFs::openDirectory(m_directory.get(), path.c_str());
+    }
+    const FileDescriptor &descriptors = thread == 0 || thread == m_thread ? m_descriptors : own;
+    if (!descriptors) {
         return false;
     }
-    const ProcFs::Descriptor seen = ProcFs::descriptor(m_descriptors.get(), descriptor);
+    const ProcFs::Descriptor seen = ProcFs::descriptor(descriptors.get(), descriptor);
     return seen.kind == ProcFs::Descriptor::Kind::Socket && seen.inode == inode;
 }
 
@@ -149,7 +188,11 @@ bool ProcessInspector::refresh(const BootClock &clock, Reading reading)
 {
     // The time first: what is read after it cannot have changed before it.
     m_hasRun = m_processorClock.hasAdvanced() || reading == Reading::Everything;
-    if (!readMemory() || !readImage(reading)) {
+    if (!readMemory() || (!m_hasMemory && moveToLivingThread() && !readMemory())) {
+        return false;
+    }
+    const bool staysAsItWas = !m_hasMemory && m_described;
+    if (!staysAsItWas && !readImage(reading)) {
         return false;
     }
     m_details.startedAt = clock.time(m_identity.startTicks);
@@ -165,6 +208,10 @@ bool ProcessInspector::readMemory()
         return false;
     }
     const char *end = text.data() + got;
+    m_hasMemory = !std::string_view(text.data(), static_cast<std::size_t>(got)).starts_with("0 ");
+    if (!m_hasMemory && m_described) {
+        return true;
+    }
     const char *resident = std::find(static_cast<const char *>(text.data()), end, ' ');
     std::uint64_t pages = 0;
     if (resident == end || std::from_chars(resident + 1, end, pages).ec != std::errc{}) {
@@ -196,7 +243,7 @@ bool ProcessInspector::readImage(Reading reading)
 
 void ProcessInspector::readLeader(Reading reading, bool &changed)
 {
-    const pid_t leader = ::getpgid(m_identity.pid);
+    const pid_t leader = groupLeader();
     if (leader != m_leader) {
         followLeader(leader);
     }
@@ -213,6 +260,15 @@ void ProcessInspector::readLeader(Reading reading, bool &changed)
     }
 }
 
+pid_t ProcessInspector::groupLeader() const
+{
+    if (m_numbering == ProcFs::Numbering::Own) {
+        return ::getpgid(m_identity.pid);
+    }
+    const std::optional<ProcFs::Stat> stat = ProcFs::stat(m_directory.get());
+    return stat ? stat->processGroup : 0;
+}
+
 /// The identifier of a group is not used again while the group has members; so its leader, if there
 /// is a process of that identifier, is no stranger.
 void ProcessInspector::followLeader(pid_t leader)
@@ -220,7 +276,8 @@ void ProcessInspector::followLeader(pid_t leader)
     const bool other = leader > 0 && leader != m_identity.pid;
     m_leaderCommandLine =
         other ? ProcFs::openOfProcess(m_root, leader, "/cmdline") : FileDescriptor();
-    m_leaderClock = other ? ProcessorClock(leader) : ProcessorClock();
+    const bool hasClock = other && m_numbering == ProcFs::Numbering::Own;
+    m_leaderClock = hasClock ? ProcessorClock(leader) : ProcessorClock();
     m_leader = leader;
 }
 
@@ -247,6 +304,12 @@ void ProcessInspector::describe()
     if (m_rawLeaderCommandLine != m_rawCommandLine) {
         m_details.originArguments = sanitized(splitArguments(m_rawLeaderCommandLine));
     }
+    m_details.argumentCost = 0;
+    for (const auto *texts : {&m_details.arguments, &m_details.originArguments}) {
+        for (const std::string &text : *texts) {
+            m_details.argumentCost += text.size() + sizeof(text);
+        }
+    }
 }
 
 std::vector<std::string> ProcessInspector::splitArguments(std::string_view commandLine)
@@ -254,7 +317,7 @@ std::vector<std::string> ProcessInspector::splitArguments(std::string_view comma
     const bool cut = commandLine.size() > longestCommandLine;
     commandLine = commandLine.substr(0, longestCommandLine);
     std::vector<std::string> arguments;
-    while (!commandLine.empty()) {
+    while (!commandLine.empty() && arguments.size() < mostArguments) {
         const std::size_t end = commandLine.find('\0');
         if (end == std::string_view::npos && cut) {
             break;

@@ -5,6 +5,7 @@
 
 #include "Helper/ListenerInventory.h"
 #include "Helper/linux/BootClock.h"
+#include "Helper/linux/ProcFs.h"
 #include "Helper/linux/ProcessorClock.h"
 #include "Models/Timestamp.h"
 #include "Shared/FileDescriptor.h"
@@ -28,6 +29,7 @@ struct ProcessDetails
     std::string cwd;
     std::vector<std::string> arguments;
     std::vector<std::string> originArguments;
+    std::size_t argumentCost = 0; ///< bytes that copies of both lists of arguments take up
     std::uint64_t memoryBytes = 0;
     Timestamp startedAt;
 };
@@ -36,18 +38,22 @@ struct ProcessDetails
 /// read of each, and takes texts apart only when they have changed. A process that has not run
 /// since is not even asked for its name and arguments: only others can have changed something, its
 /// paths and its group. Reads through an open file never reach another process that got the same
-/// identifier. One thread at a time; several inspectors may be used at once.
+/// identifier. Where the main thread has ended and others go on, one of those is asked instead. Of
+/// a process that is ending, whose memory is gone and whose sockets are not yet, the details stay
+/// what they were. One thread at a time; several inspectors may be used at once.
 class ProcessInspector
 {
 public:
-    /// Nothing when there is no such process.
-    [[nodiscard]] static std::unique_ptr<ProcessInspector> open(int root, pid_t pid);
+    /// Nothing when there is no such process, or no descriptor is left to look at it with: errno
+    /// tells which.
+    [[nodiscard]] static std::unique_ptr<ProcessInspector>
+    open(int root, pid_t pid, ProcFs::Numbering numbering = ProcFs::Numbering::Own);
 
     [[nodiscard]] ProcessIdentity identity() const { return m_identity; }
 
-    /// Whether descriptor @p descriptor of the process refers to the socket with that inode. False
-    /// as well when it cannot be seen.
-    [[nodiscard]] bool holds(unsigned descriptor, std::uint32_t inode) const;
+    /// Whether descriptor @p descriptor of the process, or of a @p thread of it that has its own,
+    /// refers to the socket with that inode. False as well when it cannot be seen.
+    [[nodiscard]] bool holds(unsigned descriptor, std::uint32_t inode, pid_t thread = 0) const;
 
     enum class Reading {
         Everything,
@@ -63,39 +69,56 @@ public:
     /// has opened, closed and renamed nothing.
     [[nodiscard]] bool hasRun() const { return m_hasRun; }
 
+    /// Whether the process is ending, or is a zombie, as of the last refresh().
+    [[nodiscard]] bool isEnding() const { return !m_hasMemory; }
+
     /// As of the last refresh().
     [[nodiscard]] const ProcessDetails &details() const { return m_details; }
+
+    /// Whether the files are open.
+    [[nodiscard]] bool isOpen() const { return static_cast<bool>(m_directory); }
 
     /// Closes the files, where there are too many processes to keep all of them open.
     void release();
 
-    /// Opens them again. False when the process has ended, also when another has its identifier.
+    /// Opens them again. False when the process has ended, also when another has its identifier,
+    /// or no descriptor is left: errno tells which.
     [[nodiscard]] bool reopen();
 
     /// How many descriptors an inspector keeps open at most.
     static constexpr unsigned mostDescriptors = 6;
 
-    /// Splits what /proc/PID/cmdline holds into arguments. At most 64 KiB are kept, and an argument
-    /// that does not fit is left out whole, with those behind it.
+    /// How many arguments of a command line are kept at most. They are the first, which tell what
+    /// runs; what follows a thousand is a list of files or the like.
+    static constexpr std::size_t mostArguments = 1024;
+
+    /// Splits what /proc/PID/cmdline holds into arguments. At most 64 KiB are kept, and @ref
+    /// mostArguments; an argument that does not fit is left out whole, with those behind it.
     [[nodiscard]] static std::vector<std::string> splitArguments(std::string_view commandLine);
 
 private:
-    ProcessInspector(int root, pid_t pid)
+    ProcessInspector(int root, pid_t pid, ProcFs::Numbering numbering)
         : m_root(root)
+        , m_numbering(numbering)
         , m_identity{pid, 0}
     {
     }
 
     [[nodiscard]] bool openFiles();
+    [[nodiscard]] bool openFilesOfImage();
+    [[nodiscard]] bool moveToLivingThread();
     [[nodiscard]] bool readMemory();
     [[nodiscard]] bool readImage(Reading reading);
+    [[nodiscard]] pid_t groupLeader() const;
     void readLeader(Reading reading, bool &changed);
     void followLeader(pid_t leader);
     void describe();
 
     int m_root;
+    ProcFs::Numbering m_numbering;
     ProcessIdentity m_identity;
-    FileDescriptor m_directory;
+    pid_t m_thread = 0;         ///< whose files these are; 0 for the main thread
+    FileDescriptor m_directory; ///< PID or PID/task/TID
     FileDescriptor m_descriptors;
     FileDescriptor m_statm;
     FileDescriptor m_comm;
@@ -105,6 +128,7 @@ private:
     ProcessorClock m_processorClock;
     ProcessorClock m_leaderClock;
     bool m_hasRun = true;
+    bool m_hasMemory = true;
 
     // As the kernel told them last; the details are made from them.
     std::string m_rawComm;

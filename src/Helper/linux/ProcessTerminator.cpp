@@ -3,9 +3,7 @@
 
 #include "Helper/ProcessTerminator.h"
 
-#include "Helper/ListenerInventory.h"
 #include "Helper/linux/ProcFs.h"
-#include "Shared/FileDescriptor.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -46,11 +44,18 @@ bool hasEnded(const FileDescriptor &process)
     return ::poll(&waiting, 1, 0) > 0;
 }
 
-bool isStopped(pid_t pid)
+bool isStopped(int root, pid_t pid)
 {
-    const FileDescriptor root = ProcFs::openRoot();
-    const std::optional<ProcFs::Stat> stat = ProcFs::stat(root.get(), pid);
+    const std::optional<ProcFs::Stat> stat = ProcFs::stat(root, pid);
     return stat && stat->state == 'T';
+}
+
+/// Why pidfd_open(2) gave nothing: there is no such process, or it may not be asked.
+KillResultCode codeForNoDescriptor(int code)
+{
+    // Threads are EINVAL, and ENOENT since Linux 6.16.
+    const bool noSuchProcess = code == ESRCH || code == EINVAL || code == ENOENT;
+    return noSuchProcess ? KillResultCode::NotFound : KillResultCode::PermissionDenied;
 }
 
 KillResultCode codeForFailure(int code)
@@ -58,26 +63,24 @@ KillResultCode codeForFailure(int code)
     return code == ESRCH ? KillResultCode::NotFound : KillResultCode::PermissionDenied;
 }
 
-/// Whether the process behind the descriptor is a listener, and the one that was listed under its
-/// identifier; nothing when it is, else the answer to give. The inventory looks at the process
-/// after the descriptor was opened, and the process still lives after that look: so both are the
-/// same.
-std::optional<KillResultCode> refusal(ListenerInventory &inventory, pid_t pid,
-                                      const FileDescriptor &process,
-                                      const std::optional<ProcessIdentity> &before)
+KillResultCode waitFor(Termination &termination)
 {
-    const Listing listing = inventory.list();
-    if (hasEnded(process)) {
-        return KillResultCode::NotFound;
+    for (;;) {
+        pollfd waiting = {.fd = termination.descriptor(), .events = POLLIN, .revents = 0};
+        const auto left = std::chrono::ceil<milliseconds>(termination.deadline() - Clock::now());
+        ::poll(&waiting, 1, static_cast<int>(std::max<milliseconds::rep>(0, left.count())));
+        if (const std::optional<KillResultCode> result = termination.advance()) {
+            return *result;
+        }
     }
-    if (std::holds_alternative<ListingError>(listing)) {
-        return KillResultCode::PermissionDenied;
+}
+
+KillResultCode resultOf(ProcessTerminator::Started started)
+{
+    if (const auto *code = std::get_if<KillResultCode>(&started)) {
+        return *code;
     }
-    const std::optional<ProcessIdentity> now = inventory.listed(pid);
-    if (before) {
-        return now == before ? std::nullopt : std::optional(KillResultCode::NotFound);
-    }
-    return now ? std::nullopt : std::optional(KillResultCode::PermissionDenied);
+    return waitFor(std::get<Termination>(started));
 }
 
 } // namespace
@@ -143,23 +146,39 @@ ProcessTerminator::ProcessTerminator(ListenerInventory &inventory, Patience pati
 ProcessTerminator::Started ProcessTerminator::begin(std::int32_t pid,
                                                     std::optional<std::int32_t> caller)
 {
+    return begin(pid, m_inventory.told(pid), caller);
+}
+
+ProcessTerminator::Started ProcessTerminator::begin(const ProcessIdentity &process,
+                                                    std::optional<std::int32_t> caller)
+{
+    return begin(process.pid, process, caller);
+}
+
+ProcessTerminator::Started ProcessTerminator::begin(std::int32_t pid, const Expected &expected,
+                                                    std::optional<std::int32_t> caller)
+{
     if (pid <= 0) {
         return KillResultCode::NotFound;
     }
-    if (pid == initProcess || pid == ::getpid() || pid == caller) {
+    const FileDescriptor root = ProcFs::openRoot();
+    if (pid == initProcess || pid == ::getpid() || pid == caller ||
+        ProcFs::numbering(root.get()) == ProcFs::Numbering::Foreign) {
         return KillResultCode::PermissionDenied;
     }
-    const std::optional<ProcessIdentity> before = m_inventory.listed(pid);
     FileDescriptor process = openProcessDescriptor(pid);
     if (!process) {
-        const bool outOfDescriptors = errno == EMFILE || errno == ENFILE || errno == ENOMEM;
-        return outOfDescriptors ? KillResultCode::PermissionDenied : KillResultCode::NotFound;
+        return codeForNoDescriptor(errno);
     }
-    if (const std::optional<KillResultCode> refused = refusal(m_inventory, pid, process, before)) {
+    if (const std::optional<KillResultCode> refused = refusal(pid, expected, process)) {
         return *refused;
     }
+    // The process that was looked at is the one that will be signalled.
+    if (ProcFs::numberOf(root.get(), process.get()) != pid) {
+        return hasEnded(process) ? KillResultCode::NotFound : KillResultCode::PermissionDenied;
+    }
     // A stopped process would never get to handle the signal.
-    const bool stopped = isStopped(pid);
+    const bool stopped = isStopped(root.get(), pid);
     if (const int code = sendSignal(process, SIGTERM); code != 0) {
         return codeForFailure(code);
     }
@@ -173,21 +192,39 @@ ProcessTerminator::Started ProcessTerminator::begin(std::int32_t pid,
     return Termination(std::move(state));
 }
 
+/// The answer to give instead of ending the process behind the descriptor; nothing when it is the
+/// one that was meant, and listens. The inventory looks at the process after the descriptor was
+/// opened, and the process still lives after that look: so both are the same.
+std::optional<KillResultCode> ProcessTerminator::refusal(std::int32_t pid, const Expected &expected,
+                                                         const FileDescriptor &process) const
+{
+    const std::variant<Ownership, ListingError> looked = m_inventory.ownership(pid);
+    if (hasEnded(process)) {
+        return KillResultCode::NotFound;
+    }
+    const auto *ownership = std::get_if<Ownership>(&looked);
+    if (ownership == nullptr) {
+        return KillResultCode::PermissionDenied;
+    }
+    const bool owns = ownership->kind != Ownership::Kind::None;
+    if (expected && (!owns || ownership->process != *expected)) {
+        return KillResultCode::NotFound;
+    }
+    // What a group led to may be a client of the server, and a service manager holds its sockets
+    // for others.
+    const bool mayEnd = ownership->kind == Ownership::Kind::Seen;
+    return mayEnd ? std::nullopt : std::optional(KillResultCode::PermissionDenied);
+}
+
 KillResultCode ProcessTerminator::terminate(std::int32_t pid, std::optional<std::int32_t> caller)
 {
-    Started started = begin(pid, caller);
-    if (const auto *code = std::get_if<KillResultCode>(&started)) {
-        return *code;
-    }
-    auto &termination = std::get<Termination>(started);
-    for (;;) {
-        pollfd waiting = {.fd = termination.descriptor(), .events = POLLIN, .revents = 0};
-        const auto left = std::chrono::ceil<milliseconds>(termination.deadline() - Clock::now());
-        ::poll(&waiting, 1, static_cast<int>(std::max<milliseconds::rep>(0, left.count())));
-        if (const std::optional<KillResultCode> result = termination.advance()) {
-            return *result;
-        }
-    }
+    return resultOf(begin(pid, caller));
+}
+
+KillResultCode ProcessTerminator::terminate(const ProcessIdentity &process,
+                                            std::optional<std::int32_t> caller)
+{
+    return resultOf(begin(process, caller));
 }
 
 } // namespace Tarnwick
