@@ -29,17 +29,16 @@ HelperService::~HelperService() = default;
 void HelperService::listListeningPorts(ListReply reply)
 {
     m_listReplies.push_back(std::move(reply));
-    if (m_listReplies.size() > manyRequests) {
-        // Whoever keeps the channel busy must not keep the others waiting.
-        answerListings();
-    } else if (!m_listingDue) {
-        m_listingDue = m_loop.whenIdle([this] { answerListings(); });
+    if (m_listReplies.size() == 1) {
+        const auto answer = [this] { answerListings(); };
+        m_listingDue = {m_loop.whenIdle(answer),
+                        m_loop.at(EventLoop::Clock::now() + longestWait, answer)};
     }
 }
 
 void HelperService::answerListings()
 {
-    const std::unique_ptr<EventLoop::Wait> done = std::exchange(m_listingDue, nullptr);
+    m_listingDue = {};
     const std::vector<ListReply> replies = std::exchange(m_listReplies, {});
     const ListAnswer answer = listing();
     for (const ListReply &reply : replies) {

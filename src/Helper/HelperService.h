@@ -8,6 +8,8 @@
 #include "Helper/ProcessTerminator.h"
 #include "Shared/HelperProtocol.h"
 
+#include <array>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -46,9 +48,10 @@ public:
     HelperService(const HelperService &) = delete;
     HelperService &operator=(const HelperService &) = delete;
 
-    /// Answers with a listing that is begun after this call, at the latest when the channel has
-    /// brought @ref manyRequests more: requests that wait together are answered with one listing,
-    /// so that a flood of them costs little more than one.
+    /// Answers with a listing that is begun after this call: when the channel has nothing else to
+    /// bring, or after @ref longestWait, so that whoever keeps the channel busy does not keep the
+    /// others waiting. Requests that wait together are answered with one listing, so that a flood
+    /// of them costs little more than one.
     void listListeningPorts(ListReply reply);
 
     /// Asks process @p pid to end for @p caller, another process, if the channel knows which; the
@@ -56,7 +59,7 @@ public:
     /// process that is about to end are answered together.
     void killProcess(std::int32_t pid, std::optional<std::int32_t> caller, KillReply reply);
 
-    static constexpr std::size_t manyRequests = 256;
+    static constexpr std::chrono::milliseconds longestWait{50};
 
 private:
     struct Ending;
@@ -70,8 +73,8 @@ private:
     EventLoop &m_loop;
     Work m_work;
     std::vector<ListReply> m_listReplies;
-    std::unique_ptr<EventLoop::Wait> m_listingDue;
-    std::map<std::int32_t, std::unique_ptr<Ending>> m_endings; ///< by process identifier
+    std::array<std::unique_ptr<EventLoop::Wait>, 2> m_listingDue; ///< one or the other
+    std::map<std::int32_t, std::unique_ptr<Ending>> m_endings;    ///< by process identifier
 };
 
 } // namespace Tarnwick

@@ -73,9 +73,9 @@ struct BusClients::Client
     std::size_t unanswered = 0;
 };
 
-BusClients::BusClients(sd_bus *bus, std::function<void()> countChanged)
+BusClients::BusClients(sd_bus *bus, std::function<void()> changed)
     : m_bus(bus)
-    , m_countChanged(std::move(countChanged))
+    , m_changed(std::move(changed))
 {
 }
 
@@ -85,7 +85,7 @@ void BusClients::identify(const std::string &name, Known known)
 {
     Client &asking = client(name);
     if (asking.identity) {
-        known(*asking.identity);
+        known(asking.identity);
     } else {
         asking.waiting.push_back(std::move(known));
     }
@@ -129,9 +129,7 @@ BusClients::Client &BusClients::client(const std::string &name)
     Client &added = *made;
     m_clients.emplace(name, std::move(made));
     watch(added);
-    if (m_clients.size() == 1) {
-        m_countChanged();
-    }
+    m_changed();
     return added;
 }
 
@@ -156,21 +154,18 @@ void BusClients::remove(const Client &client)
     const auto place = m_clients.find(client.name);
     const std::unique_ptr<Client> leaving = std::move(place->second);
     m_clients.erase(place);
-    if (m_clients.empty()) {
-        m_countChanged();
-    }
+    m_changed();
 }
 
 int BusClients::onCredentials(sd_bus_message *reply, void *client, sd_bus_error * /*error*/)
 {
-    auto &known = *static_cast<Client *>(client);
-    known.identity = readCredentials(reply);
-    if (!known.identity) {
-        known.clients.remove(known);
-        return 0;
+    auto &asked = *static_cast<Client *>(client);
+    asked.identity = readCredentials(reply);
+    for (const Known &tell : std::exchange(asked.waiting, {})) {
+        tell(asked.identity);
     }
-    for (const Known &tell : std::exchange(known.waiting, {})) {
-        tell(*known.identity);
+    if (!asked.identity) {
+        asked.clients.remove(asked);
     }
     return 0;
 }

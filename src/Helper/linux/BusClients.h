@@ -28,17 +28,17 @@ public:
         uid_t user = 0;
         std::optional<std::int32_t> process; ///< where the bus knows it
     };
-    using Known = std::function<void(const Identity &)>;
+    using Known = std::function<void(const std::optional<Identity> &)>;
 
-    /// @p countChanged is called when the first client has come and when the last one has left. The
-    /// bus outlives the clients.
-    BusClients(sd_bus *bus, std::function<void()> countChanged);
+    /// @p changed is called when a client has come and when one has left. The bus outlives the
+    /// clients.
+    BusClients(sd_bus *bus, std::function<void()> changed);
     ~BusClients();
     BusClients(const BusClients &) = delete;
     BusClients &operator=(const BusClients &) = delete;
 
-    /// Calls @p known when the bus has said who @p name, a unique name, is, and never when that one
-    /// leaves before.
+    /// Calls @p known when the bus has said who @p name, a unique name, is; with nothing when it
+    /// does not say, mostly because that one has left already.
     void identify(const std::string &name, Known known);
 
     [[nodiscard]] bool contains(const std::string &name) const;
@@ -62,7 +62,7 @@ private:
     static int onOwnerChanged(sd_bus_message *signal, void *client, sd_bus_error *error);
 
     sd_bus *m_bus;
-    std::function<void()> m_countChanged;
+    std::function<void()> m_changed;
     std::map<std::string, std::unique_ptr<Client>> m_clients; ///< by unique name
 };
 

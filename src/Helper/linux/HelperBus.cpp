@@ -11,6 +11,7 @@
 #include <cstring>
 #include <utility>
 
+#include <malloc.h>
 #include <unistd.h>
 
 namespace Tarnwick {
@@ -101,19 +102,20 @@ int HelperBus::receive(sd_bus_message *request, Operation operation)
 {
     const std::string client = sd_bus_message_get_sender(request);
     if (!m_clients.admit(client)) {
+        tidyUpLater();
         return sd_bus_reply_method_errorf(request, SD_BUS_ERROR_LIMITS_EXCEEDED,
                                           "%zu of your requests wait for their answers",
                                           BusClients::mostUnanswered);
     }
     m_clients.identify(client, [this, request = hold(request), operation,
-                                client](const BusClients::Identity &identity) {
-        if (identity.user != ::geteuid()) {
+                                client](const std::optional<BusClients::Identity> &identity) {
+        if (!identity || identity->user != ::geteuid()) {
             static_cast<void>(sd_bus_reply_method_errorf(request.get(), SD_BUS_ERROR_ACCESS_DENIED,
                                                          "only user %u may ask", ::geteuid()));
             m_clients.answered(client);
             return;
         }
-        (this->*operation)(request, identity);
+        (this->*operation)(request, *identity);
     });
     return 1;
 }
@@ -142,11 +144,24 @@ void HelperBus::answerKill(const BusMessage &request, KillResultCode code)
 
 void HelperBus::clientsChanged()
 {
+    tidyUpLater();
     if (m_clients.isEmpty()) {
         m_alone = m_loop.at(EventLoop::Clock::now() + m_patience, [this] { giveNameUp(); });
     } else {
         m_alone.reset();
     }
+}
+
+void HelperBus::tidyUpLater()
+{
+    if (m_tidying) {
+        return;
+    }
+    // The allocator would keep what a crowd of requests took for as long as the helper lives.
+    m_tidying = m_loop.whenIdle([this] {
+        m_tidying.reset();
+        ::malloc_trim(0);
+    });
 }
 
 void HelperBus::giveNameUp()

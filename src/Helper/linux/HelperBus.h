@@ -47,6 +47,7 @@ private:
     void kill(const BusMessage &request, const BusClients::Identity &client);
     void answerKill(const BusMessage &request, KillResultCode code);
     void clientsChanged();
+    void tidyUpLater();
     void giveNameUp();
     void leaveWhenDone();
 
@@ -59,6 +60,7 @@ private:
     PayloadQueue m_payloads;
     std::unique_ptr<EventLoop::Wait> m_alone; ///< since the last client left
     std::unique_ptr<EventLoop::Wait> m_leaving;
+    std::unique_ptr<EventLoop::Wait> m_tidying;
 };
 
 } // namespace Tarnwick

@@ -6,8 +6,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include <string.h> // strerrorname_np
-
 namespace Tarnwick {
 
 namespace {

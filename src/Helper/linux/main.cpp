@@ -16,7 +16,18 @@
 #include <string>
 #include <variant>
 
+#include <malloc.h>
+
 namespace {
+
+/// Memory that is given up goes back to the system, whatever was taken before. Left to itself, the
+/// allocator keeps the more of it, the larger the listings have been.
+void keepMemoryLow()
+{
+    constexpr int largeBlock = 128 * 1024; // what the allocator itself begins with
+    ::mallopt(M_MMAP_THRESHOLD, largeBlock);
+    ::mallopt(M_TRIM_THRESHOLD, largeBlock);
+}
 
 int fail(const char *why)
 {
@@ -29,6 +40,7 @@ int fail(const char *why)
 int main()
 {
     using namespace Tarnwick;
+    keepMemoryLow();
     raiseDescriptorLimit();
     try {
         ListenerInventory inventory;

@@ -119,6 +119,9 @@ BusHelperConnection::BusHelperConnection(HelperProgram program)
 
 BusHelperConnection::~BusHelperConnection()
 {
+    if (m_link) {
+        m_link->stopObserving(); // calls in flight keep it
+    }
     // Who still waits for the helper is not left without a word.
     if (!m_requests->refusal) {
         m_requests->refuse("the connection was given up");
@@ -155,8 +158,10 @@ void BusHelperConnection::opened(std::shared_ptr<BusLink> link, const QString &f
         end(m_invalidated, failure.toStdString());
         return;
     }
-    link->watchEnd(this, SLOT(busLost()));
-    link->watchOwner(BusNames::helperService(), this, SLOT(ownerChanged(QDBusMessage)));
+    link->observe(
+        BusNames::helperService(),
+        {.ownerChanged = [this](const QString &from, const QString &to) { ownerChanged(from, to); },
+         .ended = [this] { end(m_invalidated, "the session bus is gone"); }});
     m_link = std::move(link);
     m_search = std::make_unique<PeerSearch>(
         m_link, m_program, [this](PeerSearch::Result result) { found(std::move(result)); });
@@ -179,23 +184,15 @@ void BusHelperConnection::found(PeerSearch::Result result)
     m_requests->sendTo(m_link, m_owner);
 }
 
-void BusHelperConnection::ownerChanged(const QDBusMessage &signal)
+void BusHelperConnection::ownerChanged(const QString &from, const QString &to)
 {
-    if (signal.service() != BusNames::busService) {
-        return;
-    }
-    const QString left = signal.arguments().value(1).toString();
-    if (m_owner.isEmpty()) {
-        // The search may find it all the same: its answers come a way of their own.
-        m_departed.insert(left);
-    } else if (left == m_owner) {
+    if (m_search) {
+        // The search may find all the same who has left: its answers come a way of their own.
+        m_departed.insert(from);
+        m_search->ownerChanged(to);
+    } else if (from == m_owner) {
         end(m_interrupted, helperEnded);
     }
-}
-
-void BusHelperConnection::busLost()
-{
-    end(m_invalidated, "the session bus is gone");
 }
 
 void BusHelperConnection::end(Handler &handler, const std::string &why)

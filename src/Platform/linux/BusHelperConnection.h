@@ -7,7 +7,6 @@
 #include "Platform/linux/HelperProgram.h"
 #include "Platform/linux/PeerSearch.h"
 
-#include <QDBusMessage>
 #include <QObject>
 #include <QSet>
 #include <QString>
@@ -25,8 +24,6 @@ namespace Tarnwick {
 /// helper was found. Main thread.
 class BusHelperConnection : public QObject, public HelperConnection
 {
-    Q_OBJECT
-
 public:
     explicit BusHelperConnection(HelperProgram program);
     ~BusHelperConnection() override;
@@ -41,11 +38,9 @@ private:
     struct Requests;
 
     void opened(std::shared_ptr<BusLink> link, const QString &failure);
+    void ownerChanged(const QString &from, const QString &to);
     void found(PeerSearch::Result result);
     void end(Handler &handler, const std::string &why);
-
-    Q_SLOT void ownerChanged(const QDBusMessage &signal);
-    Q_SLOT void busLost();
 
     HelperProgram m_program;
     Handler m_invalidated;

@@ -5,6 +5,7 @@
 
 #include "Core/MainThread.h"
 #include "Platform/linux/BusNames.h"
+#include "Platform/linux/BusSignals.h"
 
 #include <QCoreApplication>
 #include <QDBusError>
@@ -77,6 +78,13 @@ private:
     std::vector<std::future<void>> m_running;
 };
 
+QString ruleForOwner(const QString &name)
+{
+    return QStringLiteral("type='signal',sender='%1',path='%2',interface='%1',member='%3',"
+                          "arg0='%4'")
+        .arg(BusNames::busService, BusNames::busPath, BusNames::nameOwnerChanged, name);
+}
+
 /// Makes @p link, a connection that was just opened, a member of the bus.
 void join(const std::shared_ptr<BusLink> &link, const BusLink::Opened &opened)
 {
@@ -115,6 +123,7 @@ BusLink::BusLink(const QDBusConnection &connection)
 
 BusLink::~BusLink()
 {
+    stopObserving();
     Errands::shared().run(
         [name = m_connection.name()] { QDBusConnection::disconnectFromPeer(name); });
 }
@@ -127,21 +136,43 @@ QDBusPendingCall BusLink::askBus(const QString &method, const QVariantList &argu
     return m_connection.asyncCall(call, noTimeout);
 }
 
-void BusLink::watchOwner(const QString &name, QObject *receiver, const char *slot)
+void BusLink::observe(const QString &name, Observer observer)
 {
-    const QString change = QStringLiteral("NameOwnerChanged");
-    const QString rule =
-        QStringLiteral("type='signal',sender='%1',path='%2',interface='%1',member='%3',arg0='%4'")
-            .arg(BusNames::busService, BusNames::busPath, change, name);
-    askBus(QStringLiteral("AddMatch"), {rule});
-    m_connection.connect(QString(), BusNames::busPath, BusNames::busService, change, {name},
-                         QString(), receiver, slot);
+    addMatch(ruleForOwner(name));
+    const auto handler = [observer = std::move(observer)](const QDBusMessage &signal) {
+        if (signal.member() == BusNames::disconnected) {
+            observer.ended();
+        } else if (signal.service() == BusNames::busService) { // anybody may send the like
+            const QVariantList arguments = signal.arguments();
+            observer.ownerChanged(arguments.value(1).toString(), arguments.value(2).toString());
+        }
+    };
+    BusSignals::shared().observe(m_connection, name, handler);
 }
 
-void BusLink::watchEnd(QObject *receiver, const char *slot)
+void BusLink::stopObserving()
 {
-    m_connection.connect(QString(), BusNames::localPath, BusNames::localInterface,
-                         QStringLiteral("Disconnected"), receiver, slot);
+    BusSignals::shared().forget(m_connection);
+}
+
+void BusLink::watchOwner(const QString &name, QObject *receiver, const char *slot)
+{
+    addMatch(ruleForOwner(name));
+    m_connection.connect(QString(), BusNames::busPath, BusNames::busService,
+                         BusNames::nameOwnerChanged, {name}, QString(), receiver, slot);
+}
+
+void BusLink::watchSignal(const QString &path, const QString &interface, const QString &member,
+                          QObject *receiver, const char *slot)
+{
+    addMatch(QStringLiteral("type='signal',path='%1',interface='%2',member='%3'")
+                 .arg(path, interface, member));
+    m_connection.connect(QString(), path, interface, member, receiver, slot);
+}
+
+void BusLink::addMatch(const QString &rule)
+{
+    askBus(QStringLiteral("AddMatch"), {rule});
 }
 
 } // namespace Tarnwick

@@ -17,7 +17,8 @@ namespace Tarnwick {
 /// A connection of one's own to the session bus, closed with the last owner of this object. It is
 /// found where sd-bus(3), and so the helper, finds it. The one that Qt shares within the process is
 /// not used: it would stay broken for good when the bus is started anew. Nothing here waits for the
-/// bus, nor does Qt for the sake of it. Main thread.
+/// bus, nor does Qt for the sake of it: for Qt the link leads to a peer, so signals are asked for
+/// here and names claimed through askBus(). Main thread.
 class BusLink
 {
 public:
@@ -41,14 +42,27 @@ public:
     /// Calls a method of the bus itself, without a time-out.
     QDBusPendingCall askBus(const QString &method, const QVariantList &arguments = {});
 
-    /// Has @p slot, which takes a QDBusMessage, told whenever @p name changes its owner; any call
-    /// that is sent afterwards is answered after the changes that preceded it.
-    void watchOwner(const QString &name, QObject *receiver, const char *slot);
+    /// Who is told what happens to the link, until it is replaced.
+    struct Observer
+    {
+        std::function<void(const QString &from, const QString &to)> ownerChanged;
+        std::function<void()> ended;
+    };
 
-    /// Has @p slot told when the connection is gone.
-    void watchEnd(QObject *receiver, const char *slot);
+    /// Has @p observer told whenever @p name changes its owner (empty for none), and when the
+    /// connection is gone. What is asked afterwards is answered after the changes before it.
+    void observe(const QString &name, Observer observer);
+    void stopObserving();
+
+    /// Has @p slot, which may take a QDBusMessage, called when @p name changes its owner, or when
+    /// anybody sends such a signal. The receiver has to outlive the connection, see BusSignals.
+    void watchOwner(const QString &name, QObject *receiver, const char *slot);
+    void watchSignal(const QString &path, const QString &interface, const QString &member,
+                     QObject *receiver, const char *slot);
 
 private:
+    void addMatch(const QString &rule);
+
     QDBusConnection m_connection;
 };
 

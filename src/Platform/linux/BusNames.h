@@ -17,6 +17,9 @@ inline const QString busPath = QStringLiteral("/org/freedesktop/DBus");
 inline const QString localPath = QStringLiteral("/org/freedesktop/DBus/Local");
 inline const QString localInterface = QStringLiteral("org.freedesktop.DBus.Local");
 
+inline const QString nameOwnerChanged = QStringLiteral("NameOwnerChanged");
+inline const QString disconnected = QStringLiteral("Disconnected");
+
 inline QString helperService()
 {
     return QString::fromUtf8(HelperProtocol::serviceName.data(),

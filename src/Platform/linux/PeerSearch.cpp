@@ -41,7 +41,6 @@ PeerSearch::~PeerSearch() = default;
 
 void PeerSearch::start()
 {
-    m_link->watchOwner(BusNames::helperService(), this, SLOT(ownerChanged(QDBusMessage)));
     askForOwner(true);
 }
 
@@ -113,10 +112,9 @@ void PeerSearch::programEnded()
     askForOwner(false);
 }
 
-void PeerSearch::ownerChanged(const QDBusMessage &signal)
+void PeerSearch::ownerChanged(const QString &owner)
 {
-    const QString owner = signal.arguments().value(2).toString();
-    if (m_startedEnds && signal.service() == BusNames::busService && !owner.isEmpty()) {
+    if (m_startedEnds && !owner.isEmpty()) {
         m_startedEnds.reset();
         m_started.reset();
         verify(owner);

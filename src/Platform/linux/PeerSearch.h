@@ -25,8 +25,6 @@ namespace Tarnwick {
 /// thread; destroying it ends the search.
 class PeerSearch : public QObject
 {
-    Q_OBJECT
-
 public:
     struct Failure
     {
@@ -40,6 +38,9 @@ public:
 
     void start();
 
+    /// To be told when @p owner, who may be nobody, has got the helper's name.
+    void ownerChanged(const QString &owner);
+
 private:
     template<typename Answered>
     void askBus(const QString &method, const QVariantList &arguments, Answered answered);
@@ -50,8 +51,6 @@ private:
     void verify(const QString &owner);
     void fail(const QString &why);
     void succeed(const QString &owner);
-
-    Q_SLOT void ownerChanged(const QDBusMessage &signal);
 
     std::shared_ptr<BusLink> m_link;
     HelperProgram m_program;

@@ -1,0 +1,230 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Helper/linux/HelperBus.h"
+
+#include "tests/Link/BusCaller.h"
+#include "tests/Support/PrivateBus.h"
+#include "tests/Support/ScopedEnvironment.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <future>
+#include <memory>
+#include <optional>
+#include <semaphore>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include <unistd.h>
+
+namespace Tarnwick {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr int notOpened = -1;
+
+/// The channel in a thread of this process, with less patience and other work than in the helper's.
+class HelperBusTest : public ::testing::Test
+{
+protected:
+    /// So long that a client on a busy machine comes in time.
+    static constexpr milliseconds usualPatience{500};
+
+    /// Until the channel ends the loop; the loop's status.
+    [[nodiscard]] std::future<int> start(milliseconds patience)
+    {
+        return std::async(std::launch::async, [this, patience] {
+            SystemdEventLoop loop;
+            HelperService service(loop, m_work);
+            const HelperBus::Opened opened = HelperBus::open(loop, service, patience);
+            const auto *channel = std::get_if<std::unique_ptr<HelperBus>>(&opened);
+            m_opened.release();
+            return channel != nullptr ? loop.run() : notOpened;
+        });
+    }
+
+    /// Whether the channel is on the bus, be it ever so briefly.
+    [[nodiscard]] bool opens() { return m_opened.try_acquire_for(seconds(20)); }
+
+    static bool ends(const std::future<int> &helper)
+    {
+        return helper.wait_for(seconds(20)) == std::future_status::ready;
+    }
+
+    PrivateBus m_bus;
+    ScopedEnvironment m_environment{"DBUS_SESSION_BUS_ADDRESS", m_bus.address()};
+    BusCaller m_caller{m_bus.address()};
+    std::binary_semaphore m_opened{0};
+    HelperService::Work m_work{
+        .list = [] { return Listing(std::vector<RawPortInfo>()); },
+        .beginToEnd = [](std::int32_t, std::optional<std::int32_t>) -> ProcessTerminator::Started {
+            return KillResultCode::NotFound;
+        },
+    };
+};
+
+TEST_F(HelperBusTest, AnswersWithTheWorkOfTheService)
+{
+    auto helper = start(usualPatience);
+    ASSERT_TRUE(opens());
+    EXPECT_EQ(m_caller.list().payload, "[]");
+    EXPECT_EQ(m_caller.kill(4711).code, 3);
+    m_caller.leave();
+    ASSERT_TRUE(ends(helper));
+    EXPECT_EQ(helper.get(), 0);
+}
+
+TEST_F(HelperBusTest, TellsAnErrorOfTheSystemByItsName)
+{
+    m_work.list = [] { return ListingError{.code = EMFILE, .message = "no descriptors left"}; };
+    auto helper = start(usualPatience);
+    ASSERT_TRUE(opens());
+    EXPECT_EQ(m_caller.list().error, "System.Error.EMFILE");
+    m_caller.leave();
+    EXPECT_TRUE(ends(helper));
+}
+
+TEST_F(HelperBusTest, TellsAnErrorWithoutANameAsOneOfInputAndOutput)
+{
+    m_work.list = [] { return ListingError{.code = 9999, .message = {}}; };
+    auto helper = start(usualPatience);
+    ASSERT_TRUE(opens());
+    EXPECT_EQ(m_caller.list().error, "System.Error.EIO");
+    m_caller.leave();
+    EXPECT_TRUE(ends(helper));
+}
+
+TEST_F(HelperBusTest, TellsWhoAsksToTheTerminator)
+{
+    std::optional<std::int32_t> told;
+    m_work.beginToEnd = [&told](std::int32_t, std::optional<std::int32_t> caller) {
+        told = caller;
+        return ProcessTerminator::Started(KillResultCode::PermissionDenied);
+    };
+    auto helper = start(usualPatience);
+    ASSERT_TRUE(opens());
+    EXPECT_EQ(m_caller.kill(4711).code, 2);
+    m_caller.leave();
+    ASSERT_TRUE(ends(helper));
+    EXPECT_EQ(told, ::getpid());
+}
+
+TEST_F(HelperBusTest, ListsForOneWhileAnotherKeepsItBusy)
+{
+    // Each kill takes as many milliseconds as its number says.
+    constexpr int many = 1000;
+    int kills = 0;
+    int killsBeforeListing = 0;
+    m_work.beginToEnd = [&kills](std::int32_t pid, std::optional<std::int32_t>) {
+        ++kills;
+        const auto end = BusCaller::Clock::now() + milliseconds(pid);
+        while (BusCaller::Clock::now() < end) {
+        }
+        return ProcessTerminator::Started(KillResultCode::PermissionDenied);
+    };
+    m_work.list = [&kills, &killsBeforeListing] {
+        killsBeforeListing = kills;
+        return Listing(std::vector<RawPortInfo>());
+    };
+    auto helper = start(usualPatience);
+    ASSERT_TRUE(opens());
+    BusCaller busy(m_bus.address());
+    static_cast<void>(busy.list());
+    static_cast<void>(m_caller.list());
+
+    // While it is at the first, the others come.
+    busy.askToKill(500);
+    ASSERT_EQ(busy.process(busy.owner("com.velmora.tarnwick.helper")), ::getpid());
+    const auto list = m_caller.askForList();
+    ASSERT_EQ(m_caller.process(m_caller.owner("com.velmora.tarnwick.helper")), ::getpid());
+    for (int times = 0; times < many; ++times) {
+        busy.askToKill(1);
+    }
+    EXPECT_EQ(m_caller.answer(list).payload, "[]");
+    m_caller.leave();
+    EXPECT_TRUE(busy.awaitAll());
+    busy.leave();
+    ASSERT_TRUE(ends(helper));
+    EXPECT_LT(killsBeforeListing, many / 2);
+}
+
+TEST_F(HelperBusTest, EndsWhenNobodyComes)
+{
+    auto helper = start(milliseconds(50));
+    ASSERT_TRUE(ends(helper));
+    EXPECT_EQ(helper.get(), 0);
+    EXPECT_EQ(m_caller.owner("com.velmora.tarnwick.helper"), "");
+}
+
+TEST_F(HelperBusTest, StaysWhenAClientComesBeforeItsPatienceEnds)
+{
+    auto helper = start(usualPatience);
+    ASSERT_TRUE(opens());
+    static_cast<void>(m_caller.list());
+    {
+        BusCaller passing(m_bus.address());
+        static_cast<void>(passing.list());
+    }
+    EXPECT_EQ(helper.wait_for(3 * usualPatience), std::future_status::timeout);
+    m_caller.leave();
+    EXPECT_TRUE(ends(helper));
+}
+
+TEST_F(HelperBusTest, AnswersWhatWasAskedBeforeItGaveItsNameUp)
+{
+    // Nothing gets through the bus meanwhile: its patience ends, and the request is before it.
+    auto helper = start(usualPatience);
+    ASSERT_TRUE(opens());
+    m_bus.pause();
+    const auto request = m_caller.askForList();
+    m_caller.flush();
+    EXPECT_EQ(helper.wait_for(2 * usualPatience), std::future_status::timeout);
+    m_bus.resume();
+    EXPECT_EQ(m_caller.answer(request).payload, "[]");
+    ASSERT_TRUE(ends(helper));
+    EXPECT_EQ(helper.get(), 0);
+}
+
+TEST_F(HelperBusTest, LosesNoRequestWhenItLeaves)
+{
+    constexpr milliseconds patience(10);
+    constexpr int rounds = 100;
+    int answered = 0;
+    for (int round = 0; round < rounds; ++round) {
+        BusCaller late(m_bus.address());
+        auto helper = start(patience);
+        ASSERT_TRUE(opens());
+        // Before, while and after it leaves, from round to round.
+        static_cast<void>(helper.wait_for(patience * (round % 20) / 10));
+        const BusCaller::Answer answer = late.list();
+        if (answer.error != "org.freedesktop.DBus.Error.ServiceUnknown") {
+            EXPECT_EQ(answer.payload, "[]") << answer.error;
+            ++answered;
+        }
+        late.leave();
+        ASSERT_TRUE(ends(helper));
+        EXPECT_EQ(helper.get(), 0);
+    }
+    EXPECT_GT(answered, 0);
+}
+
+TEST_F(HelperBusTest, SaysSoWhenTheBusIsNotThere)
+{
+    m_bus.stop();
+    SystemdEventLoop loop;
+    HelperService service(loop, m_work);
+    const HelperBus::Opened opened = HelperBus::open(loop, service);
+    const auto *why = std::get_if<std::string>(&opened);
+    ASSERT_NE(why, nullptr);
+    EXPECT_TRUE(why->starts_with("cannot reach the session bus: ")) << *why;
+}
+
+} // namespace
+} // namespace Tarnwick

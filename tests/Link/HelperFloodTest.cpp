@@ -1,0 +1,165 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/Link/HelperFixture.h"
+#include "tests/Support/HelperProgram.h"
+
+#include <chrono>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <poll.h>
+
+namespace Tarnwick {
+namespace {
+
+using std::chrono::seconds;
+
+constexpr std::string_view limitsExceeded = "org.freedesktop.DBus.Error.LimitsExceeded";
+
+/// What the helper does for a client that asks faster than it can be answered, and for the others
+/// meanwhile.
+class HelperFlood : public HelperFixture
+{
+protected:
+    static constexpr int many = 10'000;
+    static constexpr seconds patience{300};
+
+    void SetUp() override
+    {
+        HelperFixture::SetUp();
+        // What a first listing takes is no consequence of a flood.
+        static_cast<void>(m_caller.list());
+        m_before = m_helper.residentMemory();
+    }
+
+    /// How much more memory the helper keeps than before the flood, as soon as it has come to rest,
+    /// and how much more it took at most; in kB.
+    void expectGrowth(std::size_t keptMost, std::size_t takenMost)
+    {
+        const auto deadline = BusCaller::Clock::now() + seconds(10);
+        while (!isSanitized && m_helper.residentMemory() > m_before + keptMost &&
+               BusCaller::Clock::now() < deadline) {
+            ::poll(nullptr, 0, 10);
+        }
+        const std::size_t after = m_helper.residentMemory();
+        const std::size_t peak = m_helper.peakMemory();
+        RecordProperty("residentBefore_kB", std::to_string(m_before));
+        RecordProperty("residentAfter_kB", std::to_string(after));
+        RecordProperty("residentPeak_kB", std::to_string(peak));
+        if (!isSanitized) {
+            EXPECT_LE(after, m_before + keptMost);
+            EXPECT_LE(peak, m_before + takenMost);
+        }
+    }
+
+    /// Listens so often, with so long a command line, that a listing is longer than a megabyte.
+    static Puppet longWinded()
+    {
+        std::vector<std::string> arguments(60, std::string(1000, 'x'));
+        Puppet server(Puppet::program(), arguments);
+        for (int listeners = 0; listeners < 20; ++listeners) {
+            server.listen();
+        }
+        return server;
+    }
+
+private:
+    std::size_t m_before = 0;
+};
+
+TEST_F(HelperFlood, AnswersTenThousandListRequestsOfOneClient)
+{
+    for (int times = 0; times < many; ++times) {
+        m_caller.askForList();
+    }
+    ASSERT_TRUE(m_caller.awaitAll(patience));
+    int listed = 0;
+    for (BusCaller::Request request = 1; request <= many; ++request) {
+        const BusCaller::Answer &answer = m_caller.answer(request);
+        if (answer.error != limitsExceeded) {
+            ASSERT_TRUE(answer.records().has_value()) << answer.error;
+            ++listed;
+        }
+    }
+    EXPECT_GE(listed, 1024);
+    expectGrowth(2048, 4096);
+}
+
+TEST_F(HelperFlood, AnswersTenThousandKillRequestsOfOneClient)
+{
+    constexpr std::int32_t nobody = 0x7fff'fffe;
+    for (int times = 0; times < many; ++times) {
+        m_caller.askToKill(nobody);
+    }
+    ASSERT_TRUE(m_caller.awaitAll(patience));
+    for (BusCaller::Request request = 1; request <= many; ++request) {
+        const BusCaller::Answer &answer = m_caller.answer(request);
+        if (answer.error != limitsExceeded) {
+            ASSERT_EQ(answer.code, 3) << answer.error;
+        }
+    }
+    expectGrowth(2048, 4096);
+}
+
+TEST_F(HelperFlood, AnswersRequestsBeyondWhatAnswersWellInTimeWithAnError)
+{
+    Puppet server;
+    server.listen();
+    server.ignoreSignal(SIGTERM);
+    for (int times = 0; times < 1025; ++times) {
+        m_caller.askToKill(server.pid());
+    }
+    EXPECT_EQ(m_caller.answer(1025, seconds(2)).error, limitsExceeded);
+    EXPECT_FALSE(server.hasEnded());
+    BusCaller other(m_bus.address());
+    EXPECT_TRUE(other.list().records().has_value());
+    ASSERT_TRUE(m_caller.awaitAll());
+    for (BusCaller::Request request = 1; request < 1025; ++request) {
+        ASSERT_EQ(m_caller.answer(request).code, 1) << request;
+    }
+}
+
+TEST_F(HelperFlood, HoldsOneCopyOfALargeListingHoweverManyAskForIt)
+{
+    const Puppet server = longWinded();
+    for (int times = 0; times < 500; ++times) {
+        m_caller.askForList();
+    }
+    ASSERT_TRUE(m_caller.awaitAll(patience));
+    EXPECT_GT(m_caller.answer(500).payload.size(), 1'000'000U);
+    expectGrowth(4096, 16'384);
+}
+
+TEST_F(HelperFlood, ServesOthersWhileOneDoesNotReadItsAnswers)
+{
+    const Puppet server = longWinded();
+    BusCaller silent(m_bus.address());
+    for (int times = 0; times < 200; ++times) {
+        silent.askForList();
+    }
+    silent.flush();
+    for (int times = 0; times < 20; ++times) {
+        const auto begin = BusCaller::Clock::now();
+        EXPECT_TRUE(m_caller.list().records().has_value());
+        EXPECT_LT(BusCaller::Clock::now() - begin, seconds(5));
+    }
+    EXPECT_EQ(silent.answers(), 0U);
+}
+
+TEST_F(HelperFlood, ForgetsTheRequestsOfOneWhoLeaves)
+{
+    for (int times = 0; times < 20; ++times) {
+        BusCaller leaving(m_bus.address());
+        for (int request = 0; request < 1000; ++request) {
+            leaving.askForList();
+        }
+        leaving.flush();
+    }
+    EXPECT_TRUE(m_caller.list().records().has_value());
+    expectGrowth(2048, 40'960);
+}
+
+} // namespace
+} // namespace Tarnwick

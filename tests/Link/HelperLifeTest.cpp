@@ -1,0 +1,120 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/Link/HelperFixture.h"
+#include "tests/Support/HelperProgram.h"
+
+#include <chrono>
+#include <csignal>
+
+namespace Tarnwick {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using Clock = BusCaller::Clock;
+
+/// When the helper is there, and when it ends.
+class HelperLife : public HelperFixture
+{
+protected:
+    void TearDown() override {}
+};
+
+TEST_F(HelperLife, EndsThirtySecondsAfterItsLastClientHasLeft)
+{
+    BusCaller watcher(m_bus.address());
+    static_cast<void>(m_caller.list());
+    {
+        BusCaller another(m_bus.address());
+        static_cast<void>(another.list());
+    }
+    EXPECT_FALSE(m_helper.awaitEnd(seconds(2)).has_value());
+    m_caller.leave();
+    const auto left = Clock::now();
+    ASSERT_TRUE(watcher.awaitNoHelper(seconds(40)));
+    EXPECT_EQ(m_helper.awaitEnd(seconds(5)), 0) << m_helper.output();
+    EXPECT_GE(Clock::now() - left, seconds(29));
+    EXPECT_LE(Clock::now() - left, seconds(33));
+    EXPECT_EQ(m_helper.output(), "");
+}
+
+TEST_F(HelperLife, StaysAsLongAsAClientDoes)
+{
+    static_cast<void>(m_caller.list());
+    EXPECT_FALSE(m_helper.awaitEnd(seconds(34)).has_value());
+    EXPECT_TRUE(m_caller.list().records().has_value());
+}
+
+TEST_F(HelperLife, EndsThirtySecondsAfterItsStartWhereNobodyAsks)
+{
+    EXPECT_FALSE(m_helper.awaitEnd(seconds(25)).has_value());
+    EXPECT_EQ(m_helper.awaitEnd(seconds(10)), 0) << m_helper.output();
+}
+
+TEST_F(HelperLife, LeavesItsPlaceToTheOneThatWasFirst)
+{
+    HelperProcess second(m_bus);
+    EXPECT_EQ(second.awaitEnd(seconds(10)), 1);
+    EXPECT_EQ(second.output(),
+              "tarnwick-helper: com.velmora.tarnwick.helper is taken by another process\n");
+    EXPECT_TRUE(m_caller.list().records().has_value());
+}
+
+TEST_F(HelperLife, SaysWhyItCannotStartWithoutABus)
+{
+    m_bus.stop();
+    HelperProcess lost(m_bus);
+    EXPECT_EQ(lost.awaitEnd(seconds(10)), 1);
+    EXPECT_EQ(lost.output(),
+              "tarnwick-helper: cannot reach the session bus: No such file or directory\n");
+}
+
+TEST_F(HelperLife, EndsWhenTheBusGoes)
+{
+    Puppet server;
+    server.listen();
+    server.ignoreSignal(SIGTERM);
+    static_cast<void>(m_caller.list());
+    m_caller.askToKill(server.pid());
+    m_caller.flush();
+    m_bus.stop();
+    const auto status = m_helper.awaitEnd(seconds(10));
+    ASSERT_TRUE(status.has_value());
+    EXPECT_LT(*status, 128) << m_helper.output();
+}
+
+TEST_F(HelperLife, IsThereAgainWhenTheBusIs)
+{
+    m_bus.stop();
+    ASSERT_TRUE(m_helper.awaitEnd(seconds(10)).has_value());
+    m_bus.start();
+    const HelperProcess next(m_bus);
+    BusCaller caller(m_bus.address());
+    ASSERT_TRUE(caller.awaitHelper()) << next.output();
+    EXPECT_TRUE(caller.list().records().has_value());
+}
+
+TEST_F(HelperLife, GivesItsNameBackWhenItIsKilled)
+{
+    m_helper.signal(SIGKILL);
+    EXPECT_TRUE(m_caller.awaitNoHelper());
+    const HelperProcess next(m_bus);
+    EXPECT_TRUE(m_caller.awaitHelper());
+    EXPECT_TRUE(m_caller.list().records().has_value());
+}
+
+TEST_F(HelperLife, TakesAtMostFourMegabytesWhenIdle)
+{
+    if (isSanitized) {
+        GTEST_SKIP() << "a sanitizer takes memory of its own";
+    }
+    for (int times = 0; times < 20; ++times) {
+        static_cast<void>(m_caller.list());
+    }
+    RecordProperty("resident_kB", std::to_string(m_helper.residentMemory()));
+    EXPECT_LE(m_helper.residentMemory(), 4096U) << "kB";
+}
+
+} // namespace
+} // namespace Tarnwick

@@ -1,0 +1,305 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Shared/FileDescriptor.h"
+#include "tests/Helper/OtherUser.h"
+#include "tests/Link/HelperFixture.h"
+#include "tests/Support/TemporaryFolder.h"
+
+#include <chrono>
+#include <csignal>
+#include <limits>
+#include <string>
+#include <string_view>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace Tarnwick {
+namespace {
+
+using std::chrono::seconds;
+using Clock = BusCaller::Clock;
+
+class HelperOnBus : public HelperFixture
+{
+};
+
+TEST_F(HelperOnBus, ListsAListenerAsSoonAsItListens)
+{
+    Puppet server;
+    const int port = server.listen().port;
+    EXPECT_EQ(owner(m_caller.list(), port), server.pid());
+}
+
+TEST_F(HelperOnBus, ListsNoMoreWhatHasEnded)
+{
+    Puppet server;
+    const int port = server.listen().port;
+    ASSERT_EQ(owner(m_caller.list(), port), server.pid());
+    server.end();
+    EXPECT_EQ(owner(m_caller.list(), port), std::nullopt);
+}
+
+TEST_F(HelperOnBus, EndsAListener)
+{
+    Puppet server;
+    const int port = server.listen().port;
+    EXPECT_EQ(m_caller.kill(server.pid()).code, 0);
+    EXPECT_TRUE(server.hasEnded());
+    EXPECT_EQ(owner(m_caller.list(), port), std::nullopt);
+}
+
+TEST_F(HelperOnBus, ForcesAStubbornListenerAfterThreeSecondsAndListsMeanwhile)
+{
+    Puppet server;
+    const int port = server.listen().port;
+    server.ignoreSignal(SIGTERM);
+    const auto begin = Clock::now();
+    const auto kill = m_caller.askToKill(server.pid());
+
+    BusCaller other(m_bus.address());
+    EXPECT_EQ(owner(other.list(), port), server.pid());
+    EXPECT_EQ(owner(m_caller.list(), port), server.pid());
+    EXPECT_FALSE(m_caller.isAnswered(kill)) << "a listing waited for the kill";
+
+    EXPECT_EQ(m_caller.answer(kill).code, 1);
+    EXPECT_TRUE(server.hasEnded());
+    EXPECT_GE(Clock::now() - begin, seconds(3));
+    EXPECT_LT(Clock::now() - begin, seconds(8));
+}
+
+TEST_F(HelperOnBus, AnswersTwoWhoEndTheSameListenerAlike)
+{
+    Puppet server;
+    server.listen();
+    server.ignoreSignal(SIGTERM);
+    BusCaller other(m_bus.address());
+    const auto first = m_caller.askToKill(server.pid());
+    static_cast<void>(m_caller.list());
+    const auto second = other.askToKill(server.pid());
+    EXPECT_EQ(m_caller.answer(first).code, 1);
+    EXPECT_EQ(other.answer(second).code, 1);
+}
+
+TEST_F(HelperOnBus, RefusesToEndItselfItsCallerAndTheFirstProcess)
+{
+    EXPECT_EQ(m_caller.kill(m_helper.pid()).code, 2);
+    EXPECT_EQ(m_caller.kill(::getpid()).code, 2);
+    EXPECT_EQ(m_caller.kill(1).code, 2);
+}
+
+TEST_F(HelperOnBus, RefusesToEndWhatDoesNotListen)
+{
+    Puppet bystander;
+    EXPECT_EQ(m_caller.kill(bystander.pid()).code, 2);
+    EXPECT_FALSE(bystander.hasEnded());
+}
+
+TEST_F(HelperOnBus, FindsNothingUnderWhatIsNoProcessIdentifier)
+{
+    for (const std::int32_t pid : {0, -1, std::numeric_limits<std::int32_t>::min(),
+                                   std::numeric_limits<std::int32_t>::max()}) {
+        EXPECT_EQ(m_caller.kill(pid).code, 3) << pid;
+    }
+}
+
+TEST_F(HelperOnBus, FindsNothingWhereTheListenerIsAlreadyGone)
+{
+    Puppet server;
+    server.listen();
+    const pid_t pid = server.pid();
+    static_cast<void>(m_caller.list());
+    server.end();
+    EXPECT_EQ(m_caller.kill(pid).code, 3);
+}
+
+TEST_F(HelperOnBus, RefusesArgumentsOfOtherTypes)
+{
+    const BusMessage unsignedNumber = m_caller.request("KillProcess");
+    sd_bus_message_append(unsignedNumber.get(), "u", 4711U);
+    const BusMessage text = m_caller.request("KillProcess");
+    sd_bus_message_append(text.get(), "s", "4711");
+    const BusMessage two = m_caller.request("KillProcess");
+    sd_bus_message_append(two.get(), "ii", 4711, 9);
+    const BusMessage superfluous = m_caller.request("ListListeningPorts");
+    sd_bus_message_append(superfluous.get(), "i", 4711);
+    for (const BusMessage &request :
+         {unsignedNumber, text, two, superfluous, m_caller.request("KillProcess")}) {
+        EXPECT_EQ(m_caller.answer(m_caller.send(request)).error,
+                  "org.freedesktop.DBus.Error.InvalidArgs");
+    }
+}
+
+TEST_F(HelperOnBus, ClosesTheDescriptorsThatItIsSent)
+{
+    const TemporaryFolder folder;
+    const FileDescriptor sent(::open(folder.path().c_str(), O_RDONLY | O_CLOEXEC));
+    for (int times = 0; times < 20; ++times) {
+        const BusMessage request = m_caller.request("KillProcess");
+        sd_bus_message_append(request.get(), "h", sent.get());
+        EXPECT_EQ(m_caller.answer(m_caller.send(request)).error,
+                  "org.freedesktop.DBus.Error.InvalidArgs");
+    }
+    // By its answer to another request it is done with those before.
+    static_cast<void>(m_caller.list());
+    EXPECT_FALSE(m_helper.hasOpen(folder.path()));
+}
+
+struct WrongCall
+{
+    const char *path;
+    const char *interface;
+    const char *member;
+    const char *error;
+};
+
+TEST_F(HelperOnBus, RefusesWhatItDoesNotOffer)
+{
+    constexpr const char *path = "/com/velmora/tarnwick/helper";
+    constexpr const char *interface = "com.velmora.tarnwick.helper";
+    for (const WrongCall &call : {
+             WrongCall{path, interface, "KillEverything",
+                       "org.freedesktop.DBus.Error.UnknownMethod"},
+             WrongCall{path, "com.example.Other", "ListListeningPorts",
+                       "org.freedesktop.DBus.Error.UnknownMethod"},
+             WrongCall{"/com/velmora/tarnwick", interface, "ListListeningPorts",
+                       "org.freedesktop.DBus.Error.UnknownObject"},
+             WrongCall{"/", interface, "ListListeningPorts",
+                       "org.freedesktop.DBus.Error.UnknownObject"},
+         }) {
+        sd_bus_message *made = nullptr;
+        sd_bus_message_new_method_call(m_caller.bus(), &made, "com.velmora.tarnwick.helper",
+                                       call.path, call.interface, call.member);
+        EXPECT_EQ(m_caller.answer(m_caller.send(take(made))).error, call.error)
+            << call.path << ' ' << call.interface << ' ' << call.member;
+    }
+}
+
+TEST_F(HelperOnBus, DoesWithoutAnAnswerWhatIsAskedWithoutOne)
+{
+    Puppet server;
+    server.listen();
+    for (const char *member : {"ListListeningPorts", "KillProcess"}) {
+        const BusMessage request = m_caller.request(member);
+        if (std::string_view(member) == "KillProcess") {
+            sd_bus_message_append(request.get(), "i", server.pid());
+        }
+        sd_bus_message_set_expect_reply(request.get(), false);
+        sd_bus_send(m_caller.bus(), request.get(), nullptr);
+    }
+    EXPECT_TRUE(m_caller.list().records().has_value());
+    EXPECT_TRUE(server.awaitEnd());
+}
+
+TEST_F(HelperOnBus, AnswersEveryRequestOfOneWhoSendsManyAtOnce)
+{
+    Puppet server;
+    const int port = server.listen().port;
+    for (int times = 0; times < 100; ++times) {
+        m_caller.askForList();
+    }
+    const auto kill = m_caller.askToKill(::getpid());
+    ASSERT_TRUE(m_caller.awaitAll());
+    EXPECT_EQ(m_caller.answer(kill).code, 2);
+    for (BusCaller::Request request = 0; request < 100; ++request) {
+        EXPECT_EQ(owner(m_caller.answer(request), port), server.pid());
+    }
+}
+
+TEST_F(HelperOnBus, EndsTheListenerThoughTheCallerLeaves)
+{
+    Puppet server;
+    server.listen();
+    server.ignoreSignal(SIGTERM);
+    {
+        BusCaller leaving(m_bus.address());
+        static_cast<void>(leaving.list());
+        leaving.askToKill(server.pid());
+        for (int times = 0; times < 50; ++times) {
+            leaving.askForList();
+        }
+        leaving.flush();
+    }
+    EXPECT_TRUE(m_caller.list().records().has_value());
+    EXPECT_TRUE(server.awaitEnd());
+}
+
+/// A bus that other users may connect to as well.
+class HelperOnOpenBus : public HelperFixture
+{
+protected:
+    HelperOnOpenBus()
+        : HelperFixture({.letsEveryUserIn = true, .configuration = {}})
+    {
+    }
+
+    void SetUp() override
+    {
+        if (::getuid() != 0) {
+            GTEST_SKIP() << "only root can become another user";
+        }
+        HelperFixture::SetUp();
+    }
+};
+
+TEST_F(HelperOnOpenBus, RefusesWhoeverIsAnotherUser)
+{
+    Puppet server;
+    server.listen();
+    const int refused = asOtherUser([this, &server] {
+        const std::string denied = "org.freedesktop.DBus.Error.AccessDenied";
+        BusCaller stranger(m_bus.address());
+        const bool neither =
+            stranger.list().error == denied && stranger.kill(server.pid()).error == denied;
+        return neither && stranger.list().error == denied ? 0 : 1;
+    });
+    EXPECT_EQ(refused, 0);
+    EXPECT_FALSE(server.hasEnded());
+}
+
+/// A bus that does not tell who its clients are.
+class HelperOnSecretiveBus : public HelperFixture
+{
+protected:
+    HelperOnSecretiveBus()
+        : HelperFixture({.letsEveryUserIn = false, .configuration = R"(<policy context="default">
+                             <deny send_destination="org.freedesktop.DBus"
+                                   send_interface="org.freedesktop.DBus"
+                                   send_member="GetConnectionCredentials"/></policy>)"})
+    {
+    }
+
+    void TearDown() override { EXPECT_FALSE(m_helper.hasEnded()) << m_helper.output(); }
+};
+
+TEST_F(HelperOnSecretiveBus, RefusesWhoeverItCannotIdentify)
+{
+    EXPECT_EQ(m_caller.answer(m_caller.askForList(), seconds(10)).error,
+              "org.freedesktop.DBus.Error.AccessDenied");
+    EXPECT_EQ(m_caller.answer(m_caller.askToKill(4711), seconds(10)).error,
+              "org.freedesktop.DBus.Error.AccessDenied");
+}
+
+/// A bus that lets nobody watch more than a few names.
+class HelperOnStrictBus : public HelperFixture
+{
+protected:
+    HelperOnStrictBus()
+        : HelperFixture(
+              {.letsEveryUserIn = false,
+               .configuration = R"(<limit name="max_match_rules_per_connection">4</limit>)"})
+    {
+    }
+};
+
+TEST_F(HelperOnStrictBus, WatchesNoClientThatHasLeft)
+{
+    for (int client = 0; client < 40; ++client) {
+        BusCaller passing(m_bus.address());
+        ASSERT_TRUE(passing.list().records().has_value()) << client;
+    }
+}
+
+} // namespace
+} // namespace Tarnwick

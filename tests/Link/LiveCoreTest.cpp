@@ -1,0 +1,242 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "App/AppState.h"
+#include "Core/DiffEngine.h"
+#include "Core/NetworkMonitor.h"
+#include "tests/Link/ClientFixture.h"
+#include "tests/Support/HelperProgram.h"
+#include "tests/Support/Puppet.h"
+#include "tests/Support/TemporaryCopy.h"
+
+#include <fstream>
+#include <limits>
+
+#include <malloc.h>
+
+using namespace Tarnwick;
+using testing::Each;
+using testing::IsEmpty;
+
+namespace {
+
+/// The client's scans, counted.
+class CountingSource : public RawRecordSource
+{
+public:
+    explicit CountingSource(HelperClient &client)
+        : m_client(client)
+    {
+    }
+
+    QCoro::Task<std::vector<RawPortInfo>> xpcScan() override
+    {
+        ++m_begun;
+        return m_client.xpcScan();
+    }
+
+    [[nodiscard]] int begun() const { return m_begun; }
+
+private:
+    HelperClient &m_client;
+    int m_begun = 0;
+};
+
+/// Everything from the kernel to the state, with the real helper between.
+class LiveCoreTest : public ClientFixture
+{
+protected:
+    LiveCoreTest()
+    {
+        constexpr double shortPeriod = 0.01;
+        m_monitor.setPollInterval(shortPeriod);
+    }
+
+    void SetUp() override
+    {
+        const QCoro::Task<void> started = m_monitor.start();
+        ASSERT_TRUE(await([&started] { return started.isReady(); }));
+    }
+
+    [[nodiscard]] bool shows(const Puppet &puppet, int port) const
+    {
+        return m_state.ports().contains(puppet.pid(), port);
+    }
+    [[nodiscard]] bool awaitShown(const Puppet &puppet, int port) const
+    {
+        return await([&] { return shows(puppet, port); });
+    }
+    [[nodiscard]] bool awaitGone(const Puppet &puppet, int port) const
+    {
+        return await([&] { return !shows(puppet, port); });
+    }
+
+    /// Whether a scan that began after this call has reached the state: one that shows what only
+    /// opens now.
+    [[nodiscard]] bool awaitScan()
+    {
+        const Puppet::Listener listener = m_witness.listen();
+        const bool came = awaitShown(m_witness, listener.port);
+        m_witness.close(listener.descriptor);
+        return came && awaitGone(m_witness, listener.port);
+    }
+
+    /// How the state names what listens on @p port; empty when nothing does.
+    [[nodiscard]] std::string processOn(int port) const
+    {
+        for (const SharedPortEntry &entry : m_state.ports()) {
+            if (entry->port == port) {
+                return entry->process;
+            }
+        }
+        return {};
+    }
+
+    Puppet m_witness;
+    AppState m_state;
+    DiffEngine m_engine{m_state};
+    CountingSource m_source{*m_client};
+    NetworkMonitor m_monitor{m_source, m_engine, std::chrono::milliseconds(1)};
+};
+
+/// Resident memory in kB.
+std::size_t residentMemory(pid_t pid)
+{
+    std::ifstream file("/proc/" + std::to_string(pid) + "/status");
+    std::size_t size = 0;
+    for (std::string word; file >> word;) {
+        if (word == "VmRSS:" && file >> size) {
+            return size;
+        }
+    }
+    return std::numeric_limits<std::size_t>::max();
+}
+
+struct Memory
+{
+    std::size_t client;
+    std::size_t helper;
+
+    static Memory now(pid_t helper)
+    {
+        ::malloc_trim(0); // what is free is not held against us
+        return {residentMemory(::getpid()), residentMemory(helper)};
+    }
+};
+
+} // namespace
+
+TEST_F(LiveCoreTest, ShowsWhatOpensAndForgetsWhatCloses)
+{
+    Puppet puppet;
+    const Puppet::Listener first = puppet.listen();
+    const Puppet::Listener second = puppet.listen(Puppet::Family::V6);
+    EXPECT_TRUE(awaitShown(puppet, first.port));
+    EXPECT_TRUE(awaitShown(puppet, second.port));
+    puppet.close(first.descriptor);
+    EXPECT_TRUE(awaitGone(puppet, first.port));
+    EXPECT_TRUE(shows(puppet, second.port));
+    EXPECT_THAT(m_log.messages(), IsEmpty());
+}
+
+TEST_F(LiveCoreTest, FollowsASocketThatAForkInherits)
+{
+    Puppet parent;
+    const int port = parent.listen().port;
+    ASSERT_TRUE(awaitShown(parent, port));
+    Puppet child = parent.fork();
+    ASSERT_TRUE(awaitScan());
+    EXPECT_TRUE(shows(parent, port));
+    EXPECT_FALSE(shows(child, port));
+
+    parent.end();
+    EXPECT_TRUE(awaitShown(child, port));
+    EXPECT_TRUE(awaitGone(parent, port));
+}
+
+TEST_F(LiveCoreTest, FollowsASocketThatIsPassedOn)
+{
+    Puppet giver;
+    Puppet taker;
+    const Puppet::Listener listener = giver.listen();
+    ASSERT_TRUE(awaitShown(giver, listener.port));
+    giver.pass(listener.descriptor, taker);
+    giver.close(listener.descriptor);
+    EXPECT_TRUE(awaitShown(taker, listener.port));
+    EXPECT_TRUE(awaitGone(giver, listener.port));
+}
+
+TEST_F(LiveCoreTest, LosesAListenerThatBecameAnotherProgramUntilItListensAnew)
+{
+    const TemporaryCopy copies;
+    Puppet puppet;
+    const Puppet::Listener listener = puppet.listen();
+    ASSERT_TRUE(awaitShown(puppet, listener.port));
+    puppet.exec(copies.copy(Puppet::program(), "successor"), {"successor"});
+    EXPECT_TRUE(awaitGone(puppet, listener.port));
+    ASSERT_TRUE(awaitScan());
+    EXPECT_FALSE(shows(puppet, listener.port));
+
+    puppet.close(listener.descriptor);
+    ASSERT_TRUE(awaitScan());
+    puppet.listen(Puppet::Family::V4, listener.descriptor, listener.port);
+    EXPECT_TRUE(awaitShown(puppet, listener.port));
+    EXPECT_EQ(processOn(listener.port), "successor");
+}
+
+TEST_F(LiveCoreTest, ForgetsAListenerThatTheHelperEnded)
+{
+    Puppet puppet;
+    const int port = puppet.listen().port;
+    ASSERT_TRUE(awaitShown(puppet, port));
+    EXPECT_EQ(outcome(kill(puppet.pid())), KillResult::Terminated);
+    m_monitor.scheduleDebouncedScan();
+    EXPECT_TRUE(awaitGone(puppet, port));
+    EXPECT_THAT(m_log.messages(), IsEmpty());
+}
+
+TEST_F(LiveCoreTest, StaysRightThoughTheHelperIsKilledAgainAndAgain)
+{
+    constexpr int rounds = 10;
+    Puppet constant;
+    const int constantPort = constant.listen().port;
+    ASSERT_TRUE(awaitShown(constant, constantPort));
+    for (int round = 0; round < rounds; ++round) {
+        RunningHelper(m_bus).signal(SIGKILL);
+        Puppet puppet;
+        const int port = puppet.listen().port;
+        EXPECT_TRUE(awaitShown(puppet, port)) << round;
+        EXPECT_TRUE(shows(constant, constantPort)) << round;
+        puppet.end();
+        EXPECT_TRUE(awaitGone(puppet, port)) << round;
+    }
+    EXPECT_THAT(m_log.messages(),
+                Each(testing::AnyOf("[helper] XPC connection interrupted",
+                                    testing::StartsWith("[helper] proxy error: "))));
+}
+
+TEST_F(LiveCoreTest, TakesNoMoreMemoryAfterAThousandScans)
+{
+    constexpr int warmUp = 100;
+    constexpr int scans = isSanitized ? 200 : 1000;
+    // The frames that one lost scan would leave are some hundred bytes, and the records of one are
+    // more: times 900, more than this by far. Pages that come and go are less.
+    constexpr std::size_t slack = 200;
+
+    const RunningHelper helper(m_bus);
+    std::optional<Memory> before;
+    while (m_source.begun() < scans) {
+        ASSERT_TRUE(awaitScan());
+        if (!before && m_source.begun() >= warmUp) {
+            before = Memory::now(helper.pid());
+        }
+    }
+    const Memory after = Memory::now(helper.pid());
+    RecordProperty("client_kB", static_cast<int>(after.client - before->client));
+    RecordProperty("helper_kB", static_cast<int>(after.helper - before->helper));
+    if (!isSanitized) {
+        EXPECT_LE(after.client, before->client + slack);
+        EXPECT_LE(after.helper, before->helper + slack);
+    }
+    EXPECT_THAT(m_log.messages(), IsEmpty());
+}

@@ -1,0 +1,54 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/Support/HelperProcess.h"
+
+#include "tests/Support/HelperProgram.h"
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <system_error>
+
+namespace Tarnwick {
+
+HelperProcess::HelperProcess(const PrivateBus &bus)
+    : m_process({program().string()},
+                {.output = m_folder.path() / "output", .environment = bus.environment()})
+{
+}
+
+std::filesystem::path HelperProcess::program()
+{
+    return helperProgram;
+}
+
+std::string HelperProcess::output() const
+{
+    std::ifstream file(m_folder.path() / "output");
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::size_t HelperProcess::memory(std::string_view which) const
+{
+    std::ifstream file("/proc/" + std::to_string(pid()) + "/status");
+    std::size_t size = 0;
+    for (std::string word; file >> word;) {
+        if (word == which && file >> size) {
+            return size;
+        }
+    }
+    return std::numeric_limits<std::size_t>::max();
+}
+
+bool HelperProcess::hasOpen(const std::filesystem::path &file) const
+{
+    const std::filesystem::directory_iterator folder("/proc/" + std::to_string(pid()) + "/fd");
+    return std::any_of(begin(folder), end(folder), [&file](const auto &descriptor) {
+        std::error_code closedMeanwhile;
+        return std::filesystem::read_symlink(descriptor.path(), closedMeanwhile) == file;
+    });
+}
+
+} // namespace Tarnwick
