@@ -40,9 +40,11 @@ std::chrono::milliseconds timerPeriod(double seconds)
 } // namespace
 
 NetworkMonitor::NetworkMonitor(RawRecordSource &source, DiffEngine &engine,
-                               std::chrono::milliseconds debounceDelay)
+                               std::chrono::milliseconds debounceDelay,
+                               std::chrono::milliseconds firstScanPatience)
     : m_source(source)
     , m_engine(engine)
+    , m_firstScanPatience(firstScanPatience)
 {
     m_debounceTimer.setSingleShot(true);
     m_debounceTimer.setTimerType(Qt::PreciseTimer); // a coarse one may come before its time
@@ -53,16 +55,25 @@ NetworkMonitor::NetworkMonitor(RawRecordSource &source, DiffEngine &engine,
 QCoro::Task<void> NetworkMonitor::start()
 {
     const QPointer<NetworkMonitor> self(this);
+    const unsigned start = ++m_lastStart;
+    m_waitingStarts.insert(start);
+    // A first scan that is lost must not be the last one.
+    QTimer::singleShot(m_firstScanPatience, this, [this, start] {
+        if (m_waitingStarts.erase(start) > 0) {
+            startTimer();
+            triggerScan();
+        }
+    });
     co_await triggerScan();
-    if (!self) {
-        co_return;
+    if (self && m_waitingStarts.erase(start) > 0) {
+        startTimer();
     }
-    startTimer();
 }
 
 void NetworkMonitor::stop()
 {
     m_debounceTimer.stop();
+    m_waitingStarts.clear();
     if (m_timer) {
         m_timer->stop();
         m_timer->deleteLater();

@@ -11,6 +11,7 @@
 #include <QTimer>
 
 #include <chrono>
+#include <set>
 
 namespace Tarnwick {
 
@@ -28,11 +29,14 @@ class NetworkMonitor : public QObject
 
 public:
     static constexpr std::chrono::milliseconds defaultDebounceDelay{300};
+    static constexpr std::chrono::milliseconds defaultFirstScanPatience{10'000};
 
     /// @p source and @p engine outlive the monitor. @p debounceDelay is how long after the last
-    /// request the requested scan comes.
+    /// request the requested scan comes, @p firstScanPatience how long the timer waits for the scan
+    /// of the start.
     NetworkMonitor(RawRecordSource &source, DiffEngine &engine,
-                   std::chrono::milliseconds debounceDelay = defaultDebounceDelay);
+                   std::chrono::milliseconds debounceDelay = defaultDebounceDelay,
+                   std::chrono::milliseconds firstScanPatience = defaultFirstScanPatience);
 
     /// The one monitor of the program, made with the first call, on the shared services.
     [[nodiscard]] static NetworkMonitor &shared();
@@ -42,10 +46,12 @@ public:
     [[nodiscard]] double pollInterval() const { return m_pollInterval; }
     void setPollInterval(double seconds) { m_pollInterval = seconds; }
 
-    /// Scans once, then starts the timer. Who starts again stops before.
+    /// Scans once, then starts the timer: when that scan has ended, or when it has been awaited
+    /// long enough, for a scan whose answer is lost never ends. Who starts again stops before.
     QCoro::Task<void> start();
 
-    /// Ends the timer and forgets a requested scan. Scans that run already go on.
+    /// Ends the timer, also one that is about to be started, and forgets a requested scan. Scans
+    /// that run already go on.
     void stop();
 
     /// Requests a scan after the delay, in the place of a request still waiting.
@@ -58,7 +64,10 @@ private:
     RawRecordSource &m_source;
     DiffEngine &m_engine;
     double m_pollInterval = 10.0;
-    QPointer<QTimer> m_timer; ///< a child; null when stopped
+    std::chrono::milliseconds m_firstScanPatience;
+    unsigned m_lastStart = 0;
+    std::set<unsigned> m_waitingStarts; ///< whose timers are not started yet
+    QPointer<QTimer> m_timer;           ///< a child; null when stopped
     QTimer m_debounceTimer;
     SerialExecutor m_executor;
 };

@@ -144,6 +144,57 @@ TEST_F(NetworkMonitorTest, StartsItsTimerOnlyAfterTheFirstScan)
     EXPECT_TRUE(awaitRequests(3));
 }
 
+TEST_F(NetworkMonitorTest, ScansOnAlthoughTheFirstScanIsLost)
+{
+    m_monitor = std::make_unique<NetworkMonitor>(m_source, m_engine, shortDelay, shortDelay);
+    m_monitor->setPollInterval(0.005);
+    m_source.holdsBack = true;
+    const QCoro::Task<void> task = m_monitor->start();
+    ASSERT_TRUE(awaitRequests(1));
+    m_source.holdsBack = false;
+    m_source.answer = {record(1, 3000)};
+    EXPECT_TRUE(awaitRequests(4));
+    EXPECT_THAT(m_registry.calls, ElementsAre("+node:3000"));
+}
+
+TEST_F(NetworkMonitorTest, StartsOneTimerWhenTheFirstScanEndsLate)
+{
+    m_monitor = std::make_unique<NetworkMonitor>(m_source, m_engine, shortDelay, shortDelay);
+    m_monitor->setPollInterval(3600.0);
+    m_source.holdsBack = true;
+    const QCoro::Task<void> task = m_monitor->start();
+    ASSERT_TRUE(awaitRequests(2)); // the second because the first is late
+    m_source.holdsBack = false;
+    m_source.release();
+    ASSERT_TRUE(await([&task] { return task.isReady(); }));
+    EXPECT_EQ(m_monitor->findChildren<QTimer *>().size(), 1);
+}
+
+TEST_F(NetworkMonitorTest, StartsNoTimerWhenItIsStoppedDuringTheFirstScan)
+{
+    m_monitor->setPollInterval(0.001);
+    m_source.holdsBack = true;
+    const QCoro::Task<void> task = m_monitor->start();
+    m_monitor->stop();
+    m_source.release();
+    ASSERT_TRUE(await([&task] { return task.isReady(); }));
+    awaitDelay(shortDelay);
+    EXPECT_EQ(m_source.requests.size(), 1U);
+}
+
+TEST_F(NetworkMonitorTest, HasOneTimerAfterStartsThatOverlap)
+{
+    m_monitor->setPollInterval(3600.0);
+    m_source.holdsBack = true;
+    const QCoro::Task<void> first = m_monitor->start();
+    m_monitor->stop();
+    const QCoro::Task<void> second = m_monitor->start();
+    m_source.release();
+    m_source.release();
+    ASSERT_TRUE(await([&] { return first.isReady() && second.isReady(); }));
+    EXPECT_EQ(m_monitor->findChildren<QTimer *>().size(), 1);
+}
+
 TEST_F(NetworkMonitorTest, LeavesATimerThatRunsAloneWhenItStartsAgain)
 {
     m_monitor->setPollInterval(0.02);

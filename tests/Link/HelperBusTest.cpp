@@ -177,6 +177,40 @@ TEST_F(HelperBusTest, StaysWhenAClientComesBeforeItsPatienceEnds)
     EXPECT_TRUE(ends(helper));
 }
 
+TEST_F(HelperBusTest, StaysForAClientWhoseRequestsItRefuses)
+{
+    auto helper = start(usualPatience);
+    ASSERT_TRUE(opens());
+    const BusMessage unknown = m_caller.request("NoSuchMember");
+    EXPECT_EQ(m_caller.answer(m_caller.send(unknown)).error,
+              "org.freedesktop.DBus.Error.UnknownMethod");
+    EXPECT_EQ(helper.wait_for(3 * usualPatience), std::future_status::timeout);
+    m_caller.leave();
+    EXPECT_TRUE(ends(helper));
+}
+
+TEST_F(HelperBusTest, TurnsAwayOnlyThoseWhomTheBusWillNotWatch)
+{
+    m_bus.stop();
+    const PrivateBus bus(
+        {.configuration = R"(<limit name="max_match_rules_per_connection">2</limit>)"});
+    const ScopedEnvironment environment("DBUS_SESSION_BUS_ADDRESS", bus.address());
+    auto helper = start(usualPatience);
+    ASSERT_TRUE(opens());
+    {
+        std::vector<std::unique_ptr<BusCaller>> callers;
+        std::vector<std::string> errors;
+        for (int at = 0; at < 4; ++at) {
+            callers.push_back(std::make_unique<BusCaller>(bus.address()));
+            errors.push_back(callers.back()->list().error);
+        }
+        EXPECT_EQ(errors.front(), "");
+        EXPECT_EQ(errors.back(), "org.freedesktop.DBus.Error.AccessDenied");
+        EXPECT_EQ(callers.front()->list().error, "");
+    }
+    EXPECT_TRUE(ends(helper));
+}
+
 TEST_F(HelperBusTest, AnswersWhatWasAskedBeforeItGaveItsNameUp)
 {
     // Nothing gets through the bus meanwhile: its patience ends, and the request is before it.

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 using namespace Tarnwick;
 using testing::ElementsAre;
@@ -53,15 +54,20 @@ TEST_F(HelperServiceFileTest, HasTheBusStartItAgain)
     EXPECT_THAT(m_log.messages(), ElementsAre("[helper] XPC connection interrupted"));
 }
 
-TEST_F(HelperServiceFileTest, IsInvalidatedWhenTheBusKnowsNoSuchService)
+TEST_F(HelperServiceFileTest, IsStartedWithoutTheBusWhereTheBusDoesNotLook)
 {
+    EXPECT_TRUE(outcome(scan()).has_value());
+    EXPECT_THAT(m_log.messages(), IsEmpty());
+}
+
+TEST_F(HelperServiceFileTest, IsInvalidatedWhenNeitherTheBusNorTheFolderHasIt)
+{
+    const std::filesystem::path program = std::exchange(m_program.path, "/nowhere/tarnwick-helper");
     const Scan lost = scan();
     ASSERT_TRUE(awaitLines(2));
     EXPECT_THAT(m_log.messages(), ElementsAre(invalidated, StartsWith("[helper] proxy error: ")));
     EXPECT_FALSE(lost.isThere());
-
-    offer(m_program.path);
-    EXPECT_TRUE(outcome(scan()).has_value());
+    m_program.path = program;
 }
 
 TEST_F(HelperServiceFileTest, IsInvalidatedWhenTheServiceEndsAtOnce)

@@ -91,6 +91,11 @@ void BusClients::identify(const std::string &name, Known known)
     }
 }
 
+void BusClients::meet(const std::string &name)
+{
+    static_cast<void>(client(name));
+}
+
 bool BusClients::contains(const std::string &name) const
 {
     return m_clients.contains(name);
@@ -140,7 +145,7 @@ void BusClients::watch(Client &client)
                              busPath + "',interface='" + busService +
                              "',member='NameOwnerChanged',arg0='" + client.name + "'";
     sd_bus_slot *leaving = nullptr;
-    sd_bus_add_match_async(m_bus, &leaving, rule.c_str(), &onOwnerChanged, nullptr, &client);
+    sd_bus_add_match_async(m_bus, &leaving, rule.c_str(), &onOwnerChanged, &onWatched, &client);
     client.leaving.reset(leaving);
     sd_bus_slot *credentials = nullptr;
     sd_bus_call_method_async(m_bus, &credentials, busService, busPath, busService,
@@ -157,15 +162,30 @@ void BusClients::remove(const Client &client)
     m_changed();
 }
 
+void BusClients::settle(Client &client, std::optional<Identity> identity)
+{
+    client.identity = identity;
+    for (const Known &tell : std::exchange(client.waiting, {})) {
+        tell(identity);
+    }
+    if (!identity) {
+        remove(client);
+    }
+}
+
 int BusClients::onCredentials(sd_bus_message *reply, void *client, sd_bus_error * /*error*/)
 {
     auto &asked = *static_cast<Client *>(client);
-    asked.identity = readCredentials(reply);
-    for (const Known &tell : std::exchange(asked.waiting, {})) {
-        tell(asked.identity);
-    }
-    if (!asked.identity) {
-        asked.clients.remove(asked);
+    asked.clients.settle(asked, readCredentials(reply));
+    return 0;
+}
+
+int BusClients::onWatched(sd_bus_message *reply, void *client, sd_bus_error * /*error*/)
+{
+    // The bus watches only so many names for one process; the others are turned away.
+    if (sd_bus_message_is_method_error(reply, nullptr) != 0) {
+        auto &unwatched = *static_cast<Client *>(client);
+        unwatched.clients.settle(unwatched, std::nullopt);
     }
     return 0;
 }

@@ -44,6 +44,9 @@ public:
     [[nodiscard]] bool contains(const std::string &name) const;
     [[nodiscard]] bool isEmpty() const { return m_clients.empty(); }
 
+    /// Counts @p name as a client although it has asked for nothing that needs an answer of ours.
+    void meet(const std::string &name);
+
     /// Counts a request of @p name as unanswered, unless it has @ref mostUnanswered of them.
     [[nodiscard]] bool admit(const std::string &name);
     /// Takes one that was admitted off again; the client may have left.
@@ -57,8 +60,10 @@ private:
 
     Client &client(const std::string &name);
     void watch(Client &client);
+    void settle(Client &client, std::optional<Identity> identity);
     void remove(const Client &client);
     static int onCredentials(sd_bus_message *reply, void *client, sd_bus_error *error);
+    static int onWatched(sd_bus_message *reply, void *client, sd_bus_error *error);
     static int onOwnerChanged(sd_bus_message *signal, void *client, sd_bus_error *error);
 
     sd_bus *m_bus;

@@ -66,7 +66,20 @@ HelperBus::HelperBus(BusHandle bus, SystemdEventLoop &loop, HelperService &servi
     , m_clients(m_bus.get(), [this] { clientsChanged(); })
     , m_payloads(m_bus.get(), loop, m_clients)
 {
+    sd_bus_slot *slot = nullptr;
+    sd_bus_add_filter(m_bus.get(), &slot, &HelperBus::onMessage, this);
+    m_filter.reset(slot);
     clientsChanged();
+}
+
+int HelperBus::onMessage(sd_bus_message *message, void *channel, sd_bus_error * /*error*/)
+{
+    // Also who asks for what we do not offer is somebody to stay for.
+    const char *sender = sd_bus_message_get_sender(message);
+    if (sd_bus_message_is_method_call(message, nullptr, nullptr) > 0 && sender != nullptr) {
+        static_cast<HelperBus *>(channel)->m_clients.meet(sender);
+    }
+    return 0;
 }
 
 std::string HelperBus::claimName()
@@ -177,9 +190,24 @@ void HelperBus::leaveWhenDone()
     std::uint64_t unsent = 0;
     static_cast<void>(sd_bus_get_n_queued_read(m_bus.get(), &unread));
     static_cast<void>(sd_bus_get_n_queued_write(m_bus.get(), &unsent));
-    if (unread == 0 && unsent == 0 && m_clients.allAnswered()) {
-        m_loop.leave(0);
+    if (unread == 0 && unsent == 0 && m_clients.allAnswered() && !m_lastWord) {
+        // What the bus sent before its answer to this has been read when that comes.
+        sd_bus_slot *slot = nullptr;
+        sd_bus_call_method_async(m_bus.get(), &slot, "org.freedesktop.DBus",
+                                 "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetId",
+                                 &HelperBus::onLastWord, this, nullptr);
+        m_lastWord.reset(slot);
     }
+}
+
+int HelperBus::onLastWord(sd_bus_message * /*reply*/, void *channel, sd_bus_error * /*error*/)
+{
+    auto &self = *static_cast<HelperBus *>(channel);
+    self.m_lastWord.reset();
+    if (self.m_clients.allAnswered()) {
+        self.m_loop.leave(0);
+    }
+    return 0;
 }
 
 } // namespace Tarnwick

@@ -50,16 +50,20 @@ private:
     void tidyUpLater();
     void giveNameUp();
     void leaveWhenDone();
+    static int onMessage(sd_bus_message *message, void *channel, sd_bus_error *error);
+    static int onLastWord(sd_bus_message *reply, void *channel, sd_bus_error *error);
 
     BusHandle m_bus;
     SystemdEventLoop &m_loop;
     HelperService &m_service;
     EventLoop::Clock::duration m_patience;
     BusSlot m_interface;
+    BusSlot m_filter;
     BusClients m_clients;
     PayloadQueue m_payloads;
     std::unique_ptr<EventLoop::Wait> m_alone; ///< since the last client left
     std::unique_ptr<EventLoop::Wait> m_leaving;
+    BusSlot m_lastWord; ///< while leaving, a question to the bus
     std::unique_ptr<EventLoop::Wait> m_tidying;
 };
 

@@ -47,7 +47,8 @@ void PayloadQueue::answer(const BusMessage &request, const HelperService::ListAn
         m_clients.answered(sd_bus_message_get_sender(request.get()));
         return;
     }
-    m_waiting.push_back({request, std::get<HelperService::Payload>(answer)});
+    m_waiting.push_back(request);
+    m_latest = std::get<HelperService::Payload>(answer);
     send();
 }
 
@@ -55,19 +56,20 @@ void PayloadQueue::send()
 {
     std::uint64_t unsent = 0;
     while (!m_waiting.empty() && sd_bus_get_n_queued_write(m_bus, &unsent) >= 0 && unsent == 0) {
-        const Waiting next = std::move(m_waiting.front());
+        const BusMessage request = std::move(m_waiting.front());
         m_waiting.pop_front();
-        const std::string client = sd_bus_message_get_sender(next.request.get());
+        const std::string client = sd_bus_message_get_sender(request.get());
         if (!m_clients.contains(client)) {
             continue;
         }
-        if (const int sent = replyWithBytes(m_bus, next.request.get(), *next.payload); sent < 0) {
-            replyWithError(next.request.get(), -sent, std::strerror(-sent));
+        if (const int sent = replyWithBytes(m_bus, request.get(), *m_latest); sent < 0) {
+            replyWithError(request.get(), -sent, std::strerror(-sent));
         }
         m_clients.answered(client);
     }
     if (m_waiting.empty()) {
         m_sending.reset();
+        m_latest.reset();
     } else if (!m_sending) {
         m_sending = m_loop.afterEachRound([this] { send(); });
     }

@@ -14,8 +14,8 @@
 namespace Tarnwick {
 
 /// Sends the payloads of listings as fast as the bus takes them: one is put into a message when the
-/// one before it is on its way, so that a flood of requests never holds more than one copy of a
-/// large listing. Payloads for clients that have left are dropped.
+/// one before it is on its way, and it is the latest that there is, so that a flood of requests
+/// never holds more than two copies of a large listing. Clients that have left are passed over.
 class PayloadQueue
 {
 public:
@@ -24,18 +24,13 @@ public:
     void answer(const BusMessage &request, const HelperService::ListAnswer &answer);
 
 private:
-    struct Waiting
-    {
-        BusMessage request;
-        HelperService::Payload payload;
-    };
-
     void send();
 
     sd_bus *m_bus;
     SystemdEventLoop &m_loop;
     BusClients &m_clients;
-    std::deque<Waiting> m_waiting;
+    std::deque<BusMessage> m_waiting;
+    HelperService::Payload m_latest; ///< for all that wait
     std::unique_ptr<EventLoop::Wait> m_sending;
 };
 

@@ -21,6 +21,7 @@ namespace Tarnwick {
 namespace {
 
 const QString nameHasNoOwner = QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner");
+const QString serviceUnknown = QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown");
 
 QString ownerIn(const QDBusMessage &reply)
 {
@@ -79,6 +80,9 @@ void PeerSearch::startThroughBus()
            [this](const QDBusMessage &reply) {
                if (reply.type() == QDBusMessage::ReplyMessage) {
                    askForOwner(false);
+               } else if (reply.errorName() == serviceUnknown) {
+                   // Installed where the bus does not look.
+                   startProgram();
                } else {
                    fail(reply.errorMessage());
                }
