@@ -1,0 +1,190 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtTest
+import Tarnwick.UI
+import Tarnwick.UITest
+
+FocusScope {
+    id: root
+
+    width: 560
+    height: 300
+    focus: true
+
+    SamplePanel {
+        id: sample
+    }
+    PortListView {
+        id: list
+
+        anchors.fill: parent
+        rows: sample.model.rows
+    }
+    SignalSpy {
+        id: kills
+
+        target: list
+        signalName: "killRequested"
+    }
+
+    ViewTestCase {
+        name: "PortListView"
+
+        function init(): void {
+            sample.model.searchQuery = "";
+            kills.clear();
+            list.focus = false;
+            list.view.currentIndex = -1;
+            leave(root);
+            if (list.view.count === 0)
+                sample.openMany(100);
+            tryCompare(list.view, "count", 100);
+            list.view.positionViewAtBeginning();
+        }
+        function rowOf(process: string): PortRowView {
+            return all(list, item => item instanceof PortRowView && item.entry.description === process && item.parent.visible)[0] ?? null;
+        }
+        function place(process: string): real {
+            return rowOf(process).mapToItem(list, 0, 0).y;
+        }
+        function open(port: int): void {
+            const count = list.view.count;
+            sample.open({
+                port: port,
+                pid: port,
+                process: `new-${port}`
+            });
+            tryCompare(list.view, "count", count + 1);
+        }
+        function close(pid: int, port: int): void {
+            const count = list.view.count;
+            sample.close(pid, port);
+            tryCompare(list.view, "count", count - 1);
+        }
+        function test_makesRowsOnlyForWhatIsSeen(): void {
+            verify(all(list, item => item instanceof PortRowView).length < 20);
+        }
+        function test_dividesItsRows(): void {
+            const row = rowOf("worker-0");
+            const line = all(row.parent, item => item instanceof Hairline)[0];
+            compare(line.mapToItem(row, 0, 0).y, row.height);
+            compare(line.height, 1);
+            compare(line.opacity, 0.5);
+            compareColor(line.color, 255, 255, 255, 0.08);
+            compare(place("worker-1"), row.height + 1);
+        }
+        function test_showsANewRowAtTheTop(): void {
+            open(1);
+            verify(rowOf("new-1"));
+            compare(place("new-1"), 0);
+            close(1, 1);
+            compare(place("worker-0"), 0);
+        }
+        function test_keepsTheRowUnderThePointer(): void {
+            mouseMove(list, 300, 100);
+            const row = rowOf("worker-1");
+            verify(row.isHovered);
+            const before = place("worker-1");
+            open(1);
+            compare(place("worker-1"), before);
+            verify(rowOf("worker-1").isHovered);
+            close(1, 1);
+            compare(place("worker-1"), before);
+            compare(rowOf("worker-1"), row);
+        }
+        function test_keepsItsPlaceWhenItIsScrolled(): void {
+            list.scrollBy(1000);
+            const first = list.view.itemAt(0, list.view.contentY).entry.description;
+            const before = place(first);
+            open(1);
+            compare(place(first), before);
+            close(1, 1);
+            compare(place(first), before);
+        }
+        function test_keepsItsPlaceWhenItIsMadeAnew(): void {
+            list.scrollBy(3000);
+            const first = list.view.itemAt(0, list.view.contentY).entry.description;
+            const before = place(first);
+            for (let i = 0; i < 110; ++i)
+                sample.open({
+                    port: 10000 + i,
+                    pid: 9000 + i,
+                    process: `twin-${i}`
+                });
+            tryCompare(list.view, "count", 210);
+            compare(place(first), before);
+            for (let i = 0; i < 110; ++i)
+                sample.close(9000 + i, 10000 + i);
+            tryCompare(list.view, "count", 100);
+            compare(place(first), before);
+        }
+        function test_beginsAtTheTopForAnotherSearch(): void {
+            list.scrollBy(1000);
+            sample.model.searchQuery = "worker";
+            compare(list.view.contentY, list.view.originY);
+            list.scrollBy(1000);
+            sample.model.searchQuery = "worker-9";
+            compare(place("worker-9"), 0);
+        }
+        function test_isScrolledByTheWheel(): void {
+            mouseMove(list, 300, 100);
+            mouseWheel(list, 300, 100, 0, -120);
+            compare(list.view.contentY - list.view.originY, 54);
+            mouseWheel(list, 300, 100, 0, 120);
+            mouseWheel(list, 300, 100, 0, 120);
+            compare(list.view.contentY, list.view.originY);
+        }
+        function test_isScrolledToItsEnd(): void {
+            list.scrollBy(1e6);
+            list.scrollBy(1e6);
+            verify(rowOf("worker-99"));
+            compare(place("worker-99") + rowOf("worker-99").height + 1, 300);
+        }
+        function test_showsWhereItIsScrolledTo(): void {
+            const bar = all(list, item => item instanceof ScrollIndicator)[0];
+            verify(bar.visible);
+            mousePress(bar, 8, 10);
+            mouseMove(bar, 8, 100);
+            mouseMove(bar, 8, 200);
+            mouseRelease(bar, 8, 200);
+            verify(list.view.contentY > 2000);
+        }
+        function test_isWalkedThroughByTheKeyboard(): void {
+            keyClick(Qt.Key_Tab);
+            verify(rowOf("worker-0").isFocused);
+            keyClick(Qt.Key_Down);
+            keyClick(Qt.Key_Down);
+            verify(rowOf("worker-2").isFocused);
+            keyClick(Qt.Key_Up);
+            verify(rowOf("worker-1").isFocused);
+            keyClick(Qt.Key_End);
+            verify(rowOf("worker-99").isFocused);
+            keyClick(Qt.Key_Home);
+            verify(rowOf("worker-0").isFocused);
+            compare(place("worker-0"), 0);
+        }
+        function test_asksForTheKillOfTheChosenRow(): void {
+            keyClick(Qt.Key_Tab);
+            keyClick(Qt.Key_Down);
+            keyClick(Qt.Key_Delete);
+            compare(kills.count, 1);
+            compare(kills.signalArguments[0][0].description, "worker-1");
+        }
+        function test_keepsTheChosenRowWhenTheListChanges(): void {
+            keyClick(Qt.Key_Tab);
+            keyClick(Qt.Key_Down);
+            open(1);
+            verify(rowOf("worker-1").isFocused);
+            close(1, 1);
+            verify(rowOf("worker-1").isFocused);
+        }
+        function test_isAListForAssistiveTechnology(): void {
+            compare(list.view.Accessible.role, Accessible.List);
+            compare(list.view.Accessible.name, "Listening ports");
+        }
+    }
+}
