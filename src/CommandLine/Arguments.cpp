@@ -5,7 +5,7 @@
 
 #include "CommandLine/HelpText.h"
 #include "CommandLine/Number.h"
-#include "CommandLine/Version.h"
+#include "Shared/Version.h"
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>

@@ -3,7 +3,7 @@
 
 #include "CommandLine/Arguments.h"
 
-#include "CommandLine/Version.h"
+#include "Shared/Version.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
-#include "CommandLine/Version.h"
 #include "Shared/RawPortInfo.h"
+#include "Shared/Version.h"
 #include "tests/CommandLine/ListeningChild.h"
 #include "tests/CommandLine/ProgramPaths.h"
 #include "tests/CommandLine/RunningProgram.h"
@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <csignal>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -205,6 +206,21 @@ TEST(TarnwickctlKill, AsksOnATerminal)
     EXPECT_TRUE(program.shows("[kill] :" + child.portText() + " terminated"));
     EXPECT_EQ(program.finish().exitCode, 0);
     EXPECT_EQ(child.endedBy(), SIGTERM);
+}
+
+TEST(TarnwickctlKill, MayHaveAsManyDescriptorsAsItIsAllowed)
+{
+    ListeningChild child;
+    PseudoTerminal terminal(80, 24);
+    RunningProgram program({"/bin/sh", "-c", "ulimit -Sn 64; exec \"$0\" \"$@\"",
+                            std::string(programPath), "kill", child.portText()},
+                           terminal);
+    ASSERT_TRUE(program.shows("[y/N] "));
+    rlimit limit{};
+    ASSERT_EQ(prlimit(program.pid(), RLIMIT_NOFILE, nullptr, &limit), 0);
+    EXPECT_EQ(limit.rlim_cur, limit.rlim_max);
+    program.type("n\n");
+    EXPECT_EQ(program.finish().exitCode, 1);
 }
 
 TEST(TarnwickctlKill, DoesNothingAfterANoAnEndOfInputOrAnInterrupt)

@@ -106,6 +106,8 @@ void join(const std::shared_ptr<BusLink> &link, const BusLink::Opened &opened)
 
 void BusLink::open(Opened opened)
 {
+    // There before Qt's thread, which looks at it.
+    static_cast<void>(BusSignals::shared());
     // As if the bus were a peer: to join a bus by itself, Qt would wait for the answer to its Hello
     // in the thread that serves all connections, and everybody who needs that thread with it.
     Errands::shared().run(

@@ -1,0 +1,45 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "App/LaunchArguments.h"
+
+#include <string_view>
+
+namespace Tarnwick {
+
+LaunchArguments LaunchArguments::parse(std::span<const char *const> arguments)
+{
+    LaunchArguments result;
+    for (const std::string_view argument : arguments) {
+        if (argument == "--help" || argument == "-h") {
+            return {.request = Request::Help};
+        }
+        if (argument == "--version") {
+            return {.request = Request::Version};
+        }
+        if (argument == "--login-item") {
+            result.isLoginItem = true;
+        } else if (result.request != Request::Refuse) {
+            result.request = Request::Refuse;
+            result.refused = argument;
+        }
+    }
+    return result;
+}
+
+const char *LaunchArguments::help()
+{
+    return R"(Usage: tarnwick [OPTION]
+
+Shows what listens on which TCP port, from an icon in the desktop's tray.
+When Tarnwick runs already, its panel is opened.
+
+  --login-item   start quietly: with the icon only, as at the start of a session
+  -h, --help     print this help
+  --version      print the version
+
+In the terminal, without a desktop: tarnwickctl.
+)";
+}
+
+} // namespace Tarnwick

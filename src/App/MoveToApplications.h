@@ -1,0 +1,32 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Platform/ModalQuestion.h"
+
+class QSettings;
+
+namespace Tarnwick {
+
+class ApplicationBundle;
+
+/// The offer to move a copy of the application that was started from just anywhere into the folder
+/// for applications. It is made at the start of a launch, before there is anything to see, until
+/// the user declines. Failures are not told: the application goes on where it is. Main thread.
+class MoveToApplications
+{
+public:
+    MoveToApplications() = delete;
+
+    /// Asks by @p ask if there is reason to, and does what the answer says. Returns when that is
+    /// done: after a move the application was told to terminate, and its copy starts a second
+    /// later.
+    static void promptIfNeeded(ApplicationBundle &bundle, QSettings &preferences,
+                               const AskUser &ask);
+
+private:
+    static void moveAndRelaunch(ApplicationBundle &bundle);
+};
+
+} // namespace Tarnwick

@@ -1,0 +1,42 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+namespace Tarnwick {
+
+/// Sees to it that one Tarnwick runs in a session: who starts it again gets the one that is there.
+/// Main thread.
+class SingleInstance
+{
+public:
+    enum class Claim : std::uint8_t {
+        First,        ///< this one is it
+        OtherOpened,  ///< another one is, and has opened its panel
+        OtherSilent,  ///< another one is, but does not answer
+        NoSessionBus, ///< that cannot be known
+    };
+
+    using ClaimHandler = std::function<void(Claim claim)>;
+    using Handler = std::function<void()>;
+
+    SingleInstance() = default;
+    virtual ~SingleInstance() = default;
+    SingleInstance(const SingleInstance &) = delete;
+    SingleInstance &operator=(const SingleInstance &) = delete;
+
+    /// Called when somebody starts Tarnwick again.
+    virtual void setActivationHandler(Handler handler) = 0;
+
+    /// Finds out who is first, without waiting, and calls @p handler once. Call it once.
+    virtual void claim(ClaimHandler handler) = 0;
+
+    /// The instance as this platform knows it.
+    [[nodiscard]] static std::unique_ptr<SingleInstance> make();
+};
+
+} // namespace Tarnwick

@@ -1,0 +1,68 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace Tarnwick {
+
+/// What a check for updates, or the installation of one, has come to.
+struct UpdateResult
+{
+    enum class Kind : std::uint8_t { UpToDate, Available, Installed, Failed };
+
+    Kind kind = Kind::UpToDate;
+    std::string version; ///< of what is available or was installed
+    std::string text;    ///< what is new, or why it failed in the updater's own words; may be empty
+
+    friend bool operator==(const UpdateResult &, const UpdateResult &) = default;
+};
+
+/// The platform's own updater: it knows where updates come from, how they are verified and how
+/// they are installed, and keeps the choice of automatic checks. Used on the main thread; its
+/// handlers are called on any.
+class Updater
+{
+public:
+    struct Handlers
+    {
+        /// Called once when the updater turns out to work for this copy of the application; never
+        /// where it does not.
+        std::function<void()> found;
+        /// Called with the first value as soon as it starts, then with every change.
+        std::function<void(bool can)> canCheckForUpdates;
+        /// What every check and installation that the user asked for has come to; of automatic
+        /// checks only updates that were found. Never called by an updater that has windows of its
+        /// own for that.
+        std::function<void(UpdateResult result)> ended;
+    };
+
+    Updater() = default;
+    virtual ~Updater() = default;
+    Updater(const Updater &) = delete;
+    Updater &operator=(const Updater &) = delete;
+
+    /// Begins to work, without waiting; from then on it checks once a day when it shall. Call it
+    /// once.
+    virtual void start(Handlers handlers) = 0;
+
+    [[nodiscard]] virtual bool automaticallyChecksForUpdates() const = 0;
+    /// Kept between runs.
+    virtual void setAutomaticallyChecksForUpdates(bool automatically) = 0;
+
+    /// Looks for an update as the user wishes. Nothing while it cannot.
+    virtual void checkForUpdates() = 0;
+
+    /// Lets the platform install the update that the last check has found. Nothing when there is
+    /// none, and while a check or an installation runs.
+    virtual void installUpdate() = 0;
+
+    /// The updater of this platform. It is not yet started.
+    [[nodiscard]] static std::unique_ptr<Updater> forThisApplication();
+};
+
+} // namespace Tarnwick

@@ -1,0 +1,177 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Platform/linux/AutostartEntry.h"
+
+#include "Platform/linux/DesktopEntry.h"
+#include "Platform/linux/UserFolders.h"
+#include "Shared/FileDescriptor.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QSaveFile>
+#include <QStandardPaths>
+#include <QString>
+#include <QStringDecoder>
+
+#include <optional>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace Tarnwick {
+
+namespace {
+
+constexpr QByteArrayView typeKey = "Type";
+constexpr QByteArrayView nameKey = "Name";
+constexpr QByteArrayView execKey = "Exec";
+constexpr QByteArrayView tryExecKey = "TryExec";
+constexpr QByteArrayView hiddenKey = "Hidden";
+constexpr QByteArrayView enabledKey = "X-GNOME-Autostart-enabled";
+
+const std::vector<QByteArrayView> &ownKeys()
+{
+    static const std::vector<QByteArrayView> keys{typeKey,    nameKey,   execKey,
+                                                  tryExecKey, hiddenKey, enabledKey};
+    return keys;
+}
+
+std::optional<DesktopEntry> read(const std::filesystem::path &path)
+{
+    QFile file(QFile::decodeName(path.c_str()));
+    return file.open(QIODevice::ReadOnly) ? DesktopEntry::parse(file.readAll()) : std::nullopt;
+}
+
+/// The command line that starts @p application.
+QByteArray commandFor(const QByteArray &application)
+{
+    const QByteArray command = DesktopEntry::quotedArgument(application) + " --login-item";
+    if (!application.contains('%')) {
+        return command;
+    }
+    // GLib looks whether there is a program before it takes "%%" for one character, so the program
+    // must be another one.
+    return "/bin/sh -c " + DesktopEntry::quotedArgument(R"(exec "$0" "$@")") + ' ' + command;
+}
+
+bool isSwitchedOff(const DesktopEntry &entry)
+{
+    return entry.is(hiddenKey, true) || entry.is(enabledKey, false);
+}
+
+/// Whether the entry has a program which, as far as it tells, is there.
+bool startsSomething(const DesktopEntry &entry)
+{
+    const std::optional<QByteArray> program = entry.value(tryExecKey);
+    return !entry.value(execKey).value_or(QByteArray()).isEmpty() &&
+           (!program || !QStandardPaths::findExecutable(QFile::decodeName(*program)).isEmpty());
+}
+
+} // namespace
+
+std::unique_ptr<LoginItem> LoginItem::ofThisApplication()
+{
+    return std::make_unique<AutostartEntry>(
+        UserFolders::configuration() / "autostart",
+        QFile::encodeName(QCoreApplication::applicationFilePath()).toStdString());
+}
+
+AutostartEntry::AutostartEntry(std::filesystem::path folder, std::filesystem::path application)
+    : m_folder(std::move(folder))
+    , m_application(application.string().c_str())
+{
+}
+
+std::filesystem::path AutostartEntry::file() const
+{
+    return m_folder / "com.velmora.tarnwick.desktop";
+}
+
+LoginItem::Status AutostartEntry::status() const
+{
+    std::error_code failed;
+    if (!std::filesystem::exists(file(), failed) && !failed) {
+        return Status::NotRegistered;
+    }
+    const std::optional<DesktopEntry> entry = read(file());
+    if (entry && isSwitchedOff(*entry)) {
+        return Status::NotRegistered;
+    }
+    return entry && startsSomething(*entry) ? Status::Enabled : Status::NotFound;
+}
+
+LoginItem::Failure AutostartEntry::registerApplication()
+{
+    QStringDecoder decoder(QStringDecoder::Utf8);
+    static_cast<void>(QString(decoder(m_application)));
+    if (decoder.hasError()) { // an entry is UTF-8 by its definition
+        return std::string(m_application) + ": " +
+               std::make_error_code(std::errc::illegal_byte_sequence).message();
+    }
+    std::error_code failed;
+    std::filesystem::create_directories(m_folder, failed);
+    if (failed) {
+        return failureText(failed.message());
+    }
+    DesktopEntry entry = read(file()).value_or(DesktopEntry());
+    entry.set(typeKey, "Application");
+    if (!entry.value(nameKey)) {
+        entry.set(nameKey, "Tarnwick");
+    }
+    entry.set(execKey, commandFor(m_application));
+    entry.set(tryExecKey, m_application);
+    entry.remove(hiddenKey);
+    entry.set(enabledKey, "true");
+    return write(entry.text());
+}
+
+LoginItem::Failure AutostartEntry::unregisterApplication()
+{
+    std::optional<DesktopEntry> entry = read(file());
+    if (!entry || !entry->hasMoreThan(ownKeys())) {
+        return erase();
+    }
+    entry->set(hiddenKey, "true");
+    return write(entry->text());
+}
+
+LoginItem::Failure AutostartEntry::write(const QByteArray &text) const
+{
+    QSaveFile target(QFile::decodeName(file().c_str()));
+    if (!target.open(QIODevice::WriteOnly) || target.write(text) != text.size() ||
+        !target.commit()) {
+        return failureText(target.errorString().toStdString());
+    }
+    synchroniseFolder();
+    return std::nullopt;
+}
+
+LoginItem::Failure AutostartEntry::erase() const
+{
+    std::error_code failed;
+    std::filesystem::remove(file(), failed);
+    if (failed) {
+        return failureText(failed.message());
+    }
+    synchroniseFolder();
+    return std::nullopt;
+}
+
+void AutostartEntry::synchroniseFolder() const
+{
+    const FileDescriptor folder(::open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder) {
+        ::fsync(folder.get());
+    }
+}
+
+std::string AutostartEntry::failureText(const std::string &words) const
+{
+    return file().string() + ": " + words;
+}
+
+} // namespace Tarnwick

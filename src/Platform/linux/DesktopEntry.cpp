@@ -1,0 +1,213 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Platform/linux/DesktopEntry.h"
+
+#include <QList>
+#include <QString>
+#include <QStringDecoder>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace Tarnwick {
+
+namespace {
+
+constexpr QByteArrayView header = "[Desktop Entry]";
+
+/// What stands for a character that cannot stand for itself in a value.
+struct Escape
+{
+    char character;
+    char letter;
+};
+constexpr std::array escapes{Escape{'\\', '\\'}, Escape{'\n', 'n'}, Escape{'\t', 't'},
+                             Escape{'\r', 'r'}};
+
+bool opensGroup(const QByteArray &line)
+{
+    return line.startsWith('[');
+}
+
+bool saysNothing(const QByteArray &line)
+{
+    return line.trimmed().isEmpty() || line.startsWith('#');
+}
+
+QByteArray keyOf(const QByteArray &line)
+{
+    return saysNothing(line) ? QByteArray() : line.left(line.indexOf('=')).trimmed();
+}
+
+bool isLine(const QByteArray &line)
+{
+    return saysNothing(line) || (opensGroup(line) && line.trimmed().endsWith(']')) ||
+           (!opensGroup(line) && line.indexOf('=') > 0);
+}
+
+bool isText(const QByteArray &text)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8);
+    static_cast<void>(QString(decoder(text)));
+    return !decoder.hasError() && !text.contains('\0');
+}
+
+QByteArray escaped(const QByteArray &value)
+{
+    QByteArray result;
+    for (const char character : value) {
+        const auto *const escape =
+            std::find_if(escapes.begin(), escapes.end(),
+                         [character](const Escape &one) { return one.character == character; });
+        if (escape != escapes.end()) {
+            result.append('\\').append(escape->letter);
+        } else if (character == ' ' && result.isEmpty()) {
+            result.append("\\s");
+        } else {
+            result.append(character);
+        }
+    }
+    return result;
+}
+
+char unescaped(char letter)
+{
+    if (letter == 's') {
+        return ' ';
+    }
+    const auto *const escape =
+        std::find_if(escapes.begin(), escapes.end(),
+                     [letter](const Escape &one) { return one.letter == letter; });
+    return escape == escapes.end() ? letter : escape->character;
+}
+
+QByteArray unescaped(const QByteArray &value)
+{
+    QByteArray result;
+    for (qsizetype at = 0; at < value.size(); ++at) {
+        const bool isEscape = value[at] == '\\' && at + 1 < value.size();
+        result.append(isEscape ? unescaped(value[++at]) : value[at]);
+    }
+    return result;
+}
+
+} // namespace
+
+DesktopEntry::DesktopEntry()
+    : m_lines{header.toByteArray()}
+{
+}
+
+DesktopEntry::DesktopEntry(Lines lines)
+    : m_lines(std::move(lines))
+{
+    const auto first = std::find_if(m_lines.begin(), m_lines.end(), &opensGroup);
+    m_header = static_cast<std::size_t>(first - m_lines.begin());
+}
+
+std::optional<DesktopEntry> DesktopEntry::parse(const QByteArray &text)
+{
+    const QList<QByteArray> split = text.split('\n');
+    Lines lines(split.begin(), split.end());
+    if (lines.back().isEmpty()) {
+        lines.pop_back();
+    }
+    const auto first = std::find_if_not(lines.begin(), lines.end(), &saysNothing);
+    const bool begins = first != lines.end() && first->trimmed() == header;
+    if (!begins || !isText(text) || !std::all_of(lines.begin(), lines.end(), &isLine)) {
+        return std::nullopt;
+    }
+    return DesktopEntry(std::move(lines));
+}
+
+std::size_t DesktopEntry::endOfGroup() const
+{
+    const auto begin = m_lines.begin() + static_cast<std::ptrdiff_t>(m_header) + 1;
+    return static_cast<std::size_t>(std::find_if(begin, m_lines.end(), &opensGroup) -
+                                    m_lines.begin());
+}
+
+std::optional<QByteArray> DesktopEntry::value(QByteArrayView key) const
+{
+    for (std::size_t at = endOfGroup() - 1; at > m_header; --at) {
+        const QByteArray &line = m_lines[at];
+        if (keyOf(line) == key) {
+            return unescaped(line.mid(line.indexOf('=') + 1).trimmed());
+        }
+    }
+    return std::nullopt;
+}
+
+bool DesktopEntry::is(QByteArrayView key, bool wanted) const
+{
+    // The numbers are those of the oldest version of the format, which parsers still take.
+    const std::optional<QByteArray> said = value(key);
+    return said && (wanted ? said == "true" || said == "1" : said == "false" || said == "0");
+}
+
+bool DesktopEntry::hasMoreThan(const std::vector<QByteArrayView> &keys) const
+{
+    const auto isExtra = [&keys](const QByteArray &line) {
+        return line.trimmed() != header && !line.trimmed().isEmpty() &&
+               std::find(keys.begin(), keys.end(), keyOf(line)) == keys.end();
+    };
+    return std::any_of(m_lines.begin(), m_lines.end(), isExtra);
+}
+
+void DesktopEntry::set(QByteArrayView key, const QByteArray &value)
+{
+    const QByteArray line = key.toByteArray() + '=' + escaped(value);
+    const auto begin = m_lines.begin() + static_cast<std::ptrdiff_t>(m_header) + 1;
+    const auto end = m_lines.begin() + static_cast<std::ptrdiff_t>(endOfGroup());
+    const auto isThatKey = [key](const QByteArray &one) { return keyOf(one) == key; };
+    const auto place = std::find_if(begin, end, isThatKey);
+    if (place != end) {
+        *place = line;
+        m_lines.erase(std::remove_if(place + 1, end, isThatKey), end);
+        return;
+    }
+    // Blank lines and comments at the end belong to the group that follows.
+    auto last = end;
+    while (last != begin && saysNothing(*(last - 1))) {
+        --last;
+    }
+    m_lines.insert(last, line);
+}
+
+void DesktopEntry::remove(QByteArrayView key)
+{
+    const auto begin = m_lines.begin() + static_cast<std::ptrdiff_t>(m_header) + 1;
+    const auto end = m_lines.begin() + static_cast<std::ptrdiff_t>(endOfGroup());
+    m_lines.erase(
+        std::remove_if(begin, end, [key](const QByteArray &line) { return keyOf(line) == key; }),
+        end);
+}
+
+QByteArray DesktopEntry::text() const
+{
+    QByteArray result;
+    for (const QByteArray &line : m_lines) {
+        result.append(line).append('\n');
+    }
+    return result;
+}
+
+QByteArray DesktopEntry::quotedArgument(const QByteArray &argument)
+{
+    constexpr QByteArrayView reserved = "\"`$\\";
+    QByteArray result("\"");
+    for (const char character : argument) {
+        if (reserved.contains(character)) {
+            result.append('\\');
+        }
+        result.append(character);
+        if (character == '%') {
+            result.append('%'); // one alone begins a field code
+        }
+    }
+    return result.append('"');
+}
+
+} // namespace Tarnwick

@@ -1,0 +1,55 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+namespace Tarnwick {
+
+/// The text of a desktop entry (freedesktop.org's Desktop Entry Specification 1.5) and what its
+/// group "Desktop Entry" says. A change leaves every other line as it was: comments, unknown keys,
+/// translations, other groups.
+class DesktopEntry
+{
+public:
+    /// One without keys.
+    DesktopEntry();
+
+    /// Nothing when @p text is not a desktop entry, so that no desktop would read it.
+    [[nodiscard]] static std::optional<DesktopEntry> parse(const QByteArray &text);
+
+    /// The value of @p key, unescaped; of several the last, which counts. Absent without that key.
+    [[nodiscard]] std::optional<QByteArray> value(QByteArrayView key) const;
+
+    /// Whether @p key is there and has that truth value.
+    [[nodiscard]] bool is(QByteArrayView key, bool wanted) const;
+
+    /// Whether there is anything in the text besides these keys.
+    [[nodiscard]] bool hasMoreThan(const std::vector<QByteArrayView> &keys) const;
+
+    /// Gives @p key this one value, which may hold any character but NUL.
+    void set(QByteArrayView key, const QByteArray &value);
+    void remove(QByteArrayView key);
+
+    [[nodiscard]] QByteArray text() const;
+
+    /// @p argument as one word of the value of the key "Exec".
+    [[nodiscard]] static QByteArray quotedArgument(const QByteArray &argument);
+
+private:
+    using Lines = std::vector<QByteArray>;
+
+    explicit DesktopEntry(Lines lines);
+    [[nodiscard]] std::size_t endOfGroup() const;
+
+    Lines m_lines;
+    std::size_t m_header = 0; ///< the line that opens the group
+};
+
+} // namespace Tarnwick

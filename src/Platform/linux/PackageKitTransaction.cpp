@@ -1,0 +1,165 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Platform/linux/PackageKitTransaction.h"
+
+#include "Platform/linux/BusNames.h"
+
+#include <QDBusObjectPath>
+#include <QDBusPendingCallWatcher>
+
+#include <array>
+#include <chrono>
+
+namespace Tarnwick {
+
+namespace {
+
+const QString service = QStringLiteral("org.freedesktop.PackageKit");
+const QString servicePath = QStringLiteral("/org/freedesktop/PackageKit");
+const QString transactionInterface = QStringLiteral("org.freedesktop.PackageKit.Transaction");
+
+// Of pk-enum.h, PkExitEnum and PkInfoEnum.
+constexpr unsigned exitSuccess = 1;
+constexpr unsigned exitCancelled = 3;
+constexpr unsigned infoBlocked = 9;
+// Newer versions put how grave an update is into the upper half.
+constexpr unsigned infoMask = 0xffff;
+
+/// The daemon has to be started at times, when the machine may have a lot else to do.
+constexpr std::chrono::milliseconds replyPatience = std::chrono::minutes(2);
+
+} // namespace
+
+PackageKitTransaction::PackageKitTransaction(std::shared_ptr<SystemBus> bus, Request request)
+    : m_bus(std::move(bus))
+    , m_request(std::move(request))
+{
+}
+
+void PackageKitTransaction::start()
+{
+    listen();
+    send(QDBusMessage::createMethodCall(service, servicePath, service,
+                                        QStringLiteral("CreateTransaction")),
+         [this](const QDBusMessage &reply) { created(reply); });
+}
+
+QDBusMessage PackageKitTransaction::call(const QString &method, const QVariantList &arguments) const
+{
+    QDBusMessage message =
+        QDBusMessage::createMethodCall(m_owner, m_path, transactionInterface, method);
+    message.setArguments(arguments);
+    return message;
+}
+
+void PackageKitTransaction::send(const QDBusMessage &message, Answered answered)
+{
+    const QDBusPendingCall pending =
+        m_bus->connection().asyncCall(message, static_cast<int>(replyPatience.count()));
+    auto *const watcher = std::make_unique<QDBusPendingCallWatcher>(pending, this).release();
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [this, watcher, answered = std::move(answered)] {
+                watcher->deleteLater();
+                if (watcher->isError()) {
+                    fail(watcher->error().message().toStdString());
+                } else if (answered) {
+                    answered(watcher->reply());
+                }
+            });
+}
+
+void PackageKitTransaction::created(const QDBusMessage &reply)
+{
+    m_path = reply.arguments().value(0).value<QDBusObjectPath>().path();
+    m_owner = reply.service();
+    if (m_hasEnded || m_path.isEmpty()) {
+        fail("PackageKit made no transaction");
+        return;
+    }
+    QDBusConnection &bus = m_bus->connection();
+    const auto follow = [this, &bus](const char *signal, const char *slot) {
+        bus.connect(m_owner, m_path, transactionInterface, QString::fromLatin1(signal), this, slot);
+    };
+    follow("Package", SLOT(packageTold(QDBusMessage)));
+    follow("UpdateDetail", SLOT(updateDetailTold(QDBusMessage)));
+    follow("ErrorCode", SLOT(errorTold(QDBusMessage)));
+    follow("Finished", SLOT(finished(QDBusMessage)));
+    send(call(QStringLiteral("SetHints"), {m_request.hints}), nullptr);
+    send(call(m_request.method, m_request.arguments), nullptr);
+}
+
+void PackageKitTransaction::listen()
+{
+    QDBusConnection &bus = m_bus->connection();
+    bus.connect(QString(), BusNames::localPath, BusNames::localInterface,
+                QStringLiteral("Disconnected"), this, SLOT(busLost()));
+    bus.connect(QString(), BusNames::busPath, BusNames::busService,
+                QStringLiteral("NameOwnerChanged"), {service}, QString(), this,
+                SLOT(ownerChanged(QDBusMessage)));
+}
+
+void PackageKitTransaction::packageTold(const QDBusMessage &signal)
+{
+    const QVariantList arguments = signal.arguments();
+    m_outcome.packages.push_back(
+        {.id = arguments.value(1).toString(),
+         .isBlocked = (arguments.value(0).toUInt() & infoMask) == infoBlocked});
+}
+
+void PackageKitTransaction::updateDetailTold(const QDBusMessage &signal)
+{
+    const QVariantList arguments = signal.arguments();
+    m_outcome.updateText = arguments.value(7).toString();
+    m_outcome.changeLog = arguments.value(8).toString();
+}
+
+void PackageKitTransaction::errorTold(const QDBusMessage &signal)
+{
+    m_outcome.failure = signal.arguments().value(1).toString().trimmed().toStdString();
+}
+
+void PackageKitTransaction::finished(const QDBusMessage &signal)
+{
+    const unsigned exit = signal.arguments().value(0).toUInt();
+    if (exit == exitSuccess) {
+        m_outcome.failure.reset(); // what was told of was put right, or was a warning
+    } else if (!m_outcome.failure || m_outcome.failure->empty()) {
+        m_outcome.failure = exit == exitCancelled
+                                ? "PackageKit: cancelled"
+                                : "PackageKit: failed (exit code " + std::to_string(exit) + ")";
+    }
+    end();
+}
+
+void PackageKitTransaction::ownerChanged(const QDBusMessage &signal)
+{
+    const bool left = signal.service() == BusNames::busService && !m_owner.isEmpty() &&
+                      signal.arguments().value(1).toString() == m_owner;
+    if (left) {
+        fail("PackageKit has ended");
+    }
+}
+
+void PackageKitTransaction::busLost()
+{
+    fail("the system bus is gone");
+}
+
+void PackageKitTransaction::fail(const std::string &words)
+{
+    if (!m_hasEnded) {
+        m_outcome.failure = words;
+        end();
+    }
+}
+
+void PackageKitTransaction::end()
+{
+    if (!m_hasEnded) {
+        m_hasEnded = true;
+        Q_EMIT ended(m_outcome);
+    }
+}
+
+} // namespace Tarnwick

@@ -1,0 +1,86 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Platform/linux/SystemBus.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tarnwick {
+
+/// One thing that PackageKit is asked to do, from its creation to its end: see the interface
+/// org.freedesktop.PackageKit.Transaction of PackageKit 1.x. Started once; always ends, also when
+/// the daemon or the bus goes. Main thread.
+class PackageKitTransaction : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Request
+    {
+        QString method;
+        QVariantList arguments;
+        QStringList hints;
+    };
+
+    struct Package
+    {
+        QString id; ///< "name;version;architecture;origin"
+        bool isBlocked = false;
+    };
+
+    struct Outcome
+    {
+        std::optional<std::string> failure; ///< in the words of PackageKit or of the bus
+        std::vector<Package> packages;      ///< those that it told of, in order
+        QString updateText;
+        QString changeLog;
+    };
+
+    PackageKitTransaction(std::shared_ptr<SystemBus> bus, Request request);
+
+    void start();
+
+Q_SIGNALS:
+    /// Comes once, last of all.
+    void ended(Tarnwick::PackageKitTransaction::Outcome outcome);
+
+private:
+    using Answered = std::function<void(const QDBusMessage &reply)>;
+
+    [[nodiscard]] QDBusMessage call(const QString &method, const QVariantList &arguments) const;
+    void send(const QDBusMessage &message, Answered answered);
+    void created(const QDBusMessage &reply);
+    void listen();
+    void fail(const std::string &words);
+    void end();
+
+    Q_SLOT void packageTold(const QDBusMessage &signal);
+    Q_SLOT void updateDetailTold(const QDBusMessage &signal);
+    Q_SLOT void errorTold(const QDBusMessage &signal);
+    Q_SLOT void finished(const QDBusMessage &signal);
+    Q_SLOT void ownerChanged(const QDBusMessage &signal);
+    Q_SLOT void busLost();
+
+    std::shared_ptr<SystemBus> m_bus;
+    Request m_request;
+    QString m_owner; ///< the daemon's own name on the bus
+    QString m_path;
+    Outcome m_outcome;
+    bool m_hasEnded = false;
+};
+
+} // namespace Tarnwick

@@ -1,0 +1,335 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Platform/linux/PackageKitUpdater.h"
+
+#include "Platform/linux/SystemBus.h"
+#include "Platform/linux/UserFolders.h"
+
+#include <QCoreApplication>
+#include <QCoroSignal>
+#include <QFile>
+#include <QScopedPointer>
+#include <QStringList>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace Tarnwick {
+
+namespace {
+
+// Sets of PkFilterEnum and PkTransactionFlagEnum in pk-enum.h: a bit for each value.
+constexpr qulonglong everyPackage = 1U << 1U;
+constexpr qulonglong installedPackages = 1U << 2U;
+constexpr qulonglong onlyTrusted = 1U << 1U;
+
+constexpr std::chrono::hours pollingPeriod{1};
+
+/// The folders below which package managers put programs. Elsewhere the daemon, which is not a
+/// small one, need not be woken to ask.
+constexpr std::array<std::string_view, 2> packagedFolders{"/usr/", "/opt/"};
+
+/// As pk_transaction_set_hints() of PackageKit has them.
+QStringList hintsFor(bool isInteractive)
+{
+    if (isInteractive) {
+        return {QStringLiteral("background=false"), QStringLiteral("interactive=true")};
+    }
+    return {QStringLiteral("background=true"), QStringLiteral("interactive=false"),
+            QStringLiteral("cache-age=4294967295")};
+}
+
+bool mayBePackaged(const std::filesystem::path &executable)
+{
+    return std::any_of(
+        packagedFolders.begin(), packagedFolders.end(),
+        [text = executable.string()](std::string_view folder) { return text.starts_with(folder); });
+}
+
+using Request = PackageKitTransaction::Request;
+
+Request searchFiles(const QString &file)
+{
+    return {.method = QStringLiteral("SearchFiles"),
+            .arguments = {installedPackages, QStringList{file}},
+            .hints = hintsFor(false)};
+}
+
+Request refreshCache()
+{
+    constexpr bool isForced = false;
+    return {
+        .method = QStringLiteral("RefreshCache"), .arguments = {isForced}, .hints = hintsFor(true)};
+}
+
+Request getUpdates(bool isInteractive)
+{
+    return {.method = QStringLiteral("GetUpdates"),
+            .arguments = {everyPackage},
+            .hints = hintsFor(isInteractive)};
+}
+
+Request getUpdateDetail(const QString &update, bool isInteractive)
+{
+    return {.method = QStringLiteral("GetUpdateDetail"),
+            .arguments = {QStringList{update}},
+            .hints = hintsFor(isInteractive)};
+}
+
+Request updatePackages(const QString &update)
+{
+    return {.method = QStringLiteral("UpdatePackages"),
+            .arguments = {onlyTrusted, QStringList{update}},
+            .hints = hintsFor(true)};
+}
+
+Request resolveInstalled(const QString &package)
+{
+    return {.method = QStringLiteral("Resolve"),
+            .arguments = {installedPackages, QStringList{package}},
+            .hints = hintsFor(true)};
+}
+
+QString nameIn(const QString &packageId)
+{
+    return packageId.section(u';', 0, 0);
+}
+
+QString versionIn(const QString &packageId)
+{
+    return packageId.section(u';', 1, 1);
+}
+
+UpdateResult failed(const std::string &words)
+{
+    return {.kind = UpdateResult::Kind::Failed, .version = {}, .text = words};
+}
+
+UpdateResult available(const QString &update, const PackageKitTransaction::Outcome &details)
+{
+    // Without the text, which is an extra, the update is as good.
+    const QString text = details.updateText.isEmpty() ? details.changeLog : details.updateText;
+    return {.kind = UpdateResult::Kind::Available,
+            .version = versionIn(update).toStdString(),
+            .text = text.trimmed().toStdString()};
+}
+
+UpdateResult installed(const QString &update)
+{
+    return {.kind = UpdateResult::Kind::Installed,
+            .version = versionIn(update).toStdString(),
+            .text = {}};
+}
+
+bool hasVersion(const std::vector<PackageKitTransaction::Package> &packages, const QString &version)
+{
+    return std::any_of(packages.begin(), packages.end(),
+                       [&version](const PackageKitTransaction::Package &one) {
+                           return versionIn(one.id) == version;
+                       });
+}
+
+/// The update of @p package among @p outcome's; empty when there is none.
+QString updateOf(const QString &package, const PackageKitTransaction::Outcome &outcome)
+{
+    const auto &packages = outcome.packages;
+    const auto update = std::find_if(packages.begin(), packages.end(),
+                                     [&package](const PackageKitTransaction::Package &one) {
+                                         return !one.isBlocked && nameIn(one.id) == package;
+                                     });
+    return update == packages.end() ? QString() : update->id;
+}
+
+} // namespace
+
+struct PackageKitUpdater::Finding
+{
+    UpdateResult result;
+    QString updateId; ///< of an update that is available
+};
+
+std::unique_ptr<Updater> Updater::forThisApplication()
+{
+    return std::make_unique<PackageKitUpdater>(PackageKitUpdater::Setup{
+        .executable = QFile::encodeName(QCoreApplication::applicationFilePath()).toStdString(),
+        .settings = UserFolders::state() / "tarnwick" / "updater.conf",
+        .now = &QDateTime::currentDateTimeUtc});
+}
+
+PackageKitUpdater::PackageKitUpdater(const Setup &setup)
+    : m_executable(setup.executable)
+    , m_schedule(setup.settings, setup.now)
+{
+    m_everyHour.setTimerType(Qt::VeryCoarseTimer);
+    m_everyHour.setInterval(pollingPeriod);
+    connect(&m_everyHour, &QTimer::timeout, this, &PackageKitUpdater::checkIfDue);
+}
+
+void PackageKitUpdater::start(Handlers handlers)
+{
+    m_handlers = std::move(handlers);
+    m_handlers.canCheckForUpdates(true);
+    if (!mayBePackaged(m_executable)) {
+        return;
+    }
+    SystemBus::open([self = Self(this), executable = QFile::decodeName(m_executable.c_str())](
+                        Bus bus) { findPackage(self, std::move(bus), executable); });
+}
+
+QCoro::Task<void> PackageKitUpdater::findPackage(Self self, Bus bus, QString executable)
+{
+    const Transaction::Outcome outcome = co_await run(std::move(bus), searchFiles(executable));
+    if (!self || outcome.failure || outcome.packages.empty()) {
+        co_return;
+    }
+    self->m_package = nameIn(outcome.packages.front().id);
+    self->m_handlers.found();
+    self->m_everyHour.start();
+    self->checkIfDue();
+}
+
+bool PackageKitUpdater::automaticallyChecksForUpdates() const
+{
+    return m_schedule.isAutomatic();
+}
+
+void PackageKitUpdater::setAutomaticallyChecksForUpdates(bool automatically)
+{
+    m_schedule.setAutomatic(automatically);
+    checkIfDue();
+}
+
+void PackageKitUpdater::checkForUpdates()
+{
+    beginCheck(Occasion::User);
+}
+
+void PackageKitUpdater::checkIfDue()
+{
+    if (m_schedule.isDue()) {
+        beginCheck(Occasion::Schedule);
+    }
+}
+
+void PackageKitUpdater::beginCheck(Occasion occasion)
+{
+    if (m_isBusy || m_package.isEmpty()) {
+        return;
+    }
+    setBusy(true);
+    SystemBus::open([self = Self(this), occasion](Bus bus) {
+        if (self) {
+            check(self, std::move(bus), occasion);
+        }
+    });
+}
+
+QCoro::Task<void> PackageKitUpdater::check(Self self, Bus bus, Occasion occasion)
+{
+    const Finding finding = co_await look(std::move(bus), self->m_package, occasion);
+    if (!self) {
+        co_return;
+    }
+    self->m_schedule.recordCheck();
+    self->m_updateId = finding.updateId;
+    self->setBusy(false);
+    const bool isNews = finding.result.kind == UpdateResult::Kind::Available;
+    if (isNews || occasion == Occasion::User) {
+        self->m_handlers.ended(finding.result);
+    }
+}
+
+QCoro::Task<PackageKitUpdater::Finding> PackageKitUpdater::look(Bus bus, QString package,
+                                                                Occasion occasion)
+{
+    const bool isInteractive = occasion == Occasion::User;
+    Finding finding;
+    if (isInteractive) {
+        const Transaction::Outcome refreshed = co_await run(bus, refreshCache());
+        if (refreshed.failure) {
+            finding.result = failed(*refreshed.failure);
+            co_return finding;
+        }
+    }
+    const Transaction::Outcome updates = co_await run(bus, getUpdates(isInteractive));
+    if (updates.failure) {
+        finding.result = failed(*updates.failure);
+        co_return finding;
+    }
+    finding.updateId = updateOf(package, updates);
+    if (!finding.updateId.isEmpty()) {
+        const Transaction::Outcome details =
+            co_await run(bus, getUpdateDetail(finding.updateId, isInteractive));
+        finding.result = available(finding.updateId, details);
+    }
+    co_return finding;
+}
+
+void PackageKitUpdater::installUpdate()
+{
+    if (m_isBusy || m_updateId.isEmpty()) {
+        return;
+    }
+    setBusy(true);
+    SystemBus::open([self = Self(this)](Bus bus) {
+        if (self) {
+            install(self, std::move(bus));
+        }
+    });
+}
+
+QCoro::Task<void> PackageKitUpdater::install(Self self, Bus bus)
+{
+    const UpdateResult result = co_await update(std::move(bus), self->m_updateId);
+    if (!self) {
+        co_return;
+    }
+    if (result.kind == UpdateResult::Kind::Installed) {
+        self->m_updateId.clear();
+    }
+    self->setBusy(false);
+    self->m_handlers.ended(result);
+}
+
+QCoro::Task<UpdateResult> PackageKitUpdater::update(Bus bus, QString update)
+{
+    const Transaction::Outcome updated = co_await run(bus, updatePackages(update));
+    if (updated.failure) {
+        co_return failed(*updated.failure);
+    }
+    // The service may end in success when the package manager below it could do nothing.
+    const Transaction::Outcome now = co_await run(bus, resolveInstalled(nameIn(update)));
+    if (!now.failure && !hasVersion(now.packages, versionIn(update))) {
+        co_return failed("PackageKit did not install the update");
+    }
+    co_return installed(update);
+}
+
+QCoro::Task<PackageKitTransaction::Outcome> PackageKitUpdater::run(Bus bus,
+                                                                   Transaction::Request request)
+{
+    if (!bus->connection().isConnected()) {
+        Transaction::Outcome outcome;
+        outcome.failure = bus->connection().lastError().message().toStdString();
+        co_return outcome;
+    }
+    // It is the transaction that calls when it has ended, so it cannot go at once.
+    const QScopedPointer<Transaction, QScopedPointerDeleteLater> transaction(
+        std::make_unique<Transaction>(std::move(bus), std::move(request)).release());
+    QMetaObject::invokeMethod(transaction.get(), &Transaction::start, Qt::QueuedConnection);
+    Transaction::Outcome outcome = co_await qCoro(transaction.get(), &Transaction::ended);
+    co_return outcome;
+}
+
+void PackageKitUpdater::setBusy(bool isBusy)
+{
+    m_isBusy = isBusy;
+    m_handlers.canCheckForUpdates(!isBusy);
+}
+
+} // namespace Tarnwick

@@ -1,0 +1,77 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Platform/Updater.h"
+#include "Platform/linux/PackageKitTransaction.h"
+#include "Platform/linux/UpdateSchedule.h"
+
+#include <QCoroTask>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QTimer>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+
+namespace Tarnwick {
+
+/// Updates through PackageKit on the system bus: looks whether there is a newer package of the one
+/// that this application came with, and hands it over to be installed, for which the system may ask
+/// for a password. It works where PackageKit is and a package holds the executable. An automatic
+/// check asks for what the package manager knows already; the user's lets it fetch its lists of
+/// packages first. Main thread.
+class PackageKitUpdater : public QObject, public Updater
+{
+    Q_OBJECT
+
+public:
+    struct Setup
+    {
+        std::filesystem::path executable; ///< of the application
+        std::filesystem::path settings;   ///< the file that the schedule is kept in
+        UpdateSchedule::Clock now;
+    };
+
+    explicit PackageKitUpdater(const Setup &setup);
+
+    void start(Handlers handlers) override;
+    [[nodiscard]] bool automaticallyChecksForUpdates() const override;
+    void setAutomaticallyChecksForUpdates(bool automatically) override;
+    void checkForUpdates() override;
+    void installUpdate() override;
+
+    /// Makes the automatic check if one is due; the updater does this by itself every hour.
+    void checkIfDue();
+
+private:
+    enum class Occasion : std::uint8_t { User, Schedule };
+    struct Finding;
+    using Self = QPointer<PackageKitUpdater>;
+    using Bus = std::shared_ptr<SystemBus>;
+    using Transaction = PackageKitTransaction;
+
+    [[nodiscard]] static QCoro::Task<Transaction::Outcome> run(Bus bus,
+                                                               Transaction::Request request);
+    [[nodiscard]] static QCoro::Task<Finding> look(Bus bus, QString package, Occasion occasion);
+    static QCoro::Task<void> findPackage(Self self, Bus bus, QString executable);
+    static QCoro::Task<void> check(Self self, Bus bus, Occasion occasion);
+    [[nodiscard]] static QCoro::Task<UpdateResult> update(Bus bus, QString update);
+    static QCoro::Task<void> install(Self self, Bus bus);
+
+    void beginCheck(Occasion occasion);
+    void setBusy(bool isBusy);
+
+    std::filesystem::path m_executable;
+    UpdateSchedule m_schedule;
+    Handlers m_handlers;
+    QTimer m_everyHour;
+    QString m_package;  ///< the name of ours; empty until it was found
+    QString m_updateId; ///< of the update that is available; empty when none is
+    bool m_isBusy = false;
+};
+
+} // namespace Tarnwick

@@ -1,0 +1,122 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Platform/linux/PortableCopy.h"
+
+#include "Shared/ShellQuoting.h"
+#include "Shared/Version.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+namespace Tarnwick {
+
+namespace {
+
+using std::filesystem::path;
+
+constexpr const char *marker = ".tarnwick-portable";
+constexpr std::string_view systemPrefix = "/usr/";
+
+/// The folder with the marker: that of the executable, or the one above.
+std::optional<path> markedFolder(const path &executable)
+{
+    const path own = executable.parent_path();
+    for (const path &folder : {own, own.parent_path()}) {
+        std::error_code failed;
+        if (std::filesystem::exists(folder / marker, failed)) {
+            return folder;
+        }
+    }
+    return std::nullopt;
+}
+
+QString textOf(const std::string &bytes)
+{
+    return QFile::decodeName(bytes.c_str());
+}
+
+} // namespace
+
+std::unique_ptr<ApplicationBundle> ApplicationBundle::ofThisApplication()
+{
+    const std::string home = QFile::encodeName(QDir::homePath()).toStdString();
+    return std::make_unique<PortableCopy>(PortableCopy::Places{
+        .executable = QFile::encodeName(QCoreApplication::applicationFilePath()).toStdString(),
+        .applications = "/opt/",
+        .userApplications = home + "/Applications"});
+}
+
+PortableCopy::PortableCopy(Places places)
+    : m_places(std::move(places))
+    , m_root(markedFolder(m_places.executable))
+{
+}
+
+std::string PortableCopy::path() const
+{
+    return m_root.value_or(m_places.executable.parent_path()).string();
+}
+
+bool PortableCopy::isPortable() const
+{
+    return m_root && !m_places.executable.string().starts_with(systemPrefix);
+}
+
+ApplicationBundle::Privileged PortableCopy::runPrivileged(const std::string &command)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    QEventLoop loop;
+    QObject::connect(&process, &QProcess::finished, &loop, &QEventLoop::quit);
+    QObject::connect(&process, &QProcess::errorOccurred, &loop, &QEventLoop::quit);
+    process.start(QStringLiteral("pkexec"),
+                  {QStringLiteral("/bin/sh"), QStringLiteral("-c"), textOf(command)});
+    while (process.state() != QProcess::NotRunning) {
+        loop.exec();
+    }
+    // Also where there is no pkexec: without it nothing was copied that could be started.
+    const bool isDone = process.error() == QProcess::UnknownError &&
+                        process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    return isDone ? Privileged::Done : Privileged::Failed;
+}
+
+std::string PortableCopy::openCommand(const std::string &path) const
+{
+    const std::filesystem::path executable =
+        std::filesystem::path(path) / m_places.executable.lexically_relative(this->path());
+    return ShellQuoting::quote(executable.string());
+}
+
+void PortableCopy::launch(const std::string &program, const std::vector<std::string> &arguments)
+{
+    QStringList words;
+    std::transform(arguments.begin(), arguments.end(), std::back_inserter(words), &textOf);
+    QProcess::startDetached(textOf(program), words);
+}
+
+void PortableCopy::terminate()
+{
+    // The event loop may not run yet, and only one that runs can be told to end.
+    QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit,
+                              Qt::QueuedConnection);
+}
+
+QVariantMap PortableCopy::information() const
+{
+    return {{QStringLiteral("CFBundleShortVersionString"),
+             QString::fromUtf8(version.data(), static_cast<qsizetype>(version.size()))}};
+}
+
+} // namespace Tarnwick

@@ -1,0 +1,47 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Platform/ApplicationBundle.h"
+
+#include <filesystem>
+#include <optional>
+
+namespace Tarnwick {
+
+/// The application's folder on Linux. One that can be moved as a whole says so by a file named
+/// `.tarnwick-portable` in it; the executable lies in that folder itself or in a folder of it, such
+/// as `bin`. A copy below `/usr/` belongs to the system whatever it says, and a build tree has no
+/// such file. The administrator's leave is asked for by pkexec(1).
+class PortableCopy : public ApplicationBundle
+{
+public:
+    struct Places
+    {
+        std::filesystem::path executable;
+        std::string applications;     ///< as in ApplicationBundle
+        std::string userApplications; ///< as in ApplicationBundle
+    };
+
+    explicit PortableCopy(Places places);
+
+    [[nodiscard]] std::string path() const override;
+    [[nodiscard]] bool isPortable() const override;
+    [[nodiscard]] std::string applications() const override { return m_places.applications; }
+    [[nodiscard]] std::string userApplications() const override
+    {
+        return m_places.userApplications;
+    }
+    Privileged runPrivileged(const std::string &command) override;
+    [[nodiscard]] std::string openCommand(const std::string &path) const override;
+    void launch(const std::string &program, const std::vector<std::string> &arguments) override;
+    void terminate() override;
+    [[nodiscard]] QVariantMap information() const override;
+
+private:
+    Places m_places;
+    std::optional<std::filesystem::path> m_root; ///< the folder with the marker
+};
+
+} // namespace Tarnwick

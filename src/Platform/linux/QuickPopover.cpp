@@ -1,0 +1,215 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Platform/linux/QuickPopover.h"
+
+#include "Platform/AnchoredPlacement.h"
+#include "Platform/linux/OutsideClicks.h"
+#include "Platform/linux/PopoverView.h"
+#include "Platform/linux/TaskBars.h"
+
+#include <QCursor>
+#include <QGuiApplication>
+#include <QQmlEngine>
+#include <QScreen>
+
+#include <malloc.h>
+
+#include <chrono>
+#include <utility>
+
+namespace Tarnwick {
+
+namespace {
+
+/// From the release of the mouse button, or from the loss of the keyboard, to the click as the tray
+/// reports it.
+constexpr std::chrono::milliseconds clickDelay{400};
+
+constexpr Qt::WindowFlags popoverFlags = Qt::Tool | Qt::FramelessWindowHint;
+constexpr Qt::WindowFlags windowFlags = Qt::Window;
+
+const QScreen *screenOf(const QRect &anchor)
+{
+    const QScreen *there = QGuiApplication::screenAt(anchor.center());
+    return there != nullptr ? there : QGuiApplication::primaryScreen();
+}
+
+} // namespace
+
+std::unique_ptr<Popover> Popover::make(const QUrl &content, QSize size)
+{
+    return std::make_unique<QuickPopover>(content, size);
+}
+
+QuickPopover::QuickPopover(QUrl content, QSize size)
+    : m_content(std::move(content))
+    , m_size(size)
+{
+    m_endOfWatch.setSingleShot(true);
+    m_endOfWatch.setInterval(2 * clickDelay);
+    m_endOfWatch.callOnTimeout(this, &QuickPopover::endWatch);
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &QuickPopover::focusMoved);
+}
+
+QuickPopover::~QuickPopover() = default;
+
+void QuickPopover::prepare()
+{
+    if (!m_view) {
+        makeView();
+    }
+}
+
+void QuickPopover::makeView()
+{
+    m_view = std::make_unique<PopoverView>();
+    m_view->setTitle(QStringLiteral("Tarnwick"));
+    m_view->setFlags(popoverFlags);
+    m_view->setColor(Qt::black);
+    m_view->setResizeMode(QQuickView::SizeRootObjectToView);
+    m_view->resize(m_size);
+    // The picture of a hidden window is memory for nothing.
+    m_view->setPersistentSceneGraph(false);
+    m_view->engine()->addImportPath(QStringLiteral(":/qt/qml"));
+    m_view->setSource(m_content);
+    m_view->create();
+    connect(m_view.get(), &PopoverView::escapePressed, this, &QuickPopover::closedByUser);
+    connect(m_view.get(), &PopoverView::closeRequested, this, &QuickPopover::closedByUser);
+}
+
+bool QuickPopover::isShown() const
+{
+    return m_view && m_view->isVisible();
+}
+
+bool QuickPopover::wasClosedByThisClick() const
+{
+    if (isShown() || m_closing == Closing::ByOther) {
+        return false;
+    }
+    return m_closing == Closing::ByPress || !m_clickMayCome.hasExpired();
+}
+
+void QuickPopover::show(const std::optional<QRect> &anchor)
+{
+    prepare();
+    takeForm(anchor ? Form::Popover : Form::Window);
+    if (anchor && !isShown()) {
+        m_view->setGeometry(
+            AnchoredPlacement::below(*anchor, m_size, 0, screenOf(*anchor)->availableGeometry()));
+    }
+    if (anchor && !isShown()) {
+        TaskBars::leaveOut(*m_view);
+    }
+    m_hadFocus = false;
+    m_view->show();
+    m_view->raise();
+    m_view->requestActivate();
+    if (anchor) {
+        watchClicks();
+    }
+}
+
+void QuickPopover::takeForm(Form form)
+{
+    if (m_form == form) {
+        return;
+    }
+    m_form = form;
+    // Made anew: window managers look at what a window is when it appears.
+    m_view->destroy();
+    m_view->setFlags(form == Form::Popover ? popoverFlags : windowFlags);
+    m_view->create();
+}
+
+void QuickPopover::watchClicks()
+{
+    if (m_clicks) {
+        return;
+    }
+    m_clicks = std::make_unique<OutsideClicks>();
+    connect(m_clicks.get(), &OutsideClicks::pressed, this, &QuickPopover::pressedSomewhere);
+    connect(m_clicks.get(), &OutsideClicks::released, this, &QuickPopover::releasedSomewhere);
+}
+
+void QuickPopover::pressedSomewhere()
+{
+    if (isShown()) {
+        if (!m_view->geometry().contains(QCursor::pos())) {
+            close();
+            m_closing = Closing::ByPress;
+        }
+        return;
+    }
+    // The window under the pointer may have taken the keyboard before the press is told of.
+    const bool isTheSameClick =
+        m_closing == Closing::ByFocus && m_clickMayCome.remainingTimeAsDuration() > clickDelay / 2;
+    m_closing = isTheSameClick ? Closing::ByPress : Closing::ByOther;
+}
+
+void QuickPopover::releasedSomewhere()
+{
+    if (m_closing == Closing::ByPress) {
+        m_closing = Closing::ByClick;
+        m_clickMayCome.setRemainingTime(clickDelay);
+    }
+}
+
+void QuickPopover::endWatch()
+{
+    if (m_closing == Closing::ByPress) {
+        m_endOfWatch.start();
+    } else if (!isShown()) {
+        m_clicks.reset();
+    }
+}
+
+void QuickPopover::focusMoved(const QWindow *window)
+{
+    if (!isShown() || m_form == Form::Window) {
+        return;
+    }
+    if (window == m_view.get()) {
+        m_hadFocus = true;
+        return;
+    }
+    if (std::exchange(m_hadFocus, false)) {
+        close();
+        m_closing = Closing::ByFocus;
+        m_clickMayCome.setRemainingTime(clickDelay);
+    }
+}
+
+void QuickPopover::close()
+{
+    if (!isShown()) {
+        return;
+    }
+    m_closing = Closing::ByOther;
+    m_view->hide();
+    m_endOfWatch.start();
+    dropMemory();
+}
+
+void QuickPopover::closedByUser()
+{
+    close();
+    if (m_form == Form::Window && m_windowClosed) {
+        m_windowClosed();
+    }
+}
+
+void QuickPopover::dropMemory()
+{
+    m_view->releaseResources();
+    m_view->engine()->collectGarbage();
+    malloc_trim(0);
+}
+
+void QuickPopover::setWindowClosedHandler(Handler handler)
+{
+    m_windowClosed = std::move(handler);
+}
+
+} // namespace Tarnwick

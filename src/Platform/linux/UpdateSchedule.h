@@ -1,0 +1,39 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QDateTime>
+#include <QSettings>
+
+#include <filesystem>
+#include <functional>
+
+namespace Tarnwick {
+
+/// When to look for updates by itself: once a day, unless the user does not want it. Kept in a file
+/// of its own; where that cannot be written, until the end of the program. Main thread.
+class UpdateSchedule
+{
+public:
+    using Clock = std::function<QDateTime()>;
+
+    UpdateSchedule(const std::filesystem::path &file, Clock now);
+
+    /// On until the user has chosen.
+    [[nodiscard]] bool isAutomatic() const;
+    void setAutomatic(bool automatic);
+
+    /// Whether an automatic check shall be made now. A last check in the future, as after the clock
+    /// was set back, does not put it off.
+    [[nodiscard]] bool isDue() const;
+
+    /// A check was made just now.
+    void recordCheck();
+
+private:
+    QSettings m_store;
+    Clock m_now;
+};
+
+} // namespace Tarnwick

@@ -1,0 +1,238 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Platform/linux/AutostartEntry.h"
+
+#include "tests/Platform/Polling.h"
+#include "tests/Platform/Scripts.h"
+#include "tests/Support/ChildProcess.h"
+#include "tests/Support/ScopedEnvironment.h"
+#include "tests/Support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <tuple>
+
+#include <unistd.h>
+
+namespace Tarnwick {
+namespace {
+
+using Status = LoginItem::Status;
+using testing::EndsWith;
+using testing::HasSubstr;
+namespace fs = std::filesystem;
+
+void write(const fs::path &file, const std::string &text)
+{
+    fs::create_directories(file.parent_path());
+    std::ofstream(file) << text;
+}
+
+std::string read(const fs::path &file)
+{
+    std::ifstream stream(file);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/// Lets the file system refuse what it refuses an ordinary user, also when root runs the tests.
+class AsOrdinaryUser
+{
+public:
+    AsOrdinaryUser() { std::ignore = seteuid(geteuid() == 0 ? 65534 : geteuid()); }
+    ~AsOrdinaryUser() { std::ignore = seteuid(getuid()); }
+    AsOrdinaryUser(const AsOrdinaryUser &) = delete;
+    AsOrdinaryUser &operator=(const AsOrdinaryUser &) = delete;
+};
+
+class AutostartEntryTest : public testing::Test
+{
+protected:
+    /// A program that writes its arguments beside itself.
+    [[nodiscard]] fs::path makeProgram(const std::string &name) const
+    {
+        fs::path program = m_folder.path() / name;
+        write(program,
+              "#!/bin/sh\nprintf '%s\\n' \"$@\" > \"$0.part\"\nmv \"$0.part\" \"$0.ran\"\n");
+        fs::permissions(program, fs::perms(0755));
+        return program;
+    }
+
+    /// An entry of a desktop, with a program that is there.
+    [[nodiscard]] std::string entryText(const std::string &more = {}) const
+    {
+        return "[Desktop Entry]\nType=Application\nName=Tarnwick\nExec=" + m_program.string() +
+               "\n" + more;
+    }
+
+    TemporaryFolder m_folder;
+    fs::path m_program = makeProgram("tarnwick");
+    fs::path m_autostart = m_folder.path() / "config" / "autostart";
+    AutostartEntry m_entry{m_autostart, m_program};
+    fs::path m_file = m_autostart / "com.velmora.tarnwick.desktop";
+};
+
+TEST_F(AutostartEntryTest, IsNotRegisteredWithoutAFile)
+{
+    EXPECT_EQ(m_entry.status(), Status::NotRegistered);
+    EXPECT_EQ(m_entry.unregisterApplication(), std::nullopt);
+    EXPECT_FALSE(fs::exists(m_autostart));
+}
+
+TEST_F(AutostartEntryTest, IsEnabledOnceRegisteredAndGoneOnceUnregistered)
+{
+    EXPECT_EQ(m_entry.registerApplication(), std::nullopt);
+    EXPECT_EQ(m_entry.status(), Status::Enabled);
+    EXPECT_EQ(read(m_file), "[Desktop Entry]\nType=Application\nName=Tarnwick\nExec=\"" +
+                                m_program.string() + "\" --login-item\nTryExec=" +
+                                m_program.string() + "\nX-GNOME-Autostart-enabled=true\n");
+    EXPECT_EQ(m_entry.unregisterApplication(), std::nullopt);
+    EXPECT_EQ(m_entry.status(), Status::NotRegistered);
+    EXPECT_FALSE(fs::exists(m_file));
+}
+
+TEST_F(AutostartEntryTest, LeavesNothingElseInTheFolder)
+{
+    ASSERT_EQ(m_entry.registerApplication(), std::nullopt);
+    ASSERT_EQ(m_entry.registerApplication(), std::nullopt);
+    EXPECT_EQ(std::distance(fs::directory_iterator(m_autostart), fs::directory_iterator()), 1);
+}
+
+TEST_F(AutostartEntryTest, ReadsTheFileEachTime)
+{
+    ASSERT_EQ(m_entry.registerApplication(), std::nullopt);
+    write(m_file, entryText("Hidden=true\n"));
+    EXPECT_EQ(m_entry.status(), Status::NotRegistered);
+    write(m_file, entryText());
+    EXPECT_EQ(m_entry.status(), Status::Enabled);
+}
+
+TEST_F(AutostartEntryTest, HonoursTheSwitchOfTheDesktopsSettings)
+{
+    write(m_file, entryText("X-GNOME-Autostart-enabled=false\n"));
+    EXPECT_EQ(m_entry.status(), Status::NotRegistered);
+    ASSERT_EQ(m_entry.registerApplication(), std::nullopt);
+    EXPECT_EQ(m_entry.status(), Status::Enabled);
+}
+
+TEST_F(AutostartEntryTest, IsSwitchedOnAgainWhenItWasHidden)
+{
+    write(m_file, entryText("Hidden=true\n"));
+    ASSERT_EQ(m_entry.registerApplication(), std::nullopt);
+    EXPECT_EQ(m_entry.status(), Status::Enabled);
+}
+
+TEST_F(AutostartEntryTest, IsNotFoundWhenItsProgramIsGone)
+{
+    ASSERT_EQ(m_entry.registerApplication(), std::nullopt);
+    fs::remove(m_program);
+    EXPECT_EQ(m_entry.status(), Status::NotFound);
+    write(m_file, "[Desktop Entry]\nType=Application\nName=Tarnwick\n");
+    EXPECT_EQ(m_entry.status(), Status::NotFound);
+}
+
+TEST_F(AutostartEntryTest, KeepsCommentsAndUnknownKeys)
+{
+    write(m_file, "# from my dotfiles\n" + entryText("X-GNOME-Autostart-Delay=5\n# end\n"));
+    ASSERT_EQ(m_entry.registerApplication(), std::nullopt);
+    const std::string registered = read(m_file);
+    EXPECT_THAT(registered, HasSubstr("# from my dotfiles\n[Desktop Entry]\n"));
+    EXPECT_THAT(registered, HasSubstr("\nX-GNOME-Autostart-Delay=5\n"));
+    EXPECT_THAT(registered, HasSubstr("\n# end\n"));
+    ASSERT_EQ(m_entry.unregisterApplication(), std::nullopt);
+    EXPECT_EQ(m_entry.status(), Status::NotRegistered);
+    EXPECT_THAT(read(m_file), HasSubstr("\nX-GNOME-Autostart-Delay=5\n"));
+    EXPECT_THAT(read(m_file), HasSubstr("\nHidden=true\n"));
+}
+
+TEST_F(AutostartEntryTest, ReplacesADamagedFile)
+{
+    write(m_file, "\x01\x02 nonsense");
+    EXPECT_EQ(m_entry.status(), Status::NotFound);
+    EXPECT_EQ(m_entry.registerApplication(), std::nullopt);
+    EXPECT_EQ(m_entry.status(), Status::Enabled);
+    write(m_file, "\x01\x02 nonsense");
+    EXPECT_EQ(m_entry.unregisterApplication(), std::nullopt);
+    EXPECT_EQ(m_entry.status(), Status::NotRegistered);
+}
+
+TEST_F(AutostartEntryTest, WritesThroughALink)
+{
+    const fs::path elsewhere = m_folder.path() / "dotfiles.desktop";
+    write(elsewhere, entryText("Hidden=true\n"));
+    fs::create_directories(m_autostart);
+    fs::create_symlink(elsewhere, m_file);
+    ASSERT_EQ(m_entry.registerApplication(), std::nullopt);
+    EXPECT_TRUE(fs::is_symlink(m_file));
+    EXPECT_THAT(read(elsewhere), HasSubstr("--login-item"));
+}
+
+TEST_F(AutostartEntryTest, FailsInTheSystemsWordsWhereItMayNotWrite)
+{
+    ASSERT_EQ(m_entry.registerApplication(), std::nullopt);
+    fs::permissions(m_folder.path(), fs::perms(0755));
+    fs::permissions(m_autostart, fs::perms(0555));
+    {
+        const AsOrdinaryUser ordinary;
+        EXPECT_THAT(m_entry.registerApplication().value_or(""), EndsWith(": Permission denied"));
+        EXPECT_THAT(m_entry.unregisterApplication().value_or(""), EndsWith(": Permission denied"));
+        EXPECT_EQ(m_entry.status(), Status::Enabled);
+    }
+    fs::permissions(m_autostart, fs::perms(0755));
+}
+
+TEST_F(AutostartEntryTest, FailsInTheSystemsWordsWhereNoFolderCanBe)
+{
+    write(m_autostart.parent_path(), "a file");
+    EXPECT_THAT(m_entry.registerApplication().value_or(""), EndsWith(": Not a directory"));
+}
+
+TEST_F(AutostartEntryTest, RefusesAPathThatNoEntryCanHold)
+{
+    AutostartEntry entry(m_autostart, m_folder.path() / "odd\xff");
+    EXPECT_TRUE(entry.registerApplication());
+    EXPECT_FALSE(fs::exists(m_file));
+}
+
+class AutostartEntryPathTest : public AutostartEntryTest,
+                               public testing::WithParamInterface<const char *>
+{
+};
+
+TEST_P(AutostartEntryPathTest, IsStartedByADesktopWithItsArgument)
+{
+    const fs::path program = makeProgram(GetParam());
+    AutostartEntry entry(m_autostart, program);
+    ASSERT_EQ(entry.registerApplication(), std::nullopt);
+    const fs::path output = m_folder.path() / "output";
+    ChildProcess launcher({launchEntryProgram, m_file.string()},
+                          {.output = output, .environment = {}});
+    ASSERT_EQ(launcher.awaitEnd(patience), 0) << read(output) << read(m_file);
+    const fs::path ran = program.string() + ".ran";
+    ASSERT_TRUE(awaitOutside([&ran] { return fs::exists(ran); })) << read(m_file);
+    EXPECT_EQ(read(ran), "--login-item\n");
+    EXPECT_EQ(entry.status(), Status::Enabled);
+}
+
+INSTANTIATE_TEST_SUITE_P(Paths, AutostartEntryPathTest,
+                         testing::Values("plain", "with blanks  in it", "\"quoted\" 'twice'",
+                                         "back\\slash\\\\es", "$HOME `id`", "100% %f %%", "a=b",
+                                         "50%=c", "ends \\", "tab\tand\nline", "ünïcode ☃",
+                                         "~tilde;&|<>()#*?[]{}!^"));
+
+TEST(LoginItem, OfThisApplicationLiesInTheUsersAutostartFolder)
+{
+    const TemporaryFolder folder;
+    const ScopedEnvironment home("XDG_CONFIG_HOME", folder.path().string());
+    ASSERT_EQ(LoginItem::ofThisApplication()->registerApplication(), std::nullopt);
+    EXPECT_THAT(read(folder.path() / "autostart" / "com.velmora.tarnwick.desktop"),
+                HasSubstr("Exec=\"" + fs::read_symlink("/proc/self/exe").string() + "\" --login"));
+}
+
+} // namespace
+} // namespace Tarnwick

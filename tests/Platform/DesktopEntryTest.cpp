@@ -1,0 +1,87 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Platform/linux/DesktopEntry.h"
+
+#include <gtest/gtest.h>
+
+namespace Tarnwick {
+namespace {
+
+DesktopEntry parsed(const QByteArray &text)
+{
+    return DesktopEntry::parse(text).value();
+}
+
+TEST(DesktopEntry, TellsTheValueOfAKeyOfItsOwnGroup)
+{
+    const DesktopEntry entry =
+        parsed("# first\n[Desktop Entry]\nName = Tarnwick \nName[de]=Anders\n\n[Other]\nExec=x\n");
+    EXPECT_EQ(entry.value("Name"), "Tarnwick");
+    EXPECT_EQ(entry.value("Exec"), std::nullopt);
+}
+
+TEST(DesktopEntry, TellsTheLastOfSeveralValues)
+{
+    EXPECT_EQ(parsed("[Desktop Entry]\nHidden=true\nHidden=false\n").value("Hidden"), "false");
+}
+
+TEST(DesktopEntry, KnowsTruthValues)
+{
+    const DesktopEntry entry = parsed("[Desktop Entry]\nA=true\nB=false\nC=1\nD=0\nE=True\r\n");
+    EXPECT_TRUE(entry.is("A", true));
+    EXPECT_TRUE(entry.is("B", false));
+    EXPECT_TRUE(entry.is("C", true));
+    EXPECT_TRUE(entry.is("D", false));
+    EXPECT_FALSE(entry.is("E", true));
+    EXPECT_FALSE(entry.is("E", false));
+    EXPECT_FALSE(entry.is("missing", false));
+}
+
+TEST(DesktopEntry, UnescapesWhatItEscapes)
+{
+    const QByteArray odd = " a\\b\tc\nd\re\\s f";
+    DesktopEntry entry;
+    entry.set("Name", odd);
+    EXPECT_EQ(entry.text(), "[Desktop Entry]\nName=\\sa\\\\b\\tc\\nd\\re\\\\s f\n");
+    EXPECT_EQ(parsed(entry.text()).value("Name"), odd);
+}
+
+TEST(DesktopEntry, ChangesOneLineAndKeepsTheRest)
+{
+    DesktopEntry entry = parsed("# mine\n[Desktop Entry]\nExec=old\nX-Other=1\nExec=older\n# "
+                                "end\n\n[Action]\nExec=stays\n");
+    entry.set("Exec", "new");
+    entry.set("TryExec", "program");
+    entry.remove("X-Other");
+    EXPECT_EQ(entry.text(), "# mine\n[Desktop Entry]\nExec=new\nTryExec=program\n# end\n\n"
+                            "[Action]\nExec=stays\n");
+}
+
+TEST(DesktopEntry, KnowsWhetherThereIsMoreInItThanSomeKeys)
+{
+    EXPECT_FALSE(parsed("[Desktop Entry]\nA=1\n\nB=2\n").hasMoreThan({"A", "B"}));
+    EXPECT_TRUE(parsed("[Desktop Entry]\nA=1\nC=2\n").hasMoreThan({"A", "B"}));
+    EXPECT_TRUE(parsed("[Desktop Entry]\n# why\nA=1\n").hasMoreThan({"A", "B"}));
+    EXPECT_TRUE(parsed("[Desktop Entry]\nA=1\n[Other]\n").hasMoreThan({"A", "B"}));
+}
+
+TEST(DesktopEntry, IsNothingThatNoDesktopWouldRead)
+{
+    EXPECT_FALSE(DesktopEntry::parse(""));
+    EXPECT_FALSE(DesktopEntry::parse("# only a comment\n"));
+    EXPECT_FALSE(DesktopEntry::parse("Exec=x\n[Desktop Entry]\n"));
+    EXPECT_FALSE(DesktopEntry::parse("[Other]\n[Desktop Entry]\n"));
+    EXPECT_FALSE(DesktopEntry::parse("[Desktop Entry]\nnonsense\n"));
+    EXPECT_FALSE(DesktopEntry::parse("[Desktop Entry]\nName=\xff\xfe\n"));
+    EXPECT_FALSE(DesktopEntry::parse(QByteArray("[Desktop Entry]\nName=a\0b\n", 25)));
+}
+
+TEST(DesktopEntry, QuotesAnArgument)
+{
+    EXPECT_EQ(DesktopEntry::quotedArgument("/opt/a b"), "\"/opt/a b\"");
+    EXPECT_EQ(DesktopEntry::quotedArgument(R"(a"b`c$d\e%f)"), R"("a\"b\`c\$d\\e%%f")");
+}
+
+} // namespace
+} // namespace Tarnwick

@@ -1,0 +1,78 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Platform/linux/UpdateSchedule.h"
+
+#include "tests/Support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace Tarnwick {
+namespace {
+
+class UpdateScheduleTest : public testing::Test
+{
+protected:
+    [[nodiscard]] UpdateSchedule schedule()
+    {
+        return UpdateSchedule(m_file, [this] { return m_now; });
+    }
+    void passHours(int hours) { m_now = m_now.addSecs(hours * 3600); }
+
+    TemporaryFolder m_folder;
+    std::filesystem::path m_file = m_folder.path() / "state" / "tarnwick" / "updater.conf";
+    QDateTime m_now{QDate(2026, 3, 1), QTime(12, 0), Qt::UTC};
+};
+
+TEST_F(UpdateScheduleTest, IsAutomaticAndDueAtFirst)
+{
+    EXPECT_TRUE(schedule().isAutomatic());
+    EXPECT_TRUE(schedule().isDue());
+}
+
+TEST_F(UpdateScheduleTest, IsDueOnceADay)
+{
+    schedule().recordCheck();
+    EXPECT_FALSE(schedule().isDue());
+    passHours(23);
+    EXPECT_FALSE(schedule().isDue());
+    passHours(1);
+    EXPECT_TRUE(schedule().isDue());
+}
+
+TEST_F(UpdateScheduleTest, IsNeverDueWhenTheUserWantsNoAutomaticChecks)
+{
+    schedule().setAutomatic(false);
+    EXPECT_FALSE(schedule().isAutomatic());
+    EXPECT_FALSE(schedule().isDue());
+    schedule().setAutomatic(true);
+    EXPECT_TRUE(schedule().isDue());
+}
+
+TEST_F(UpdateScheduleTest, IsNotPutOffByALastCheckInTheFuture)
+{
+    schedule().recordCheck();
+    passHours(-48);
+    EXPECT_TRUE(schedule().isDue());
+}
+
+TEST_F(UpdateScheduleTest, TakesADamagedFileForNone)
+{
+    std::filesystem::create_directories(m_file.parent_path());
+    std::ofstream(m_file) << "lastCheck=soon\nautomaticallyChecksForUpdates=\x01\nxx[[";
+    EXPECT_TRUE(schedule().isDue());
+}
+
+TEST_F(UpdateScheduleTest, IsKeptForItselfWhereTheFileCannotBeWritten)
+{
+    std::ofstream(m_folder.path() / "state") << "a file";
+    UpdateSchedule one = schedule();
+    one.setAutomatic(false);
+    EXPECT_FALSE(one.isAutomatic());
+}
+
+} // namespace
+} // namespace Tarnwick
