@@ -32,8 +32,8 @@ std::size_t mostOpenProcesses()
 void cut(std::vector<std::string> &arguments, std::size_t room)
 {
     auto end = arguments.begin();
-    for (; end != arguments.end() && end->size() + sizeof(*end) <= room; ++end) {
-        room -= end->size() + sizeof(*end);
+    for (; end != arguments.end() && end->size() + sizeof(std::string) <= room; ++end) {
+        room -= end->size() + sizeof(std::string);
     }
     arguments.erase(end, arguments.end());
 }

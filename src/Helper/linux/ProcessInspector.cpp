@@ -307,7 +307,7 @@ void ProcessInspector::describe()
     m_details.argumentCost = 0;
     for (const auto *texts : {&m_details.arguments, &m_details.originArguments}) {
         for (const std::string &text : *texts) {
-            m_details.argumentCost += text.size() + sizeof(text);
+            m_details.argumentCost += text.size() + sizeof(std::string);
         }
     }
 }
