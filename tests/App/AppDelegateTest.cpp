@@ -27,6 +27,7 @@
 
 #include <chrono>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -124,6 +125,8 @@ struct StoredPeriod
 {
     const char *text;
     double seconds;
+
+    friend void PrintTo(const StoredPeriod &stored, std::ostream *out) { *out << stored.text; }
 };
 
 class StoredPeriodTest : public AppDelegateTest, public testing::WithParamInterface<StoredPeriod>

@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <ostream>
 #include <string>
 
 using namespace Tarnwick;
@@ -55,6 +56,8 @@ struct StoredInterval
 {
     const char *text;
     std::optional<double> seconds;
+
+    friend void PrintTo(const StoredInterval &stored, std::ostream *out) { *out << stored.text; }
 };
 
 class StoredIntervalTest : public PreferencesTest,
