@@ -10,6 +10,7 @@
 #include "tests/Support/Puppet.h"
 #include "tests/Support/TemporaryCopy.h"
 
+#include <filesystem>
 #include <fstream>
 #include <limits>
 
@@ -220,17 +221,30 @@ TEST_F(LiveCoreTest, ForgetsAListenerThatTheHelperEnded)
 TEST_F(LiveCoreTest, StaysRightThoughTheHelperIsKilledAgainAndAgain)
 {
     constexpr int rounds = 10;
+    const TemporaryCopy copies;
+    const std::filesystem::path successor = copies.copy(Puppet::program(), "successor");
     Puppet constant;
     const int constantPort = constant.listen().port;
     ASSERT_TRUE(awaitShown(constant, constantPort));
     for (int round = 0; round < rounds; ++round) {
         RunningHelper(m_bus).signal(SIGKILL);
-        Puppet puppet;
-        const int port = puppet.listen().port;
-        EXPECT_TRUE(awaitShown(puppet, port)) << round;
+        Puppet parent;
+        const Puppet::Listener listener = parent.listen();
+        EXPECT_TRUE(awaitShown(parent, listener.port)) << round;
         EXPECT_TRUE(shows(constant, constantPort)) << round;
-        puppet.end();
-        EXPECT_TRUE(awaitGone(puppet, port)) << round;
+
+        // The child that inherited the socket is its owner as soon as the parent closes it.
+        Puppet child = parent.fork();
+        parent.close(listener.descriptor);
+        EXPECT_TRUE(awaitShown(child, listener.port)) << round;
+        EXPECT_TRUE(awaitGone(parent, listener.port)) << round;
+
+        // A listener that becomes another program leaves the list.
+        child.exec(successor, {"successor"});
+        EXPECT_TRUE(awaitGone(child, listener.port)) << round;
+        EXPECT_TRUE(awaitScan()) << round;
+        EXPECT_FALSE(shows(child, listener.port)) << round;
+        EXPECT_TRUE(shows(constant, constantPort)) << round;
     }
     EXPECT_THAT(m_log.messages(),
                 Each(testing::AnyOf("[helper] XPC connection interrupted",
