@@ -5,6 +5,7 @@
 
 #include "Core/MainThread.h"
 #include "Core/NeverDestroyed.h"
+#include "Models/Precondition.h"
 
 #include <QPointer>
 
@@ -41,6 +42,9 @@ UpdaterController::UpdaterController(std::unique_ptr<Updater> updater, QObject *
     : QObject(parent)
     , m_updater(std::move(updater))
 {
+    if (!m_updater) {
+        preconditionFailure("an update controller must have an updater");
+    }
     // A QPointer is made on this object's own thread and asked there only.
     const auto onMainThread = [self = QPointer(this)](auto action) {
         MainThread::post([self, action = std::move(action)] {
@@ -56,8 +60,8 @@ UpdaterController::UpdaterController(std::unique_ptr<Updater> updater, QObject *
                  onMainThread([can](auto &self) { self.setCanCheckForUpdates(can); });
              },
          .ended =
-             [onMainThread](UpdateResult result) {
-                 onMainThread([result = std::move(result)](auto &self) { self.take(result); });
+             [onMainThread](const UpdateResult &result) {
+                 onMainThread([result](auto &self) { self.take(result); });
              }});
 }
 

@@ -38,7 +38,7 @@ public:
         /// What every check and installation that the user asked for has come to; of automatic
         /// checks only updates that were found. Never called by an updater that has windows of its
         /// own for that.
-        std::function<void(UpdateResult result)> ended;
+        std::function<void(const UpdateResult &result)> ended;
     };
 
     Updater() = default;

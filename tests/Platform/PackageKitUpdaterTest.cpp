@@ -119,7 +119,7 @@ TEST_F(PackageKitUpdaterTest, FetchesTheListsFirstWhenTheUserAsks)
     EXPECT_EQ(check(), UpdateResult());
     EXPECT_THAT(m_kit->calls, ElementsAre("SearchFiles", "RefreshCache", "GetUpdates"));
     EXPECT_THAT(m_kit->hints["RefreshCache"], Contains("interactive=true"));
-    EXPECT_EQ(m_kit->arguments["RefreshCache"], QVariantList({false}));
+    EXPECT_EQ(m_kit->arguments["RefreshCache"], QVariantList(1, false));
 }
 
 TEST_F(PackageKitUpdaterTest, CannotCheckWhileACheckRuns)

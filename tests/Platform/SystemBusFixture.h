@@ -53,7 +53,7 @@ protected:
     {
         return {.found = [&told] { told.isFound = true; },
                 .canCheckForUpdates = [&told](bool can) { told.canCheck.push_back(can); },
-                .ended = [&told](UpdateResult result) { told.results.push_back(result); }};
+                .ended = [&told](const UpdateResult &result) { told.results.push_back(result); }};
     }
 
     /// The next result after those that were there.

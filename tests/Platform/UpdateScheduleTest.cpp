@@ -18,9 +18,9 @@ class UpdateScheduleTest : public testing::Test
 protected:
     [[nodiscard]] UpdateSchedule schedule()
     {
-        return UpdateSchedule(m_file, [this] { return m_now; });
+        return {m_file, [this] { return m_now; }};
     }
-    void passHours(int hours) { m_now = m_now.addSecs(hours * 3600); }
+    void passHours(int hours) { m_now = m_now.addSecs(qint64{hours} * 3600); }
 
     TemporaryFolder m_folder;
     std::filesystem::path m_file = m_folder.path() / "state" / "tarnwick" / "updater.conf";

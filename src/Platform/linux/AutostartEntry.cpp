@@ -49,7 +49,7 @@ std::optional<DesktopEntry> read(const std::filesystem::path &path)
 /// The command line that starts @p application.
 QByteArray commandFor(const QByteArray &application)
 {
-    const QByteArray command = DesktopEntry::quotedArgument(application) + " --login-item";
+    QByteArray command = DesktopEntry::quotedArgument(application) + " --login-item";
     if (!application.contains('%')) {
         return command;
     }
@@ -80,7 +80,8 @@ std::unique_ptr<LoginItem> LoginItem::ofThisApplication()
         QFile::encodeName(QCoreApplication::applicationFilePath()).toStdString());
 }
 
-AutostartEntry::AutostartEntry(std::filesystem::path folder, std::filesystem::path application)
+AutostartEntry::AutostartEntry(std::filesystem::path folder,
+                               const std::filesystem::path &application)
     : m_folder(std::move(folder))
     , m_application(application.string().c_str())
 {

@@ -21,7 +21,7 @@ class AutostartEntry : public LoginItem
 public:
     /// Of the program @p application, an absolute path, in @p folder, which is made with the
     /// registration.
-    AutostartEntry(std::filesystem::path folder, std::filesystem::path application);
+    AutostartEntry(std::filesystem::path folder, const std::filesystem::path &application);
 
     [[nodiscard]] Status status() const override;
     [[nodiscard]] Failure registerApplication() override;

@@ -3,6 +3,7 @@
 
 #include "Platform/linux/PackageKitUpdater.h"
 
+#include "Core/MainThread.h"
 #include "Platform/linux/SystemBus.h"
 #include "Platform/linux/UserFolders.h"
 
@@ -321,7 +322,7 @@ QCoro::Task<PackageKitTransaction::Outcome> PackageKitUpdater::run(Bus bus,
     // It is the transaction that calls when it has ended, so it cannot go at once.
     const QScopedPointer<Transaction, QScopedPointerDeleteLater> transaction(
         std::make_unique<Transaction>(std::move(bus), std::move(request)).release());
-    QMetaObject::invokeMethod(transaction.get(), &Transaction::start, Qt::QueuedConnection);
+    MainThread::post([started = transaction.get()] { started->start(); });
     Transaction::Outcome outcome = co_await qCoro(transaction.get(), &Transaction::ended);
     co_return outcome;
 }

@@ -3,6 +3,7 @@
 
 #include "Platform/linux/PortableCopy.h"
 
+#include "Core/MainThread.h"
 #include "Shared/ShellQuoting.h"
 #include "Shared/Version.h"
 
@@ -109,8 +110,7 @@ void PortableCopy::launch(const std::string &program, const std::vector<std::str
 void PortableCopy::terminate()
 {
     // The event loop may not run yet, and only one that runs can be told to end.
-    QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit,
-                              Qt::QueuedConnection);
+    MainThread::post([] { QCoreApplication::quit(); });
 }
 
 QVariantMap PortableCopy::information() const

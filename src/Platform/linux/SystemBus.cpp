@@ -51,8 +51,8 @@ void SystemBus::open(Opened opened)
     });
 }
 
-SystemBus::SystemBus(const QDBusConnection &connection)
-    : m_connection(connection)
+SystemBus::SystemBus(QDBusConnection connection)
+    : m_connection(std::move(connection))
 {
 }
 

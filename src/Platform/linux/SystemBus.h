@@ -23,7 +23,7 @@ public:
     static void open(Opened opened);
 
     /// For open().
-    explicit SystemBus(const QDBusConnection &connection);
+    explicit SystemBus(QDBusConnection connection);
     ~SystemBus();
     SystemBus(const SystemBus &) = delete;
     SystemBus &operator=(const SystemBus &) = delete;
