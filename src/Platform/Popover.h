@@ -33,7 +33,7 @@ public:
 
     /// Whether it is hidden because the click that is being handled, on the status item, was to it
     /// a click elsewhere.
-    [[nodiscard]] virtual bool wasClosedByThisClick() const = 0;
+    [[nodiscard]] virtual bool wasClosedByThisClick() = 0;
 
     /// Shows it by @p anchor, a rectangle of the screen: below it, or above where there is no room,
     /// never across an edge of the screen. Without an anchor, shows it as an ordinary window. The

@@ -13,7 +13,7 @@ Item {
     required property PanelModel panel
 
     function focusSearch(): void {
-        search.forceActiveFocus(Qt.ShortcutFocusReason);
+        search.takeFocus();
     }
 
     implicitHeight: 16 + Math.max(tabs.height, search.height)

@@ -20,7 +20,7 @@ FocusScope {
     Accessible.name: heading.text + " " + entry.description + " " + entry.killDetail
     // A key that is still held down from the row must not decide.
     Keys.onPressed: event => {
-        event.accepted = true;
+        event.accepted = event.key !== Qt.Key_Tab && event.key !== Qt.Key_Backtab;
         if (event.isAutoRepeat)
             return;
         if (event.key === Qt.Key_Escape)

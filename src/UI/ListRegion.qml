@@ -22,7 +22,7 @@ Item {
         when: root.panel.region === PanelModel.Empty
 
         MessageState {
-            anchors.fill: parent
+            anchors.fill: root
             heading: "NO LISTENERS"
             line: "Nothing is bound to a port right now."
         }
@@ -31,7 +31,7 @@ Item {
         when: root.panel.region === PanelModel.NoMatches
 
         MessageState {
-            anchors.fill: parent
+            anchors.fill: root
             heading: "NO MATCHES"
             line: "Try a different search or filter."
         }

@@ -112,7 +112,7 @@ Rectangle {
             when: root.isConfirming || confirmation.opacity > 0
 
             KillConfirmView {
-                anchors.fill: parent
+                anchors.fill: confirmation
                 focus: true
                 entry: root.panel.confirmedEntry
                 onCancelled: root.panel.cancelKill()

@@ -101,7 +101,7 @@ FocusScope {
                 when: root.offersKill || kill.opacity > 0
 
                 KillButton {
-                    anchors.right: parent.right
+                    anchors.right: kill.right
                     y: 1
                     label: "Kill " + root.entry.accessibleName
                     activeFocusOnTab: false
@@ -122,7 +122,7 @@ FocusScope {
             when: root.offersSettings
 
             SettingsDeepLinkBadge {
-                anchors.right: parent.right
+                anchors.right: trailing.right
                 y: 1
                 label: root.entry.settingsLink
             }

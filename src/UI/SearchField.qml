@@ -13,6 +13,12 @@ FocusScope {
     required property PanelModel panel
     readonly property bool isFocused: field.activeFocus
 
+    /// What is typed next replaces what was searched for.
+    function takeFocus(): void {
+        field.forceActiveFocus(Qt.ShortcutFocusReason);
+        field.selectAll();
+    }
+
     implicitWidth: content.implicitWidth + 16
     implicitHeight: content.implicitHeight + 8
 

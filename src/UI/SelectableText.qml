@@ -48,7 +48,7 @@ Item {
             readonly property bool isUsed: activeFocus || selectedText.length > 0
 
             onIsUsedChanged: root.isSelecting = isUsed
-            anchors.fill: parent
+            anchors.fill: root
             clip: label.truncated
             text: root.text
             textFormat: TextEdit.PlainText

@@ -15,10 +15,10 @@ TestCase {
 
     when: windowShown
 
-    function all(item: Item, accepts: var): var {
+    function all(item, accepts) {
         const found = accepts(item) ? [item] : [];
-        for (const child of item.children)
-            found.push(...all(child, accepts));
+        for (let i = 0; i < item.children.length; ++i)
+            found.push(...all(item.children[i], accepts));
         return found;
     }
     function isShown(item: Item): bool {

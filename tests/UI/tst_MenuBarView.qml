@@ -31,6 +31,8 @@ FocusScope {
 
         function init(): void {
             leave(root);
+            if (root.Window.activeFocusItem)
+                root.Window.activeFocusItem.focus = false;
             sample.model.cancelKill();
             sample.model.searchQuery = "";
             sample.model.selectedFilter = PanelModel.All;
@@ -49,10 +51,10 @@ FocusScope {
         function rowOf(description: string): PortRowView {
             return all(view, item => item instanceof PortRowView && item.entry.description === description)[0] ?? null;
         }
-        function part(type: var): Item {
+        function part(type) {
             return all(view, item => item instanceof type)[0];
         }
-        function top(item: Item): real {
+        function topOf(item: Item): real {
             return item.mapToItem(view, 0, 0).y;
         }
         function askToKill(description: string): void {
@@ -69,19 +71,19 @@ FocusScope {
             const banner = part(SystemBanner);
             const list = part(ListRegion);
             const footer = part(PanelFooter);
-            compare(top(header), 0);
-            compare(top(filter), header.height + 1);
-            compare(top(banner), top(filter) + filter.height);
-            compare(top(list), top(banner) + banner.height + 1);
-            compare(top(footer), top(list) + list.height + 1);
-            compare(top(footer) + footer.height, 500);
+            compare(topOf(header), 0);
+            compare(topOf(filter), header.height + 1);
+            compare(topOf(banner), topOf(filter) + filter.height);
+            compare(topOf(list), topOf(banner) + banner.height + 1);
+            compare(topOf(footer), topOf(list) + list.height + 1);
+            compare(topOf(footer) + footer.height, 500);
         }
         function test_dividesItsParts(): void {
             const lines = all(view, item => item instanceof Hairline && item.opacity === 1);
             compare(lines.length, 3);
             const mixed = part => Math.round(part + (255 - part) * 0.08);
             for (const line of lines)
-                comparePixel(root, 280, top(line), mixed(11), mixed(17), mixed(32));
+                comparePixel(root, 280, topOf(line), mixed(11), mixed(17), mixed(32));
         }
         function test_hasItsBackground(): void {
             comparePixel(root, 280, 3, 11, 17, 32);

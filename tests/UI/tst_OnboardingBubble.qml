@@ -55,14 +55,14 @@ Item {
             compareColor(bubble.border.color, 255, 255, 255, 0.08);
             compare(bubble.radius, 10);
         }
-        function test_isDismissedByAClickAnywhere_data(): var {
+        function test_isDismissedByAClickAnywhere_data() {
             return [[3, 48], [130, 20], [255, 90]].map(([x, y]) => ({
                         tag: `${x}, ${y}`,
                         x: x,
                         y: y
                     }));
         }
-        function test_isDismissedByAClickAnywhere(data: var): void {
+        function test_isDismissedByAClickAnywhere(data) {
             mouseClick(bubble, data.x, data.y);
             compare(dismissals.count, 1);
         }

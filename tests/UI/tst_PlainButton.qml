@@ -41,7 +41,7 @@ FocusScope {
         function ring(): Item {
             return all(button, item => item instanceof FocusRing)[0];
         }
-        function test_isPressedByTheKeyboard_data(): var {
+        function test_isPressedByTheKeyboard_data() {
             return [
                 {
                     tag: "Space",
@@ -57,7 +57,7 @@ FocusScope {
                 }
             ];
         }
-        function test_isPressedByTheKeyboard(data: var): void {
+        function test_isPressedByTheKeyboard(data) {
             button.forceActiveFocus();
             keyClick(data.key);
             compare(clicks.count, 1);

@@ -39,9 +39,10 @@ Rectangle {
         function init(): void {
             leave(root);
             row.focus = false;
+            tryVerify(() => killButton() === null);
             kills.clear();
         }
-        function show(fields: var): void {
+        function show(fields) {
             row.entry = sample.row(fields);
         }
         function hover(): void {
@@ -50,7 +51,7 @@ Rectangle {
         function killButton(): Item {
             return all(row, item => item instanceof KillButton)[0] ?? null;
         }
-        function full(): var {
+        function full() {
             return {
                 port: 5432,
                 pid: 812,
@@ -188,7 +189,7 @@ Rectangle {
             const content = all(row, item => item instanceof PortRowContent)[0];
             compare(content.width, 560 - 14 - 76 - 12 - 184);
         }
-        function test_tintsItsBackground_data(): var {
+        function test_tintsItsBackground_data() {
             return [
                 {
                     tag: "ordinary",
@@ -216,7 +217,7 @@ Rectangle {
                 }
             ];
         }
-        function test_tintsItsBackground(data: var): void {
+        function test_tintsItsBackground(data) {
             show({
                 tier: data.tier
             });
@@ -241,12 +242,12 @@ Rectangle {
             }
         }
         function test_isNotWidenedByAnything(): void {
-            const long = "/very/long/path".repeat(200);
+            const path = "/very/long/path".repeat(200);
             show({
-                process: long,
+                process: path,
                 description: "word ".repeat(300),
-                originArguments: [long],
-                cwd: long,
+                originArguments: [path],
+                cwd: path,
                 memoryBytes: 1
             });
             for (const text of all(row, item => item instanceof Text && isShown(item))) {
@@ -255,7 +256,7 @@ Rectangle {
             }
             verify(row.height < 130);
         }
-        function test_letsTheKeyboardAskForTheKill_data(): var {
+        function test_letsTheKeyboardAskForTheKill_data() {
             return [
                 {
                     tag: "Return",
@@ -271,7 +272,7 @@ Rectangle {
                 }
             ];
         }
-        function test_letsTheKeyboardAskForTheKill(data: var): void {
+        function test_letsTheKeyboardAskForTheKill(data) {
             show(full());
             row.forceActiveFocus();
             verify(killButton());

@@ -16,7 +16,7 @@ class FakePopover : public Popover
 public:
     void prepare() override { isPrepared = true; }
     [[nodiscard]] bool isShown() const override { return m_isShown; }
-    [[nodiscard]] bool wasClosedByThisClick() const override { return closedByThisClick; }
+    [[nodiscard]] bool wasClosedByThisClick() override { return closedByThisClick; }
     void show(const std::optional<QRect> &anchor) override
     {
         m_isShown = true;

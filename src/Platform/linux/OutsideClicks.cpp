@@ -63,15 +63,15 @@ OutsideClicks::OutsideClicks()
     selectRawButtons(m_display.get());
     m_arrivals = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(m_display.get()),
                                                    QSocketNotifier::Read);
-    connect(m_arrivals.get(), &QSocketNotifier::activated, this, &OutsideClicks::read);
+    connect(m_arrivals.get(), &QSocketNotifier::activated, this, &OutsideClicks::catchUp);
 }
 
 OutsideClicks::~OutsideClicks() = default;
 
-void OutsideClicks::read()
+void OutsideClicks::catchUp()
 {
     const QPointer<OutsideClicks> self(this);
-    while (self) {
+    while (self && m_arrivals) {
         const XcbReply<xcb_generic_event_t> event(xcb_poll_for_event(m_display.get()));
         if (!event) {
             break;
@@ -91,7 +91,7 @@ void OutsideClicks::read()
             Q_EMIT released();
         }
     }
-    if (self && xcb_connection_has_error(m_display.get()) != 0) {
+    if (self && m_arrivals && xcb_connection_has_error(m_display.get()) != 0) {
         m_arrivals->setEnabled(false);
     }
 }

@@ -24,6 +24,13 @@ public:
     OutsideClicks();
     ~OutsideClicks() override;
 
+    /// Whether this display lets it.
+    [[nodiscard]] bool isWatching() const { return m_arrivals && m_arrivals->isEnabled(); }
+
+    /// Tells now what has happened already. The events of windows come another way, and so may come
+    /// earlier.
+    void catchUp();
+
 Q_SIGNALS:
     void pressed();
     void released();
@@ -33,8 +40,6 @@ private:
     {
         void operator()(xcb_connection_t *display) const;
     };
-
-    void read();
 
     std::unique_ptr<xcb_connection_t, Disconnecting> m_display;
     std::unique_ptr<QSocketNotifier> m_arrivals;

@@ -49,6 +49,13 @@ QuickPopover::QuickPopover(QUrl content, QSize size)
     m_endOfWatch.setSingleShot(true);
     m_endOfWatch.setInterval(2 * clickDelay);
     m_endOfWatch.callOnTimeout(this, &QuickPopover::endWatch);
+    m_focusCheck.setSingleShot(true);
+    m_focusCheck.setInterval(2 * clickDelay);
+    m_focusCheck.callOnTimeout(this, [this] {
+        if (isShown() && m_form == Form::Popover && !m_view->isActive()) {
+            focusLost();
+        }
+    });
     connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &QuickPopover::focusMoved);
 }
 
@@ -83,8 +90,11 @@ bool QuickPopover::isShown() const
     return m_view && m_view->isVisible();
 }
 
-bool QuickPopover::wasClosedByThisClick() const
+bool QuickPopover::wasClosedByThisClick()
 {
+    if (m_clicks) {
+        m_clicks->catchUp();
+    }
     if (isShown() || m_closing == Closing::ByOther) {
         return false;
     }
@@ -142,10 +152,7 @@ void QuickPopover::pressedSomewhere()
         }
         return;
     }
-    // The window under the pointer may have taken the keyboard before the press is told of.
-    const bool isTheSameClick =
-        m_closing == Closing::ByFocus && m_clickMayCome.remainingTimeAsDuration() > clickDelay / 2;
-    m_closing = isTheSameClick ? Closing::ByPress : Closing::ByOther;
+    m_closing = Closing::ByOther;
 }
 
 void QuickPopover::releasedSomewhere()
@@ -175,10 +182,19 @@ void QuickPopover::focusMoved(const QWindow *window)
         return;
     }
     if (std::exchange(m_hadFocus, false)) {
-        close();
-        m_closing = Closing::ByFocus;
-        m_clickMayCome.setRemainingTime(clickDelay);
+        focusLost();
+    } else {
+        // Qt tells late of a loss: of this showing, or still of the one before.
+        m_focusCheck.start();
     }
+}
+
+void QuickPopover::focusLost()
+{
+    close();
+    // Where clicks are watched, one that takes the keyboard has closed it before.
+    m_closing = m_clicks->isWatching() ? Closing::ByOther : Closing::ByFocus;
+    m_clickMayCome.setRemainingTime(clickDelay);
 }
 
 void QuickPopover::close()

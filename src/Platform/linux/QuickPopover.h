@@ -31,7 +31,7 @@ public:
 
     void prepare() override;
     [[nodiscard]] bool isShown() const override;
-    [[nodiscard]] bool wasClosedByThisClick() const override;
+    [[nodiscard]] bool wasClosedByThisClick() override;
     void show(const std::optional<QRect> &anchor) override;
     void close() override;
     void setWindowClosedHandler(Handler handler) override;
@@ -49,6 +49,7 @@ private:
     void releasedSomewhere();
     void endWatch();
     void focusMoved(const QWindow *window);
+    void focusLost();
     void closedByUser();
     void dropMemory();
 
@@ -62,6 +63,7 @@ private:
     Closing m_closing = Closing::ByOther;
     QDeadlineTimer m_clickMayCome; ///< until then, a click is the one that closed it
     QTimer m_endOfWatch;
+    QTimer m_focusCheck;
 };
 
 } // namespace Tarnwick
