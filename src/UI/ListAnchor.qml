@@ -12,7 +12,7 @@ QtObject {
 
     required property ListView view
     required property PortListModel rows
-    required property PortRowItem hoveredItem
+    required property HoverHandler pointer
     property portRow anchor
     property portRow current
     property real offset: 0
@@ -20,9 +20,10 @@ QtObject {
     property bool hasCurrent: false
 
     function itemToKeep(): PortRowItem {
-        if (hoveredItem)
-            return hoveredItem;
-        return view.contentY > view.originY ? view.itemAt(0, view.contentY) as PortRowItem : null;
+        if (!pointer.hovered && view.contentY <= view.originY)
+            return null;
+        const y = pointer.hovered ? pointer.point.position.y : 0;
+        return view.itemAt(0, view.contentY + y) as PortRowItem;
     }
     function remember(): void {
         const item = itemToKeep();
@@ -59,6 +60,8 @@ QtObject {
             root.restore();
         }
         function onReplaced(): void {
+            if (root.view.currentItem)
+                root.view.currentItem.focus = false;
             root.view.currentIndex = -1;
             root.view.positionViewAtBeginning();
         }

@@ -30,7 +30,6 @@ FocusScope {
     ListView {
         id: list
 
-        property PortRowItem hoveredItem: null
         readonly property int pageLength: Math.max(1, Math.floor(height / 60))
 
         anchors.fill: parent
@@ -63,33 +62,26 @@ FocusScope {
 
         delegate: PortRowItem {
             width: list.width
-            onHoveredChanged: {
-                if (isHovered)
-                    list.hoveredItem = this;
-                else if (list.hoveredItem === this)
-                    list.hoveredItem = null;
-            }
             onActiveFocusChanged: {
                 if (activeFocus)
                     list.currentIndex = index;
             }
             onKillRequested: root.killRequested(entry)
         }
+    }
+    HoverHandler {
+        id: pointer
 
-        HoverHandler {
-            id: pointer
-
-            acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
-        }
-        WheelHandler {
-            acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
-            onWheel: event => root.scrollBy(event.pixelDelta.y !== 0 ? -event.pixelDelta.y : -event.angleDelta.y / 120 * 54)
-        }
+        acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
+    }
+    WheelHandler {
+        acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
+        onWheel: event => root.scrollBy(event.pixelDelta.y !== 0 ? -event.pixelDelta.y : -event.angleDelta.y / 120 * 54)
     }
     ListAnchor {
         view: list
         rows: root.rows
-        hoveredItem: list.hoveredItem
+        pointer: pointer
     }
     ScrollIndicator {
         anchors.top: parent.top

@@ -12,9 +12,7 @@ FocusScope {
 
     required property portRow entry
     required property int index
-    readonly property alias isHovered: row.isHovered
 
-    signal hoveredChanged
     signal killRequested
 
     implicitHeight: row.height + 1
@@ -26,7 +24,6 @@ FocusScope {
         height: implicitHeight
         focus: true
         entry: root.entry
-        onIsHoveredChanged: root.hoveredChanged()
         onKillRequested: root.killRequested()
     }
     Hairline {

@@ -38,12 +38,12 @@ FocusScope {
             sample.model.searchQuery = "";
             kills.clear();
             list.focus = false;
-            list.view.currentIndex = -1;
             leave(root);
             if (list.view.count === 0)
                 sample.openMany(100);
             tryCompare(list.view, "count", 100);
-            list.view.positionViewAtBeginning();
+            sample.model.selectedFilter = PanelModel.Dev;
+            sample.model.selectedFilter = PanelModel.All;
         }
         function rowOf(process: string): PortRowView {
             return all(list, item => item instanceof PortRowView && item.entry.description === process && item.parent.visible)[0] ?? null;
