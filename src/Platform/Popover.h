@@ -45,7 +45,8 @@ public:
     /// Called when the user closes it while it is an ordinary window.
     virtual void setWindowClosedHandler(Handler handler) = 0;
 
-    /// A popover of @p size whose content is the QML document @p content.
+    /// A popover of @p size, or less on a screen that is smaller, whose content is the QML document
+    /// @p content.
     [[nodiscard]] static std::unique_ptr<Popover> make(const QUrl &content, QSize size);
 };
 

@@ -13,7 +13,7 @@ TEST(SystemError, KnowsTheNumberOfEachName)
 {
     EXPECT_EQ(SystemError::codeForName("System.Error.EPERM"), EPERM);
     EXPECT_EQ(SystemError::codeForName("System.Error.EACCES"), EACCES);
-    EXPECT_EQ(SystemError::codeForName("System.Error.ENOTSUP"), ENOTSUP);
+    EXPECT_EQ(SystemError::codeForName("System.Error.EOPNOTSUPP"), EOPNOTSUPP);
     EXPECT_EQ(SystemError::codeForName("System.Error.EHWPOISON"), EHWPOISON);
 }
 

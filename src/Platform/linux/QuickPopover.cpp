@@ -106,10 +106,9 @@ void QuickPopover::show(const std::optional<QRect> &anchor)
     prepare();
     takeForm(anchor ? Form::Popover : Form::Window);
     if (anchor && !isShown()) {
+        const QRect area = screenOf(*anchor)->availableGeometry();
         m_view->setGeometry(
-            AnchoredPlacement::below(*anchor, m_size, 0, screenOf(*anchor)->availableGeometry()));
-    }
-    if (anchor && !isShown()) {
+            AnchoredPlacement::below(*anchor, m_size.boundedTo(area.size()), 0, area));
         TaskBars::leaveOut(*m_view);
     }
     m_hadFocus = false;
