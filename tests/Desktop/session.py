@@ -144,13 +144,13 @@ def play(scenario, **options):
 class Session:
     """Use it in a with statement. The programs of Tarnwick are those of a build's bin folder."""
 
-    def __init__(self, programs, tray="panel", late=False, window_manager=True, scale=None):
+    def __init__(self, programs, tray="panel", late=False, scale=None, screen=SCREEN):
         """With late, it is the test that starts the tray: the one that late_tray names."""
         self.programs = pathlib.Path(programs).resolve()
         self.scale = scale
         self.late_tray = tray
         self._tray_kind = None if late else tray
-        self._with_window_manager = window_manager
+        self._screen = screen
         self._processes = {}
 
     # Life
@@ -197,7 +197,7 @@ class Session:
             self.environment["QT_SCALE_FACTOR"] = str(self.scale)
         read, write = os.pipe()
         self.start("display", ["Xvfb", "-displayfd", str(write), "-nolisten", "tcp", "-noreset",
-                               "-screen", "0", f"{SCREEN[0]}x{SCREEN[1]}x24"], pass_fds=(write,))
+                               "-screen", "0", f"{self._screen[0]}x{self._screen[1]}x24"], pass_fds=(write,))
         os.close(write)
         with os.fdopen(read) as number:
             self.environment["DISPLAY"] = f":{int(number.readline())}"
@@ -206,8 +206,7 @@ class Session:
             raise NotPermitted
         self.start_bus()
         os.environ["DISPLAY"] = self.environment["DISPLAY"]
-        if self._with_window_manager:
-            self.start_window_manager()
+        self.start_window_manager()
         if self._tray_kind:
             self.start_tray()
 
@@ -314,6 +313,10 @@ class Session:
     def picture(self, path, area=None):
         crop = ["-crop", f"{area.width}x{area.height}+{area.x}+{area.y}", "+repage"] if area else []
         self.run("import", "-silent", "-window", "root", *crop, str(path))
+
+    def settle(self, duration=0.4):
+        """Waits for animations to end: for pictures only, tests wait for what they need."""
+        time.sleep(duration)
 
     def point(self, x, y):
         self.run("xdotool", "mousemove", str(x), str(y))
@@ -447,10 +450,10 @@ class Session:
         if not path.exists():
             path.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(os.path.realpath("/usr/bin/python3"), path)
-        script = self.folder / "listener"
+        script = self.folder / "home/serve"
         script.write_text(LISTENER)
         listener = self.start(
-            name or f"listener-{port}", [str(path), str(script), str(port), *arguments],
+            name or f"listener-{port}", [str(path), script.name, str(port), *arguments],
             environment={"PYTHONHOME": "/usr", "PYTHONDONTWRITEBYTECODE": "1"})
         wait_for(f"somebody listens on port {port}", lambda: is_taken(port))
         return listener
