@@ -196,8 +196,9 @@ class Session:
         if self.scale:
             self.environment["QT_SCALE_FACTOR"] = str(self.scale)
         read, write = os.pipe()
+        width, height = self._screen
         self.start("display", ["Xvfb", "-displayfd", str(write), "-nolisten", "tcp", "-noreset",
-                               "-screen", "0", f"{self._screen[0]}x{self._screen[1]}x24"], pass_fds=(write,))
+                               "-screen", "0", f"{width}x{height}x24"], pass_fds=(write,))
         os.close(write)
         with os.fdopen(read) as number:
             self.environment["DISPLAY"] = f":{int(number.readline())}"
@@ -252,14 +253,13 @@ class Session:
         finally:
             screen.close()
 
-    def start(self, name, command, pass_fds=(), environment=None):
+    def start(self, name, command, pass_fds=(), environment=None, folder=None):
         log = self.folder / "logs" / name.replace(" ", "-")
         with open(log, "ab") as output:
             process = subprocess.Popen(
                 command, env=self.environment | (environment or {}), stdin=subprocess.DEVNULL,
                 stdout=output, stderr=subprocess.STDOUT, pass_fds=pass_fds, preexec_fn=end_with_us,
-                process_group=0,
-                cwd=self.environment["HOME"])
+                process_group=0, cwd=folder or self.environment["HOME"])
         self._processes[name] = process
         return process
 
@@ -444,16 +444,18 @@ class Session:
 
     # Listeners
 
-    def listen(self, port, program="home/work/server", arguments=(), name=None):
+    def listen(self, port, program="home/work/server", arguments=(), name=None, folder="home",
+               script="serve"):
         """A process of the test's own that listens. Its executable is a copy of a program."""
         path = pathlib.Path(program) if program.startswith("/") else self.folder / program
         if not path.exists():
             path.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(os.path.realpath("/usr/bin/python3"), path)
-        script = self.folder / "home/serve"
-        script.write_text(LISTENER)
+        folder = self.folder / folder
+        folder.mkdir(parents=True, exist_ok=True)
+        (folder / script).write_text(LISTENER)
         listener = self.start(
-            name or f"listener-{port}", [str(path), script.name, str(port), *arguments],
+            name or f"listener-{port}", [str(path), script, str(port), *arguments], folder=folder,
             environment={"PYTHONHOME": "/usr", "PYTHONDONTWRITEBYTECODE": "1"})
         wait_for(f"somebody listens on port {port}", lambda: is_taken(port))
         return listener
