@@ -3,7 +3,7 @@
 
 #include "tests/CommandLine/ListeningChild.h"
 #include "tests/CommandLine/ProgramPaths.h"
-#include "tests/CommandLine/RunningProgram.h"
+#include "tests/Support/RunningProgram.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -4,7 +4,7 @@
 #include "Helper/linux/ControlGroups.h"
 #include "tests/Helper/ControlGroup.h"
 #include "tests/Helper/InventoryFixture.h"
-#include "tests/Helper/OtherUser.h"
+#include "tests/Support/OtherUser.h"
 
 #include <chrono>
 #include <cstddef>

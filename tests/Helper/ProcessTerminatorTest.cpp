@@ -4,8 +4,8 @@
 #include "Helper/ProcessTerminator.h"
 
 #include "tests/Helper/InventoryFixture.h"
-#include "tests/Helper/OtherUser.h"
 #include "tests/Helper/ReusedIdentifier.h"
+#include "tests/Support/OtherUser.h"
 
 #include <array>
 #include <cerrno>

@@ -4,8 +4,8 @@
 #include "Helper/ProcessTerminator.h"
 #include "tests/Helper/ControlGroup.h"
 #include "tests/Helper/InventoryFixture.h"
-#include "tests/Helper/InventoryProcess.h"
-#include "tests/Helper/OtherUser.h"
+#include "tests/Support/InventoryProcess.h"
+#include "tests/Support/OtherUser.h"
 
 #include <filesystem>
 #include <optional>

@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
-#include "tests/CommandLine/RunningProgram.h"
 #include "tests/Link/BusCaller.h"
 #include "tests/Support/ChildProcess.h"
 #include "tests/Support/HelperProgram.h"
 #include "tests/Support/PrivateBus.h"
 #include "tests/Support/Puppet.h"
+#include "tests/Support/RunningProgram.h"
 #include "tests/Support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "Shared/FileDescriptor.h"
-#include "tests/Helper/OtherUser.h"
 #include "tests/Link/HelperFixture.h"
+#include "tests/Support/OtherUser.h"
 #include "tests/Support/TemporaryFolder.h"
 
 #include <chrono>

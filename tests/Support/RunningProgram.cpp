@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
-#include "tests/CommandLine/RunningProgram.h"
+#include "tests/Support/RunningProgram.h"
 
 #include <array>
 #include <cerrno>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
-#include "tests/Helper/InventoryProcess.h"
+#include "tests/Support/InventoryProcess.h"
 
 #include "Helper/ListenerInventory.h"
 #include "Shared/WriteAll.h"

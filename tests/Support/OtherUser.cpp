@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
-#include "tests/Helper/OtherUser.h"
+#include "tests/Support/OtherUser.h"
 
-#include "tests/Helper/InventoryProcess.h"
+#include "tests/Support/InventoryProcess.h"
 
 #include <grp.h>
 #include <sys/wait.h>
