@@ -6,6 +6,7 @@
 #include "Models/PortTier.h"
 #include "UI/Theme.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <map>
@@ -35,6 +36,9 @@ const Tab &tabOf(PanelModel::Filter filter)
 {
     return tabs.at(static_cast<std::size_t>(filter));
 }
+
+/// By how much the same process may be said to have started at another time: the clock is set.
+constexpr std::chrono::seconds startTolerance{1};
 
 QString text(std::string_view utf8)
 {
@@ -168,7 +172,9 @@ PanelModel::Filter PanelModel::selectedFilter() const
 
 void PanelModel::selectFilter(Filter filter)
 {
-    m_state.setSelectedTier(tabOf(filter).filter);
+    if (filter != selectedFilter()) {
+        m_state.setSelectedTier(tabOf(filter).filter);
+    }
 }
 
 QString PanelModel::searchQuery() const
@@ -227,15 +233,30 @@ void PanelModel::setPendingKill(std::optional<PortRow> row)
 
 QCoro::Task<void> PanelModel::performKill(SharedPortEntry entry) const
 {
-    return performKill(m_services, std::move(entry));
+    const bool isGone = hasNewOwner(*entry);
+    return performKill(m_services, std::move(entry), isGone);
 }
 
-QCoro::Task<void> PanelModel::performKill(Services services, SharedPortEntry entry)
+bool PanelModel::hasNewOwner(const PortEntry &entry) const
+{
+    const auto isSame = [&entry](const SharedPortEntry &other) { return other->id == entry.id; };
+    const auto isAnother = [&entry](const SharedPortEntry &other) {
+        return other->pid == entry.pid &&
+               std::chrono::abs(other->openedAt - entry.openedAt) > startTolerance;
+    };
+    return std::ranges::none_of(m_state.ports(), isSame) &&
+           std::ranges::any_of(m_state.ports(), isAnother);
+}
+
+QCoro::Task<void> PanelModel::performKill(Services services, SharedPortEntry entry, bool isGone)
 {
     if (entry->tier == PortTier::System) {
         co_return;
     }
-    const KillResult result = co_await services.kill(entry->pid);
+    auto result = KillResult::NotFound;
+    if (!isGone) {
+        result = co_await services.kill(entry->pid);
+    }
     services.scheduleRescan();
     services.print(killOutcomeLine(result, entry->port));
 }

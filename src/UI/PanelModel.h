@@ -114,7 +114,8 @@ public:
     Q_INVOKABLE void confirmKill();
 
     /// Has the entry's process killed, asks for a rescan, then prints the outcome. An entry of the
-    /// tier `system` is refused without a word. May outlive the panel.
+    /// tier `system` is refused without a word, and one whose identifier the state knows to be
+    /// another process's by now is already gone. May outlive the panel.
     QCoro::Task<void> performKill(SharedPortEntry entry) const;
 
 Q_SIGNALS:
@@ -125,7 +126,8 @@ Q_SIGNALS:
     void pendingKillChanged();
 
 private:
-    static QCoro::Task<void> performKill(Services services, SharedPortEntry entry);
+    static QCoro::Task<void> performKill(Services services, SharedPortEntry entry, bool isGone);
+    [[nodiscard]] bool hasNewOwner(const PortEntry &entry) const;
 
     void followState();
     void refreshSoon();

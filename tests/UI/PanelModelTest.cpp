@@ -14,6 +14,8 @@
 
 #include <QSignalSpy>
 
+#include <chrono>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -78,6 +80,13 @@ PortRow rowOf(SharedPortEntry entry)
     return {std::move(entry), ""};
 }
 
+SharedPortEntry startedAt(std::chrono::milliseconds start, std::int64_t pid, std::int64_t port)
+{
+    PortEntry entry = *sampleEntry("node", pid, port);
+    entry.openedAt = decltype(entry.openedAt)(start);
+    return std::make_shared<const PortEntry>(std::move(entry));
+}
+
 } // namespace
 
 TEST_F(APanel, DoesNothingWhileItIsNotVisible)
@@ -100,6 +109,15 @@ TEST_F(APanel, IsUpToDateAsSoonAsItIsVisible)
     EXPECT_EQ(panel.rows()->rowCount(), 1);
     panel.setActive(true);
     EXPECT_EQ(panel.rows()->rowCount(), 2);
+}
+
+TEST_F(AVisiblePanel, LeavesTheListAloneWhenItsTabIsChosenAgain)
+{
+    const QSignalSpy replaced(panel.rows(), &PortListModel::replaced);
+    panel.selectFilter(PanelModel::All);
+    EXPECT_THAT(replaced, IsEmpty());
+    panel.selectFilter(PanelModel::Dev);
+    EXPECT_EQ(replaced.size(), 1);
 }
 
 TEST_F(AVisiblePanel, GathersTheChangesOfAScanIntoOne)
@@ -269,6 +287,38 @@ TEST_F(AVisiblePanel, KillsWhatWasChosenWhateverTheListDoesMeanwhile)
     state.portClosed(*chosen);
     openAndShow("ruby", 3000);
     EXPECT_EQ(panel.confirmedEntry().entry(), chosen);
+    panel.confirmKill();
+    EXPECT_EQ(requests.front(), "kill 812");
+}
+
+TEST_F(AVisiblePanel, TakesAProcessForGoneWhoseIdentifierAnotherHasByNow)
+{
+    const SharedPortEntry chosen = startedAt(std::chrono::seconds(100), 812, 3000);
+    state.portOpened(chosen);
+    panel.requestKill(rowOf(chosen));
+    state.portClosed(*chosen);
+    state.portOpened(startedAt(std::chrono::seconds(200), 812, 4000));
+    panel.confirmKill();
+    EXPECT_THAT(requests, ElementsAre("rescan", "[kill] :3000 already gone"));
+}
+
+TEST_F(AVisiblePanel, KillsAProcessThatListensOnAnotherPortByNow)
+{
+    const SharedPortEntry chosen = startedAt(std::chrono::seconds(100), 812, 3000);
+    state.portOpened(chosen);
+    panel.requestKill(rowOf(chosen));
+    state.portClosed(*chosen);
+    state.portOpened(startedAt(std::chrono::milliseconds(100'400), 812, 4000));
+    panel.confirmKill();
+    EXPECT_EQ(requests.front(), "kill 812");
+}
+
+TEST_F(AVisiblePanel, KillsWhatIsListedWhateverElseHasItsIdentifier)
+{
+    const SharedPortEntry chosen = startedAt(std::chrono::seconds(100), 812, 3000);
+    state.portOpened(chosen);
+    state.portOpened(startedAt(std::chrono::seconds(200), 812, 4000));
+    panel.requestKill(rowOf(chosen));
     panel.confirmKill();
     EXPECT_EQ(requests.front(), "kill 812");
 }
