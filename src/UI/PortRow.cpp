@@ -11,6 +11,7 @@
 #include <QLocale>
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <utility>
 
@@ -29,17 +30,50 @@ struct PortRow::Texts
 
 namespace {
 
+/// Whether @p c, of a text that anybody may have chosen, would break the line, or change the order
+/// in which what is beside it is written.
+bool disturbs(QChar c)
+{
+    switch (c.direction()) {
+    case QChar::DirLRE:
+    case QChar::DirLRO:
+    case QChar::DirRLE:
+    case QChar::DirRLO:
+    case QChar::DirPDF:
+    case QChar::DirLRI:
+    case QChar::DirRLI:
+    case QChar::DirFSI:
+    case QChar::DirPDI:
+        return true;
+    default:
+        break;
+    }
+    constexpr std::array<char16_t, 3> marks{u'\u061c', u'\u200e', u'\u200f'};
+    return c.category() == QChar::Other_Control || c.category() == QChar::Separator_Line ||
+           c.category() == QChar::Separator_Paragraph || std::ranges::count(marks, c) > 0;
+}
+
 QString shown(std::string_view text)
 {
     QString result = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-    const auto breaksLine = [](QChar c) {
-        return c.category() == QChar::Other_Control || c.category() == QChar::Separator_Line ||
-               c.category() == QChar::Separator_Paragraph;
-    };
-    if (std::ranges::any_of(std::as_const(result), breaksLine)) {
-        std::ranges::replace_if(result, breaksLine, QChar(u' '));
+    if (std::ranges::any_of(std::as_const(result), disturbs)) {
+        std::ranges::replace_if(result, disturbs, QChar(u' '));
     }
     return result;
+}
+
+/// @p text so that it leaves the order of what is written beside it alone, even when it is itself
+/// written from the right: between the isolates of the Unicode bidirectional algorithm.
+QString isolated(const QString &text)
+{
+    const auto isFromTheRight = [](QChar c) {
+        return c.direction() == QChar::DirR || c.direction() == QChar::DirAL ||
+               c.direction() == QChar::DirAN || c.isSurrogate();
+    };
+    if (std::ranges::none_of(text, isFromTheRight)) {
+        return text;
+    }
+    return QChar(u'\u2068') + text + QChar(u'\u2069');
 }
 
 /// Whether the two differ only in case, as the user's language tells it.
@@ -147,7 +181,7 @@ QString PortRow::killDetail() const
     if (!m_entry) {
         return {};
     }
-    return QStringLiteral(":%1 · ").arg(m_entry->port) + m_texts->process +
+    return QStringLiteral(":%1 · ").arg(m_entry->port) + isolated(m_texts->process) +
            QStringLiteral(" · PID %1").arg(m_entry->pid);
 }
 

@@ -119,6 +119,24 @@ TEST_F(APortRow, ShowsControlCharactersAsBlanks)
     EXPECT_EQ(row().command(), QStringLiteral("sh -c a  b c"));
 }
 
+TEST_F(APortRow, ShowsMarksThatWouldChangeTheOrderOfWritingAsBlanks)
+{
+    entry.process = "a\u202e0001 DIP\u2066\u200f\u061c";
+    entry.description = "\u202dtxt\u2069\u200e";
+    EXPECT_EQ(row().killDetail(), QStringLiteral(":3000 · a 0001 DIP    · PID 812"));
+    EXPECT_EQ(row().description(), QStringLiteral(" txt  "));
+}
+
+TEST_F(APortRow, KeepsTheOrderBesideANameThatIsWrittenFromTheRight)
+{
+    entry.process = "שרת";
+    EXPECT_EQ(row().killDetail(), QStringLiteral(":3000 · \u2068שרת\u2069 · PID 812"));
+    entry.process = "مخدم";
+    EXPECT_EQ(row().killDetail(), QStringLiteral(":3000 · \u2068مخدم\u2069 · PID 812"));
+    entry.process = "größe";
+    EXPECT_EQ(row().killDetail(), QStringLiteral(":3000 · größe · PID 812"));
+}
+
 TEST_F(APortRow, TellsAssistiveTechnologyWhatListens)
 {
     entry.originArguments = {"npm", "start"};
