@@ -6,43 +6,50 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import Tarnwick.UI
 
-/// Keeps the place of one row while the list changes, and the current row with it.
+/// Keeps what the user looks at in its place while the list changes: the row under the pointer, else
+/// the one with the keyboard, else the first visible one that stays, unless the list is at its top.
 QtObject {
     id: root
 
     required property ListView view
     required property PortListModel rows
     required property HoverHandler pointer
-    property portRow anchor
-    property portRow current
-    property real offset: 0
-    property bool hasAnchor: false
-    property bool hasCurrent: false
+    /// For each row that is kept, in the order of their importance, how far below the view's upper
+    /// edge it is; not a number for one whose place does not matter.
+    property list<real> offsets
 
-    function itemToKeep(): PortRowItem {
-        if (!pointer.hovered && view.contentY <= view.originY)
-            return null;
-        const y = pointer.hovered ? pointer.point.position.y : 0;
-        return view.itemAt(0, view.contentY + y) as PortRowItem;
-    }
     function remember(): void {
-        const item = itemToKeep();
-        hasAnchor = item !== null;
-        if (hasAnchor) {
-            anchor = item.entry;
-            offset = item.y - view.contentY;
-        }
-        const currentItem = view.currentItem as PortRowItem;
-        hasCurrent = currentItem !== null;
-        if (hasCurrent)
-            current = currentItem.entry;
+        const kept = [];
+        const keep = (index, mattersHere) => {
+            const item = view.itemAtIndex(index);
+            if (!item)
+                return;
+            rows.keep(index);
+            kept.push(mattersHere && isVisible(item) ? item.y - view.contentY : NaN);
+        };
+        if (pointer.hovered)
+            keep(view.indexAt(0, view.contentY + pointer.point.position.y), true);
+        keep(view.currentIndex, view.activeFocus);
+        const isScrolled = view.contentY > view.originY;
+        const end = view.indexAt(0, view.contentY + view.height - 1);
+        const last = end < 0 ? view.count - 1 : end;
+        for (let i = Math.max(0, view.indexAt(0, view.contentY)); i <= last; ++i)
+            keep(i, isScrolled);
+        offsets = kept;
+    }
+    function isVisible(item: Item): bool {
+        return item.y + item.height > view.contentY && item.y < view.contentY + view.height;
     }
     function restore(): void {
-        if (hasCurrent)
-            view.currentIndex = rows.indexOf(current);
-        const index = hasAnchor ? rows.indexOf(anchor) : -1;
-        if (index < 0)
-            return;
+        for (let i = 0; i < offsets.length; ++i) {
+            const index = isNaN(offsets[i]) ? -1 : rows.keptIndex(i);
+            if (index >= 0) {
+                putAt(index, offsets[i]);
+                return;
+            }
+        }
+    }
+    function putAt(index: int, offset: real): void {
         view.forceLayout();
         if (!view.itemAtIndex(index))
             view.positionViewAtIndex(index, ListView.Beginning);

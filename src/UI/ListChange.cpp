@@ -55,6 +55,43 @@ void append(std::vector<ListChange> &changes, const ListChange &step)
     changes.push_back(step);
 }
 
+/// A part of the old list, and the part of the new one that takes its place.
+struct Replacement
+{
+    std::size_t firstRow;
+    std::size_t firstSource;
+    std::size_t endRow;
+    std::size_t endSource;
+
+    explicit Replacement(const ListChange &change)
+        : firstRow(change.row)
+        , firstSource(change.source)
+        , endRow(change.row)
+        , endSource(change.source)
+    {
+        extendBy(change);
+    }
+
+    void extendBy(const ListChange &change)
+    {
+        const bool removes = change.kind == ListChange::Kind::Removal;
+        endRow = change.row + (removes ? change.count : 0);
+        endSource = change.source + (removes ? 0 : change.count);
+    }
+};
+
+void append(std::vector<ListChange> &changes, const Replacement &part)
+{
+    if (part.endRow > part.firstRow) {
+        changes.push_back({ListChange::Kind::Removal, part.firstRow, part.firstSource,
+                           part.endRow - part.firstRow});
+    }
+    if (part.endSource > part.firstSource) {
+        changes.push_back({ListChange::Kind::Insertion, part.endRow, part.firstSource,
+                           part.endSource - part.firstSource});
+    }
+}
+
 } // namespace
 
 std::vector<ListChange> ListChange::between(Entries before, Entries after)
@@ -73,6 +110,27 @@ std::vector<ListChange> ListChange::between(Entries before, Entries after)
         ++(kind == Kind::Removal ? row : source);
     }
     return changes;
+}
+
+std::vector<ListChange> ListChange::merged(std::span<const ListChange> changes,
+                                           std::span<const std::size_t> kept)
+{
+    std::vector<ListChange> result;
+    if (changes.empty()) {
+        return result;
+    }
+    Replacement part(changes.front());
+    for (const ListChange &change : changes.subspan(1)) {
+        const auto next = std::ranges::lower_bound(kept, part.endRow);
+        if (next == kept.end() || *next >= change.row) {
+            part.extendBy(change);
+            continue;
+        }
+        append(result, part);
+        part = Replacement(change);
+    }
+    append(result, part);
+    return result;
 }
 
 } // namespace Tarnwick

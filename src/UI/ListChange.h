@@ -26,6 +26,12 @@ struct ListChange
     /// order. They are in the order of the rows. Takes time that grows with the length of the two.
     [[nodiscard]] static std::vector<ListChange> between(std::span<const SharedPortEntry> before,
                                                          std::span<const SharedPortEntry> after);
+
+    /// Fewer changes with the same end as @p changes, which between() made: those between which
+    /// none of @p kept stays, rows of the old list in their order, are one removal and one
+    /// insertion, of what stays between them too.
+    [[nodiscard]] static std::vector<ListChange> merged(std::span<const ListChange> changes,
+                                                        std::span<const std::size_t> kept);
 };
 
 } // namespace Tarnwick

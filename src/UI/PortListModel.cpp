@@ -3,8 +3,6 @@
 
 #include "UI/PortListModel.h"
 
-#include "UI/ListChange.h"
-
 #include <QVariant>
 
 #include <algorithm>
@@ -45,6 +43,7 @@ void PortListModel::setEntries(std::vector<SharedPortEntry> entries)
     Q_EMIT aboutToChange();
     apply(std::move(entries));
     Q_EMIT changed();
+    m_kept.clear();
 }
 
 void PortListModel::replaceEntries(std::vector<SharedPortEntry> entries)
@@ -53,27 +52,34 @@ void PortListModel::replaceEntries(std::vector<SharedPortEntry> entries)
     Q_EMIT replaced();
 }
 
-int PortListModel::indexOf(const PortRow &row) const
+void PortListModel::keep(int index)
 {
-    if (!row.entry()) {
-        return -1;
+    m_kept.emplace_back(this->index(index));
+}
+
+int PortListModel::keptIndex(int nth) const
+{
+    return m_kept.at(static_cast<std::size_t>(nth)).row();
+}
+
+std::vector<ListChange> PortListModel::changesTo(const std::vector<SharedPortEntry> &entries) const
+{
+    std::vector<ListChange> changes = ListChange::between(m_entries, entries);
+    if (changes.size() <= mostChanges) {
+        return changes;
     }
-    const auto found = std::ranges::find(m_entries, row.entry()->id,
-                                         [](const SharedPortEntry &entry) { return entry->id; });
-    return found == m_entries.end() ? -1 : static_cast<int>(found - m_entries.begin());
+    std::vector<std::size_t> kept;
+    for (const QPersistentModelIndex &index : m_kept) {
+        kept.push_back(static_cast<std::size_t>(index.row()));
+    }
+    std::ranges::sort(kept);
+    return ListChange::merged(changes, kept);
 }
 
 void PortListModel::apply(std::vector<SharedPortEntry> entries)
 {
-    const std::vector<ListChange> changes = ListChange::between(m_entries, entries);
-    if (changes.size() > mostChanges) {
-        beginResetModel();
-        m_entries = std::move(entries);
-        endResetModel();
-        return;
-    }
     // From the end, so that the rows of the changes to come stay what they are.
-    for (const ListChange &change : std::views::reverse(changes)) {
+    for (const ListChange &change : std::views::reverse(changesTo(entries))) {
         const int first = static_cast<int>(change.row);
         const int last = static_cast<int>(change.row + change.count) - 1;
         const auto place = m_entries.begin() + first;

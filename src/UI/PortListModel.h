@@ -4,9 +4,11 @@
 #pragma once
 
 #include "Models/PortEntry.h"
+#include "UI/ListChange.h"
 #include "UI/PortRow.h"
 
 #include <QAbstractListModel>
+#include <QPersistentModelIndex>
 #include <QQmlEngine>
 
 #include <cstddef>
@@ -16,8 +18,9 @@
 namespace Tarnwick {
 
 /// The rows of the list, by port. An entry's `id` is the identity of its row: a new list is applied
-/// as the insertions and removals that lead to it, so that the rows that stay are not touched;
-/// where these are too many to be worth their while, the model is reset. Main thread.
+/// as the insertions and removals that lead to it, so that the rows that stay are not touched.
+/// Where these are too many to be worth their while, only those stay that somebody looks at. Main
+/// thread.
 class PortListModel : public QAbstractListModel
 {
     Q_OBJECT
@@ -27,8 +30,8 @@ class PortListModel : public QAbstractListModel
 public:
     enum Role { EntryRole = Qt::UserRole };
 
-    /// Above this number of separate insertions and removals the model is reset: each costs time
-    /// that grows with those before it.
+    /// Above this number of separate insertions and removals they are merged: each costs time that
+    /// grows with those before it.
     static constexpr std::size_t mostChanges = 100;
 
     /// @p home is the folder that rows write "~".
@@ -44,8 +47,12 @@ public:
     /// Shows @p entries, in that order too, as another list: that of another filter or search.
     void replaceEntries(std::vector<SharedPortEntry> entries);
 
-    /// The row that shows the entry of @p row, or -1.
-    Q_INVOKABLE [[nodiscard]] int indexOf(const Tarnwick::PortRow &row) const;
+    /// In answer to aboutToChange(): somebody looks at the row at @p index.
+    Q_INVOKABLE void keep(int index);
+
+    /// In answer to changed(): where the row is now that keep() was called for as the @p nth one
+    /// from 0, or -1 when it is gone.
+    Q_INVOKABLE [[nodiscard]] int keptIndex(int nth) const;
 
 Q_SIGNALS:
     /// Around all changes that news bring.
@@ -56,8 +63,11 @@ Q_SIGNALS:
 
 private:
     void apply(std::vector<SharedPortEntry> entries);
+    [[nodiscard]] std::vector<ListChange>
+    changesTo(const std::vector<SharedPortEntry> &entries) const;
 
     std::vector<SharedPortEntry> m_entries;
+    std::vector<QPersistentModelIndex> m_kept;
     std::string m_home;
 };
 

@@ -19,6 +19,8 @@ FocusScope {
     function scrollBy(distance: real): void {
         const end = list.originY + Math.max(0, list.contentHeight - list.height);
         list.contentY = Math.round(Math.max(list.originY, Math.min(list.contentY + distance, end)));
+        // Where the end is, is a guess until its rows are there.
+        list.returnToBounds();
     }
     function select(index: int): void {
         if (list.count === 0)

@@ -19,19 +19,23 @@ using testing::IsEmpty;
 namespace {
 
 /// "-row+count" of a removal, "+row+count" of an insertion.
-std::vector<std::string> steps(const Entries &before, const Entries &after)
+std::vector<std::string> texts(const std::vector<ListChange> &changes)
 {
     std::vector<std::string> result;
-    for (const ListChange &change : ListChange::between(before, after)) {
+    for (const ListChange &change : changes) {
         result.push_back((change.kind == ListChange::Kind::Removal ? "-" : "+") +
                          std::to_string(change.row) + 'x' + std::to_string(change.count));
     }
     return result;
 }
 
-Entries applied(Entries list, const Entries &after)
+std::vector<std::string> steps(const Entries &before, const Entries &after)
 {
-    const std::vector<ListChange> changes = ListChange::between(list, after);
+    return texts(ListChange::between(before, after));
+}
+
+Entries applied(Entries list, const Entries &after, const std::vector<ListChange> &changes)
+{
     for (const ListChange &change : std::views::reverse(changes)) {
         const auto row = list.begin() + static_cast<std::ptrdiff_t>(change.row);
         const auto count = static_cast<std::ptrdiff_t>(change.count);
@@ -43,6 +47,11 @@ Entries applied(Entries list, const Entries &after)
         }
     }
     return list;
+}
+
+Entries applied(const Entries &before, const Entries &after)
+{
+    return applied(before, after, ListChange::between(before, after));
 }
 
 class AListChange : public testing::Test
@@ -114,5 +123,52 @@ TEST_F(AListChange, LeadsFromAnyListToAnyOther)
         const Entries before = some();
         const Entries after = some();
         ASSERT_EQ(applied(before, after), after);
+    }
+}
+
+TEST_F(AListChange, IsMergedAcrossWhatNobodyLooksAt)
+{
+    const Entries before{a, b, c, d};
+    const Entries after{b, d, sampleEntry("e", 5, 50)};
+    const auto changes = ListChange::between(before, after);
+    ASSERT_EQ(changes.size(), 3U);
+    EXPECT_EQ(applied(before, after, ListChange::merged(changes, {})), after);
+    EXPECT_EQ(ListChange::merged(changes, {}).size(), 2U);
+
+    const std::vector<std::size_t> kept{1};
+    EXPECT_EQ(applied(before, after, ListChange::merged(changes, kept)), after);
+    EXPECT_THAT(texts(ListChange::merged(changes, kept)), ElementsAre("-0x1", "-2x2", "+4x2"));
+    EXPECT_THAT(ListChange::merged({}, kept), IsEmpty());
+}
+
+TEST_F(AListChange, LeadsToTheSameListHoweverItIsMerged)
+{
+    std::mt19937 random(20261121); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same each time
+    const Entries all = manyEntries(60);
+    for (int round = 0; round < 200; ++round) {
+        Entries before;
+        Entries after;
+        std::vector<std::size_t> kept;
+        for (const SharedPortEntry &entry : all) {
+            const unsigned choice = random() % 8;
+            if (choice < 6) {
+                if (choice == 0) {
+                    kept.push_back(before.size());
+                }
+                before.push_back(entry);
+            }
+            if (choice < 5 || choice == 7) {
+                after.push_back(entry);
+            }
+        }
+        const auto changes = ListChange::merged(ListChange::between(before, after), kept);
+        EXPECT_EQ(applied(before, after, changes), after);
+        for (const std::size_t row : kept) {
+            EXPECT_TRUE(std::ranges::none_of(changes, [row](const ListChange &change) {
+                return change.kind == ListChange::Kind::Removal && change.row <= row &&
+                       row < change.row + change.count;
+            }));
+        }
+        EXPECT_LE(changes.size(), 2 * (kept.size() + 1));
     }
 }

@@ -20,6 +20,15 @@ using testing::IsEmpty;
 
 namespace {
 
+Entries everySecond(const Entries &all)
+{
+    Entries result;
+    for (std::size_t i = 0; i < all.size(); i += 2) {
+        result.push_back(all[i]);
+    }
+    return result;
+}
+
 class APortListModel : public testing::Test
 {
 protected:
@@ -113,17 +122,35 @@ TEST_F(APortListModel, TakesAnEntryWithAnotherIdentifierForAnotherRow)
     EXPECT_FALSE(before.isValid());
 }
 
-TEST_F(APortListModel, ResetsWhereSingleChangesWouldBeTooMany)
+TEST_F(APortListModel, MergesChangesThatWouldBeTooMany)
 {
     const Entries all = manyEntries(3 * static_cast<int>(PortListModel::mostChanges));
-    Entries everySecond;
-    for (std::size_t i = 0; i < all.size(); i += 2) {
-        everySecond.push_back(all[i]);
-    }
     show(all);
-    m_model.setEntries(everySecond);
-    EXPECT_THAT(m_changes, ElementsAre("(", "reset", ")"));
-    EXPECT_EQ(shown(), everySecond);
+    m_model.setEntries(everySecond(all));
+    EXPECT_THAT(m_changes, ElementsAre("(", "+300-448", "-1-299", ")"));
+    EXPECT_EQ(shown(), everySecond(all));
+}
+
+TEST_F(APortListModel, LeavesRowsThatAreLookedAtAloneHoweverManyChange)
+{
+    const Entries all = manyEntries(3 * static_cast<int>(PortListModel::mostChanges));
+    show(all);
+    const QPersistentModelIndex seen = m_model.index(100);
+    const QPersistentModelIndex unseen = m_model.index(200);
+    std::vector<int> places;
+    QObject::connect(&m_model, &PortListModel::aboutToChange, &m_model, [this] {
+        for (const int row : {101, 100, 98}) {
+            m_model.keep(row);
+        }
+    });
+    QObject::connect(&m_model, &PortListModel::changed, &m_model, [this, &places] {
+        places = {m_model.keptIndex(0), m_model.keptIndex(1), m_model.keptIndex(2)};
+    });
+    m_model.setEntries(everySecond(all));
+    EXPECT_THAT(places, ElementsAre(-1, 50, 49));
+    EXPECT_EQ(seen.row(), 50);
+    EXPECT_FALSE(unseen.isValid());
+    EXPECT_EQ(shown(), everySecond(all));
 }
 
 TEST_F(APortListModel, AppliesAsManyChangesAsAreWorthTheirWhile)
@@ -146,14 +173,6 @@ TEST_F(APortListModel, TellsAnotherListFromNews)
     show({m_node, m_ruby});
     m_model.replaceEntries({m_ruby});
     EXPECT_THAT(m_changes, ElementsAre("-0-0", "replaced"));
-}
-
-TEST_F(APortListModel, FindsTheRowOfAnEntry)
-{
-    show({m_node, m_ruby});
-    EXPECT_EQ(m_model.indexOf(row(1)), 1);
-    EXPECT_EQ(m_model.indexOf(PortRow(m_redis, "")), -1);
-    EXPECT_EQ(m_model.indexOf(PortRow()), -1);
 }
 
 TEST_F(APortListModel, HasNoRowsBelowRowsAndNoOtherData)

@@ -45,8 +45,17 @@ FocusScope {
             sample.model.selectedFilter = PanelModel.Dev;
             sample.model.selectedFilter = PanelModel.All;
         }
+        function rows() {
+            const found = [];
+            for (let i = 0; i < list.view.count; ++i) {
+                const item = list.view.itemAtIndex(i);
+                if (item)
+                    found.push(item.children[0]);
+            }
+            return found;
+        }
         function rowOf(process: string): PortRowView {
-            return all(list, item => item instanceof PortRowView && item.entry.description === process && item.parent.visible)[0] ?? null;
+            return rows().find(row => row.entry.description === process) ?? null;
         }
         function place(process: string): real {
             return rowOf(process).mapToItem(list, 0, 0).y;
@@ -109,16 +118,10 @@ FocusScope {
             list.scrollBy(3000);
             const first = list.view.itemAt(0, list.view.contentY).entry.description;
             const before = place(first);
-            for (let i = 0; i < 110; ++i)
-                sample.open({
-                    port: 10000 + i,
-                    pid: 9000 + i,
-                    process: `twin-${i}`
-                });
+            openTwins();
             tryCompare(list.view, "count", 210);
             compare(place(first), before);
-            for (let i = 0; i < 110; ++i)
-                sample.close(9000 + i, 10000 + i);
+            closeTwins();
             tryCompare(list.view, "count", 100);
             compare(place(first), before);
         }
@@ -181,6 +184,78 @@ FocusScope {
             verify(rowOf("worker-1").isFocused);
             close(1, 1);
             verify(rowOf("worker-1").isFocused);
+        }
+        function test_goesOnAtTheNextRowWhenTheChosenOneGoes(): void {
+            keyClick(Qt.Key_Tab);
+            for (let i = 0; i < 30; ++i)
+                keyClick(Qt.Key_Down);
+            verify(rowOf("worker-30").isFocused);
+            close(1030, 10030);
+            verify(rowOf("worker-31").isFocused);
+            keyClick(Qt.Key_Down);
+            verify(rowOf("worker-32").isFocused);
+            keyClick(Qt.Key_End);
+            close(1099, 10099);
+            verify(rowOf("worker-98").isFocused);
+            for (const i of [30, 99])
+                sample.open({
+                    port: 10000 + i,
+                    pid: 1000 + i,
+                    process: `worker-${i}`
+                });
+            tryCompare(list.view, "count", 100);
+        }
+        function openTwins(): void {
+            for (let i = 0; i < 110; ++i)
+                sample.open({
+                    port: 10000 + i,
+                    pid: 9000 + i,
+                    process: `twin-${i}`
+                });
+        }
+        function closeTwins(): void {
+            for (let i = 0; i < 110; ++i)
+                sample.close(9000 + i, 10000 + i);
+        }
+        function test_keepsItsPlaceWhenTheFirstRowGoesWithManyOthers(): void {
+            openTwins();
+            tryCompare(list.view, "count", 210);
+            list.scrollBy(4000);
+            const isVisible = row => row.mapToItem(list, 0, row.height).y >= 0;
+            const seen = rows().find(row => isVisible(row) && row.entry.description.startsWith("worker")).entry.description;
+            const before = place(seen);
+            closeTwins();
+            tryCompare(list.view, "count", 100);
+            verify(rowOf(seen));
+            verify(Math.abs(place(seen) - before) <= 1, `${place(seen)} after ${before}`);
+        }
+        function test_keepsTheKeyboardWhereItIsWhenManyChange(): void {
+            keyClick(Qt.Key_Tab);
+            for (let i = 0; i < 3; ++i)
+                keyClick(Qt.Key_Down);
+            const before = place("worker-3");
+            const row = rowOf("worker-3");
+            openTwins();
+            tryCompare(list.view, "count", 210);
+            verify(rowOf("worker-3").isFocused);
+            compare(rowOf("worker-3"), row);
+            closeTwins();
+            tryCompare(list.view, "count", 100);
+            compare(rowOf("worker-3"), row);
+            compare(place("worker-3"), before);
+        }
+        function test_keepsASelectionWhenManyChange(): void {
+            const text = all(rowOf("worker-2"), item => item instanceof SelectableText && item.text === "worker-2")[0];
+            mouseMove(text, 5, 5);
+            mouseDoubleClickSequence(text, 5, 5);
+            const editor = all(text, item => item instanceof TextEdit)[0];
+            verify(editor.selectedText.length > 0);
+            openTwins();
+            tryCompare(list.view, "count", 210);
+            verify(editor && editor.selectedText.length > 0);
+            verify(editor.activeFocus);
+            closeTwins();
+            tryCompare(list.view, "count", 100);
         }
         function test_isAListForAssistiveTechnology(): void {
             compare(list.view.Accessible.role, Accessible.List);
