@@ -24,6 +24,11 @@ Item {
         tag.visible = true;
     }
 
+    FontMetrics {
+        id: metrics
+
+        font: label.font
+    }
     Timer {
         interval: 600
         running: true
@@ -53,7 +58,7 @@ Item {
             font.pixelSize: 11
             wrapMode: Text.Wrap
             elide: Text.ElideRight
-            maximumLineCount: 16
+            maximumLineCount: Math.max(1, Math.floor((root.Window.height - 2 * root.margin - 10) / metrics.lineSpacing))
         }
     }
 }

@@ -41,6 +41,8 @@ FocusScope {
             if (mouse.button === Qt.LeftButton)
                 root.cancelled();
         }
+        // The second click of two on the button that asked is no answer.
+        onDoubleClicked: mouse => mouse.accepted = true
         onWheel: wheel => wheel.accepted = true
     }
     Column {

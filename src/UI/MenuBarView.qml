@@ -23,19 +23,34 @@ Rectangle {
             content.forceActiveFocus();
     }
 
+    function focusSearch(): void {
+        if (!isConfirming)
+            filter.focusSearch();
+    }
+    function openSettings(): void {
+        if (!isConfirming)
+            panel.openSettings();
+    }
+
+    // A text that can be selected takes every key that it might have a use for away from the
+    // shortcuts, and then leaves those that it has none for.
+    Keys.onPressed: event => {
+        const actions = new Map([[Qt.Key_F, root.focusSearch], [Qt.Key_Comma, root.openSettings], [Qt.Key_Q, root.panel.quit]]);
+        event.accepted = event.modifiers === Qt.ControlModifier && actions.has(event.key);
+        if (event.accepted)
+            actions.get(event.key)();
+    }
+
     Shortcut {
         sequence: "Ctrl+F"
-        enabled: !root.isConfirming
-        onActivated: filter.focusSearch()
+        onActivated: root.focusSearch()
     }
     Shortcut {
         sequence: "Ctrl+,"
-        enabled: !root.isConfirming
-        onActivated: root.panel.openSettings()
+        onActivated: root.openSettings()
     }
     Shortcut {
         sequence: "Ctrl+Q"
-        enabled: !root.isConfirming
         onActivated: root.panel.quit()
     }
     FocusScope {

@@ -6,11 +6,22 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import Tarnwick.UI
 
-/// The bubble of the first start: where the application lives.
+/// The bubble of the first start: where the application lives. Its arrow points there.
 Rectangle {
     id: root
 
+    /// Whether the bubble is above the icon, for want of room below it.
+    property bool isAbove: false
+
     signal dismiss
+
+    component Arrow: PlainText {
+        anchors.horizontalCenter: parent.horizontalCenter
+        color: Qt.rgba(74 / 255, 222 / 255, 128 / 255, 1)
+        font.pixelSize: 22
+        font.weight: Font.DemiBold
+        Accessible.ignored: true
+    }
 
     implicitWidth: 260
     implicitHeight: 96
@@ -27,13 +38,9 @@ Rectangle {
         width: parent.width - 32
         spacing: 6
 
-        PlainText {
-            anchors.horizontalCenter: parent.horizontalCenter
+        Arrow {
+            visible: !root.isAbove
             text: "↑"
-            color: Qt.rgba(74 / 255, 222 / 255, 128 / 255, 1)
-            font.pixelSize: 22
-            font.weight: Font.DemiBold
-            Accessible.ignored: true
         }
         PlainText {
             anchors.horizontalCenter: parent.horizontalCenter
@@ -50,6 +57,10 @@ Rectangle {
             font.pixelSize: 9
             font.letterSpacing: 1.5
             Accessible.ignored: true
+        }
+        Arrow {
+            visible: root.isAbove
+            text: "↓"
         }
     }
     TapHandler {

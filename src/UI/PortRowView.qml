@@ -79,6 +79,7 @@ FocusScope {
         anchors.right: parent.right
         anchors.rightMargin: 14
         y: 10
+        // As wide with the kill button as with the figures: the texts beside it must not move.
         width: settings.item ? Math.max(160, settings.item.width) : details.width
 
         PortRowDetails {

@@ -6,9 +6,9 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import Tarnwick.UI
 
-/// A text that can be selected and copied. It is cut where it has no room; then the whole of it
-/// is in a tooltip, and a copy of it is the whole as well. What makes it selectable exists only
-/// while the pointer is over it or something of it is selected.
+/// A text that can be selected and copied. It is cut where it has no room; then a tooltip shows as
+/// much of it as the window has room for, and a copy of all of it is the whole. What makes it
+/// selectable exists only while the pointer is over it or something of it is selected.
 Item {
     id: root
 

@@ -169,6 +169,29 @@ FocusScope {
             keySequence("Ctrl+Q");
             compare(sample.requests, ["quit"]);
         }
+        function test_quitsAlsoWhileItAsks(): void {
+            askToKill("PostgreSQL");
+            keySequence("Ctrl+Q");
+            compare(sample.requests, ["quit"]);
+        }
+        function test_hasItsShortcutsAlsoWithTheKeyboardInAText(): void {
+            const text = textItem(view, "PostgreSQL").parent;
+            mouseMove(text, 5, 5);
+            mouseClick(text, 5, 5);
+            verify(root.Window.activeFocusItem instanceof TextEdit);
+            keySequence("Ctrl+,");
+            keySequence("Ctrl+Q");
+            compare(sample.requests, ["settings", "quit"]);
+            keySequence("Ctrl+F");
+            verify(part(SearchField).isFocused);
+        }
+        function test_takesADoubleClickOnTheButtonForOne(): void {
+            const row = rowOf("PostgreSQL");
+            mouseMove(row, 300, 5);
+            mouseDoubleClickSequence(all(row, item => item instanceof KillButton)[0]);
+            verify(sample.model.confirming);
+            compare(sample.requests, []);
+        }
         function test_asksBeforeAKill(): void {
             askToKill("PostgreSQL");
             verify(confirmation());
@@ -200,7 +223,7 @@ FocusScope {
         }
         function test_keepsEverythingFromWhatIsBelowAConfirmation(): void {
             askToKill("PostgreSQL");
-            for (const keys of ["Ctrl+F", "Ctrl+,", "Ctrl+Q"])
+            for (const keys of ["Ctrl+F", "Ctrl+,"])
                 keySequence(keys);
             keyClick(Qt.Key_Tab);
             keyClick(Qt.Key_Tab);

@@ -32,6 +32,7 @@ Item {
 
         function init(): void {
             dismissals.clear();
+            bubble.isAbove = false;
         }
         function test_saysWhereTheApplicationLives(): void {
             compareFont(textItem(bubble, "↑").font, 22, Font.DemiBold, 0);
@@ -40,6 +41,14 @@ Item {
             compareColor(textItem(bubble, "↑").color, 74, 222, 128, 1);
             compareColor(textItem(bubble, "Tarnwick lives in your menu bar.").color, 255, 255, 255, 1);
             compareColor(textItem(bubble, "CLICK ANYWHERE TO DISMISS").color, 255, 255, 255, 0.55);
+        }
+        function test_pointsToTheIconBelowItToo(): void {
+            bubble.isAbove = true;
+            verify(!textItem(bubble, "↑"));
+            const arrow = textItem(bubble, "↓");
+            compareFont(arrow.font, 22, Font.DemiBold, 0);
+            tryVerify(() => arrow.mapToItem(bubble, 0, 0).y > textItem(bubble, "CLICK ANYWHERE TO DISMISS").mapToItem(bubble, 0, 0).y);
+            test_fitsItsSize();
         }
         function test_fitsItsSize(): void {
             compare(Qt.size(bubble.implicitWidth, bubble.implicitHeight), Qt.size(260, 96));
