@@ -234,10 +234,11 @@ class Session:
                 "/StatusNotifierWatcher", "org.freedesktop.DBus.Properties.Get",
                 "string:org.kde.StatusNotifierWatcher", "string:IsStatusNotifierHostRegistered"))
         else:
-            self.start("tray", ["trayer", "--edge", "top", "--align", "right", "--widthtype",
+            self.start("tray", ["trayer", "--edge", self.trayer_edge, "--align", "right", "--widthtype",
                                 "request", "--height", "24"] + self.trayer_options)
             wait_for("there is a tray", lambda: "owner" in self.selection_owner())
 
+    trayer_edge = "top"
     trayer_options = []
 
     def stop_tray(self):

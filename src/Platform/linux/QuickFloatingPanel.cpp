@@ -53,7 +53,11 @@ void QuickFloatingPanel::show(const QRect &anchor, int gap)
 {
     const QScreen *there = QGuiApplication::screenAt(anchor.center());
     const QScreen *screen = there != nullptr ? there : QGuiApplication::primaryScreen();
-    m_view->setGeometry(AnchoredPlacement::below(anchor, m_view->size(), gap, screen->geometry()));
+    const QRect place = AnchoredPlacement::below(anchor, m_view->size(), gap, screen->geometry());
+    m_view->setGeometry(place);
+    if (QQuickItem *content = m_view->rootObject()) {
+        content->setProperty("isAbove", place.bottom() < anchor.top());
+    }
     m_view->show();
 }
 

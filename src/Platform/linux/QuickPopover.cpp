@@ -26,6 +26,9 @@ namespace {
 /// reports it.
 constexpr std::chrono::milliseconds clickDelay{400};
 
+constexpr int mostPixels = (1 << 24) - 1; // as QWindow::maximumSize() is at first
+constexpr QSize unbounded{mostPixels, mostPixels};
+
 constexpr Qt::WindowFlags popoverFlags = Qt::Tool | Qt::FramelessWindowHint;
 constexpr Qt::WindowFlags windowFlags = Qt::Window;
 
@@ -81,7 +84,12 @@ void QuickPopover::makeView()
     m_view->engine()->addImportPath(QStringLiteral(":/qt/qml"));
     m_view->setSource(m_content);
     m_view->create();
-    connect(m_view.get(), &PopoverView::escapePressed, this, &QuickPopover::closedByUser);
+    connect(m_view.get(), &PopoverView::escapePressed, this, [this] {
+        // The window is all there is of the application, which an Escape too many must not end.
+        if (m_form == Form::Popover) {
+            close();
+        }
+    });
     connect(m_view.get(), &PopoverView::closeRequested, this, &QuickPopover::closedByUser);
 }
 
@@ -129,6 +137,10 @@ void QuickPopover::takeForm(Form form)
     // Made anew: window managers look at what a window is when it appears.
     m_view->destroy();
     m_view->setFlags(form == Form::Popover ? popoverFlags : windowFlags);
+    // The content is drawn for one size.
+    const QSize size = m_size.boundedTo(m_view->screen()->availableSize());
+    m_view->setMinimumSize(form == Form::Window ? size : QSize());
+    m_view->setMaximumSize(form == Form::Window ? size : unbounded);
     m_view->create();
 }
 
