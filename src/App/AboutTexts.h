@@ -24,6 +24,9 @@ class AboutTexts : public QObject
 public:
     explicit AboutTexts(const QVariantMap &information, QObject *parent = nullptr);
 
+    /// Those of the program, made with the first call.
+    [[nodiscard]] static AboutTexts &shared();
+
     [[nodiscard]] static QString name();
     /// With the word before it.
     [[nodiscard]] const QString &version() const { return m_version; }

@@ -23,6 +23,9 @@ public:
     /// @p item outlives this.
     explicit LaunchAtLogin(LoginItem &item, QObject *parent = nullptr);
 
+    /// That of the program, made with the first call.
+    [[nodiscard]] static LaunchAtLogin &shared();
+
     /// Off until appear().
     [[nodiscard]] bool isEnabled() const { return m_isEnabled; }
     /// The user's change: registers or unregisters the application, and snaps back to what the

@@ -3,20 +3,15 @@
 
 #include "App/MoveToApplications.h"
 
+#include "App/Preferences.h"
 #include "Platform/ApplicationBundle.h"
 #include "Shared/ShellQuoting.h"
-
-#include <QLatin1String>
-#include <QSettings>
-#include <QVariant>
 
 #include <string>
 
 namespace Tarnwick {
 
 namespace {
-
-constexpr QLatin1String declinedKey("declinedMoveToApplications");
 
 ModalQuestion question()
 {
@@ -36,27 +31,19 @@ bool isInPlace(const ApplicationBundle &bundle)
            path.starts_with(bundle.userApplications() + "/");
 }
 
-/// A file of preferences keeps a truth value as a word.
-bool wasDeclined(const QSettings &preferences)
-{
-    const QString word = preferences.value(declinedKey).toString();
-    return word.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0;
-}
-
 } // namespace
 
-void MoveToApplications::promptIfNeeded(ApplicationBundle &bundle, QSettings &preferences,
+void MoveToApplications::promptIfNeeded(ApplicationBundle &bundle, Preferences &preferences,
                                         const AskUser &ask)
 {
-    if (!bundle.isPortable() || isInPlace(bundle) || wasDeclined(preferences)) {
+    if (!bundle.isPortable() || isInPlace(bundle) || preferences.declinedMoveToApplications()) {
         return;
     }
     if (ask(question()) == ModalAnswer::FirstButton) {
         moveAndRelaunch(bundle);
         return;
     }
-    preferences.setValue(declinedKey, true);
-    preferences.sync();
+    preferences.setDeclinedMoveToApplications();
 }
 
 void MoveToApplications::moveAndRelaunch(ApplicationBundle &bundle)

@@ -5,11 +5,10 @@
 
 #include "Platform/ModalQuestion.h"
 
-class QSettings;
-
 namespace Tarnwick {
 
 class ApplicationBundle;
+class Preferences;
 
 /// The offer to move a copy of the application that was started from just anywhere into the folder
 /// for applications. It is made at the start of a launch, before there is anything to see, until
@@ -22,7 +21,7 @@ public:
     /// Asks by @p ask if there is reason to, and does what the answer says. Returns when that is
     /// done: after a move the application was told to terminate, and its copy starts a second
     /// later.
-    static void promptIfNeeded(ApplicationBundle &bundle, QSettings &preferences,
+    static void promptIfNeeded(ApplicationBundle &bundle, Preferences &preferences,
                                const AskUser &ask);
 
 private:

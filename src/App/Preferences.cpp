@@ -14,9 +14,7 @@ namespace {
 constexpr QLatin1StringView showSystemPortsKey{"showSystemPortsByDefault"};
 constexpr QLatin1StringView pollIntervalKey{"pollInterval"};
 constexpr QLatin1StringView onboardingKey{"hasSeenMenuBarOnboarding"};
-
-constexpr double shortestPollInterval = 2.0;
-constexpr double longestPollInterval = 60.0;
+constexpr QLatin1StringView declinedKey{"declinedMoveToApplications"};
 
 /// A file keeps a truth value as a word. Anything but the two words is of another type.
 bool isTrue(const QVariant &value)
@@ -39,6 +37,11 @@ bool Preferences::showSystemPortsByDefault() const
     return isTrue(m_store.value(showSystemPortsKey));
 }
 
+void Preferences::setShowSystemPortsByDefault(bool show)
+{
+    m_store.setValue(showSystemPortsKey, show);
+}
+
 std::optional<double> Preferences::pollInterval() const
 {
     bool isNumber = false;
@@ -49,6 +52,11 @@ std::optional<double> Preferences::pollInterval() const
     return std::nullopt;
 }
 
+void Preferences::setPollInterval(double seconds)
+{
+    m_store.setValue(pollIntervalKey, seconds);
+}
+
 bool Preferences::hasSeenMenuBarOnboarding() const
 {
     return isTrue(m_store.value(onboardingKey));
@@ -57,6 +65,17 @@ bool Preferences::hasSeenMenuBarOnboarding() const
 void Preferences::setHasSeenMenuBarOnboarding()
 {
     m_store.setValue(onboardingKey, true);
+    m_store.sync();
+}
+
+bool Preferences::declinedMoveToApplications() const
+{
+    return isTrue(m_store.value(declinedKey));
+}
+
+void Preferences::setDeclinedMoveToApplications()
+{
+    m_store.setValue(declinedKey, true);
     m_store.sync();
 }
 

@@ -11,23 +11,38 @@ namespace Tarnwick {
 
 /// The user's preferences as they are kept between runs. A value that is missing, damaged or of
 /// another type reads as its default; a store that cannot be written keeps what is written until
-/// the program ends. Main thread.
+/// the program ends. What is set is read back at once, and stored when the event loop next runs
+/// unless it says otherwise. Main thread.
 class Preferences
 {
 public:
+    // The period of scans that is allowed, in seconds.
+    static constexpr double shortestPollInterval = 2.0;
+    static constexpr double longestPollInterval = 60.0;
+
     /// @p store outlives the preferences.
     explicit Preferences(QSettings &store);
 
+    /// Those of the program, made with the first call: the store of its name, the system's own.
+    [[nodiscard]] static Preferences &shared();
+
     /// Whether the listeners of the system are shown from the start; false by default.
     [[nodiscard]] bool showSystemPortsByDefault() const;
+    void setShowSystemPortsByDefault(bool show);
 
-    /// The period of scans in seconds, when one is stored that is allowed: 2 to 60.
+    /// The period of scans in seconds, when one is stored that is allowed.
     [[nodiscard]] std::optional<double> pollInterval() const;
+    void setPollInterval(double seconds);
 
     /// Whether the first-run bubble has had its chance; false by default.
     [[nodiscard]] bool hasSeenMenuBarOnboarding() const;
     /// Stored when the call returns.
     void setHasSeenMenuBarOnboarding();
+
+    /// Whether the user wants the application to stay where it is; false by default.
+    [[nodiscard]] bool declinedMoveToApplications() const;
+    /// Stored when the call returns.
+    void setDeclinedMoveToApplications();
 
 private:
     QSettings &m_store;

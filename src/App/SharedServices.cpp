@@ -4,12 +4,21 @@
 // Where the services of the program meet: each shared instance is made here, with what it depends
 // on. Those of Core are among them, for Core does not know the application's.
 
+#include "App/AboutTexts.h"
 #include "App/AppState.h"
 #include "App/HelperClient.h"
+#include "App/LaunchAtLogin.h"
+#include "App/Preferences.h"
 #include "Core/DiffEngine.h"
 #include "Core/NetworkMonitor.h"
 #include "Core/NeverDestroyed.h"
 #include "Core/SerialExecutor.h"
+#include "Platform/ApplicationBundle.h"
+#include "Platform/LoginItem.h"
+
+#include <QSettings>
+
+#include <memory>
 
 namespace Tarnwick {
 
@@ -22,6 +31,26 @@ SerialExecutor &decoder()
 }
 
 } // namespace
+
+AboutTexts &AboutTexts::shared()
+{
+    static NeverDestroyed<AboutTexts> texts(ApplicationBundle::ofThisApplication()->information());
+    return *texts;
+}
+
+LaunchAtLogin &LaunchAtLogin::shared()
+{
+    static NeverDestroyed<std::unique_ptr<LoginItem>> item(LoginItem::ofThisApplication());
+    static NeverDestroyed<LaunchAtLogin> launchAtLogin(**item);
+    return *launchAtLogin;
+}
+
+Preferences &Preferences::shared()
+{
+    static NeverDestroyed<QSettings> store;
+    static NeverDestroyed<Preferences> preferences(*store);
+    return *preferences;
+}
 
 HelperClient &HelperClient::shared()
 {

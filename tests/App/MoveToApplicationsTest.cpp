@@ -3,6 +3,7 @@
 
 #include "App/MoveToApplications.h"
 
+#include "App/Preferences.h"
 #include "Platform/fake/FakeApplicationBundle.h"
 #include "tests/Support/TemporaryFolder.h"
 
@@ -42,8 +43,9 @@ protected:
     }
 
     TemporaryFolder m_folder;
-    QSettings m_preferences{QString::fromStdString(m_folder.path() / "tarnwick.conf"),
-                            QSettings::IniFormat};
+    QSettings m_store{QString::fromStdString(m_folder.path() / "tarnwick.conf"),
+                      QSettings::IniFormat};
+    Preferences m_preferences{m_store};
     FakeApplicationBundle m_bundle;
     ModalAnswer m_answer = ModalAnswer::FirstButton;
     std::vector<ModalQuestion> m_asked;
@@ -87,7 +89,7 @@ TEST_F(MoveToApplicationsTest, NeverAsksAgainOnceDeclined)
     m_answer = ModalAnswer::Other;
     prompt();
     EXPECT_THAT(m_bundle.calls, IsEmpty());
-    EXPECT_EQ(QSettings(m_preferences.fileName(), QSettings::IniFormat)
+    EXPECT_EQ(QSettings(m_store.fileName(), QSettings::IniFormat)
                   .value("declinedMoveToApplications")
                   .toString(),
               "true");
@@ -97,7 +99,7 @@ TEST_F(MoveToApplicationsTest, NeverAsksAgainOnceDeclined)
 
 TEST_F(MoveToApplicationsTest, AsksWhenTheStoredAnswerIsDamaged)
 {
-    m_preferences.setValue("declinedMoveToApplications", "perhaps");
+    m_store.setValue("declinedMoveToApplications", "perhaps");
     prompt();
     EXPECT_EQ(m_asked.size(), 1U);
 }
@@ -110,7 +112,7 @@ TEST_F(MoveToApplicationsTest, CopiesAndStartsTheCopyAndEnds)
                             "'/Users/ann/Downloads/Tarnwick.app' /Applications/",
                             "launch: /bin/sh [-c] [sleep 1 && open '/Applications/Tarnwick.app']",
                             "terminate"));
-    EXPECT_FALSE(m_preferences.contains("declinedMoveToApplications"));
+    EXPECT_FALSE(m_store.contains("declinedMoveToApplications"));
 }
 
 TEST_F(MoveToApplicationsTest, GivesTheShellAPathWithASingleQuoteAsOneWord)
@@ -127,7 +129,7 @@ TEST_F(MoveToApplicationsTest, GoesOnWhereItIsWhenThePrivilegeIsRefused)
     m_bundle.outcome = ApplicationBundle::Privileged::Failed;
     prompt();
     EXPECT_EQ(m_bundle.calls.size(), 1U);
-    EXPECT_FALSE(m_preferences.contains("declinedMoveToApplications"));
+    EXPECT_FALSE(m_store.contains("declinedMoveToApplications"));
     prompt();
     EXPECT_EQ(m_asked.size(), 2U);
 }

@@ -5,6 +5,7 @@
 
 #include "tests/Support/TemporaryFolder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <QSettings>
@@ -111,6 +112,43 @@ TEST_F(PreferencesTest, RememberTheOnboardingAtOnce)
     QSettings store(QString::fromStdString(file().string()), QSettings::IniFormat);
     Preferences(store).setHasSeenMenuBarOnboarding();
     EXPECT_TRUE(hasSeenOnboarding());
+}
+
+TEST_F(PreferencesTest, RememberTheDeclinedMoveAtOnce)
+{
+    QSettings store(QString::fromStdString(file().string()), QSettings::IniFormat);
+    Preferences preferences(store);
+    EXPECT_FALSE(preferences.declinedMoveToApplications());
+    preferences.setDeclinedMoveToApplications();
+    EXPECT_TRUE(
+        read([](const Preferences &stored) { return stored.declinedMoveToApplications(); }));
+}
+
+TEST_F(PreferencesTest, StoreWhatTheSettingsChange)
+{
+    {
+        QSettings store(QString::fromStdString(file().string()), QSettings::IniFormat);
+        Preferences preferences(store);
+        preferences.setPollInterval(60.0);
+        preferences.setShowSystemPortsByDefault(true);
+        EXPECT_EQ(preferences.pollInterval(), 60.0);
+        EXPECT_TRUE(preferences.showSystemPortsByDefault());
+    }
+    EXPECT_EQ(pollInterval(), 60.0);
+    EXPECT_TRUE(showsSystemPorts());
+}
+
+TEST_F(PreferencesTest, HoldFourKeysAndNoOthers)
+{
+    QSettings store(QString::fromStdString(file().string()), QSettings::IniFormat);
+    Preferences preferences(store);
+    preferences.setPollInterval(3.0);
+    preferences.setShowSystemPortsByDefault(false);
+    preferences.setHasSeenMenuBarOnboarding();
+    preferences.setDeclinedMoveToApplications();
+    EXPECT_THAT(store.allKeys(), testing::UnorderedElementsAre(
+                                     "pollInterval", "showSystemPortsByDefault",
+                                     "hasSeenMenuBarOnboarding", "declinedMoveToApplications"));
 }
 
 TEST_F(PreferencesTest, KeepTheOtherKeysWhenOneIsWritten)

@@ -4,6 +4,7 @@
 #include "Platform/linux/PortableCopy.h"
 
 #include "App/MoveToApplications.h"
+#include "App/Preferences.h"
 #include "Shared/Version.h"
 #include "tests/Platform/Polling.h"
 #include "tests/Support/ScopedEnvironment.h"
@@ -122,7 +123,8 @@ TEST_F(PortableCopyTest, IsMovedAndStartedFromItsNewPlace)
     PortableCopy copy = copyAt(m_source / "bin" / "tarnwick");
     const fs::path target = m_applications / "Tarn'wick";
     fs::create_directories(target / "an old copy");
-    QSettings preferences(QString::fromStdString(m_folder.path() / "conf"), QSettings::IniFormat);
+    QSettings store(QString::fromStdString(m_folder.path() / "conf"), QSettings::IniFormat);
+    Preferences preferences(store);
     MoveToApplications::promptIfNeeded(
         copy, preferences, [](const ModalQuestion &) { return ModalAnswer::FirstButton; });
     EXPECT_FALSE(fs::exists(target / "an old copy"));
@@ -135,12 +137,13 @@ TEST_F(PortableCopyTest, StaysWhereItIsWhenTheQuestionForThePasswordIsCancelled)
 {
     allow(false);
     PortableCopy copy = copyAt(m_source / "bin" / "tarnwick");
-    QSettings preferences(QString::fromStdString(m_folder.path() / "conf"), QSettings::IniFormat);
+    QSettings store(QString::fromStdString(m_folder.path() / "conf"), QSettings::IniFormat);
+    Preferences preferences(store);
     MoveToApplications::promptIfNeeded(
         copy, preferences, [](const ModalQuestion &) { return ModalAnswer::FirstButton; });
     EXPECT_TRUE(fs::exists(m_folder.path() / "asked"));
     EXPECT_TRUE(fs::is_empty(m_applications));
-    EXPECT_TRUE(preferences.allKeys().isEmpty());
+    EXPECT_TRUE(store.allKeys().isEmpty());
 }
 
 TEST_F(PortableCopyTest, EndsTheApplicationOnceItsEventLoopRuns)
