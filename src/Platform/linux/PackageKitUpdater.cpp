@@ -31,6 +31,9 @@ constexpr qulonglong onlyTrusted = 1U << 1U;
 
 constexpr std::chrono::hours pollingPeriod{1};
 
+/// The start of the application has the machine for itself meanwhile.
+constexpr std::chrono::milliseconds restAfterLaunch{500};
+
 /// The folders below which package managers put programs. Elsewhere the daemon, which is not a
 /// small one, need not be woken to ask.
 constexpr std::array<std::string_view, 2> packagedFolders{"/usr/", "/opt/"};
@@ -159,11 +162,13 @@ std::unique_ptr<Updater> Updater::forThisApplication()
     return std::make_unique<PackageKitUpdater>(PackageKitUpdater::Setup{
         .executable = QFile::encodeName(QCoreApplication::applicationFilePath()).toStdString(),
         .settings = UserFolders::state() / "tarnwick" / "updater.conf",
-        .now = &QDateTime::currentDateTimeUtc});
+        .now = &QDateTime::currentDateTimeUtc,
+        .rest = restAfterLaunch});
 }
 
 PackageKitUpdater::PackageKitUpdater(const Setup &setup)
     : m_executable(setup.executable)
+    , m_rest(setup.rest)
     , m_schedule(setup.settings, setup.now)
 {
     m_everyHour.setTimerType(Qt::VeryCoarseTimer);
@@ -178,6 +183,11 @@ void PackageKitUpdater::start(Handlers handlers)
     if (!mayBePackaged(m_executable)) {
         return;
     }
+    QTimer::singleShot(m_rest, this, qOverload<>(&PackageKitUpdater::findPackage));
+}
+
+void PackageKitUpdater::findPackage()
+{
     SystemBus::open([self = Self(this), executable = QFile::decodeName(m_executable.c_str())](
                         Bus bus) { findPackage(self, std::move(bus), executable); });
 }

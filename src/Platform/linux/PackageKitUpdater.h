@@ -13,6 +13,7 @@
 #include <QString>
 #include <QTimer>
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -34,6 +35,7 @@ public:
         std::filesystem::path executable; ///< of the application
         std::filesystem::path settings;   ///< the file that the schedule is kept in
         UpdateSchedule::Clock now;
+        std::chrono::milliseconds rest{}; ///< from start() to the first thing that is done
     };
 
     explicit PackageKitUpdater(const Setup &setup);
@@ -62,10 +64,12 @@ private:
     [[nodiscard]] static QCoro::Task<UpdateResult> update(Bus bus, QString update);
     static QCoro::Task<void> install(Self self, Bus bus);
 
+    void findPackage();
     void beginCheck(Occasion occasion);
     void setBusy(bool isBusy);
 
     std::filesystem::path m_executable;
+    std::chrono::milliseconds m_rest;
     UpdateSchedule m_schedule;
     Handlers m_handlers;
     QTimer m_everyHour;
