@@ -15,8 +15,9 @@
 
 namespace Tarnwick {
 
-/// The one palette of the interface, which is always dark. Colours that only one view has stand in
-/// that view. It names no fonts but those of the desktop. Main thread.
+/// The one palette of the interface, which is always dark, and the sizes of its text styles.
+/// Colours that only one view has stand in that view. It names no fonts but those of the desktop.
+/// Main thread.
 class Theme : public QObject
 {
     Q_OBJECT
@@ -39,6 +40,13 @@ class Theme : public QObject
     Q_PROPERTY(QColor selection READ selection CONSTANT FINAL)
     Q_PROPERTY(QColor helpTag READ helpTag CONSTANT FINAL)
     Q_PROPERTY(QColor scrollThumb READ scrollThumb CONSTANT FINAL)
+    Q_PROPERTY(QColor formBox READ formBox CONSTANT FINAL)
+    Q_PROPERTY(QColor controlTrack READ controlTrack CONSTANT FINAL)
+    Q_PROPERTY(QColor controlKnob READ controlKnob CONSTANT FINAL)
+    Q_PROPERTY(int bodySize READ bodySize CONSTANT FINAL)
+    Q_PROPERTY(int calloutSize READ calloutSize CONSTANT FINAL)
+    Q_PROPERTY(int captionSize READ captionSize CONSTANT FINAL)
+    Q_PROPERTY(int title2Size READ title2Size CONSTANT FINAL)
     Q_PROPERTY(QString monospaced READ monospaced CONSTANT FINAL)
 
 public:
@@ -66,6 +74,17 @@ public:
     [[nodiscard]] static QColor selection() { return withOpacity(accentBlue(), 0.35); }
     [[nodiscard]] static QColor helpTag() { return {30, 39, 58}; }
     [[nodiscard]] static QColor scrollThumb() { return white(0.22); }
+
+    // The box of a form's group, and what slides in what.
+    [[nodiscard]] static QColor formBox() { return white(0.035); }
+    [[nodiscard]] static QColor controlTrack() { return white(0.16); }
+    [[nodiscard]] static QColor controlKnob() { return {240, 244, 250}; }
+
+    // The text styles of a desktop's forms and titles, in pixels.
+    [[nodiscard]] static int bodySize() { return 13; }
+    [[nodiscard]] static int calloutSize() { return 12; }
+    [[nodiscard]] static int captionSize() { return 10; }
+    [[nodiscard]] static int title2Size() { return 17; }
 
     /// The family of the desktop's fixed font. The font of everything else is the application's.
     [[nodiscard]] static QString monospaced();

@@ -1,0 +1,25 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+import QtQuick
+import Tarnwick.UI
+import Tarnwick.UITest
+
+SettingsView {
+    id: root
+
+    function prepare(): void {
+        root.selectedTab = SettingsView.About;
+    }
+
+    width: 620
+    height: 500
+    settings: sample.model
+    launchAtLogin: sample.launchAtLogin
+    updater: sample.updater
+    about: sample.about
+
+    SampleSettings {
+        id: sample
+    }
+}

@@ -1,0 +1,28 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+import QtQuick
+import Tarnwick.UI
+import Tarnwick.UITest
+
+SettingsView {
+    id: root
+
+    function prepare(): void {
+        sample.findUpdater();
+        sample.allowCheck(false);
+        sample.failWith("The file /home/ann/.config/autostart/com.velmora.tarnwick.desktop cannot be written: Read-only file system");
+        sample.launchAtLogin.isEnabled = true;
+    }
+
+    width: 620
+    height: 500
+    settings: sample.model
+    launchAtLogin: sample.launchAtLogin
+    updater: sample.updater
+    about: sample.about
+
+    SampleSettings {
+        id: sample
+    }
+}

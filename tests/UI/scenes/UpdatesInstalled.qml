@@ -1,0 +1,23 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+import QtQuick
+import Tarnwick.UI
+import Tarnwick.UITest
+
+UpdatesView {
+    id: root
+
+    function prepare(): void {
+        sample.findUpdater();
+        sample.endCheck("installed", "1.3.0", "");
+    }
+
+    width: 440
+    height: 200
+    updater: sample.updater
+
+    SampleSettings {
+        id: sample
+    }
+}
