@@ -40,6 +40,7 @@ AppDelegate::AppDelegate(const Services &services, Actions actions)
 
 void AppDelegate::applicationDidFinishLaunching()
 {
+    prepareLaunch();
     createStatusItem();
     setUpPopover();
     applySavedPreferences();
@@ -50,8 +51,18 @@ void AppDelegate::applicationDidFinishLaunching()
     }
 }
 
+void AppDelegate::prepareLaunch()
+{
+    for (const auto &action : {m_actions.promptToMove, m_actions.makeUpdater}) {
+        if (action) {
+            action();
+        }
+    }
+}
+
 void AppDelegate::createStatusItem()
 {
+    m_hasItem = true;
     StatusItem &item = m_services.statusItem;
     item.setClickHandler([this](const StatusClick &click) { handleStatusClick(click); });
     item.setMenuBuilder([this] { return contextMenu(); });
@@ -147,6 +158,9 @@ void AppDelegate::openPopover()
 
 void AppDelegate::reopen()
 {
+    if (!m_hasItem) {
+        return;
+    }
     const std::optional<QRect> place = m_services.statusItem.place();
     m_shownWithoutItem = !place;
     m_services.popover.show(place);

@@ -39,10 +39,14 @@ public:
         SettingsWindowOpener &settingsWindow;
     };
 
-    /// What menu entries do that is none of the delegate's business. One that is not set does
-    /// nothing.
+    /// What the launch and the menu do that is none of the delegate's business. One that is not
+    /// set does nothing.
     struct Actions
     {
+        /// Offers to move the application to where it belongs; returns with the answer.
+        std::function<void()> promptToMove{};
+        /// Sees to it that there is an update controller.
+        std::function<void()> makeUpdater{};
         std::function<void()> checkForUpdates{};
         std::function<void()> revealLog{};
         std::function<void()> terminate{};
@@ -50,7 +54,8 @@ public:
 
     AppDelegate(const Services &services, Actions actions);
 
-    /// The launch, once: status item, popover, saved preferences, first scan, greeting.
+    /// The launch, once: the offer to move, update controller, status item, popover, saved
+    /// preferences, first scan, greeting.
     void applicationDidFinishLaunching();
 
     void handleStatusClick(const StatusClick &click);
@@ -62,7 +67,7 @@ public:
     void openPopover();
 
     /// Shows the popover, and brings it forward if it is shown: somebody started the application
-    /// again.
+    /// again. Nothing while the launch still waits for an answer.
     void reopen();
 
     void presentContextMenu();
@@ -71,6 +76,7 @@ public:
     [[nodiscard]] StatusMenu contextMenu();
 
 private:
+    void prepareLaunch();
     void createStatusItem();
     void setUpPopover();
     void applySavedPreferences();
@@ -80,6 +86,7 @@ private:
 
     Services m_services;
     Actions m_actions;
+    bool m_hasItem = false;
     bool m_greeted = false;
     bool m_shownWithoutItem = false; ///< the popover is an ordinary window for want of a tray
 };

@@ -7,19 +7,26 @@
 #include "App/AppState.h"
 #include "App/FirstRunOnboarding.h"
 #include "App/LaunchArguments.h"
+#include "App/LogReveal.h"
+#include "App/MoveToApplications.h"
 #include "App/Preferences.h"
 #include "App/SettingsWindowOpener.h"
+#include "App/UpdateWindow.h"
+#include "App/UpdaterController.h"
 #include "Core/NetworkMonitor.h"
 #include "Core/NeverDestroyed.h"
+#include "Platform/ApplicationBundle.h"
+#include "Platform/FileViewer.h"
+#include "Platform/OrdinaryWindow.h"
 #include "Platform/Popover.h"
 #include "Platform/SingleInstance.h"
 #include "Platform/linux/ArgumentLaunchContext.h"
+#include "Platform/linux/MessageBoxQuestion.h"
 #include "Shared/AppLog.h"
 #include "Shared/Version.h"
 
 #include <QApplication>
 #include <QQuickWindow>
-#include <QSettings>
 
 #include <cstddef>
 #include <cstdio>
@@ -34,11 +41,17 @@ namespace {
 
 constexpr QSize panelSize{560, 500};
 
-Preferences &preferences()
+QUrl view(const char *name)
 {
-    static NeverDestroyed<QSettings> store;
-    static NeverDestroyed<Preferences> preferences(*store);
-    return *preferences;
+    return {QStringLiteral("qrc:/qt/qml/Tarnwick/UI/%1.qml").arg(QLatin1StringView(name))};
+}
+
+OrdinaryWindow::Description settingsWindow()
+{
+    return {.content = view("SettingsRootView"),
+            .title = QStringLiteral("Tarnwick"),
+            .identifier = QStringLiteral("Tarnwick.Settings"),
+            .size = {620, 500}};
 }
 
 void print(std::FILE *stream, const std::string &text)
@@ -58,6 +71,7 @@ public:
 
     void start()
     {
+        SettingsWindowOpener::shared().setOpen([this] { m_settingsWindow->show(); });
         m_instance->setActivationHandler([this] {
             if (m_delegate) {
                 m_delegate->reopen();
@@ -94,21 +108,37 @@ private:
                 .statusItem = *m_statusItem,
                 .popover = *m_popover,
                 .launchContext = m_launchContext,
-                .preferences = preferences(),
+                .preferences = Preferences::shared(),
                 .appState = AppState::shared(),
                 .networkMonitor = NetworkMonitor::shared(),
                 .onboarding = FirstRunOnboarding::shared(),
                 .settingsWindow = SettingsWindowOpener::shared(),
             },
-            AppDelegate::Actions{.terminate = [] { QApplication::quit(); }});
+            AppDelegate::Actions{
+                .promptToMove = &Session::promptToMove,
+                .makeUpdater =
+                    [this] {
+                        m_updateWindow.emplace(UpdaterController::shared(), &OrdinaryWindow::make);
+                    },
+                .checkForUpdates = [] { UpdaterController::shared().checkForUpdates(); },
+                .revealLog = [] { revealLog(*FileViewer::ofThisDesktop()); },
+                .terminate = [] { QApplication::quit(); },
+            });
         m_delegate->applicationDidFinishLaunching();
+    }
+
+    static void promptToMove()
+    {
+        const std::unique_ptr<ApplicationBundle> bundle = ApplicationBundle::ofThisApplication();
+        MoveToApplications::promptIfNeeded(*bundle, Preferences::shared(), &askInMessageBox);
     }
 
     ArgumentLaunchContext m_launchContext;
     std::unique_ptr<SingleInstance> m_instance = SingleInstance::make();
-    std::unique_ptr<Popover> m_popover =
-        Popover::make(QUrl(QStringLiteral("qrc:/qt/qml/Tarnwick/UI/RootView.qml")), panelSize);
+    std::unique_ptr<Popover> m_popover = Popover::make(view("RootView"), panelSize);
+    std::unique_ptr<OrdinaryWindow> m_settingsWindow = OrdinaryWindow::make(settingsWindow());
     std::unique_ptr<StatusItem> m_statusItem = StatusItem::make();
+    std::optional<UpdateWindow> m_updateWindow;
     std::optional<AppDelegate> m_delegate;
 };
 
@@ -142,7 +172,8 @@ bool hasDisplay()
 
 FirstRunOnboarding &FirstRunOnboarding::shared()
 {
-    static NeverDestroyed<FirstRunOnboarding> onboarding(preferences(), &FloatingPanel::make);
+    static NeverDestroyed<FirstRunOnboarding> onboarding(Preferences::shared(),
+                                                         &FloatingPanel::make);
     return *onboarding;
 }
 

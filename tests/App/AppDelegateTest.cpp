@@ -26,9 +26,11 @@
 #include <QString>
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 using namespace Tarnwick;
@@ -103,6 +105,16 @@ protected:
     DiffEngine m_engine{m_state};
     NetworkMonitor m_monitor{m_source, m_engine};
     SettingsWindowOpener m_settings;
+    void tell(const char *step)
+    {
+        if (onStep) {
+            onStep(step);
+        }
+        m_launch.emplace_back(step);
+    }
+
+    std::function<void(std::string_view step)> onStep;
+    std::vector<std::string> m_launch; ///< what was called for before the icon
     std::vector<std::string> m_actions;
     AppDelegate m_delegate{{
                                .statusItem = m_statusItem,
@@ -115,6 +127,8 @@ protected:
                                .settingsWindow = m_settings,
                            },
                            {
+                               .promptToMove = [this] { tell("move"); },
+                               .makeUpdater = [this] { tell("updater"); },
                                .checkForUpdates = [this] { m_actions.emplace_back("updates"); },
                                .revealLog = [this] { m_actions.emplace_back("log"); },
                                .terminate = [this] { m_actions.emplace_back("terminate"); },
@@ -136,6 +150,28 @@ class StoredPeriodTest : public AppDelegateTest, public testing::WithParamInterf
 } // namespace
 
 // The launch
+
+TEST_F(AppDelegateTest, OffersToMoveAndThenMakesTheUpdaterBeforeThereIsAnIcon)
+{
+    m_statusItem.onInstall = [this] { m_launch.emplace_back("icon"); };
+    launch();
+    EXPECT_THAT(m_launch, ElementsAre("move", "updater", "icon"));
+}
+
+TEST_F(AppDelegateTest, LaunchesOnceTheOfferToMoveIsAnswered)
+{
+    onStep = [this](std::string_view step) {
+        if (step == "move") {
+            // The question is on the screen: events go on.
+            m_delegate.reopen();
+            EXPECT_THAT(m_popover.anchors, IsEmpty());
+            EXPECT_FALSE(m_statusItem.click);
+        }
+    };
+    launchWithTray();
+    m_delegate.reopen();
+    EXPECT_THAT(m_popover.anchors, ElementsAre(icon));
+}
 
 TEST_F(AppDelegateTest, MakesTheIconBeforeItLoadsAnythingElse)
 {
