@@ -87,10 +87,10 @@ def remarks(rows):
             )
 
 
-def write(path, rows):
+def write(path, rows, name="listing", **others):
     """Writes the file whole or not at all."""
     os.makedirs(os.path.dirname(path), exist_ok=True)
     with open(path + ".part", "w", encoding="utf-8") as part:
-        json.dump({"name": "listing", "rows": rows}, part, indent=2)
+        json.dump({"name": name, **others, "rows": rows}, part, indent=2)
         part.write("\n")
     os.replace(part.name, path)

@@ -86,6 +86,12 @@ def children_of(pid):
     return found
 
 
+ACCESSIBLE = {
+    "GTK_MODULES": "gail:atk-bridge",
+    "NO_AT_BRIDGE": "0",
+    "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
+}
+
 LISTENER = """
 import socket, sys, threading
 server = socket.create_server(("127.0.0.1", int(sys.argv[1])))
@@ -144,13 +150,16 @@ def play(scenario, **options):
 class Session:
     """Use it in a with statement. The programs of Tarnwick are those of a build's bin folder."""
 
-    def __init__(self, programs, tray="panel", late=False, scale=None, screen=SCREEN):
-        """With late, it is the test that starts the tray: the one that late_tray names."""
+    def __init__(self, programs, tray="panel", late=False, scale=None, screen=SCREEN,
+                 accessible=True):
+        """With late, it is the test that starts the tray: the one that late_tray names. Programs
+        tell assistive ones all that they do, which takes time, while accessible."""
         self.programs = pathlib.Path(programs).resolve()
         self.scale = scale
         self.late_tray = tray
         self._tray_kind = None if late else tray
         self._screen = screen
+        self._accessible = accessible
         self._processes = {}
 
     # Life
@@ -189,10 +198,7 @@ class Session:
             "XDG_CONFIG_HOME": str(home / ".config"),
             "XDG_DATA_HOME": str(home / ".local/share"),
             "XDG_CACHE_HOME": str(home / ".cache"),
-            "GTK_MODULES": "gail:atk-bridge",
-            "NO_AT_BRIDGE": "0",
-            "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
-        }
+        } | (ACCESSIBLE if self._accessible else {"NO_AT_BRIDGE": "1"})
         if self.scale:
             self.environment["QT_SCALE_FACTOR"] = str(self.scale)
         read, write = os.pipe()
@@ -242,7 +248,11 @@ class Session:
     trayer_options = []
 
     def stop_tray(self):
-        self._end(self._processes.pop("tray"))
+        self.stop("tray")
+
+    @property
+    def tray_kind(self):
+        return self._tray_kind
 
     def selection_owner(self):
         """Whether a tray that embeds is there."""
@@ -263,6 +273,9 @@ class Session:
                 process_group=0, cwd=folder or self.environment["HOME"])
         self._processes[name] = process
         return process
+
+    def stop(self, name):
+        self._end(self._processes.pop(name))
 
     def _end(self, process):
         if process.poll() is None:
@@ -472,7 +485,7 @@ class Session:
                           environment=environment)
 
     def stop_tarnwick(self):
-        self._end(self._processes.pop("tarnwick"))
+        self.stop("tarnwick")
 
     def start_other_window(self):
         """A window of another program, which takes the keyboard."""
