@@ -18,6 +18,7 @@ from listing_load import Load, Shape
 
 CORNER = (0, 799)  # where the pointer is on nothing
 REST = 2.0  # seconds after which a program has done what its start brings with it
+FEW = 4  # listeners, of which the panel shows all, and one more
 POLL = 10.0  # seconds between two scans when nothing else is set
 
 ICON, LIST, CLICK, KEYSTROKE = 60, 150, 30, 16  # milliseconds to reach
@@ -26,7 +27,7 @@ OPEN, CLOSED = 45, 35  # megabytes to reach
 
 def load(bin_folder, listeners):
     """Processes that listen on 127.0.0.1, a hundred sockets each at most."""
-    processes = max(20, listeners // 100)
+    processes = min(listeners, max(20, listeners // 100))
     each = listeners // processes
     return Load(
         bin_folder,
@@ -181,27 +182,29 @@ class Desktop:
 
     def _frame_after(self, act):
         """Milliseconds from an act of the user to the frame in which the first column is another."""
-        before = self.screen.picture(self.tarnwick.rows).pixels
-        return self.screen.await_frame(act(), self.tarnwick.rows, lambda picture: picture.pixels != before)
+        column = self.tarnwick.column
+        before = self.screen.picture(column).pixels
+        return self.screen.await_frame(act(), column, lambda picture: picture.pixels != before)
 
-    def news(self, rounds):
-        """From listen() in another process, this one, to the row."""
-        self.tarnwick.start_closed()
-        self.tarnwick.open_panel()
-        self.screen.point(CORNER)
-        self.session.settle(REST)
+    def news(self, bin_folder, rounds):
+        """From listen() in another process, this one, to the row; so few that all rows are seen."""
         times = []
-        for _ in range(rounds):
-            time.sleep(random.uniform(0, POLL))
-            before = self.screen.picture(self.tarnwick.panel).lines_of_text()
-            with socket.socket() as server:
-                server.bind(("127.0.0.1", 0))
-                self.screen.forget()
-                start = time.monotonic()
-                server.listen()
-                times.append(self.screen.await_frame(
-                    start, self.tarnwick.panel, lambda picture: picture.lines_of_text() > before))
-            self.session.settle(POLL + 1)
-        self.tarnwick.close_panel()
-        self.tarnwick.stop()
+        with load(bin_folder, FEW):
+            self.tarnwick.start_closed()
+            self.tarnwick.open_panel()
+            self.screen.point(CORNER)
+            for _ in range(rounds):
+                self.session.settle(POLL + REST)
+                time.sleep(random.uniform(0, POLL))
+                with socket.socket() as server:
+                    server.bind(("127.0.0.1", 0))
+                    times.append(self._frame_after(lambda: self._listen(server)))
+            self.tarnwick.close_panel()
+            self.tarnwick.stop()
         return [row("listen() to row", times, target=POLL * 1000)]
+
+    def _listen(self, server):
+        self.screen.forget()
+        start = time.monotonic()
+        server.listen()
+        return start

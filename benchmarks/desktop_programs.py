@@ -104,6 +104,11 @@ class Tarnwick:
     def rows(self):
         return rows_of(self.panel)
 
+    @property
+    def column(self):
+        """The ports, without what changes in the rows by itself."""
+        return Rect(self.panel.x + 16, self.panel.y + 110, 84, self.panel.height - 150)
+
     def start(self):
         """Milliseconds until the icon is in the tray, and until the panel shows a list when somebody
         clicks on the icon at once."""

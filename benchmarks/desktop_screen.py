@@ -13,7 +13,7 @@ import time
 from Xlib import X, XK, display
 from Xlib.ext import damage, xtest
 
-PATIENCE = 5  # seconds that a program may take to draw
+PATIENCE = 60  # seconds that a program may take to draw
 CARD32 = 1 << 32
 
 
