@@ -4,6 +4,7 @@
 #include "Platform/linux/QuickPopover.h"
 
 #include "Platform/AnchoredPlacement.h"
+#include "Platform/linux/IdleMemory.h"
 #include "Platform/linux/OutsideClicks.h"
 #include "Platform/linux/PopoverView.h"
 #include "Platform/linux/TaskBars.h"
@@ -12,8 +13,6 @@
 #include <QGuiApplication>
 #include <QQmlEngine>
 #include <QScreen>
-
-#include <malloc.h>
 
 #include <chrono>
 #include <utility>
@@ -28,6 +27,8 @@ constexpr std::chrono::milliseconds clickDelay{400};
 
 constexpr int mostPixels = (1 << 24) - 1; // as QWindow::maximumSize() is at first
 constexpr QSize unbounded{mostPixels, mostPixels};
+/// After it was made, the start of the application is over by then.
+constexpr std::chrono::milliseconds startTime{1000};
 
 constexpr Qt::WindowFlags popoverFlags = Qt::Tool | Qt::FramelessWindowHint;
 constexpr Qt::WindowFlags windowFlags = Qt::Window;
@@ -66,9 +67,15 @@ QuickPopover::~QuickPopover() = default;
 
 void QuickPopover::prepare()
 {
-    if (!m_view) {
-        makeView();
+    if (m_view) {
+        return;
     }
+    makeView();
+    QTimer::singleShot(startTime, this, [this] {
+        if (!isShown()) {
+            dropMemory();
+        }
+    });
 }
 
 void QuickPopover::makeView()
@@ -231,7 +238,7 @@ void QuickPopover::dropMemory()
 {
     m_view->releaseResources();
     m_view->engine()->collectGarbage();
-    malloc_trim(0);
+    IdleMemory::release();
 }
 
 void QuickPopover::setWindowClosedHandler(Handler handler)
