@@ -142,6 +142,16 @@ private:
     std::optional<AppDelegate> m_delegate;
 };
 
+/// Qt puts a frame off by 5 ms, for more changes to be in it. Here a turn of the event loop, in
+/// which all changes of a scan or of a keystroke arrive, is enough.
+void drawAtOnce()
+{
+    constexpr const char *delay = "QT_QPA_UPDATE_IDLE_TIME";
+    if (!qEnvironmentVariableIsSet(delay)) {
+        qputenv(delay, "0");
+    }
+}
+
 int runOnDesktop(int argc, char *argv[], const LaunchArguments &arguments)
 {
     QCoreApplication::setOrganizationName(QStringLiteral("velmora"));
@@ -149,6 +159,7 @@ int runOnDesktop(int argc, char *argv[], const LaunchArguments &arguments)
     QCoreApplication::setApplicationVersion(
         QString::fromUtf8(version.data(), static_cast<qsizetype>(version.size())));
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    drawAtOnce();
     const QApplication application(argc, argv);
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Tarnwick"));
     QGuiApplication::setDesktopFileName(QStringLiteral("com.velmora.tarnwick"));
