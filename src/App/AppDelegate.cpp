@@ -25,6 +25,9 @@ namespace {
 
 constexpr std::chrono::milliseconds automaticOpeningDelay{300};
 
+/// In it a tray has asked for the icon, which it could not be told while the panel is being made.
+constexpr std::chrono::milliseconds preparationDelay{50};
+
 StatusMenuEntry separator()
 {
     return {};
@@ -103,7 +106,7 @@ void AppDelegate::presenceChanged(StatusItem::Presence presence)
     if (!m_greeted) {
         greet();
     }
-    m_services.popover.prepare();
+    QTimer::singleShot(preparationDelay, this, [this] { m_services.popover.prepare(); });
     if (presence == StatusItem::Presence::Present && m_shownWithoutItem) {
         m_shownWithoutItem = false;
         if (m_services.popover.isShown()) {

@@ -185,12 +185,12 @@ TEST_F(AppDelegateTest, MakesTheIconBeforeItLoadsAnythingElse)
     launch();
 }
 
-TEST_F(AppDelegateTest, LoadsThePanelWhenTheIconIsThere)
+TEST_F(AppDelegateTest, LoadsThePanelWhenTheTrayHasHadTimeForTheIcon)
 {
     launch();
-    EXPECT_FALSE(m_popover.isPrepared);
     m_statusItem.appear(icon);
-    EXPECT_TRUE(m_popover.isPrepared);
+    EXPECT_FALSE(m_popover.isPrepared);
+    EXPECT_TRUE(await([this] { return m_popover.isPrepared; }));
 }
 
 TEST_F(AppDelegateTest, ScansFirstWhenTheLaunchIsOver)
