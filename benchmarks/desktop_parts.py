@@ -19,6 +19,7 @@ from listing_load import Load, Shape
 CORNER = (0, 799)  # where the pointer is on nothing
 REST = 2.0  # seconds after which a program has done what its start brings with it
 FEW = 4  # listeners, of which the panel shows all, and one more
+BETWEEN_NOTCHES = 0.03  # seconds
 POLL = 10.0  # seconds between two scans when nothing else is set
 
 ICON, LIST, CLICK, KEYSTROKE = 60, 150, 30, 16  # milliseconds to reach
@@ -175,8 +176,10 @@ class Desktop:
 
     def _scroll(self, size, rounds):
         self.screen.point(self.tarnwick.rows.middle)
-        wheel = [self._frame_after(lambda: self.screen.click(button=5)) for _ in range(20 * rounds)]
-        self.session.settle()
+        wheel = []
+        for _ in range(20 * rounds):
+            wheel.append(self._frame_after(lambda: self.screen.click(button=5)))
+            self.session.settle(BETWEEN_NOTCHES)
         self.screen.point(CORNER)
         return [row(f"wheel to frame while scrolling {size:,} entries", wheel)]
 
