@@ -3,6 +3,7 @@
 
 """What is measured on the desktop, part by part. Each gives its rows."""
 
+import os
 import random
 import socket
 import time
@@ -15,6 +16,7 @@ from desktop_programs import (
 )
 from desktop_report import MB, compare, row
 from listing_load import Load, Shape
+from session import command_line, expect
 
 CORNER = (0, 799)  # where the pointer is on nothing
 REST = 2.0  # seconds after which a program has done what its start brings with it
@@ -156,10 +158,7 @@ class Desktop:
         return rows
 
     def _search(self, ports, size, rounds):
-        # What is typed finds other rows than those that the list begins with.
-        first = [str(port) for port in ports[:10]]
-        wanted = next(str(port)[-2:] for port in ports[len(ports) // 2 :]
-                      if not any(str(port)[-2] in seen for seen in first[:1]))
+        wanted = self._digits_that_change(ports)
         self.screen.hold("Control_L")
         self.screen.key("f")
         self.screen.release("Control_L")
@@ -173,6 +172,16 @@ class Desktop:
             row(f"key typed in the search to list, {size:,} entries", typed, target=KEYSTROKE),
             row(f"key erased in the search to list, {size:,} entries", erased, target=KEYSTROKE),
         ]
+
+    @staticmethod
+    def _digits_that_change(ports):
+        """Two that some ports end with, and neither the first row nor what all rows say has the
+        first of them: the command that started this benchmark, which they are listed with."""
+        everywhere = command_line(os.getpgrp()) + str(ports[0])
+        found = (str(port)[-2:] for port in ports if str(port)[-2] not in everywhere)
+        digits = next(found, None)
+        expect(digits, "there is a digit to search for that is not in the command line")
+        return digits
 
     def _scroll(self, size, rounds):
         self.screen.point(self.tarnwick.rows.middle)
