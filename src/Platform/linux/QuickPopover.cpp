@@ -27,6 +27,7 @@ constexpr std::chrono::milliseconds clickDelay{400};
 
 constexpr int mostPixels = (1 << 24) - 1; // as QWindow::maximumSize() is at first
 constexpr QSize unbounded{mostPixels, mostPixels};
+
 /// After it was made, the start of the application is over by then.
 constexpr std::chrono::milliseconds startTime{1000};
 
