@@ -28,6 +28,7 @@
 #include <QApplication>
 #include <QQuickWindow>
 
+#include <csignal>
 #include <cstddef>
 #include <cstdio>
 #include <memory>
@@ -192,6 +193,9 @@ int TarnwickApp::run(int argc, char *argv[])
 {
     constexpr int failed = 1;
     constexpr int misused = 2;
+    // A reader that goes away is an error of the write, not our death. Programs that Qt starts have
+    // the signal as usual again.
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     const std::span<char *const> words(argv, static_cast<std::size_t>(argc));
     const LaunchArguments arguments =
         LaunchArguments::parse(words.empty() ? words : words.subspan(1));

@@ -264,12 +264,13 @@ class Session:
         finally:
             screen.close()
 
-    def start(self, name, command, pass_fds=(), environment=None, folder=None):
+    def start(self, name, command, pass_fds=(), environment=None, folder=None, stdout=None):
+        """With stdout, a descriptor, that is where the output goes; errors are kept all the same."""
         log = self.folder / "logs" / name.replace(" ", "-")
         with open(log, "ab") as output:
             process = subprocess.Popen(
                 command, env=self.environment | (environment or {}), stdin=subprocess.DEVNULL,
-                stdout=output, stderr=subprocess.STDOUT, pass_fds=pass_fds, preexec_fn=end_with_us,
+                stdout=output if stdout is None else stdout, stderr=output, pass_fds=pass_fds, preexec_fn=end_with_us,
                 process_group=0, cwd=folder or self.environment["HOME"])
         self._processes[name] = process
         return process
@@ -480,9 +481,9 @@ class Session:
     def app(self):
         return self._processes["tarnwick"]
 
-    def start_tarnwick(self, *arguments, environment=None):
+    def start_tarnwick(self, *arguments, environment=None, stdout=None):
         return self.start("tarnwick", [str(self.programs / "tarnwick"), *arguments],
-                          environment=environment)
+                          environment=environment, stdout=stdout)
 
     def stop_tarnwick(self):
         self.stop("tarnwick")
