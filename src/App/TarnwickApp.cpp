@@ -78,7 +78,9 @@ public:
                 m_delegate->reopen();
             }
         });
-        m_instance->claim([this](SingleInstance::Claim claim) { claimed(claim); });
+        const auto start = m_launchContext.isLoginItem() ? SingleInstance::Start::ByDesktop
+                                                         : SingleInstance::Start::ByUser;
+        m_instance->claim(start, [this](SingleInstance::Claim claim) { claimed(claim); });
     }
 
 private:
@@ -92,7 +94,7 @@ private:
             AppLog::log("[app] no session bus — the helper cannot be reached");
             launch();
             break;
-        case SingleInstance::Claim::OtherOpened:
+        case SingleInstance::Claim::OtherRuns:
             QApplication::exit(0);
             break;
         case SingleInstance::Claim::OtherSilent:

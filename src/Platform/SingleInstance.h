@@ -14,9 +14,12 @@ namespace Tarnwick {
 class SingleInstance
 {
 public:
+    /// Who starts Tarnwick, and so whether another one that runs already opens its panel.
+    enum class Start : std::uint8_t { ByUser, ByDesktop };
+
     enum class Claim : std::uint8_t {
         First,        ///< this one is it
-        OtherOpened,  ///< another one is, and has opened its panel
+        OtherRuns,    ///< another one is, and has opened its panel for the user
         OtherSilent,  ///< another one is, but does not answer
         NoSessionBus, ///< that cannot be known
     };
@@ -33,7 +36,7 @@ public:
     virtual void setActivationHandler(Handler handler) = 0;
 
     /// Finds out who is first, without waiting, and calls @p handler once. Call it once.
-    virtual void claim(ClaimHandler handler) = 0;
+    virtual void claim(Start start, ClaimHandler handler) = 0;
 
     /// The instance as this platform knows it.
     [[nodiscard]] static std::unique_ptr<SingleInstance> make();

@@ -53,8 +53,9 @@ void BusSingleInstance::setActivationHandler(Handler handler)
     m_activated = std::move(handler);
 }
 
-void BusSingleInstance::claim(ClaimHandler handler)
+void BusSingleInstance::claim(Start start, ClaimHandler handler)
 {
+    m_start = start;
     m_claimed = std::move(handler);
     BusLink::open([self = QPointer(this)](std::shared_ptr<BusLink> link, const QString &) {
         if (self) {
@@ -92,11 +93,15 @@ void BusSingleInstance::nameAnswered(const QDBusPendingCall &call)
         m_claimed(Claim::NoSessionBus);
         return;
     }
-    if (reply.value() == nameAlreadyOwned) {
-        askOther();
+    if (reply.value() != nameAlreadyOwned) {
+        m_claimed(Claim::First);
         return;
     }
-    m_claimed(Claim::First);
+    if (m_start == Start::ByDesktop) {
+        m_claimed(Claim::OtherRuns);
+        return;
+    }
+    askOther();
 }
 
 void BusSingleInstance::askOther()
@@ -107,7 +112,7 @@ void BusSingleInstance::askOther()
     const auto limit = static_cast<int>(answerTime.count());
     whenFinished(m_link->connection().asyncCall(request, limit), this,
                  [this](const QDBusPendingCall &call) {
-                     m_claimed(call.isError() ? Claim::OtherSilent : Claim::OtherOpened);
+                     m_claimed(call.isError() ? Claim::OtherSilent : Claim::OtherRuns);
                  });
 }
 

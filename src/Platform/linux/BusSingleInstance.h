@@ -27,7 +27,7 @@ public:
     ~BusSingleInstance() override = default;
 
     void setActivationHandler(Handler handler) override;
-    void claim(ClaimHandler handler) override;
+    void claim(Start start, ClaimHandler handler) override;
 
 public Q_SLOTS:
     /// For the bus.
@@ -39,6 +39,7 @@ private:
     void askOther();
 
     std::shared_ptr<BusLink> m_link;
+    Start m_start = Start::ByUser;
     ClaimHandler m_claimed;
     Handler m_activated;
 };
