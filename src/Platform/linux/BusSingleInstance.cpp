@@ -11,6 +11,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QPointer>
+#include <QTimer>
 
 #include <chrono>
 #include <utility>
@@ -29,6 +30,12 @@ constexpr unsigned nameAlreadyOwned = 3;
 
 /// An instance that takes longer hangs.
 constexpr std::chrono::milliseconds answerTime{5000};
+
+/// For as long others are asked. It is less, so that nobody is asked again who did not answer.
+constexpr std::chrono::milliseconds askingTime{4000};
+
+/// Until one that is ending may have left the bus.
+constexpr std::chrono::milliseconds leaveTime{50};
 
 template<class Handler>
 void whenFinished(const QDBusPendingCall &call, QObject *owner, Handler handler)
@@ -82,6 +89,12 @@ void BusSingleInstance::opened(std::shared_ptr<BusLink> link)
     new TarnwickAdaptor(this);
     QDBusConnection bus = m_link->connection();
     bus.registerObject(ownPath, this);
+    m_asking.setRemainingTime(askingTime);
+    requestName();
+}
+
+void BusSingleInstance::requestName()
+{
     whenFinished(m_link->askBus(QStringLiteral("RequestName"), {ownService, doNotQueue}), this,
                  [this](const QDBusPendingCall &call) { nameAnswered(call); });
 }
@@ -101,6 +114,10 @@ void BusSingleInstance::nameAnswered(const QDBusPendingCall &call)
         m_claimed(Claim::OtherRuns);
         return;
     }
+    if (m_asking.hasExpired()) {
+        m_claimed(Claim::OtherSilent);
+        return;
+    }
     askOther();
 }
 
@@ -112,7 +129,12 @@ void BusSingleInstance::askOther()
     const auto limit = static_cast<int>(answerTime.count());
     whenFinished(m_link->connection().asyncCall(request, limit), this,
                  [this](const QDBusPendingCall &call) {
-                     m_claimed(call.isError() ? Claim::OtherSilent : Claim::OtherRuns);
+                     if (!call.isError()) {
+                         m_claimed(Claim::OtherRuns);
+                         return;
+                     }
+                     // It may have been about to end: then the name is to be had now, or soon.
+                     QTimer::singleShot(leaveTime, this, &BusSingleInstance::requestName);
                  });
 }
 

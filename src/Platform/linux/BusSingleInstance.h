@@ -5,6 +5,7 @@
 
 #include "Platform/SingleInstance.h"
 
+#include <QDeadlineTimer>
 #include <QObject>
 
 #include <memory>
@@ -36,10 +37,12 @@ public Q_SLOTS:
 private:
     void opened(std::shared_ptr<BusLink> link);
     void nameAnswered(const QDBusPendingCall &call);
+    void requestName();
     void askOther();
 
     std::shared_ptr<BusLink> m_link;
     Start m_start = Start::ByUser;
+    QDeadlineTimer m_asking; ///< of others
     ClaimHandler m_claimed;
     Handler m_activated;
 };

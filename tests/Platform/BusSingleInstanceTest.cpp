@@ -1,0 +1,78 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Platform/linux/BusSingleInstance.h"
+
+#include "tests/Platform/OtherInstance.h"
+#include "tests/Support/EventLoop.h"
+#include "tests/Support/PrivateBus.h"
+#include "tests/Support/ScopedEnvironment.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+using namespace Tarnwick;
+using Claim = SingleInstance::Claim;
+using Start = SingleInstance::Start;
+using Manner = OtherInstance::Manner;
+
+namespace {
+
+class BusSingleInstanceTest : public testing::Test
+{
+protected:
+    /// What a start finds, and nothing when that does not come out.
+    std::optional<Claim> claim(Start start)
+    {
+        std::optional<Claim> found;
+        m_instance.claim(start, [&found](Claim claim) { found = claim; });
+        static_cast<void>(await([&found] { return found.has_value(); }));
+        return found;
+    }
+
+    PrivateBus m_bus;
+    ScopedEnvironment m_address{"DBUS_SESSION_BUS_ADDRESS", m_bus.address()};
+    BusSingleInstance m_instance;
+};
+
+} // namespace
+
+TEST_F(BusSingleInstanceTest, IsFirstWhereNobodyElseIs)
+{
+    EXPECT_EQ(claim(Start::ByUser), Claim::First);
+}
+
+TEST_F(BusSingleInstanceTest, CannotKnowWithoutABus)
+{
+    m_bus.stop();
+    EXPECT_EQ(claim(Start::ByUser), Claim::NoSessionBus);
+}
+
+TEST_F(BusSingleInstanceTest, HasAnotherOneOpenItsPanelForTheUser)
+{
+    const OtherInstance other(m_bus.address(), Manner::Answers);
+    EXPECT_EQ(claim(Start::ByUser), Claim::OtherRuns);
+    EXPECT_EQ(other.calls(), 1);
+}
+
+TEST_F(BusSingleInstanceTest, LeavesAnotherOneAloneWhenTheDesktopStartsIt)
+{
+    const OtherInstance other(m_bus.address(), Manner::Hangs);
+    EXPECT_EQ(claim(Start::ByDesktop), Claim::OtherRuns);
+    EXPECT_EQ(other.calls(), 0);
+}
+
+TEST_F(BusSingleInstanceTest, IsFirstWhenTheOtherEndsInsteadOfAnswering)
+{
+    const OtherInstance other(m_bus.address(), Manner::Ends);
+    EXPECT_EQ(claim(Start::ByUser), Claim::First);
+    EXPECT_EQ(other.calls(), 1);
+}
+
+TEST_F(BusSingleInstanceTest, SaysThatTheOtherIsSilentWhenItStaysAndDoesNotAnswer)
+{
+    const OtherInstance other(m_bus.address(), Manner::Hangs);
+    EXPECT_EQ(claim(Start::ByUser), Claim::OtherSilent);
+    EXPECT_EQ(other.calls(), 1);
+}
