@@ -3,14 +3,24 @@
 
 #include "App/LaunchArguments.h"
 
+#include <cstddef>
 #include <string_view>
 
 namespace Tarnwick {
 
+namespace {
+
+/// By this, and an identifier, X session managers start again what ran when the user left. Qt tells
+/// them so, and reads the identifier.
+constexpr std::string_view sessionOption = "-session";
+
+} // namespace
+
 LaunchArguments LaunchArguments::parse(std::span<const char *const> arguments)
 {
     LaunchArguments result;
-    for (const std::string_view argument : arguments) {
+    for (std::size_t index = 0; index < arguments.size(); ++index) {
+        const std::string_view argument = arguments[index];
         if (argument == "--help" || argument == "-h") {
             return {.request = Request::Help};
         }
@@ -19,6 +29,9 @@ LaunchArguments LaunchArguments::parse(std::span<const char *const> arguments)
         }
         if (argument == "--login-item") {
             result.isLoginItem = true;
+        } else if (argument == sessionOption && index + 1 < arguments.size()) {
+            result.isLoginItem = true;
+            ++index;
         } else if (result.request != Request::Refuse) {
             result.request = Request::Refuse;
             result.refused = argument;

@@ -15,7 +15,7 @@ struct LaunchArguments
     enum class Request : std::uint8_t { Run, Help, Version, Refuse };
 
     Request request = Request::Run;
-    bool isLoginItem = false; ///< started by the desktop as the session began
+    bool isLoginItem = false; ///< started by the desktop as the session began, or began again
     std::string refused{};    ///< the argument that nobody knows
 
     /// @p arguments do not have the program's name. Help and version go before what is wrong.

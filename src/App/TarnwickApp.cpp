@@ -27,6 +27,7 @@
 
 #include <QApplication>
 #include <QQuickWindow>
+#include <QSessionManager>
 
 #include <csignal>
 #include <cstddef>
@@ -168,6 +169,11 @@ int runOnDesktop(int argc, char *argv[], const LaunchArguments &arguments)
     QGuiApplication::setDesktopFileName(QStringLiteral("com.velmora.tarnwick"));
     QGuiApplication::setQuitOnLastWindowClosed(false);
 
+    // The autostart folder has it started, or not, as the user wishes.
+    QObject::connect(&application, &QGuiApplication::saveStateRequest, &application,
+                     [](QSessionManager &manager) {
+                         manager.setRestartHint(QSessionManager::RestartNever);
+                     });
     Session session(arguments);
     session.start();
     const int status = QApplication::exec();

@@ -32,6 +32,20 @@ TEST(LaunchArguments, KnowALoginItem)
     EXPECT_TRUE(parse({"--login-item"}).isLoginItem);
 }
 
+TEST(LaunchArguments, KnowARestoredSessionAsALoginItem)
+{
+    EXPECT_EQ(parse({"-session", "1021f_17_0"}).request, Request::Run);
+    EXPECT_TRUE(parse({"-session", "1021f_17_0"}).isLoginItem);
+    EXPECT_EQ(parse({"--login-item", "-session", "--help"}).request, Request::Run);
+    EXPECT_EQ(parse({"-session", "1021f_17_0", "more"}).refused, "more");
+}
+
+TEST(LaunchArguments, AreRefusedWhenTheSessionIsMissing)
+{
+    EXPECT_EQ(parse({"-session"}).request, Request::Refuse);
+    EXPECT_EQ(parse({"-session"}).refused, "-session");
+}
+
 TEST(LaunchArguments, AskForHelpAndVersion)
 {
     EXPECT_EQ(parse({"--help"}).request, Request::Help);
