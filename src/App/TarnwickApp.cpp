@@ -5,6 +5,7 @@
 
 #include "App/AppDelegate.h"
 #include "App/AppState.h"
+#include "App/DisplayOpening.h"
 #include "App/FirstRunOnboarding.h"
 #include "App/LaunchArguments.h"
 #include "App/LogReveal.h"
@@ -36,6 +37,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 
 namespace Tarnwick {
 
@@ -164,28 +166,22 @@ int runOnDesktop(int argc, char *argv[], const LaunchArguments &arguments)
         QString::fromUtf8(version.data(), static_cast<qsizetype>(version.size())));
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     drawAtOnce();
+    std::optional<DisplayOpening> opening(std::in_place);
     const QApplication application(argc, argv);
+    opening.reset();
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Tarnwick"));
     QGuiApplication::setDesktopFileName(QStringLiteral("com.velmora.tarnwick"));
     QGuiApplication::setQuitOnLastWindowClosed(false);
 
     // The autostart folder has it started, or not, as the user wishes.
-    QObject::connect(&application, &QGuiApplication::saveStateRequest, &application,
-                     [](QSessionManager &manager) {
-                         manager.setRestartHint(QSessionManager::RestartNever);
-                     });
+    QObject::connect(
+        &application, &QGuiApplication::saveStateRequest, &application,
+        [](QSessionManager &manager) { manager.setRestartHint(QSessionManager::RestartNever); });
     Session session(arguments);
     session.start();
     const int status = QApplication::exec();
     AppLog::flush();
     return status;
-}
-
-bool hasDisplay()
-{
-    return qEnvironmentVariableIsSet("QT_QPA_PLATFORM") ||
-           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
-           !qEnvironmentVariableIsEmpty("DISPLAY");
 }
 
 } // namespace
@@ -221,8 +217,8 @@ int TarnwickApp::run(int argc, char *argv[])
     case LaunchArguments::Request::Run:
         break;
     }
-    if (!hasDisplay()) {
-        print(stderr, "tarnwick: there is no display; in the terminal, use tarnwickctl\n");
+    if (!DisplayOpening::isWorthTrying()) {
+        print(stderr, DisplayOpening::refusal() + "\n");
         return failed;
     }
     return runOnDesktop(argc, argv, arguments);
