@@ -81,6 +81,10 @@ public:
                 m_delegate->reopen();
             }
         });
+        m_instance->setReplacementHandler([] {
+            AppLog::log("[app] another Tarnwick has taken over — quitting");
+            QApplication::quit();
+        });
         const auto start = m_launchContext.isLoginItem() ? SingleInstance::Start::ByDesktop
                                                          : SingleInstance::Start::ByUser;
         m_instance->claim(start, [this](SingleInstance::Claim claim) { claimed(claim); });

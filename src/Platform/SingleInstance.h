@@ -35,7 +35,12 @@ public:
     /// Called when somebody starts Tarnwick again.
     virtual void setActivationHandler(Handler handler) = 0;
 
-    /// Finds out who is first, without waiting, and calls @p handler once. Call it once.
+    /// Called when another one has become the first since: the session bus was gone for a while,
+    /// and that one was there before this one. This one is to end.
+    virtual void setReplacementHandler(Handler handler) = 0;
+
+    /// Finds out who is first, without waiting, and calls @p handler once. Call it once. Who is
+    /// first stays it, also when the session bus is started again, and who found none tries again.
     virtual void claim(Start start, ClaimHandler handler) = 0;
 
     /// The instance as this platform knows it.

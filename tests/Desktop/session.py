@@ -225,6 +225,10 @@ class Session:
         os.environ["DBUS_SESSION_BUS_ADDRESS"] = address
         wait_for("the bus listens", (self.folder / "run/bus").exists)
 
+    def stop_bus(self):
+        self._end(self._processes.pop("bus"))
+        (self.folder / "run/bus").unlink(missing_ok=True)
+
     def start_window_manager(self):
         self.start("window manager", ["openbox"])
         wait_for("there is a window manager",

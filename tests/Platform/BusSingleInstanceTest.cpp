@@ -4,9 +4,13 @@
 #include "Platform/linux/BusSingleInstance.h"
 
 #include "tests/Platform/OtherInstance.h"
+#include "tests/Platform/Polling.h"
 #include "tests/Support/EventLoop.h"
 #include "tests/Support/PrivateBus.h"
 #include "tests/Support/ScopedEnvironment.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
 
 #include <gtest/gtest.h>
 
@@ -29,6 +33,18 @@ protected:
         m_instance.claim(start, [&found](Claim claim) { found = claim; });
         static_cast<void>(await([&found] { return found.has_value(); }));
         return found;
+    }
+
+    /// Whether anybody comes to have the name on the bus.
+    [[nodiscard]] bool isNameTaken() const
+    {
+        const QString observer = QStringLiteral("observer");
+        const QDBusConnection bus =
+            QDBusConnection::connectToBus(QString::fromStdString(m_bus.address()), observer);
+        const bool isTaken = bus.isConnected() && bus.interface()->isServiceRegistered(
+                                                      QStringLiteral("com.velmora.tarnwick"));
+        QDBusConnection::disconnectFromBus(observer);
+        return isTaken;
     }
 
     PrivateBus m_bus;
@@ -75,4 +91,32 @@ TEST_F(BusSingleInstanceTest, SaysThatTheOtherIsSilentWhenItStaysAndDoesNotAnswe
     const OtherInstance other(m_bus.address(), Manner::Hangs);
     EXPECT_EQ(claim(Start::ByUser), Claim::OtherSilent);
     EXPECT_EQ(other.calls(), 1);
+}
+
+TEST_F(BusSingleInstanceTest, HasItsNameAgainWhenTheBusIsBack)
+{
+    ASSERT_EQ(claim(Start::ByUser), Claim::First);
+    m_bus.stop();
+    m_bus.start();
+    EXPECT_TRUE(awaitOutside([this] { return isNameTaken(); }));
+}
+
+TEST_F(BusSingleInstanceTest, HasItsNameWhenTheBusComesAtLast)
+{
+    m_bus.stop();
+    ASSERT_EQ(claim(Start::ByUser), Claim::NoSessionBus);
+    m_bus.start();
+    EXPECT_TRUE(awaitOutside([this] { return isNameTaken(); }));
+}
+
+TEST_F(BusSingleInstanceTest, GivesWayToAnotherOneThatWasThereBeforeTheBusWasBackForIt)
+{
+    bool isReplaced = false;
+    m_instance.setReplacementHandler([&isReplaced] { isReplaced = true; });
+    ASSERT_EQ(claim(Start::ByUser), Claim::First);
+    m_bus.stop();
+    m_bus.start();
+    const OtherInstance other(m_bus.address(), Manner::Answers);
+    EXPECT_TRUE(await([&isReplaced] { return isReplaced; }));
+    EXPECT_EQ(other.calls(), 0);
 }

@@ -144,6 +144,8 @@ void BusLink::observe(const QString &name, Observer observer)
     const auto handler = [observer = std::move(observer)](const QDBusMessage &signal) {
         if (signal.member() == BusNames::disconnected) {
             observer.ended();
+        } else if (signal.interface() != BusNames::busService) {
+            observer.signalled();
         } else if (signal.service() == BusNames::busService) { // anybody may send the like
             const QVariantList arguments = signal.arguments();
             observer.ownerChanged(arguments.value(1).toString(), arguments.value(2).toString());
@@ -157,19 +159,11 @@ void BusLink::stopObserving()
     BusSignals::shared().forget(m_connection);
 }
 
-void BusLink::watchOwner(const QString &name, QObject *receiver, const char *slot)
-{
-    addMatch(ruleForOwner(name));
-    m_connection.connect(QString(), BusNames::busPath, BusNames::busService,
-                         BusNames::nameOwnerChanged, {name}, QString(), receiver, slot);
-}
-
-void BusLink::watchSignal(const QString &path, const QString &interface, const QString &member,
-                          QObject *receiver, const char *slot)
+void BusLink::observeSignal(const QString &path, const QString &interface, const QString &member)
 {
     addMatch(QStringLiteral("type='signal',path='%1',interface='%2',member='%3'")
                  .arg(path, interface, member));
-    m_connection.connect(QString(), path, interface, member, receiver, slot);
+    BusSignals::shared().receive(m_connection, path, interface, member);
 }
 
 void BusLink::addMatch(const QString &rule)

@@ -47,6 +47,7 @@ public:
     {
         std::function<void(const QString &from, const QString &to)> ownerChanged;
         std::function<void()> ended;
+        std::function<void()> signalled{}; ///< as observeSignal() asks
     };
 
     /// Has @p observer told whenever @p name changes its owner (empty for none), and when the
@@ -54,11 +55,8 @@ public:
     void observe(const QString &name, Observer observer);
     void stopObserving();
 
-    /// Has @p slot, which may take a QDBusMessage, called when @p name changes its owner, or when
-    /// anybody sends such a signal. The receiver has to outlive the connection, see BusSignals.
-    void watchOwner(const QString &name, QObject *receiver, const char *slot);
-    void watchSignal(const QString &path, const QString &interface, const QString &member,
-                     QObject *receiver, const char *slot);
+    /// Has the observer, who is there already, told when anybody sends such a signal.
+    void observeSignal(const QString &path, const QString &interface, const QString &member);
 
 private:
     void addMatch(const QString &rule);

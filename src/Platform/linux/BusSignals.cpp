@@ -28,6 +28,13 @@ void BusSignals::observe(QDBusConnection &connection, const QString &name, Handl
                        SLOT(received(QDBusMessage)));
 }
 
+void BusSignals::receive(QDBusConnection &connection, const QString &path, const QString &interface,
+                         const QString &member)
+{
+    // For a sender by name Qt would ask the bus, and wait.
+    connection.connect(QString(), path, interface, member, this, SLOT(received(QDBusMessage)));
+}
+
 void BusSignals::forget(const QDBusConnection &connection)
 {
     m_handlers.erase(connection.name());

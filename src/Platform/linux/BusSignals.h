@@ -32,6 +32,10 @@ public:
     /// @p connection.
     void observe(QDBusConnection &connection, const QString &name, Handler handler);
 
+    /// Has the handler for @p connection told of one more signal, whoever sends it.
+    void receive(QDBusConnection &connection, const QString &path, const QString &interface,
+                 const QString &member);
+
     void forget(const QDBusConnection &connection);
 
 private:

@@ -3,14 +3,12 @@
 
 #include "Platform/linux/BusSingleInstance.h"
 
-#include "Platform/linux/BusLink.h"
 #include "Platform/linux/tarnwickadaptor.h"
 
 #include <QDBusMessage>
 #include <QDBusPendingCall>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
-#include <QPointer>
 #include <QTimer>
 
 #include <chrono>
@@ -55,20 +53,31 @@ std::unique_ptr<SingleInstance> SingleInstance::make()
     return std::make_unique<BusSingleInstance>();
 }
 
+BusSingleInstance::BusSingleInstance()
+{
+    new TarnwickAdaptor(this);
+}
+
 void BusSingleInstance::setActivationHandler(Handler handler)
 {
     m_activated = std::move(handler);
+}
+
+void BusSingleInstance::setReplacementHandler(Handler handler)
+{
+    m_replaced = std::move(handler);
 }
 
 void BusSingleInstance::claim(Start start, ClaimHandler handler)
 {
     m_start = start;
     m_claimed = std::move(handler);
-    BusLink::open([self = QPointer(this)](std::shared_ptr<BusLink> link, const QString &) {
-        if (self) {
-            self->opened(std::move(link));
-        }
-    });
+    m_bus = std::make_unique<LastingLink>(
+        ownService, LastingLink::Handlers{
+                        .joined = [this](const std::shared_ptr<BusLink> &link) { joined(*link); },
+                        .lost = [this] { tell(Claim::NoSessionBus); },
+                        .ownerChanged = [] {},
+                        .signalled = [] {}});
 }
 
 void BusSingleInstance::Activate()
@@ -78,16 +87,10 @@ void BusSingleInstance::Activate()
     }
 }
 
-void BusSingleInstance::opened(std::shared_ptr<BusLink> link)
+void BusSingleInstance::joined(BusLink &link)
 {
-    if (!link) {
-        m_claimed(Claim::NoSessionBus);
-        return;
-    }
-    m_link = std::move(link);
     // There before the name, so that who finds the name finds the object.
-    new TarnwickAdaptor(this);
-    QDBusConnection bus = m_link->connection();
+    QDBusConnection bus = link.connection();
     bus.registerObject(ownPath, this);
     m_asking.setRemainingTime(askingTime);
     requestName();
@@ -95,27 +98,35 @@ void BusSingleInstance::opened(std::shared_ptr<BusLink> link)
 
 void BusSingleInstance::requestName()
 {
-    whenFinished(m_link->askBus(QStringLiteral("RequestName"), {ownService, doNotQueue}), this,
+    const std::shared_ptr<BusLink> link = m_bus->link();
+    if (!link) {
+        return;
+    }
+    whenFinished(link->askBus(QStringLiteral("RequestName"), {ownService, doNotQueue}), this,
                  [this](const QDBusPendingCall &call) { nameAnswered(call); });
 }
 
 void BusSingleInstance::nameAnswered(const QDBusPendingCall &call)
 {
     const QDBusPendingReply<unsigned> reply = call;
-    if (reply.isError()) {
-        m_claimed(Claim::NoSessionBus);
+    if (reply.isError() || !m_bus->link()) {
+        tell(Claim::NoSessionBus);
         return;
     }
     if (reply.value() != nameAlreadyOwned) {
-        m_claimed(Claim::First);
+        tell(Claim::First);
+        return;
+    }
+    if (!m_claimed) {
+        m_replaced();
         return;
     }
     if (m_start == Start::ByDesktop) {
-        m_claimed(Claim::OtherRuns);
+        tell(Claim::OtherRuns);
         return;
     }
     if (m_asking.hasExpired()) {
-        m_claimed(Claim::OtherSilent);
+        tell(Claim::OtherSilent);
         return;
     }
     askOther();
@@ -127,15 +138,22 @@ void BusSingleInstance::askOther()
                                                           QStringLiteral("Activate"));
     request.setAutoStartService(false);
     const auto limit = static_cast<int>(answerTime.count());
-    whenFinished(m_link->connection().asyncCall(request, limit), this,
+    whenFinished(m_bus->link()->connection().asyncCall(request, limit), this,
                  [this](const QDBusPendingCall &call) {
                      if (!call.isError()) {
-                         m_claimed(Claim::OtherRuns);
+                         tell(Claim::OtherRuns);
                          return;
                      }
                      // It may have been about to end: then the name is to be had now, or soon.
                      QTimer::singleShot(leaveTime, this, &BusSingleInstance::requestName);
                  });
+}
+
+void BusSingleInstance::tell(Claim claim)
+{
+    if (const ClaimHandler told = std::exchange(m_claimed, nullptr)) {
+        told(claim);
+    }
 }
 
 } // namespace Tarnwick

@@ -4,18 +4,16 @@
 #pragma once
 
 #include "Platform/SingleInstance.h"
+#include "Platform/linux/LastingLink.h"
 
 #include <QDeadlineTimer>
 #include <QObject>
 
 #include <memory>
 
-class QDBusMessage;
 class QDBusPendingCall;
 
 namespace Tarnwick {
-
-class BusLink;
 
 /// The first instance is the one that owns the application's name on the session bus; the others
 /// call a method of its object there.
@@ -24,10 +22,11 @@ class BusSingleInstance : public QObject, public SingleInstance
     Q_OBJECT
 
 public:
-    BusSingleInstance() = default;
+    BusSingleInstance();
     ~BusSingleInstance() override = default;
 
     void setActivationHandler(Handler handler) override;
+    void setReplacementHandler(Handler handler) override;
     void claim(Start start, ClaimHandler handler) override;
 
 public Q_SLOTS:
@@ -35,16 +34,18 @@ public Q_SLOTS:
     void Activate(); // NOLINT(readability-identifier-naming): the method's name there
 
 private:
-    void opened(std::shared_ptr<BusLink> link);
+    void joined(BusLink &link);
     void nameAnswered(const QDBusPendingCall &call);
     void requestName();
     void askOther();
+    void tell(Claim claim);
 
-    std::shared_ptr<BusLink> m_link;
+    std::unique_ptr<LastingLink> m_bus;
     Start m_start = Start::ByUser;
     QDeadlineTimer m_asking; ///< of others
-    ClaimHandler m_claimed;
+    ClaimHandler m_claimed;  ///< until it was told
     Handler m_activated;
+    Handler m_replaced;
 };
 
 } // namespace Tarnwick

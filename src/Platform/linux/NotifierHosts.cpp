@@ -3,15 +3,10 @@
 
 #include "Platform/linux/NotifierHosts.h"
 
-#include "Platform/linux/BusLink.h"
-
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
-#include <QPointer>
-
-#include <utility>
 
 namespace Tarnwick {
 
@@ -24,26 +19,17 @@ const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
 } // namespace
 
 NotifierHosts::NotifierHosts()
+    : m_bus(watcher, {.joined = [this](const std::shared_ptr<BusLink> &link) { joined(*link); },
+                      .lost = [this] { settle(false); },
+                      .ownerChanged = [this] { ask(); },
+                      .signalled = [this] { ask(); }})
 {
-    BusLink::open([self = QPointer(this)](std::shared_ptr<BusLink> link, const QString &) {
-        if (self) {
-            self->opened(std::move(link));
-        }
-    });
 }
 
-void NotifierHosts::opened(std::shared_ptr<BusLink> link)
+void NotifierHosts::joined(BusLink &link)
 {
-    if (!link) {
-        settle(false);
-        return;
-    }
-    m_link = std::move(link);
-    m_link->watchOwner(watcher, this, SLOT(ask()));
-    QDBusConnection bus = m_link->connection();
     for (const char *signal : {"StatusNotifierHostRegistered", "StatusNotifierHostUnregistered"}) {
-        // For the sender by that name Qt would ask the bus, and wait.
-        bus.connect(QString(), watcherPath, watcher, QLatin1String(signal), this, SLOT(ask()));
+        link.observeSignal(watcherPath, watcher, QLatin1String(signal));
     }
     ask();
 }
@@ -55,9 +41,12 @@ void NotifierHosts::ask()
         QStringLiteral("Get"));
     question << watcher << QStringLiteral("IsStatusNotifierHostRegistered");
     question.setAutoStartService(false);
-    auto *call = new QDBusPendingCallWatcher(m_link->connection().asyncCall(question), this);
-    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
+    auto *call = new QDBusPendingCallWatcher(m_bus.link()->connection().asyncCall(question), this);
+    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call, link = m_bus.link()] {
         call->deleteLater();
+        if (link != m_bus.link()) {
+            return;
+        }
         const QDBusPendingReply<QDBusVariant> reply = *call;
         settle(!reply.isError() && reply.value().variant().toBool());
     });

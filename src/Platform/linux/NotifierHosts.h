@@ -3,19 +3,17 @@
 
 #pragma once
 
+#include "Platform/linux/LastingLink.h"
+
 #include <QObject>
 
-#include <memory>
 #include <optional>
-
-class QDBusMessage;
 
 namespace Tarnwick {
 
-class BusLink;
-
 /// Whether the session has a tray that shows icons which are announced on the bus
-/// (StatusNotifierItem). Asked without waiting; followed from then on. Main thread.
+/// (StatusNotifierItem). Asked without waiting; followed from then on, and not present while there
+/// is no bus. Main thread.
 class NotifierHosts : public QObject
 {
     Q_OBJECT
@@ -31,14 +29,12 @@ Q_SIGNALS:
     /// It is known now, or something else is true now.
     void changed();
 
-private Q_SLOTS:
-    void ask();
-
 private:
-    void opened(std::shared_ptr<BusLink> link);
+    void joined(BusLink &link);
+    void ask();
     void settle(bool present);
 
-    std::shared_ptr<BusLink> m_link;
+    LastingLink m_bus;
     std::optional<bool> m_present;
 };
 

@@ -93,8 +93,7 @@ void TrayStatusItem::traysChanged()
         return;
     }
     m_patience.stop();
-    const Tray fallback = m_embeddingTray->isPresent() ? Tray::Embedding : Tray::None;
-    const Tray tray = hosts.value_or(false) ? Tray::Notifier : fallback;
+    const Tray tray = bestTray(hosts.value_or(false));
     if (tray == m_tray && m_presence != Presence::Unsettled) {
         return;
     }
@@ -109,8 +108,18 @@ void TrayStatusItem::traysChanged()
     makeIcon();
 }
 
+TrayStatusItem::Tray TrayStatusItem::bestTray(bool hasNotifierHost) const
+{
+    if (hasNotifierHost && m_spokenTo != Tray::Embedding) {
+        return Tray::Notifier;
+    }
+    return m_embeddingTray->isPresent() && m_spokenTo != Tray::Notifier ? Tray::Embedding
+                                                                        : Tray::None;
+}
+
 void TrayStatusItem::makeIcon()
 {
+    m_spokenTo = m_tray;
     m_icon = std::make_unique<QSystemTrayIcon>();
     m_icon->setToolTip(QStringLiteral("Tarnwick"));
     m_background = StatusIcon::Tray::Unknown;

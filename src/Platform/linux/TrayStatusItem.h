@@ -22,7 +22,8 @@ class QMenu;
 namespace Tarnwick {
 
 /// The status item as Qt's tray icon. Qt decides once for a process which kind of tray it speaks
-/// to; so the icon is made only when there is a tray, and made again when one comes back.
+/// to; so the icon is made only when there is a tray, and made again when one of that kind comes
+/// back. Each icon has its own connection to the bus, so it works again after the bus was gone.
 class TrayStatusItem : public QObject, public StatusItem
 {
     Q_OBJECT
@@ -43,6 +44,7 @@ private:
     enum class Tray : std::uint8_t { None, Embedding, Notifier };
 
     void traysChanged();
+    [[nodiscard]] Tray bestTray(bool hasNotifierHost) const;
     void makeIcon();
     void awaitPlace();
     void settle(Presence presence);
@@ -53,6 +55,7 @@ private:
     std::unique_ptr<NotifierHosts> m_notifierHosts;
     std::unique_ptr<EmbeddingTray> m_embeddingTray;
     Tray m_tray = Tray::None;
+    Tray m_spokenTo = Tray::None; ///< what the first icon was for, and all others are
     Presence m_presence = Presence::Unsettled;
     std::unique_ptr<QMenu> m_menu; ///< outlives the icon that shows it
     std::unique_ptr<QSystemTrayIcon> m_icon;
