@@ -7,7 +7,9 @@
 #include "Core/MainThread.h"
 #include "Core/SerialExecutor.h"
 #include "Models/Precondition.h"
+#include "Platform/FileViewer.h"
 #include "Shared/AppLog.h"
+#include "Shared/Paths.h"
 #include "Shared/RawPortInfo.h"
 
 #include <QByteArray>
@@ -174,6 +176,11 @@ QCoro::Task<KillResult> HelperClient::kill(std::shared_ptr<Link> link, std::int6
         co_return KillResult::XpcUnavailable;
     }
     co_return killResultFromReply(reply.code);
+}
+
+void HelperClient::revealLogInFinder(FileViewer &viewer)
+{
+    viewer.reveal(Paths::applicationSupport() / "app.log");
 }
 
 } // namespace Tarnwick

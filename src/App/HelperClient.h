@@ -16,6 +16,7 @@
 
 namespace Tarnwick {
 
+class FileViewer;
 class SerialExecutor;
 
 /// The application's only link to its helper. It owns one connection, made when it is needed and
@@ -42,6 +43,9 @@ public:
     /// Asks the helper to end the process with that identifier. One that does not fit 32 bits is a
     /// programming error and stops the program.
     [[nodiscard]] QCoro::Task<KillResult> xpcKill(std::int64_t pid);
+
+    /// Asks @p viewer to show the diagnostic log, whether it exists or not. Main thread.
+    static void revealLogInFinder(FileViewer &viewer);
 
 private:
     struct Link;

@@ -7,8 +7,8 @@
 #include "App/AppState.h"
 #include "App/DisplayOpening.h"
 #include "App/FirstRunOnboarding.h"
+#include "App/HelperClient.h"
 #include "App/LaunchArguments.h"
-#include "App/LogReveal.h"
 #include "App/MoveToApplications.h"
 #include "App/Preferences.h"
 #include "App/SettingsWindowOpener.h"
@@ -131,7 +131,7 @@ private:
                         m_updateWindow.emplace(UpdaterController::shared(), &OrdinaryWindow::make);
                     },
                 .checkForUpdates = [] { UpdaterController::shared().checkForUpdates(); },
-                .revealLog = [] { revealLog(*FileViewer::ofThisDesktop()); },
+                .revealLog = [] { HelperClient::revealLogInFinder(*FileViewer::ofThisDesktop()); },
                 .terminate = [] { QApplication::quit(); },
             });
         m_delegate->applicationDidFinishLaunching();

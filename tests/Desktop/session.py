@@ -63,6 +63,14 @@ def wait_for(what, condition, patience=PATIENCE):
         time.sleep(0.01)
 
 
+def appears(condition, duration=1):
+    """Whether the condition becomes true in that time."""
+    try:
+        return wait_for("", condition, duration)
+    except AssertionError:
+        return None
+
+
 def stays(what, condition, duration):
     """Fails when the condition is not true all the time."""
     end = time.monotonic() + duration

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
-#include "App/LogReveal.h"
+#include "App/HelperClient.h"
 
 #include "Platform/fake/FakeFileViewer.h"
 #include "tests/Support/ScopedEnvironment.h"
@@ -14,12 +14,12 @@ using namespace Tarnwick;
 
 namespace {
 
-TEST(LogReveal, ShowsTheLogWhetherItExistsOrNot)
+TEST(HelperClient, ShowsTheLogWhetherItExistsOrNot)
 {
     const TemporaryFolder folder;
     const ScopedEnvironment dataHome("XDG_DATA_HOME", folder.path().string());
     FakeFileViewer viewer;
-    revealLog(viewer);
+    HelperClient::revealLogInFinder(viewer);
     EXPECT_THAT(viewer.revealed, testing::ElementsAre(folder.path() / "Tarnwick" / "app.log"));
     EXPECT_FALSE(std::filesystem::exists(viewer.revealed.front()));
 }
