@@ -212,7 +212,7 @@ TEST(TarnwickctlKill, MayHaveAsManyDescriptorsAsItIsAllowed)
 {
     ListeningChild child;
     PseudoTerminal terminal(80, 24);
-    RunningProgram program({"/bin/sh", "-c", "ulimit -Sn 64; exec \"$0\" \"$@\"",
+    RunningProgram program({"/bin/sh", "-c", R"(ulimit -Sn 64; exec "$0" "$@")",
                             std::string(programPath), "kill", child.portText()},
                            terminal);
     ASSERT_TRUE(program.shows("[y/N] "));

@@ -113,6 +113,7 @@ TEST_F(ForeignSocketTest, GuessesNoOwnerAmongEqualProcesses)
         GTEST_SKIP() << "no control group to be had";
     }
     std::vector<Puppet> servers;
+    servers.reserve(5);
     for (int count = 0; count < 5; ++count) {
         servers.push_back(serviceIn(*group, {"server"}));
     }
@@ -136,6 +137,7 @@ TEST_F(ForeignSocketTest, CallsAnUnknownOwnerUnknownWhereNoUnitIs)
         GTEST_SKIP() << "no control group to be had";
     }
     std::vector<Puppet> servers;
+    servers.reserve(2);
     for (int count = 0; count < 2; ++count) {
         servers.push_back(serviceIn(*group, {"server"}));
     }
@@ -273,10 +275,12 @@ TEST_F(ForeignSocketTest, NamesAServerThatIsProcessOneOfItsContainer)
                 const pid_t worker = ::fork();
                 if (worker == 0) {
                     ::fcntl(listener, F_SETFD, 0);
-                    while (!becomesAnother) {
+                    if (becomesAnother) {
+                        ::execl("/bin/sleep", "sleep", "1000", nullptr);
+                    }
+                    for (;;) {
                         ::pause();
                     }
-                    ::execl("/bin/sleep", "sleep", "1000", nullptr);
                 }
             }
             ListenerInventory inventory;

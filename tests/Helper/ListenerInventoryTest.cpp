@@ -260,7 +260,7 @@ TEST_F(ListenerInventoryTest, MakesUtf8OfWhateverTheProcessPutThere)
     ASSERT_EQ(record.arguments.size(), 3U);
     EXPECT_EQ(record.arguments[0], "\xef\xbf\xbd(");
     EXPECT_EQ(record.arguments[1], "caf\xc3\xa9");
-    EXPECT_EQ(RawPortInfo::encode(std::vector{record}).find("\xff"), std::string::npos);
+    EXPECT_EQ(RawPortInfo::encode(std::vector{record}).find('\xff'), std::string::npos);
 }
 
 TEST_F(ListenerInventoryTest, ToleratesAnEmptyCommandLine)

@@ -24,7 +24,13 @@ namespace Tarnwick {
 
 namespace {
 
-std::pair<FileDescriptor, FileDescriptor> channel()
+struct Channel
+{
+    FileDescriptor ours;
+    FileDescriptor theirs;
+};
+
+Channel channel()
 {
     std::array<int, 2> ends{};
     if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
@@ -70,6 +76,7 @@ Puppet::Puppet(const std::filesystem::path &program, const std::vector<std::stri
 {
     auto [ours, theirs] = channel();
     std::vector<char *> raw;
+    raw.reserve(arguments.size() + 1);
     for (const std::string &argument : arguments) {
         raw.push_back(const_cast<char *>(argument.c_str()));
     }
@@ -164,7 +171,7 @@ Puppet Puppet::fork()
     sendMessage(m_channel.get(), "fork", theirs.get());
     theirs.reset();
     const pid_t child = std::stoi(answerOn(ours.get()));
-    return Puppet(child, std::move(ours), false);
+    return {child, std::move(ours), false};
 }
 
 void Puppet::exec(const std::filesystem::path &program, const std::vector<std::string> &arguments)
