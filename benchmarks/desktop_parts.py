@@ -8,6 +8,7 @@ import random
 import socket
 import time
 
+from desktop import command_line, expect
 from desktop_programs import (
     PEERS,
     Peer,
@@ -16,7 +17,6 @@ from desktop_programs import (
 )
 from desktop_report import MB, compare, row
 from listing_load import Load, Shape
-from session import command_line, expect
 
 CORNER = (0, 799)  # where the pointer is on nothing
 REST = 2.0  # seconds after which a program has done what its start brings with it

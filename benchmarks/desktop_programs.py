@@ -9,7 +9,7 @@ import pathlib
 import re
 import time
 
-from session import Rect, children_of, command_line, expect, wait_for
+from desktop import Rect, children_of, command_line, expect, wait_for
 
 HELPER = "tarnwick-helper"
 PEERS = {
