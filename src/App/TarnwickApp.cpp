@@ -27,6 +27,7 @@
 #include "Shared/Version.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <QQuickWindow>
 #include <QSessionManager>
 
@@ -64,6 +65,17 @@ void print(std::FILE *stream, const std::string &text)
     std::fflush(stream);
 }
 
+/// Gives the application its icon: the desktop's, where it is installed. For the first ordinary
+/// window and not at the start, which the reading of a drawing would delay.
+void haveIcon()
+{
+    if (QGuiApplication::windowIcon().isNull()) {
+        QGuiApplication::setWindowIcon(
+            QIcon::fromTheme(QGuiApplication::desktopFileName(),
+                             QIcon(QStringLiteral(":/com.velmora.tarnwick.svg"))));
+    }
+}
+
 /// The running application.
 class Session
 {
@@ -75,7 +87,10 @@ public:
 
     void start()
     {
-        SettingsWindowOpener::shared().setOpen([this] { m_settingsWindow->show(); });
+        SettingsWindowOpener::shared().setOpen([this] {
+            haveIcon();
+            m_settingsWindow->show();
+        });
         m_instance->setActivationHandler([this] {
             if (m_delegate) {
                 m_delegate->reopen();
@@ -128,7 +143,11 @@ private:
                 .promptToMove = &Session::promptToMove,
                 .makeUpdater =
                     [this] {
-                        m_updateWindow.emplace(UpdaterController::shared(), &OrdinaryWindow::make);
+                        m_updateWindow.emplace(UpdaterController::shared(),
+                                               [](const OrdinaryWindow::Description &window) {
+                                                   haveIcon();
+                                                   return OrdinaryWindow::make(window);
+                                               });
                     },
                 .checkForUpdates = [] { UpdaterController::shared().checkForUpdates(); },
                 .revealLog = [] { HelperClient::revealLogInFinder(*FileViewer::ofThisDesktop()); },

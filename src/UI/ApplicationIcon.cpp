@@ -10,7 +10,7 @@ namespace Tarnwick {
 
 ApplicationIcon::ApplicationIcon(QQuickItem *parent)
     : QQuickPaintedItem(parent)
-    , m_icon(QIcon::fromTheme(QGuiApplication::desktopFileName(), QGuiApplication::windowIcon()))
+    , m_icon(QGuiApplication::windowIcon())
 {
     setAntialiasing(true);
 }

@@ -9,7 +9,7 @@
 
 namespace Tarnwick {
 
-/// The application's icon as the desktop has it, stretched to the item, sharp at any scale of the
+/// The icon of the application's windows, stretched to the item, sharp at any scale of the
 /// screen. Main thread; its painting on the scene's.
 class ApplicationIcon : public QQuickPaintedItem
 {
@@ -20,7 +20,7 @@ class ApplicationIcon : public QQuickPaintedItem
 public:
     explicit ApplicationIcon(QQuickItem *parent = nullptr);
 
-    /// Whether there is one: an application that is not installed may have none.
+    /// Whether there is one.
     [[nodiscard]] bool isPresent() const { return !m_icon.isNull(); }
 
     void paint(QPainter *painter) override;

@@ -6,7 +6,6 @@
 #include <QCursor>
 #include <QEvent>
 #include <QGuiApplication>
-#include <QIcon>
 #include <QQmlEngine>
 #include <QQuickView>
 #include <QScreen>
@@ -74,7 +73,6 @@ void QuickOrdinaryWindow::makeView()
     m_view = std::make_unique<QQuickView>();
     m_view->setTitle(m_description.title);
     m_view->setObjectName(m_description.identifier);
-    m_view->setIcon(QIcon::fromTheme(QGuiApplication::desktopFileName()));
     m_view->setFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                      Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
                      Qt::WindowCloseButtonHint);
