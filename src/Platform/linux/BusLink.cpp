@@ -29,7 +29,7 @@ QString nextName()
 
 QString sessionAddress()
 {
-    const QString told = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    QString told = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
     if (!told.isEmpty()) {
         return told;
     }
@@ -118,8 +118,8 @@ void BusLink::open(Opened opened)
         });
 }
 
-BusLink::BusLink(const QDBusConnection &connection)
-    : m_connection(connection)
+BusLink::BusLink(QDBusConnection connection)
+    : m_connection(std::move(connection))
 {
 }
 

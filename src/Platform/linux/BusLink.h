@@ -32,7 +32,7 @@ public:
     static void open(Opened opened);
 
     /// For open().
-    explicit BusLink(const QDBusConnection &connection);
+    explicit BusLink(QDBusConnection connection);
     ~BusLink();
     BusLink(const BusLink &) = delete;
     BusLink &operator=(const BusLink &) = delete;

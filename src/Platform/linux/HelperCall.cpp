@@ -66,17 +66,16 @@ void listListeningPorts(const std::shared_ptr<BusLink> &link, const QString &own
                  [reply = std::move(reply),
                   failed = std::move(failed)](const QDBusPendingReply<QByteArray> &answer) {
                      const QDBusError error = answer.error();
-                     // A reply that holds something else, or nothing, holds no data.
-                     if (error.type() == QDBusError::InvalidSignature) {
-                         reply(std::nullopt, std::nullopt);
-                     } else if (error.isValid() && isRaisedByBus(error)) {
+                     const bool isOther = error.type() == QDBusError::InvalidSignature;
+                     if (error.isValid() && !isOther && isRaisedByBus(error)) {
                          failed(error.message().toStdString());
-                     } else if (error.isValid()) {
+                     } else if (error.isValid() && !isOther) {
                          reply(std::nullopt, helperError(error));
-                     } else if (QByteArray payload = answer.value(); payload.isEmpty()) {
-                         reply(std::nullopt, std::nullopt);
-                     } else {
+                     } else if (QByteArray payload = answer.value(); !payload.isEmpty()) {
                          reply(std::move(payload), std::nullopt);
+                     } else {
+                         // A reply that holds something else, or nothing, holds no data.
+                         reply(std::nullopt, std::nullopt);
                      }
                  });
 }
