@@ -48,6 +48,8 @@ LaunchAtLogin &LaunchAtLogin::shared()
 Preferences &Preferences::shared()
 {
     static NeverDestroyed<QSettings> store;
+    // The application's own and nothing else: no other file of the organisation's or the system's.
+    store->setFallbacksEnabled(false);
     static NeverDestroyed<Preferences> preferences(*store);
     return *preferences;
 }

@@ -56,24 +56,33 @@ QCoro::Task<void> NetworkMonitor::start()
 {
     const QPointer<NetworkMonitor> self(this);
     const unsigned start = ++m_lastStart;
-    m_waitingStarts.insert(start);
+    m_waitingStart = start;
     // A first scan that is lost must not be the last one.
     QTimer::singleShot(m_firstScanPatience, this, [this, start] {
-        if (m_waitingStarts.erase(start) > 0) {
+        if (takeWaiting(start)) {
             startTimer();
             triggerScan();
         }
     });
     co_await triggerScan();
-    if (self && m_waitingStarts.erase(start) > 0) {
+    if (self && takeWaiting(start)) {
         startTimer();
     }
+}
+
+bool NetworkMonitor::takeWaiting(unsigned start)
+{
+    if (m_waitingStart != start) {
+        return false;
+    }
+    m_waitingStart.reset();
+    return true;
 }
 
 void NetworkMonitor::stop()
 {
     m_debounceTimer.stop();
-    m_waitingStarts.clear();
+    m_waitingStart.reset();
     if (m_timer) {
         m_timer->stop();
         m_timer->deleteLater();

@@ -11,7 +11,7 @@
 #include <QTimer>
 
 #include <chrono>
-#include <set>
+#include <optional>
 
 namespace Tarnwick {
 
@@ -58,6 +58,8 @@ public:
     void scheduleDebouncedScan();
 
 private:
+    /// Whether it is this start that is still to have a timer; from then on it is not.
+    [[nodiscard]] bool takeWaiting(unsigned start);
     void startTimer();
     QCoro::Task<void> triggerScan();
 
@@ -66,8 +68,8 @@ private:
     double m_pollInterval = 10.0;
     std::chrono::milliseconds m_firstScanPatience;
     unsigned m_lastStart = 0;
-    std::set<unsigned> m_waitingStarts; ///< whose timers are not started yet
-    QPointer<QTimer> m_timer;           ///< a child; null when stopped
+    std::optional<unsigned> m_waitingStart; ///< whose timer is not started yet: the last one's
+    QPointer<QTimer> m_timer;               ///< a child; null when stopped
     QTimer m_debounceTimer;
     SerialExecutor m_executor;
 };

@@ -22,7 +22,9 @@ Item {
     activeFocusOnTab: true
     Accessible.role: Accessible.Button
     Accessible.name: label
-    Accessible.focusable: true
+    // Qt 6.4 tells nobody that an item is disabled.
+    Accessible.description: enabled ? "" : "unavailable"
+    Accessible.focusable: enabled
     Accessible.onPressAction: root.clicked()
     Keys.onPressed: event => {
         const presses = [Qt.Key_Space, Qt.Key_Return, Qt.Key_Enter].includes(event.key);

@@ -18,7 +18,10 @@ Item {
         view.contentY = Math.max(0, Math.min(view.contentHeight - view.height, view.contentY + distance));
     }
 
-    activeFocusOnTab: true
+    activeFocusOnTab: isScrollable
+    Accessible.role: Accessible.StaticText
+    Accessible.name: text
+    Accessible.focusable: isScrollable
     Keys.onUpPressed: root.scroll(-root.line)
     Keys.onDownPressed: root.scroll(root.line)
     Keys.onPressed: event => {

@@ -28,9 +28,6 @@ bool SettingsModel::showSystemPortsByDefault() const
 
 void SettingsModel::setShowSystemPortsByDefault(bool show)
 {
-    if (show == showSystemPortsByDefault()) {
-        return;
-    }
     m_preferences.setShowSystemPortsByDefault(show);
     m_state.setShowSystemPorts(show);
     Q_EMIT showSystemPortsByDefaultChanged();
@@ -43,7 +40,8 @@ double SettingsModel::pollInterval() const
 
 void SettingsModel::setPollInterval(double seconds)
 {
-    if (seconds == pollInterval()) {
+    // Somebody else may have stored it, without the monitor's knowledge.
+    if (seconds == pollInterval() && seconds == m_monitor.pollInterval()) {
         return;
     }
     m_preferences.setPollInterval(seconds);

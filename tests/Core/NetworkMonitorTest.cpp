@@ -195,6 +195,22 @@ TEST_F(NetworkMonitorTest, HasOneTimerAfterStartsThatOverlap)
     EXPECT_EQ(m_monitor->findChildren<QTimer *>().size(), 1);
 }
 
+TEST_F(NetworkMonitorTest, HasOneTimerAfterTwoChangesInOneTurn)
+{
+    m_monitor->setPollInterval(3600.0);
+    m_source.holdsBack = true;
+    m_monitor->stop();
+    m_monitor->stop();
+    const QCoro::Task<void> first = m_monitor->start();
+    const QCoro::Task<void> second = m_monitor->start();
+    m_source.release();
+    m_source.release();
+    ASSERT_TRUE(await([&] { return first.isReady() && second.isReady(); }));
+    EXPECT_EQ(m_monitor->findChildren<QTimer *>().size(), 1);
+    m_monitor->stop();
+    ASSERT_TRUE(await([this] { return m_monitor->findChildren<QTimer *>().isEmpty(); }));
+}
+
 TEST_F(NetworkMonitorTest, LeavesATimerThatRunsAloneWhenItStartsAgain)
 {
     m_monitor->setPollInterval(0.02);

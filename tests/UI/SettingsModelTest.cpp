@@ -155,6 +155,19 @@ TEST_F(SettingsModelTest, AppliesTheChoiceWhateverThePanelShowsMeanwhile)
     EXPECT_FALSE(m_state.showSystemPorts());
 }
 
+TEST_F(SettingsModelTest, AppliesWhatSomebodyElseHasStoredMeanwhile)
+{
+    const QSignalSpy changes(&m_model, &SettingsModel::showSystemPortsByDefaultChanged);
+    m_store.setValue("showSystemPortsByDefault", true);
+    m_model.setShowSystemPortsByDefault(true);
+    EXPECT_TRUE(m_state.showSystemPorts());
+    EXPECT_EQ(changes.count(), 1);
+
+    m_store.setValue("pollInterval", 7.0);
+    m_model.setPollInterval(7.0);
+    EXPECT_EQ(m_monitorInterval, 7.0);
+}
+
 TEST_F(SettingsModelTest, GoesOnWhenNothingCanBeStored)
 {
     // A folder stands where the file would be: not even root can write it.
