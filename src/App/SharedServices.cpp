@@ -47,10 +47,11 @@ LaunchAtLogin &LaunchAtLogin::shared()
 
 Preferences &Preferences::shared()
 {
-    static NeverDestroyed<QSettings> store;
+    static NeverDestroyed<QSettings> settings;
+    QSettings &store = *settings;
     // The application's own and nothing else: no other file of the organisation's or the system's.
-    store->setFallbacksEnabled(false);
-    static NeverDestroyed<Preferences> preferences(*store);
+    store.setFallbacksEnabled(false);
+    static NeverDestroyed<Preferences> preferences(store);
     return *preferences;
 }
 
