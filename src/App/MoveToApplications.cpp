@@ -7,11 +7,15 @@
 #include "Platform/ApplicationBundle.h"
 #include "Shared/ShellQuoting.h"
 
+#include <filesystem>
 #include <string>
+#include <system_error>
 
 namespace Tarnwick {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 ModalQuestion question()
 {
@@ -24,11 +28,34 @@ ModalQuestion question()
             .secondButton = QStringLiteral("Do Not Move")};
 }
 
+/// Whether both are there and one and the same, whatever links or mounts lead to it.
+bool areSame(const fs::path &one, const fs::path &other)
+{
+    std::error_code failed;
+    return fs::equivalent(one, other, failed);
+}
+
+/// @p folder ends with a slash. The path of a running program has no links in it, and the folder
+/// may be one: names alone would not tell.
+bool liesIn(const std::string &path, const std::string &folder)
+{
+    if (path.starts_with(folder)) {
+        return true;
+    }
+    fs::path above = path;
+    while (above.has_relative_path()) {
+        above = above.parent_path();
+        if (areSame(above, folder)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 bool isInPlace(const ApplicationBundle &bundle)
 {
     const std::string path = bundle.path();
-    return path.starts_with(bundle.applications()) ||
-           path.starts_with(bundle.userApplications() + "/");
+    return liesIn(path, bundle.applications()) || liesIn(path, bundle.userApplications() + "/");
 }
 
 } // namespace
@@ -51,6 +78,9 @@ void MoveToApplications::moveAndRelaunch(ApplicationBundle &bundle)
     const std::string source = bundle.path();
     const std::string folder = bundle.applications();
     const std::string target = folder + source.substr(source.rfind('/') + 1);
+    if (areSame(source, target)) {
+        return; // what is removed first would be the only copy
+    }
     const std::string removal = "rm -rf " + ShellQuoting::quote(target);
     const std::string copy = "cp -R " + ShellQuoting::quote(source) + " " + folder;
     if (bundle.runPrivileged(removal + " && " + copy) == ApplicationBundle::Privileged::Failed) {

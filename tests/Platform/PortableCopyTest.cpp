@@ -64,12 +64,25 @@ protected:
     {
         return PortableCopy({.executable = executable,
                              .applications = m_applications.string() + "/",
-                             .userApplications = "/home/ann/Applications"});
+                             .userApplications = m_userApplications});
     }
+
+    /// Launches the portable folder @p folder with a user who agrees to everything.
+    void agreeIn(const fs::path &folder) const
+    {
+        PortableCopy copy = copyAt(folder / "bin" / "tarnwick");
+        QSettings store(QString::fromStdString(m_folder.path() / "conf"), QSettings::IniFormat);
+        Preferences preferences(store);
+        MoveToApplications::promptIfNeeded(
+            copy, preferences, [](const ModalQuestion &) { return ModalAnswer::FirstButton; });
+    }
+
+    [[nodiscard]] bool triedToMove() const { return fs::exists(m_folder.path() / "asked"); }
 
     TemporaryFolder m_folder;
     fs::path m_source = m_folder.path() / "Down loads" / "Tarn'wick";
     fs::path m_applications = m_folder.path() / "opt";
+    fs::path m_userApplications = m_folder.path() / "home" / "Applications";
     ScopedEnvironment m_path{"PATH",
                              (m_folder.path() / "bin").string() + ":" + std::getenv("PATH")};
 };
@@ -120,17 +133,56 @@ TEST_F(PortableCopyTest, TellsWhenACommandFailedOrWasNotAllowed)
 
 TEST_F(PortableCopyTest, IsMovedAndStartedFromItsNewPlace)
 {
-    PortableCopy copy = copyAt(m_source / "bin" / "tarnwick");
     const fs::path target = m_applications / "Tarn'wick";
     fs::create_directories(target / "an old copy");
-    QSettings store(QString::fromStdString(m_folder.path() / "conf"), QSettings::IniFormat);
-    Preferences preferences(store);
-    MoveToApplications::promptIfNeeded(
-        copy, preferences, [](const ModalQuestion &) { return ModalAnswer::FirstButton; });
+    agreeIn(m_source);
     EXPECT_FALSE(fs::exists(target / "an old copy"));
     EXPECT_TRUE(fs::exists(target / ".tarnwick-portable"));
     EXPECT_TRUE(fs::exists(m_source / "bin" / "tarnwick"));
     EXPECT_TRUE(awaitOutside([&target] { return fs::exists(target / "bin" / "tarnwick.ran"); }));
+}
+
+TEST_F(PortableCopyTest, IsMovedIntoAFolderForApplicationsThatIsALink)
+{
+    const fs::path real = m_folder.path() / "var" / "opt";
+    fs::create_directories(real.parent_path());
+    fs::rename(m_applications, real);
+    fs::create_directory_symlink(real, m_applications);
+    agreeIn(m_source);
+    const fs::path ran = real / "Tarn'wick" / "bin" / "tarnwick.ran";
+    EXPECT_TRUE(awaitOutside([&ran] { return fs::exists(ran); }));
+}
+
+TEST_F(PortableCopyTest, IsInPlaceWhereTheFolderForApplicationsIsALink)
+{
+    const fs::path real = m_folder.path() / "var" / "opt";
+    fs::create_directories(real / "Tools");
+    fs::remove(m_applications);
+    fs::create_directory_symlink(real, m_applications);
+    for (const fs::path &place : {real / "Tarnwick", real / "Tools" / "Tarnwick"}) {
+        fs::copy(m_source, place, fs::copy_options::recursive);
+        agreeIn(place);
+        EXPECT_FALSE(triedToMove()) << place;
+        EXPECT_TRUE(fs::exists(place / "bin" / "tarnwick"));
+    }
+}
+
+TEST_F(PortableCopyTest, IsInPlaceWhereTheUsersHomeIsALink)
+{
+    const fs::path real = m_folder.path() / "var" / "home";
+    fs::create_directories(real / "Applications");
+    fs::create_directory_symlink(real, m_folder.path() / "home");
+    fs::rename(m_source, real / "Applications" / "Tarnwick");
+    agreeIn(real / "Applications" / "Tarnwick");
+    EXPECT_FALSE(triedToMove());
+}
+
+TEST_F(PortableCopyTest, IsNeverRemovedToMakePlaceForItself)
+{
+    fs::create_directory_symlink(m_source, m_applications / m_source.filename());
+    agreeIn(m_source);
+    EXPECT_FALSE(triedToMove());
+    EXPECT_TRUE(fs::is_symlink(m_applications / m_source.filename()));
 }
 
 TEST_F(PortableCopyTest, StaysWhereItIsWhenTheQuestionForThePasswordIsCancelled)
@@ -141,7 +193,7 @@ TEST_F(PortableCopyTest, StaysWhereItIsWhenTheQuestionForThePasswordIsCancelled)
     Preferences preferences(store);
     MoveToApplications::promptIfNeeded(
         copy, preferences, [](const ModalQuestion &) { return ModalAnswer::FirstButton; });
-    EXPECT_TRUE(fs::exists(m_folder.path() / "asked"));
+    EXPECT_TRUE(triedToMove());
     EXPECT_TRUE(fs::is_empty(m_applications));
     EXPECT_TRUE(store.allKeys().isEmpty());
 }
