@@ -43,7 +43,12 @@ AppDelegate::AppDelegate(const Services &services, Actions actions)
 
 void AppDelegate::applicationDidFinishLaunching()
 {
-    prepareLaunch();
+    if (hasMoved()) {
+        return; // the copy will do all of this, and its predecessor ends with the next event
+    }
+    if (m_actions.makeUpdater) {
+        m_actions.makeUpdater();
+    }
     createStatusItem();
     setUpPopover();
     applySavedPreferences();
@@ -54,13 +59,9 @@ void AppDelegate::applicationDidFinishLaunching()
     }
 }
 
-void AppDelegate::prepareLaunch()
+bool AppDelegate::hasMoved() const
 {
-    for (const auto &action : {m_actions.promptToMove, m_actions.makeUpdater}) {
-        if (action) {
-            action();
-        }
-    }
+    return m_actions.promptToMove && m_actions.promptToMove() == MoveToApplications::Outcome::Moved;
 }
 
 void AppDelegate::createStatusItem()

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "App/MoveToApplications.h"
 #include "Platform/StatusItem.h"
 
 #include <QObject>
@@ -43,8 +44,8 @@ public:
     /// set does nothing.
     struct Actions
     {
-        /// Offers to move the application to where it belongs; returns with the answer.
-        std::function<void()> promptToMove{};
+        /// Offers to move the application to where it belongs; returns when it was answered.
+        std::function<MoveToApplications::Outcome()> promptToMove{};
         /// Sees to it that there is an update controller.
         std::function<void()> makeUpdater{};
         std::function<void()> checkForUpdates{};
@@ -55,7 +56,7 @@ public:
     AppDelegate(const Services &services, Actions actions);
 
     /// The launch, once: the offer to move, update controller, status item, popover, saved
-    /// preferences, first scan, greeting.
+    /// preferences, first scan, greeting. It ends with the offer if the application moved.
     void applicationDidFinishLaunching();
 
     void handleStatusClick(const StatusClick &click);
@@ -76,7 +77,7 @@ public:
     [[nodiscard]] StatusMenu contextMenu();
 
 private:
-    void prepareLaunch();
+    [[nodiscard]] bool hasMoved() const;
     void createStatusItem();
     void setUpPopover();
     void applySavedPreferences();

@@ -60,35 +60,37 @@ bool isInPlace(const ApplicationBundle &bundle)
 
 } // namespace
 
-void MoveToApplications::promptIfNeeded(ApplicationBundle &bundle, Preferences &preferences,
-                                        const AskUser &ask)
+MoveToApplications::Outcome MoveToApplications::promptIfNeeded(ApplicationBundle &bundle,
+                                                               Preferences &preferences,
+                                                               const AskUser &ask)
 {
     if (!bundle.isPortable() || isInPlace(bundle) || preferences.declinedMoveToApplications()) {
-        return;
+        return Outcome::Stays;
     }
     if (ask(question()) == ModalAnswer::FirstButton) {
-        moveAndRelaunch(bundle);
-        return;
+        return moveAndRelaunch(bundle);
     }
     preferences.setDeclinedMoveToApplications();
+    return Outcome::Stays;
 }
 
-void MoveToApplications::moveAndRelaunch(ApplicationBundle &bundle)
+MoveToApplications::Outcome MoveToApplications::moveAndRelaunch(ApplicationBundle &bundle)
 {
     const std::string source = bundle.path();
     const std::string folder = bundle.applications();
     const std::string target = folder + source.substr(source.rfind('/') + 1);
     if (areSame(source, target)) {
-        return; // what is removed first would be the only copy
+        return Outcome::Stays; // what is removed first would be the only copy
     }
     const std::string removal = "rm -rf " + ShellQuoting::quote(target);
     const std::string copy = "cp -R " + ShellQuoting::quote(source) + " " + folder;
     if (bundle.runPrivileged(removal + " && " + copy) == ApplicationBundle::Privileged::Failed) {
-        return;
+        return Outcome::Stays;
     }
     // By then this instance has ended.
     bundle.launch("/bin/sh", {"-c", "sleep 1 && " + bundle.openCommand(target)});
     bundle.terminate();
+    return Outcome::Moved;
 }
 
 } // namespace Tarnwick

@@ -5,6 +5,8 @@
 
 #include "Platform/ModalQuestion.h"
 
+#include <cstdint>
+
 namespace Tarnwick {
 
 class ApplicationBundle;
@@ -17,16 +19,20 @@ class Preferences;
 class MoveToApplications
 {
 public:
+    enum class Outcome : std::uint8_t {
+        Stays,
+        Moved, ///< the application was told to terminate, and its copy starts a second later
+    };
+
     MoveToApplications() = delete;
 
     /// Asks by @p ask if there is reason to, and does what the answer says. Returns when that is
-    /// done: after a move the application was told to terminate, and its copy starts a second
-    /// later.
-    static void promptIfNeeded(ApplicationBundle &bundle, Preferences &preferences,
-                               const AskUser &ask);
+    /// done.
+    [[nodiscard]] static Outcome promptIfNeeded(ApplicationBundle &bundle, Preferences &preferences,
+                                                const AskUser &ask);
 
 private:
-    static void moveAndRelaunch(ApplicationBundle &bundle);
+    static Outcome moveAndRelaunch(ApplicationBundle &bundle);
 };
 
 } // namespace Tarnwick

@@ -156,10 +156,10 @@ private:
         m_delegate->applicationDidFinishLaunching();
     }
 
-    static void promptToMove()
+    static MoveToApplications::Outcome promptToMove()
     {
         const std::unique_ptr<ApplicationBundle> bundle = ApplicationBundle::ofThisApplication();
-        MoveToApplications::promptIfNeeded(*bundle, Preferences::shared(), &askInMessageBox);
+        return MoveToApplications::promptIfNeeded(*bundle, Preferences::shared(), &askInMessageBox);
     }
 
     ArgumentLaunchContext m_launchContext;

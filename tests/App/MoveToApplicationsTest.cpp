@@ -17,6 +17,7 @@
 #include <vector>
 
 using namespace Tarnwick;
+using Outcome = MoveToApplications::Outcome;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -27,11 +28,11 @@ class MoveToApplicationsTest : public testing::Test
 protected:
     void prompt()
     {
-        MoveToApplications::promptIfNeeded(m_bundle, m_preferences,
-                                           [this](const ModalQuestion &question) {
-                                               m_asked.push_back(question);
-                                               return m_answer;
-                                           });
+        m_outcome = MoveToApplications::promptIfNeeded(m_bundle, m_preferences,
+                                                       [this](const ModalQuestion &question) {
+                                                           m_asked.push_back(question);
+                                                           return m_answer;
+                                                       });
     }
 
     bool asksFrom(const std::string &place)
@@ -49,6 +50,7 @@ protected:
     FakeApplicationBundle m_bundle;
     ModalAnswer m_answer = ModalAnswer::FirstButton;
     std::vector<ModalQuestion> m_asked;
+    Outcome m_outcome = Outcome::Stays;
 };
 
 TEST_F(MoveToApplicationsTest, AsksInTheseWords)
@@ -68,6 +70,7 @@ TEST_F(MoveToApplicationsTest, NeverAsksWhereItIsInPlace)
     EXPECT_FALSE(asksFrom("/Applications/Tarnwick.app"));
     EXPECT_FALSE(asksFrom("/Applications/Tools/Tarnwick.app"));
     EXPECT_FALSE(asksFrom("/Users/ann/Applications/Tarnwick.app"));
+    EXPECT_EQ(m_outcome, Outcome::Stays);
     EXPECT_THAT(m_bundle.calls, IsEmpty());
 }
 
@@ -89,6 +92,7 @@ TEST_F(MoveToApplicationsTest, NeverAsksAgainOnceDeclined)
     m_answer = ModalAnswer::Other;
     prompt();
     EXPECT_THAT(m_bundle.calls, IsEmpty());
+    EXPECT_EQ(m_outcome, Outcome::Stays);
     EXPECT_EQ(QSettings(m_store.fileName(), QSettings::IniFormat)
                   .value("declinedMoveToApplications")
                   .toString(),
@@ -112,6 +116,7 @@ TEST_F(MoveToApplicationsTest, CopiesAndStartsTheCopyAndEnds)
                             "'/Users/ann/Downloads/Tarnwick.app' /Applications/",
                             "launch: /bin/sh [-c] [sleep 1 && open '/Applications/Tarnwick.app']",
                             "terminate"));
+    EXPECT_EQ(m_outcome, Outcome::Moved);
     EXPECT_FALSE(m_store.contains("declinedMoveToApplications"));
 }
 
@@ -129,6 +134,7 @@ TEST_F(MoveToApplicationsTest, GoesOnWhereItIsWhenThePrivilegeIsRefused)
     m_bundle.outcome = ApplicationBundle::Privileged::Failed;
     prompt();
     EXPECT_EQ(m_bundle.calls.size(), 1U);
+    EXPECT_EQ(m_outcome, Outcome::Stays);
     EXPECT_FALSE(m_store.contains("declinedMoveToApplications"));
     prompt();
     EXPECT_EQ(m_asked.size(), 2U);
@@ -140,6 +146,7 @@ TEST_F(MoveToApplicationsTest, GoesOnWithTheRelaunchWhenTheCommandCouldNotEvenBe
     prompt();
     EXPECT_EQ(m_bundle.calls.size(), 3U);
     EXPECT_EQ(m_bundle.calls.back(), "terminate");
+    EXPECT_EQ(m_outcome, Outcome::Moved);
 }
 
 } // namespace

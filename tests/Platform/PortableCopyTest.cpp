@@ -24,6 +24,7 @@ namespace Tarnwick {
 namespace {
 
 namespace fs = std::filesystem;
+using Outcome = MoveToApplications::Outcome;
 using Privileged = ApplicationBundle::Privileged;
 
 std::string read(const fs::path &file)
@@ -68,12 +69,12 @@ protected:
     }
 
     /// Launches the portable folder @p folder with a user who agrees to everything.
-    void agreeIn(const fs::path &folder) const
+    Outcome agreeIn(const fs::path &folder) const
     {
         PortableCopy copy = copyAt(folder / "bin" / "tarnwick");
         QSettings store(QString::fromStdString(m_folder.path() / "conf"), QSettings::IniFormat);
         Preferences preferences(store);
-        MoveToApplications::promptIfNeeded(
+        return MoveToApplications::promptIfNeeded(
             copy, preferences, [](const ModalQuestion &) { return ModalAnswer::FirstButton; });
     }
 
@@ -135,7 +136,7 @@ TEST_F(PortableCopyTest, IsMovedAndStartedFromItsNewPlace)
 {
     const fs::path target = m_applications / "Tarn'wick";
     fs::create_directories(target / "an old copy");
-    agreeIn(m_source);
+    EXPECT_EQ(agreeIn(m_source), Outcome::Moved);
     EXPECT_FALSE(fs::exists(target / "an old copy"));
     EXPECT_TRUE(fs::exists(target / ".tarnwick-portable"));
     EXPECT_TRUE(fs::exists(m_source / "bin" / "tarnwick"));
@@ -148,7 +149,7 @@ TEST_F(PortableCopyTest, IsMovedIntoAFolderForApplicationsThatIsALink)
     fs::create_directories(real.parent_path());
     fs::rename(m_applications, real);
     fs::create_directory_symlink(real, m_applications);
-    agreeIn(m_source);
+    EXPECT_EQ(agreeIn(m_source), Outcome::Moved);
     const fs::path ran = real / "Tarn'wick" / "bin" / "tarnwick.ran";
     EXPECT_TRUE(awaitOutside([&ran] { return fs::exists(ran); }));
 }
@@ -161,7 +162,7 @@ TEST_F(PortableCopyTest, IsInPlaceWhereTheFolderForApplicationsIsALink)
     fs::create_directory_symlink(real, m_applications);
     for (const fs::path &place : {real / "Tarnwick", real / "Tools" / "Tarnwick"}) {
         fs::copy(m_source, place, fs::copy_options::recursive);
-        agreeIn(place);
+        EXPECT_EQ(agreeIn(place), Outcome::Stays);
         EXPECT_FALSE(triedToMove()) << place;
         EXPECT_TRUE(fs::exists(place / "bin" / "tarnwick"));
     }
@@ -173,14 +174,14 @@ TEST_F(PortableCopyTest, IsInPlaceWhereTheUsersHomeIsALink)
     fs::create_directories(real / "Applications");
     fs::create_directory_symlink(real, m_folder.path() / "home");
     fs::rename(m_source, real / "Applications" / "Tarnwick");
-    agreeIn(real / "Applications" / "Tarnwick");
+    EXPECT_EQ(agreeIn(real / "Applications" / "Tarnwick"), Outcome::Stays);
     EXPECT_FALSE(triedToMove());
 }
 
 TEST_F(PortableCopyTest, IsNeverRemovedToMakePlaceForItself)
 {
     fs::create_directory_symlink(m_source, m_applications / m_source.filename());
-    agreeIn(m_source);
+    EXPECT_EQ(agreeIn(m_source), Outcome::Stays);
     EXPECT_FALSE(triedToMove());
     EXPECT_TRUE(fs::is_symlink(m_applications / m_source.filename()));
 }
@@ -191,8 +192,9 @@ TEST_F(PortableCopyTest, StaysWhereItIsWhenTheQuestionForThePasswordIsCancelled)
     PortableCopy copy = copyAt(m_source / "bin" / "tarnwick");
     QSettings store(QString::fromStdString(m_folder.path() / "conf"), QSettings::IniFormat);
     Preferences preferences(store);
-    MoveToApplications::promptIfNeeded(
+    const Outcome outcome = MoveToApplications::promptIfNeeded(
         copy, preferences, [](const ModalQuestion &) { return ModalAnswer::FirstButton; });
+    EXPECT_EQ(outcome, Outcome::Stays);
     EXPECT_TRUE(triedToMove());
     EXPECT_TRUE(fs::is_empty(m_applications));
     EXPECT_TRUE(store.allKeys().isEmpty());
