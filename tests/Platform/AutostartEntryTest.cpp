@@ -150,6 +150,34 @@ TEST_F(AutostartEntryTest, KeepsCommentsAndUnknownKeys)
     EXPECT_THAT(read(m_file), HasSubstr("\nHidden=true\n"));
 }
 
+TEST_F(AutostartEntryTest, KeepsWhatOnlyDesktopsRead)
+{
+    const std::string odd = "Name[de]=T\xe4rnwick\n  # an indented comment\nX-Mine=keep\n";
+    write(m_file, entryText(odd));
+    EXPECT_EQ(m_entry.status(), Status::Enabled);
+    ASSERT_EQ(m_entry.registerApplication(), std::nullopt);
+    EXPECT_THAT(read(m_file), HasSubstr("\n" + odd));
+    ASSERT_EQ(m_entry.unregisterApplication(), std::nullopt);
+    EXPECT_THAT(read(m_file), HasSubstr("\n" + odd));
+}
+
+TEST_F(AutostartEntryTest, LeavesAnEntryAloneThatItCannotOpen)
+{
+    const std::string text = entryText("X-Mine=keep\n");
+    write(m_file, text);
+    fs::permissions(m_folder.path(), fs::perms(0755));
+    fs::permissions(m_autostart, fs::perms(0777));
+    fs::permissions(m_file, fs::perms::none);
+    {
+        const AsOrdinaryUser ordinary;
+        EXPECT_EQ(m_entry.status(), Status::NotFound);
+        EXPECT_EQ(m_entry.registerApplication(), m_file.string() + ": Permission denied");
+        EXPECT_EQ(m_entry.unregisterApplication(), m_file.string() + ": Permission denied");
+    }
+    fs::permissions(m_file, fs::perms(0644));
+    EXPECT_EQ(read(m_file), text);
+}
+
 TEST_F(AutostartEntryTest, ReplacesADamagedFile)
 {
     write(m_file, "\x01\x02 nonsense");

@@ -58,6 +58,33 @@ TEST(DesktopEntry, ChangesOneLineAndKeepsTheRest)
                             "[Action]\nExec=stays\n");
 }
 
+TEST(DesktopEntry, MindsNoBlanksBeforeALine)
+{
+    const QByteArray text = "\t# first\n  [Desktop Entry]\n  # no assignment\n \n\tExec = old\n"
+                            "  Hidden=true\n [Other]\n  Exec=x\n";
+    DesktopEntry entry = parsed(text);
+    EXPECT_EQ(entry.text(), text);
+    EXPECT_EQ(entry.value("Exec"), "old");
+    entry.set("Exec", "new");
+    entry.remove("Hidden");
+    EXPECT_EQ(entry.text(), "\t# first\n  [Desktop Entry]\n  # no assignment\n \nExec=new\n"
+                            " [Other]\n  Exec=x\n");
+}
+
+TEST(DesktopEntry, DemandsItsEncodingOnlyOfTheValuesThatAreAskedFor)
+{
+    const QByteArray text = "# Schl\xfcssel\n[Desktop Entry]\nName=Tarnwick\nName[de]=T\xe4rnwick\n"
+                            "Exec=\xff\xfe\n[\xfc]\n\xfc=\xfc\n";
+    DesktopEntry entry = parsed(text);
+    EXPECT_EQ(entry.text(), text);
+    EXPECT_EQ(entry.value("Name"), "Tarnwick");
+    EXPECT_EQ(entry.value("Name[de]"), std::nullopt);
+    EXPECT_EQ(entry.value("Exec"), std::nullopt);
+    entry.set("Exec", "new");
+    EXPECT_EQ(entry.text(), "# Schl\xfcssel\n[Desktop Entry]\nName=Tarnwick\nName[de]=T\xe4rnwick\n"
+                            "Exec=new\n[\xfc]\n\xfc=\xfc\n");
+}
+
 TEST(DesktopEntry, KnowsWhetherThereIsMoreInItThanSomeKeys)
 {
     EXPECT_FALSE(parsed("[Desktop Entry]\nA=1\n\nB=2\n").hasMoreThan({"A", "B"}));
@@ -73,7 +100,8 @@ TEST(DesktopEntry, IsNothingThatNoDesktopWouldRead)
     EXPECT_FALSE(DesktopEntry::parse("Exec=x\n[Desktop Entry]\n"));
     EXPECT_FALSE(DesktopEntry::parse("[Other]\n[Desktop Entry]\n"));
     EXPECT_FALSE(DesktopEntry::parse("[Desktop Entry]\nnonsense\n"));
-    EXPECT_FALSE(DesktopEntry::parse("[Desktop Entry]\nName=\xff\xfe\n"));
+    EXPECT_FALSE(DesktopEntry::parse("[Desktop Entry]\n  =x\n"));
+    EXPECT_FALSE(DesktopEntry::parse("[Desktop Entry]\n [Other\n"));
     EXPECT_FALSE(DesktopEntry::parse(QByteArray("[Desktop Entry]\nName=a\0b\n", 25)));
 }
 

@@ -40,10 +40,25 @@ const std::vector<QByteArrayView> &ownKeys()
     return keys;
 }
 
-std::optional<DesktopEntry> read(const std::filesystem::path &path)
+/// What is in a file: nothing where there is no file, or no desktop entry in it.
+struct Content
+{
+    std::optional<DesktopEntry> entry{};
+    std::optional<std::string> failure{}; ///< why a file that is there cannot be read
+};
+
+Content read(const std::filesystem::path &path)
 {
     QFile file(QFile::decodeName(path.c_str()));
-    return file.open(QIODevice::ReadOnly) ? DesktopEntry::parse(file.readAll()) : std::nullopt;
+    const QByteArray text = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    if (file.error() == QFileDevice::NoError) {
+        return {.entry = DesktopEntry::parse(text)};
+    }
+    std::error_code unknown;
+    if (!std::filesystem::exists(path, unknown) && !unknown) {
+        return {};
+    }
+    return {.failure = file.errorString().toStdString()};
 }
 
 /// The command line that starts @p application.
@@ -98,7 +113,7 @@ LoginItem::Status AutostartEntry::status() const
     if (!std::filesystem::exists(file(), failed) && !failed) {
         return Status::NotRegistered;
     }
-    const std::optional<DesktopEntry> entry = read(file());
+    const std::optional<DesktopEntry> entry = read(file()).entry;
     if (entry && isSwitchedOff(*entry)) {
         return Status::NotRegistered;
     }
@@ -118,7 +133,11 @@ LoginItem::Failure AutostartEntry::registerApplication()
     if (failed) {
         return failureText(failed.message());
     }
-    DesktopEntry entry = read(file()).value_or(DesktopEntry());
+    const Content old = read(file());
+    if (old.failure) {
+        return failureText(*old.failure);
+    }
+    DesktopEntry entry = old.entry.value_or(DesktopEntry());
     entry.set(typeKey, "Application");
     if (!entry.value(nameKey)) {
         entry.set(nameKey, "Tarnwick");
@@ -132,12 +151,15 @@ LoginItem::Failure AutostartEntry::registerApplication()
 
 LoginItem::Failure AutostartEntry::unregisterApplication()
 {
-    std::optional<DesktopEntry> entry = read(file());
-    if (!entry || !entry->hasMoreThan(ownKeys())) {
+    Content old = read(file());
+    if (old.failure) {
+        return failureText(*old.failure);
+    }
+    if (!old.entry || !old.entry->hasMoreThan(ownKeys())) {
         return erase();
     }
-    entry->set(hiddenKey, "true");
-    return write(entry->text());
+    old.entry->set(hiddenKey, "true");
+    return write(old.entry->text());
 }
 
 LoginItem::Failure AutostartEntry::write(const QByteArray &text) const

@@ -14,8 +14,9 @@ namespace Tarnwick {
 
 /// The login item as freedesktop.org's Desktop Application Autostart Specification 0.5 has it: a
 /// desktop entry in the user's autostart folder. It counts as switched off by "Hidden", and by the
-/// key with which desktops' own settings do it; what else is in an entry stays as it is. A file is
-/// replaced as a whole, and is on the disk when a call returns.
+/// key with which desktops' own settings do it; what else is in an entry stays as it is. A file
+/// that cannot be opened is left alone; one that can is replaced as a whole, and is on the disk
+/// when a call returns.
 class AutostartEntry : public LoginItem
 {
 public:

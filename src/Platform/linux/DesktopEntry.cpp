@@ -26,14 +26,17 @@ struct Escape
 constexpr std::array escapes{Escape{'\\', '\\'}, Escape{'\n', 'n'}, Escape{'\t', 't'},
                              Escape{'\r', 'r'}};
 
+// Blanks before what a line says mean nothing to the parsers of desktops.
+
 bool opensGroup(const QByteArray &line)
 {
-    return line.startsWith('[');
+    return line.trimmed().startsWith('[');
 }
 
 bool saysNothing(const QByteArray &line)
 {
-    return line.trimmed().isEmpty() || line.startsWith('#');
+    const QByteArray said = line.trimmed();
+    return said.isEmpty() || said.startsWith('#');
 }
 
 QByteArray keyOf(const QByteArray &line)
@@ -43,15 +46,15 @@ QByteArray keyOf(const QByteArray &line)
 
 bool isLine(const QByteArray &line)
 {
-    return saysNothing(line) || (opensGroup(line) && line.trimmed().endsWith(']')) ||
-           (!opensGroup(line) && line.indexOf('=') > 0);
+    const QByteArray said = line.trimmed();
+    return saysNothing(line) || (opensGroup(line) ? said.endsWith(']') : said.indexOf('=') > 0);
 }
 
 bool isText(const QByteArray &text)
 {
     QStringDecoder decoder(QStringDecoder::Utf8);
     static_cast<void>(QString(decoder(text)));
-    return !decoder.hasError() && !text.contains('\0');
+    return !decoder.hasError();
 }
 
 QByteArray escaped(const QByteArray &value)
@@ -116,7 +119,7 @@ std::optional<DesktopEntry> DesktopEntry::parse(const QByteArray &text)
     }
     const auto first = std::find_if_not(lines.begin(), lines.end(), &saysNothing);
     const bool begins = first != lines.end() && first->trimmed() == header;
-    if (!begins || !isText(text) || !std::all_of(lines.begin(), lines.end(), &isLine)) {
+    if (!begins || text.contains('\0') || !std::all_of(lines.begin(), lines.end(), &isLine)) {
         return std::nullopt;
     }
     return DesktopEntry(std::move(lines));
@@ -134,7 +137,8 @@ std::optional<QByteArray> DesktopEntry::value(QByteArrayView key) const
     for (std::size_t at = endOfGroup() - 1; at > m_header; --at) {
         const QByteArray &line = m_lines[at];
         if (keyOf(line) == key) {
-            return unescaped(line.mid(line.indexOf('=') + 1).trimmed());
+            const QByteArray said = line.mid(line.indexOf('=') + 1).trimmed();
+            return isText(said) ? std::optional(unescaped(said)) : std::nullopt;
         }
     }
     return std::nullopt;

@@ -21,10 +21,13 @@ public:
     /// One without keys.
     DesktopEntry();
 
-    /// Nothing when @p text is not a desktop entry, so that no desktop would read it.
+    /// Nothing when @p text has not the lines of a desktop entry. Like the desktops it minds
+    /// neither blanks before a line nor, in values that nobody asks for, another encoding than
+    /// UTF-8.
     [[nodiscard]] static std::optional<DesktopEntry> parse(const QByteArray &text);
 
-    /// The value of @p key, unescaped; of several the last, which counts. Absent without that key.
+    /// The value of @p key, unescaped; of several the last, which counts. Absent without that key,
+    /// and where what it has is not UTF-8.
     [[nodiscard]] std::optional<QByteArray> value(QByteArrayView key) const;
 
     /// Whether @p key is there and has that truth value.
