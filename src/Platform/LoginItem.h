@@ -19,7 +19,7 @@ public:
         NotRegistered,    ///< not there, or switched off
         Enabled,          ///< starts with the session
         RequiresApproval, ///< registered, but the user has yet to allow it in the system's settings
-        NotFound,         ///< registered in a way that starts nothing
+        NotFound,         ///< registered in a way that starts nothing, or something else
     };
     /// Why something failed, in the system's words; absent when it did not.
     using Failure = std::optional<std::string>;

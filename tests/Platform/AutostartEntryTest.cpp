@@ -23,6 +23,7 @@
 namespace Tarnwick {
 namespace {
 
+using namespace std::string_literals;
 using Status = LoginItem::Status;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -134,6 +135,34 @@ TEST_F(AutostartEntryTest, IsNotFoundWhenItsProgramIsGone)
     EXPECT_EQ(m_entry.status(), Status::NotFound);
     write(m_file, "[Desktop Entry]\nType=Application\nName=Tarnwick\n");
     EXPECT_EQ(m_entry.status(), Status::NotFound);
+}
+
+TEST_F(AutostartEntryTest, IsNotFoundWhenItWouldStartAnotherProgram)
+{
+    const std::string other = makeProgram("older copy").string();
+    for (const std::string &lines :
+         {"Exec=/bin/true --login-item\nTryExec=/bin/true\n"s, "Exec=/nonexistent/tarnwick\n"s,
+          "Exec=\"" + other + "\" --login-item\nTryExec=" + other + "\n",
+          "Exec=/bin/echo " + m_program.string() + "\n",
+          "Exec=" + m_program.string() + "\nTryExec=/nonexistent/tarnwick\n"}) {
+        write(m_file, "[Desktop Entry]\nType=Application\nName=Mine\nX-Mine=keep\n" + lines);
+        EXPECT_EQ(m_entry.status(), Status::NotFound) << lines;
+        ASSERT_EQ(m_entry.registerApplication(), std::nullopt);
+        EXPECT_EQ(m_entry.status(), Status::Enabled);
+        EXPECT_THAT(read(m_file), HasSubstr("\nName=Mine\nX-Mine=keep\n"));
+    }
+}
+
+TEST_F(AutostartEntryTest, IsEnabledByWhateverNameItsProgramHas)
+{
+    const fs::path link = m_folder.path() / "a 'link'";
+    fs::create_symlink(m_program, link);
+    write(m_file, "[Desktop Entry]\nType=Application\nName=Tarnwick\nExec=\"" + link.string() +
+                      "\" --login-item\n");
+    EXPECT_EQ(m_entry.status(), Status::Enabled);
+    const ScopedEnvironment path("PATH", m_folder.path().string());
+    write(m_file, "[Desktop Entry]\nType=Application\nName=Tarnwick\nExec=tarnwick\n");
+    EXPECT_EQ(m_entry.status(), Status::Enabled);
 }
 
 TEST_F(AutostartEntryTest, KeepsCommentsAndUnknownKeys)

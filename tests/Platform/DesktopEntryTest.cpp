@@ -105,6 +105,16 @@ TEST(DesktopEntry, IsNothingThatNoDesktopWouldRead)
     EXPECT_FALSE(DesktopEntry::parse(QByteArray("[Desktop Entry]\nName=a\0b\n", 25)));
 }
 
+TEST(DesktopEntry, FindsTheProgramOfACommand)
+{
+    const QByteArray odd = R"(/opt/a "b`c$d\e)";
+    EXPECT_EQ(DesktopEntry::program(DesktopEntry::quotedArgument(odd) + " --login-item"), odd);
+    EXPECT_EQ(DesktopEntry::program("  tarnwick\t--login-item"), "tarnwick");
+    EXPECT_EQ(DesktopEntry::program("'/opt/a \\b'\" c\"\\ d e"), "/opt/a \\b c d");
+    EXPECT_EQ(DesktopEntry::program("\"never closed"), "");
+    EXPECT_EQ(DesktopEntry::program(" "), "");
+}
+
 TEST(DesktopEntry, QuotesAnArgument)
 {
     EXPECT_EQ(DesktopEntry::quotedArgument("/opt/a b"), "\"/opt/a b\"");

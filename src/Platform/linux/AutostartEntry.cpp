@@ -78,12 +78,26 @@ bool isSwitchedOff(const DesktopEntry &entry)
     return entry.is(hiddenKey, true) || entry.is(enabledKey, false);
 }
 
-/// Whether the entry has a program which, as far as it tells, is there.
-bool startsSomething(const DesktopEntry &entry)
+/// The path of what a desktop finds as @p program; empty when it finds nothing.
+QString findProgram(const QByteArray &program)
 {
-    const std::optional<QByteArray> program = entry.value(tryExecKey);
-    return !entry.value(execKey).value_or(QByteArray()).isEmpty() &&
-           (!program || !QStandardPaths::findExecutable(QFile::decodeName(*program)).isEmpty());
+    return QStandardPaths::findExecutable(QFile::decodeName(program));
+}
+
+/// Whether the entry starts @p application, and not another program or an older copy.
+bool starts(const DesktopEntry &entry, const QByteArray &application)
+{
+    const std::optional<QByteArray> required = entry.value(tryExecKey);
+    if (required && findProgram(*required).isEmpty()) {
+        return false;
+    }
+    const QByteArray command = entry.value(execKey).value_or(QByteArray());
+    // What we write ourselves may begin with the shell.
+    const QString program = findProgram(
+        command == commandFor(application) ? application : DesktopEntry::program(command));
+    std::error_code failed;
+    return std::filesystem::equivalent(QFile::encodeName(program).toStdString(),
+                                       application.toStdString(), failed);
 }
 
 } // namespace
@@ -117,7 +131,7 @@ LoginItem::Status AutostartEntry::status() const
     if (entry && isSwitchedOff(*entry)) {
         return Status::NotRegistered;
     }
-    return entry && startsSomething(*entry) ? Status::Enabled : Status::NotFound;
+    return entry && starts(*entry, m_application) ? Status::Enabled : Status::NotFound;
 }
 
 LoginItem::Failure AutostartEntry::registerApplication()

@@ -24,6 +24,8 @@ public:
     /// registration.
     AutostartEntry(std::filesystem::path folder, const std::filesystem::path &application);
 
+    /// Enabled only by an entry that starts this very program; NotFound where it starts another
+    /// one, or nothing. A registration then makes it ours.
     [[nodiscard]] Status status() const override;
     [[nodiscard]] Failure registerApplication() override;
     /// Deletes the entry, or hides it when there is something in it that is not ours.

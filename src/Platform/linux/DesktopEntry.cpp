@@ -214,4 +214,28 @@ QByteArray DesktopEntry::quotedArgument(const QByteArray &argument)
     return result.append('"');
 }
 
+QByteArray DesktopEntry::program(const QByteArray &command)
+{
+    constexpr QByteArrayView quotes = "\"'";
+    constexpr QByteArrayView blanks = " \t\n";
+    const QByteArray text = command.trimmed();
+    QByteArray word;
+    std::optional<char> quote;
+    for (qsizetype at = 0; at < text.size(); ++at) {
+        const char character = text[at];
+        if (quote == character) {
+            quote.reset();
+        } else if (!quote && quotes.contains(character)) {
+            quote = character;
+        } else if (!quote && blanks.contains(character)) {
+            break;
+        } else if (character == '\\' && quote != '\'' && at + 1 < text.size()) {
+            word.append(text[++at]);
+        } else {
+            word.append(character);
+        }
+    }
+    return quote ? QByteArray() : word;
+}
+
 } // namespace Tarnwick

@@ -45,6 +45,10 @@ public:
     /// @p argument as one word of the value of the key "Exec".
     [[nodiscard]] static QByteArray quotedArgument(const QByteArray &argument);
 
+    /// The program in @p command, a value of the key "Exec": its first word without the quoting of
+    /// a shell, which is what desktops take it for. Empty where there is none.
+    [[nodiscard]] static QByteArray program(const QByteArray &command);
+
 private:
     using Lines = std::vector<QByteArray>;
 
