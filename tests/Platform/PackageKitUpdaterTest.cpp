@@ -3,19 +3,17 @@
 
 #include "Platform/linux/PackageKitUpdater.h"
 
-#include "tests/Platform/PackageKitStandIn.h"
-#include "tests/Platform/SystemBusFixture.h"
+#include "tests/Platform/PackageKitUpdaterFixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <optional>
-#include <string>
-#include <vector>
 
 namespace Tarnwick {
 namespace {
 
+using PackageKitUpdaterTest = PackageKitUpdaterFixture;
 using Kind = UpdateResult::Kind;
 using testing::Contains;
 using testing::ElementsAre;
@@ -23,65 +21,8 @@ using testing::IsEmpty;
 using testing::IsSupersetOf;
 using testing::Not;
 
-const QString ownPackage = QStringLiteral("tarnwick;1.2.0;amd64;installed");
-const QString update = QStringLiteral("tarnwick;1.3.0;amd64;main");
 // How grave an update is, and below it what it is.
-constexpr unsigned normal = 0x50005;
 constexpr unsigned blocked = 0x50009;
-const QString updatedPackage = QStringLiteral("tarnwick;1.3.0;amd64;installed");
-
-class PackageKitUpdaterTest : public SystemBusFixture
-{
-protected:
-    PackageKitUpdaterTest()
-    {
-        m_kit.emplace(bus().address());
-        m_kit->scripts["SearchFiles"].packages = {{1, ownPackage}};
-        m_kit->scripts["Resolve"].packages = {{1, updatedPackage}};
-        m_updater = makeUpdater("/usr/bin/tarnwick");
-        m_updater->setAutomaticallyChecksForUpdates(false);
-    }
-
-    void start()
-    {
-        m_updater->start(handlersFor(m_told));
-        ASSERT_TRUE(await([this] { return m_told.isFound; }));
-    }
-
-    void offerUpdate()
-    {
-        m_kit->scripts["GetUpdates"].packages = {
-            {normal, QStringLiteral("tarnwick-data;1.3.0;all;main")}, {normal, update}};
-    }
-
-    /// What the user's check comes to.
-    [[nodiscard]] std::optional<UpdateResult> check()
-    {
-        const std::size_t had = m_told.results.size();
-        m_updater->checkForUpdates();
-        return nextResult(m_told, had);
-    }
-
-    [[nodiscard]] std::optional<UpdateResult> install()
-    {
-        const std::size_t had = m_told.results.size();
-        m_updater->installUpdate();
-        return nextResult(m_told, had);
-    }
-
-    /// Whether another updater finds its package, as late as one that began to look before.
-    [[nodiscard]] bool isAnotherOneFound()
-    {
-        Told told;
-        const auto other = makeUpdater("/usr/bin/tarnwick");
-        other->start(handlersFor(told));
-        return await([&told] { return told.isFound; });
-    }
-
-    std::optional<PackageKitStandIn> m_kit;
-    std::unique_ptr<PackageKitUpdater> m_updater;
-    Told m_told;
-};
 
 TEST_F(PackageKitUpdaterTest, AsksWhichPackageHoldsTheExecutable)
 {

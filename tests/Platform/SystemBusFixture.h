@@ -18,8 +18,8 @@
 
 namespace Tarnwick {
 
-/// Updaters on a bus of the test's own, which they take for the machine's. The library reads the
-/// address of that bus once for each process: so there is one, started anew for each test.
+/// Updaters on a bus of the test's own, which they take for the machine's. There is one for the
+/// process, since its address stands in the environment, and it is started anew for each test.
 class SystemBusFixture : public testing::Test
 {
 protected:

@@ -24,7 +24,7 @@ namespace {
 QString nextName()
 {
     static unsigned count = 0;
-    return QStringLiteral("tarnwick-helper-%1").arg(++count);
+    return QStringLiteral("tarnwick-bus-%1").arg(++count);
 }
 
 QString sessionAddress()
@@ -36,6 +36,12 @@ QString sessionAddress()
     // The D-Bus specification's escapes for what an address may not hold.
     const QByteArray folder = qgetenv("XDG_RUNTIME_DIR").toPercentEncoding("/", "~");
     return QStringLiteral("unix:path=%1/bus").arg(QString::fromLatin1(folder));
+}
+
+QString systemAddress()
+{
+    const QString told = qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS");
+    return told.isEmpty() ? QStringLiteral("unix:path=/run/dbus/system_bus_socket") : told;
 }
 
 /// What Qt may keep its caller waiting in: opening and closing take their turn in its one thread
@@ -86,13 +92,13 @@ QString ruleForOwner(const QString &name)
 }
 
 /// Makes @p link, a connection that was just opened, a member of the bus.
-void join(const std::shared_ptr<BusLink> &link, const BusLink::Opened &opened)
+void join(const std::shared_ptr<BusLink> &link, int timeout, const BusLink::Opened &opened)
 {
     if (!link->connection().isConnected()) {
         opened(nullptr, link->connection().lastError().message());
         return;
     }
-    auto *watcher = new QDBusPendingCallWatcher(link->askBus(QStringLiteral("Hello")),
+    auto *watcher = new QDBusPendingCallWatcher(link->askBus(QStringLiteral("Hello"), {}, timeout),
                                                 QCoreApplication::instance());
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
                      [link, opened](QDBusPendingCallWatcher *finished) {
@@ -102,20 +108,31 @@ void join(const std::shared_ptr<BusLink> &link, const BusLink::Opened &opened)
                      });
 }
 
-} // namespace
-
-void BusLink::open(Opened opened)
+/// Opens a link to the bus at @p address, which has @p timeout milliseconds to answer.
+void openLink(const QString &address, int timeout, BusLink::Opened opened)
 {
     // There before Qt's thread, which looks at it.
     static_cast<void>(BusSignals::shared());
     // As if the bus were a peer: to join a bus by itself, Qt would wait for the answer to its Hello
     // in the thread that serves all connections, and everybody who needs that thread with it.
-    Errands::shared().run(
-        [opened = std::move(opened), address = sessionAddress(), name = nextName()] {
-            const QDBusConnection connection = QDBusConnection::connectToPeer(address, name);
-            MainThread::post(
-                [opened, connection] { join(std::make_shared<BusLink>(connection), opened); });
+    Errands::shared().run([opened = std::move(opened), address, timeout, name = nextName()] {
+        const QDBusConnection connection = QDBusConnection::connectToPeer(address, name);
+        MainThread::post([opened, timeout, connection] {
+            join(std::make_shared<BusLink>(connection), timeout, opened);
         });
+    });
+}
+
+} // namespace
+
+void BusLink::open(Opened opened)
+{
+    openLink(sessionAddress(), noTimeout, std::move(opened));
+}
+
+void BusLink::openSystem(std::chrono::milliseconds patience, Opened opened)
+{
+    openLink(systemAddress(), static_cast<int>(patience.count()), std::move(opened));
 }
 
 BusLink::BusLink(QDBusConnection connection)
@@ -130,12 +147,12 @@ BusLink::~BusLink()
         [name = m_connection.name()] { QDBusConnection::disconnectFromPeer(name); });
 }
 
-QDBusPendingCall BusLink::askBus(const QString &method, const QVariantList &arguments)
+QDBusPendingCall BusLink::askBus(const QString &method, const QVariantList &arguments, int timeout)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(BusNames::busService, BusNames::busPath,
                                                        BusNames::busService, method);
     call.setArguments(arguments);
-    return m_connection.asyncCall(call, noTimeout);
+    return m_connection.asyncCall(call, timeout);
 }
 
 void BusLink::observe(const QString &name, Observer observer)
@@ -145,7 +162,7 @@ void BusLink::observe(const QString &name, Observer observer)
         if (signal.member() == BusNames::disconnected) {
             observer.ended();
         } else if (signal.interface() != BusNames::busService) {
-            observer.signalled();
+            observer.signalled(signal);
         } else if (signal.service() == BusNames::busService) { // anybody may send the like
             const QVariantList arguments = signal.arguments();
             observer.ownerChanged(arguments.value(1).toString(), arguments.value(2).toString());

@@ -4,21 +4,23 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusPendingCall>
 #include <QString>
 #include <QVariant>
 
+#include <chrono>
 #include <functional>
 #include <limits>
 #include <memory>
 
 namespace Tarnwick {
 
-/// A connection of one's own to the session bus, closed with the last owner of this object. It is
-/// found where sd-bus(3), and so the helper, finds it. The one that Qt shares within the process is
-/// not used: it would stay broken for good when the bus is started anew. Nothing here waits for the
-/// bus, nor does Qt for the sake of it: for Qt the link leads to a peer, so signals are asked for
-/// here and names claimed through askBus(). Main thread.
+/// A connection of one's own to the session bus or to the system bus, closed with the last owner of
+/// this object. The bus is found where sd-bus(3), and so the helper, finds it. The one that Qt
+/// shares within the process is not used: it would stay broken for good when the bus is started
+/// anew. Nothing here waits for the bus, nor does Qt for the sake of it: for Qt the link leads to a
+/// peer, so signals are asked for here and names claimed through askBus(). Main thread.
 class BusLink
 {
 public:
@@ -28,8 +30,12 @@ public:
     /// For calls that wait for their reply however long it takes: DBUS_TIMEOUT_INFINITE of libdbus.
     static constexpr int noTimeout = std::numeric_limits<int>::max();
 
-    /// Joins the bus without keeping the caller waiting, and calls @p opened on the main thread.
+    /// Joins the session bus without keeping the caller waiting, and calls @p opened on the main
+    /// thread.
     static void open(Opened opened);
+
+    /// The same for the bus of the machine's services, which gets @p patience to let us in.
+    static void openSystem(std::chrono::milliseconds patience, Opened opened);
 
     /// For open().
     explicit BusLink(QDBusConnection connection);
@@ -39,15 +45,16 @@ public:
 
     [[nodiscard]] const QDBusConnection &connection() const { return m_connection; }
 
-    /// Calls a method of the bus itself, without a time-out.
-    QDBusPendingCall askBus(const QString &method, const QVariantList &arguments = {});
+    /// Calls a method of the bus itself; @p timeout is in milliseconds.
+    QDBusPendingCall askBus(const QString &method, const QVariantList &arguments = {},
+                            int timeout = noTimeout);
 
     /// Who is told what happens to the link, until it is replaced.
     struct Observer
     {
         std::function<void(const QString &from, const QString &to)> ownerChanged;
         std::function<void()> ended;
-        std::function<void()> signalled{}; ///< as observeSignal() asks
+        std::function<void(const QDBusMessage &)> signalled{}; ///< as observeSignal() asks
     };
 
     /// Has @p observer told whenever @p name changes its owner (empty for none), and when the

@@ -53,10 +53,11 @@ void LastingLink::opened(std::shared_ptr<BusLink> link)
     m_link = std::move(link);
     m_pause = shortestPause;
     m_isLossTold = false;
-    m_link->observe(m_name, {.ownerChanged = [this](const QString &,
-                                                    const QString &) { m_handlers.ownerChanged(); },
-                             .ended = [this] { ended(); },
-                             .signalled = [this] { m_handlers.signalled(); }});
+    m_link->observe(
+        m_name,
+        {.ownerChanged = [this](const QString &, const QString &) { m_handlers.ownerChanged(); },
+         .ended = [this] { ended(); },
+         .signalled = [this](const QDBusMessage &) { m_handlers.signalled(); }});
     // It may have ended before it was observed: then nobody tells.
     if (m_link->connection().isConnected()) {
         m_handlers.joined(m_link);

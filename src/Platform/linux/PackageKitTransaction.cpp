@@ -3,13 +3,11 @@
 
 #include "Platform/linux/PackageKitTransaction.h"
 
-#include "Platform/linux/BusNames.h"
-
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 
-#include <array>
 #include <chrono>
+#include <map>
 
 namespace Tarnwick {
 
@@ -29,17 +27,31 @@ constexpr unsigned infoMask = 0xffff;
 /// The daemon has to be started at times, when the machine may have a lot else to do.
 constexpr std::chrono::milliseconds replyPatience = std::chrono::minutes(2);
 
+constexpr const char *busIsGone = "the system bus is gone";
+
 } // namespace
 
-PackageKitTransaction::PackageKitTransaction(std::shared_ptr<SystemBus> bus, Request request)
+PackageKitTransaction::PackageKitTransaction(std::shared_ptr<BusLink> bus, Request request)
     : m_bus(std::move(bus))
     , m_request(std::move(request))
 {
 }
 
+PackageKitTransaction::~PackageKitTransaction()
+{
+    if (!m_hasEnded) {
+        m_bus->stopObserving();
+    }
+}
+
 void PackageKitTransaction::start()
 {
     listen();
+    // It may have ended before it was observed: then nobody tells.
+    if (!m_bus->connection().isConnected()) {
+        fail(busIsGone);
+        return;
+    }
     send(QDBusMessage::createMethodCall(service, servicePath, service,
                                         QStringLiteral("CreateTransaction")),
          [this](const QDBusMessage &reply) { created(reply); });
@@ -77,26 +89,38 @@ void PackageKitTransaction::created(const QDBusMessage &reply)
         fail("PackageKit made no transaction");
         return;
     }
-    QDBusConnection &bus = m_bus->connection();
-    const auto follow = [this, &bus](const char *signal, const char *slot) {
-        bus.connect(m_owner, m_path, transactionInterface, QString::fromLatin1(signal), this, slot);
-    };
-    follow("Package", SLOT(packageTold(QDBusMessage)));
-    follow("UpdateDetail", SLOT(updateDetailTold(QDBusMessage)));
-    follow("ErrorCode", SLOT(errorTold(QDBusMessage)));
-    follow("Finished", SLOT(finished(QDBusMessage)));
+    for (const char *signal : {"Package", "UpdateDetail", "ErrorCode", "Finished"}) {
+        m_bus->observeSignal(m_path, transactionInterface, QLatin1String(signal));
+    }
     send(call(QStringLiteral("SetHints"), {m_request.hints}), nullptr);
     send(call(m_request.method, m_request.arguments), nullptr);
 }
 
 void PackageKitTransaction::listen()
 {
-    QDBusConnection &bus = m_bus->connection();
-    bus.connect(QString(), BusNames::localPath, BusNames::localInterface,
-                QStringLiteral("Disconnected"), this, SLOT(busLost()));
-    bus.connect(QString(), BusNames::busPath, BusNames::busService,
-                QStringLiteral("NameOwnerChanged"), {service}, QString(), this,
-                SLOT(ownerChanged(QDBusMessage)));
+    m_bus->observe(service, {.ownerChanged =
+                                 [this](const QString &from, const QString &) {
+                                     if (!m_owner.isEmpty() && from == m_owner) {
+                                         fail("PackageKit has ended");
+                                     }
+                                 },
+                             .ended = [this] { fail(busIsGone); },
+                             .signalled = [this](const QDBusMessage &signal) { told(signal); }});
+}
+
+void PackageKitTransaction::told(const QDBusMessage &signal)
+{
+    using Teller = void (PackageKitTransaction::*)(const QDBusMessage &);
+    static const std::map<QString, Teller> tellers{
+        {QStringLiteral("Package"), &PackageKitTransaction::packageTold},
+        {QStringLiteral("UpdateDetail"), &PackageKitTransaction::updateDetailTold},
+        {QStringLiteral("ErrorCode"), &PackageKitTransaction::errorTold},
+        {QStringLiteral("Finished"), &PackageKitTransaction::finished}};
+    const bool isOurs = signal.service() == m_owner && signal.path() == m_path;
+    const auto teller = tellers.find(signal.member());
+    if (isOurs && teller != tellers.end()) { // anybody may send the like
+        (this->*teller->second)(signal);
+    }
 }
 
 void PackageKitTransaction::packageTold(const QDBusMessage &signal)
@@ -132,20 +156,6 @@ void PackageKitTransaction::finished(const QDBusMessage &signal)
     end();
 }
 
-void PackageKitTransaction::ownerChanged(const QDBusMessage &signal)
-{
-    const bool left = signal.service() == BusNames::busService && !m_owner.isEmpty() &&
-                      signal.arguments().value(1).toString() == m_owner;
-    if (left) {
-        fail("PackageKit has ended");
-    }
-}
-
-void PackageKitTransaction::busLost()
-{
-    fail("the system bus is gone");
-}
-
 void PackageKitTransaction::fail(const std::string &words)
 {
     if (!m_hasEnded) {
@@ -158,6 +168,7 @@ void PackageKitTransaction::end()
 {
     if (!m_hasEnded) {
         m_hasEnded = true;
+        m_bus->stopObserving();
         Q_EMIT ended(m_outcome);
     }
 }

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "Platform/linux/SystemBus.h"
+#include "Platform/linux/BusLink.h"
 
 #include <QDBusMessage>
 #include <QDBusPendingCall>
@@ -50,7 +50,9 @@ public:
         QString changeLog;
     };
 
-    PackageKitTransaction(std::shared_ptr<SystemBus> bus, Request request);
+    /// @p bus is the transaction's alone until it has ended.
+    PackageKitTransaction(std::shared_ptr<BusLink> bus, Request request);
+    ~PackageKitTransaction() override;
 
     void start();
 
@@ -65,17 +67,16 @@ private:
     void send(const QDBusMessage &message, Answered answered);
     void created(const QDBusMessage &reply);
     void listen();
+    void told(const QDBusMessage &signal);
     void fail(const std::string &words);
     void end();
 
-    Q_SLOT void packageTold(const QDBusMessage &signal);
-    Q_SLOT void updateDetailTold(const QDBusMessage &signal);
-    Q_SLOT void errorTold(const QDBusMessage &signal);
-    Q_SLOT void finished(const QDBusMessage &signal);
-    Q_SLOT void ownerChanged(const QDBusMessage &signal);
-    Q_SLOT void busLost();
+    void packageTold(const QDBusMessage &signal);
+    void updateDetailTold(const QDBusMessage &signal);
+    void errorTold(const QDBusMessage &signal);
+    void finished(const QDBusMessage &signal);
 
-    std::shared_ptr<SystemBus> m_bus;
+    std::shared_ptr<BusLink> m_bus;
     Request m_request;
     QString m_owner; ///< the daemon's own name on the bus
     QString m_path;

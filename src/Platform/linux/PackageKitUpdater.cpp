@@ -4,7 +4,6 @@
 #include "Platform/linux/PackageKitUpdater.h"
 
 #include "Core/MainThread.h"
-#include "Platform/linux/SystemBus.h"
 #include "Platform/linux/UserFolders.h"
 
 #include <QCoreApplication>
@@ -30,6 +29,9 @@ constexpr qulonglong installedPackages = 1U << 2U;
 constexpr qulonglong onlyTrusted = 1U << 1U;
 
 constexpr std::chrono::hours pollingPeriod{1};
+
+/// What the bus gets to let us in.
+constexpr std::chrono::minutes busPatience{2};
 
 /// The start of the application has the machine for itself meanwhile.
 constexpr std::chrono::milliseconds restAfterLaunch{500};
@@ -188,8 +190,17 @@ void PackageKitUpdater::start(Handlers handlers)
 
 void PackageKitUpdater::findPackage()
 {
-    SystemBus::open([self = Self(this), executable = QFile::decodeName(m_executable.c_str())](
-                        Bus bus) { findPackage(self, std::move(bus), executable); });
+    openBus([self = Self(this), executable = QFile::decodeName(m_executable.c_str())](Bus bus) {
+        findPackage(self, std::move(bus), executable);
+    });
+}
+
+void PackageKitUpdater::openBus(std::function<void(Bus bus)> opened)
+{
+    BusLink::openSystem(busPatience, [opened = std::move(opened)](std::shared_ptr<BusLink> link,
+                                                                  const QString &failure) {
+        opened({.link = std::move(link), .failure = failure});
+    });
 }
 
 QCoro::Task<void> PackageKitUpdater::findPackage(Self self, Bus bus, QString executable)
@@ -233,7 +244,7 @@ void PackageKitUpdater::beginCheck(Occasion occasion)
         return;
     }
     setBusy(true);
-    SystemBus::open([self = Self(this), occasion](Bus bus) {
+    openBus([self = Self(this), occasion](Bus bus) {
         if (self) {
             check(self, std::move(bus), occasion);
         }
@@ -287,7 +298,7 @@ void PackageKitUpdater::installUpdate()
         return;
     }
     setBusy(true);
-    SystemBus::open([self = Self(this)](Bus bus) {
+    openBus([self = Self(this)](Bus bus) {
         if (self) {
             install(self, std::move(bus));
         }
@@ -324,14 +335,14 @@ QCoro::Task<UpdateResult> PackageKitUpdater::update(Bus bus, QString update)
 QCoro::Task<PackageKitTransaction::Outcome> PackageKitUpdater::run(Bus bus,
                                                                    Transaction::Request request)
 {
-    if (!bus->connection().isConnected()) {
+    if (!bus.link) {
         Transaction::Outcome outcome;
-        outcome.failure = bus->connection().lastError().message().toStdString();
+        outcome.failure = bus.failure.toStdString();
         co_return outcome;
     }
     // It is the transaction that calls when it has ended, so it cannot go at once.
     const QScopedPointer<Transaction, QScopedPointerDeleteLater> transaction(
-        std::make_unique<Transaction>(std::move(bus), std::move(request)).release());
+        std::make_unique<Transaction>(std::move(bus.link), std::move(request)).release());
     MainThread::post([started = transaction.get()] { started->start(); });
     Transaction::Outcome outcome = co_await qCoro(transaction.get(), &Transaction::ended);
     co_return outcome;

@@ -16,6 +16,7 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 
 namespace Tarnwick {
@@ -53,7 +54,12 @@ private:
     enum class Occasion : std::uint8_t { User, Schedule };
     struct Finding;
     using Self = QPointer<PackageKitUpdater>;
-    using Bus = std::shared_ptr<SystemBus>;
+    /// The link to the system bus, or why there is none.
+    struct Bus
+    {
+        std::shared_ptr<BusLink> link;
+        QString failure;
+    };
     using Transaction = PackageKitTransaction;
 
     [[nodiscard]] static QCoro::Task<Transaction::Outcome> run(Bus bus,
@@ -64,6 +70,7 @@ private:
     [[nodiscard]] static QCoro::Task<UpdateResult> update(Bus bus, QString update);
     static QCoro::Task<void> install(Self self, Bus bus);
 
+    static void openBus(std::function<void(Bus bus)> opened);
     void findPackage();
     void beginCheck(Occasion occasion);
     void setBusy(bool isBusy);

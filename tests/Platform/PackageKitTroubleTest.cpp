@@ -1,0 +1,43 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/Platform/PackageKitUpdaterFixture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QDBusConnection>
+
+#include <chrono>
+
+namespace Tarnwick {
+namespace {
+
+/// An updater whose service, or whose bus, does not do what it should.
+using PackageKitTroubleTest = PackageKitUpdaterFixture;
+
+/// What nothing else may take while the bus hangs: far less than the 25 seconds after which a wait
+/// for the bus would give up.
+constexpr std::chrono::seconds atOnce{5};
+
+/// In which a thread that connects surely comes to its wait for the bus.
+constexpr std::chrono::milliseconds longEnoughToConnect{200};
+
+TEST_F(PackageKitTroubleTest, KeepsNoOtherConnectionWaitingForASystemBusThatDoesNotAnswer)
+{
+    const PrivateBus other;
+    bus().pause();
+    m_updater->start(handlersFor(m_told));
+    EXPECT_FALSE(await([this] { return m_told.isFound; }, longEnoughToConnect));
+    const auto before = std::chrono::steady_clock::now();
+    const QString name = QStringLiteral("another-bus");
+    EXPECT_TRUE(
+        QDBusConnection::connectToBus(QString::fromStdString(other.address()), name).isConnected());
+    EXPECT_LT(std::chrono::steady_clock::now() - before, atOnce);
+    QDBusConnection::disconnectFromBus(name);
+    bus().resume();
+    EXPECT_TRUE(await([this] { return m_told.isFound; }));
+}
+
+} // namespace
+} // namespace Tarnwick
