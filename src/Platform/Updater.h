@@ -36,7 +36,8 @@ public:
         /// Called with the first value as soon as it starts, then with every change.
         std::function<void(bool can)> canCheckForUpdates;
         /// What every check and installation that the user asked for has come to; of automatic
-        /// checks only updates that were found. Never called by an updater that has windows of its
+        /// checks only updates that were found, and that there is none any more after one was told
+        /// of. Never called by an updater that has windows of its
         /// own for that.
         std::function<void(const UpdateResult &result)> ended;
     };
@@ -57,8 +58,8 @@ public:
     /// Looks for an update as the user wishes. Nothing while it cannot.
     virtual void checkForUpdates() = 0;
 
-    /// Lets the platform install the update that the last check has found. Nothing when there is
-    /// none, and while a check or an installation runs.
+    /// Lets the platform install the update that was last told of. What comes of it is told in
+    /// every case: it fails when there is none, and while a check or an installation runs.
     virtual void installUpdate() = 0;
 
     /// The updater of this platform. It is not yet started.

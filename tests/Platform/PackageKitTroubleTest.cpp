@@ -13,6 +13,8 @@
 namespace Tarnwick {
 namespace {
 
+using Kind = UpdateResult::Kind;
+
 /// An updater whose service, or whose bus, does not do what it should.
 using PackageKitTroubleTest = PackageKitUpdaterFixture;
 
@@ -37,6 +39,43 @@ TEST_F(PackageKitTroubleTest, KeepsNoOtherConnectionWaitingForASystemBusThatDoes
     QDBusConnection::disconnectFromBus(name);
     bus().resume();
     EXPECT_TRUE(await([this] { return m_told.isFound; }));
+}
+
+TEST_F(PackageKitTroubleTest, InstallsTheUpdateThatItToldOfAfterAnAutomaticCheckHasFailed)
+{
+    offerUpdate();
+    start();
+    ASSERT_TRUE(check());
+    m_kit->scripts["GetUpdates"].exit = 2;
+    checkByItself();
+    EXPECT_EQ(m_told.results.size(), 1U);
+    EXPECT_EQ(install()->kind, Kind::Installed);
+}
+
+TEST_F(PackageKitTroubleTest, TellsThatTheUpdateItToldOfIsThereNoMore)
+{
+    offerUpdate();
+    start();
+    ASSERT_TRUE(check());
+    m_kit->scripts["GetUpdates"] = {};
+    checkByItself();
+    ASSERT_EQ(m_told.results.size(), 2U);
+    EXPECT_EQ(m_told.results.back(), UpdateResult());
+    EXPECT_EQ(install()->text, "There is no update to install any more.");
+}
+
+TEST_F(PackageKitTroubleTest, TellsThatItCannotInstallWhileACheckRuns)
+{
+    offerUpdate();
+    start();
+    ASSERT_TRUE(check());
+    m_updater->checkForUpdates();
+    EXPECT_EQ(install(),
+              (UpdateResult{.kind = Kind::Failed,
+                            .version = "",
+                            .text = "PackageKit is busy with another request. Try again later."}));
+    ASSERT_TRUE(nextResult(m_told, 2));
+    EXPECT_EQ(install()->kind, Kind::Installed);
 }
 
 } // namespace

@@ -50,6 +50,16 @@ protected:
         return nextResult(m_told, had);
     }
 
+    /// Makes the automatic check and awaits its end.
+    void checkByItself()
+    {
+        const std::size_t had = m_told.canCheck.size();
+        m_updater->setAutomaticallyChecksForUpdates(true);
+        m_now = m_now.addDays(1);
+        m_updater->checkIfDue();
+        ASSERT_TRUE(await([this, had] { return m_told.canCheck.size() >= had + 2; }));
+    }
+
     [[nodiscard]] std::optional<UpdateResult> install()
     {
         const std::size_t had = m_told.results.size();

@@ -257,12 +257,21 @@ QCoro::Task<void> PackageKitUpdater::check(Self self, Bus bus, Occasion occasion
     if (!self) {
         co_return;
     }
-    self->m_schedule.recordCheck();
-    self->m_updateId = finding.updateId;
     self->setBusy(false);
-    const bool isNews = finding.result.kind == UpdateResult::Kind::Available;
+    self->conclude(finding, occasion);
+}
+
+void PackageKitUpdater::conclude(const Finding &finding, Occasion occasion)
+{
+    // What a failed check would have found, nobody knows: what was told of can be installed still.
+    const bool hasSucceeded = finding.result.kind != UpdateResult::Kind::Failed;
+    const bool wasOffered = !m_updateId.isEmpty();
+    if (hasSucceeded) {
+        m_updateId = finding.updateId;
+    }
+    const bool isNews = hasSucceeded && (wasOffered || !m_updateId.isEmpty());
     if (isNews || occasion == Occasion::User) {
-        self->m_handlers.ended(finding.result);
+        m_handlers.ended(finding.result);
     }
 }
 
@@ -294,7 +303,12 @@ QCoro::Task<PackageKitUpdater::Finding> PackageKitUpdater::look(Bus bus, QString
 
 void PackageKitUpdater::installUpdate()
 {
-    if (m_isBusy || m_updateId.isEmpty()) {
+    if (m_isBusy) {
+        m_handlers.ended(failed("PackageKit is busy with another request. Try again later."));
+        return;
+    }
+    if (m_updateId.isEmpty()) {
+        m_handlers.ended(failed("There is no update to install any more."));
         return;
     }
     setBusy(true);

@@ -73,6 +73,7 @@ private:
     static void openBus(std::function<void(Bus bus)> opened);
     void findPackage();
     void beginCheck(Occasion occasion);
+    void conclude(const Finding &finding, Occasion occasion);
     void setBusy(bool isBusy);
 
     std::filesystem::path m_executable;
