@@ -106,6 +106,7 @@ void UpdaterController::checkForUpdates()
 void UpdaterController::installUpdate()
 {
     if (m_stage == Stage::Available) {
+        m_isInstalling = true;
         show(Stage::Installing, m_version, QString());
         m_updater->installUpdate();
     }
@@ -118,8 +119,12 @@ void UpdaterController::dismiss()
 
 void UpdaterController::take(const UpdateResult &result)
 {
-    // Whoever has closed the window meanwhile wants to know of news only.
-    if (m_stage == Stage::None && result.kind == UpdateResult::Kind::UpToDate) {
+    using Kind = UpdateResult::Kind;
+    const bool isOfInstallation = std::exchange(m_isInstalling, false);
+    // Whoever has closed the window meanwhile wants to know of news only: of an update, and of what
+    // became of its installation.
+    const bool isNews = result.kind == Kind::Available || isOfInstallation;
+    if (m_stage == Stage::None && !isNews) {
         return;
     }
     show(stageOf(result.kind), QString::fromStdString(result.version),

@@ -92,6 +92,7 @@ private:
     Stage m_stage = Stage::None;
     QString m_version;
     QString m_details;
+    bool m_isInstalling = false; ///< also while the window is closed
 };
 
 } // namespace Tarnwick

@@ -125,5 +125,7 @@ TEST_F(UpdateWindowTest, ComesBackWithNewsOnly)
     m_controller->checkForUpdates();
     m_windows.closed();
     report(Kind::Failed);
+    EXPECT_EQ(m_windows.alive, 0);
+    report(Kind::Available);
     EXPECT_EQ(m_windows.alive, 1);
 }

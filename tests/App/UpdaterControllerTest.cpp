@@ -198,11 +198,23 @@ TEST_F(UpdaterControllerTest, ShowsAFailureInTheUpdatersOwnWords)
     EXPECT_EQ(m_controller->details(), "Cannot reach deb.example.org");
 }
 
+TEST_F(UpdaterControllerTest, ShowsWhatBecameOfAnInstallationAfterItWasDismissed)
+{
+    find();
+    report(Kind::Available, "2.0");
+    m_controller->installUpdate();
+    m_controller->dismiss();
+    report(Kind::Failed, {}, "no space left");
+    EXPECT_EQ(m_controller->stage(), Stage::Failed);
+}
+
 TEST_F(UpdaterControllerTest, ShowsNothingAfterItWasDismissedUnlessThereIsNews)
 {
     find();
     m_controller->checkForUpdates();
     m_controller->dismiss();
+    report(Kind::Failed);
+    EXPECT_EQ(m_controller->stage(), Stage::None);
     report(Kind::UpToDate);
     EXPECT_EQ(m_controller->stage(), Stage::None);
     EXPECT_EQ(m_controller->headline(), "");
