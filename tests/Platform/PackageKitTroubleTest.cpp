@@ -14,6 +14,7 @@ namespace Tarnwick {
 namespace {
 
 using Kind = UpdateResult::Kind;
+using testing::ElementsAre;
 
 /// An updater whose service, or whose bus, does not do what it should.
 using PackageKitTroubleTest = PackageKitUpdaterFixture;
@@ -76,6 +77,42 @@ TEST_F(PackageKitTroubleTest, TellsThatItCannotInstallWhileACheckRuns)
                             .text = "PackageKit is busy with another request. Try again later."}));
     ASSERT_TRUE(nextResult(m_told, 2));
     EXPECT_EQ(install()->kind, Kind::Installed);
+}
+
+TEST_F(PackageKitTroubleTest, ChecksAgainWithinTheDayAfterAFailure)
+{
+    start();
+    m_kit->scripts["GetUpdates"].exit = 2;
+    checkByItself();
+    offerUpdate();
+    m_kit->scripts["GetUpdates"].exit = 1;
+    m_updater->checkIfDue();
+    ASSERT_TRUE(nextResult(m_told, 0));
+    EXPECT_EQ(m_told.results.back().kind, Kind::Available);
+}
+
+TEST_F(PackageKitTroubleTest, SearchesForItsPackageAgainAfterAFailure)
+{
+    m_kit->scripts["SearchFiles"].exit = 2;
+    m_updater->start(handlersFor(m_told));
+    ASSERT_TRUE(await([this] { return m_kit->calls.size() == 1; }));
+    m_kit->scripts["SearchFiles"].exit = 1;
+    ASSERT_TRUE(isAnotherOneFound());
+    EXPECT_FALSE(m_told.isFound);
+    m_updater->checkIfDue();
+    EXPECT_TRUE(await([this] { return m_told.isFound; }));
+}
+
+TEST_F(PackageKitTroubleTest, SearchesForItsPackageNoMoreAfterAnAnswer)
+{
+    m_kit->scripts["SearchFiles"].packages.clear();
+    m_updater->start(handlersFor(m_told));
+    ASSERT_TRUE(await([this] { return m_kit->calls.size() == 1; }));
+    m_kit->scripts["SearchFiles"].packages = {{1, ownPackage}};
+    ASSERT_TRUE(isAnotherOneFound());
+    m_updater->checkIfDue();
+    ASSERT_TRUE(isAnotherOneFound());
+    EXPECT_THAT(m_kit->calls, ElementsAre("SearchFiles", "SearchFiles", "SearchFiles"));
 }
 
 } // namespace

@@ -206,7 +206,16 @@ void PackageKitUpdater::openBus(std::function<void(Bus bus)> opened)
 QCoro::Task<void> PackageKitUpdater::findPackage(Self self, Bus bus, QString executable)
 {
     const Transaction::Outcome outcome = co_await run(std::move(bus), searchFiles(executable));
-    if (!self || outcome.failure || outcome.packages.empty()) {
+    if (!self) {
+        co_return;
+    }
+    self->m_hasSearchFailed = outcome.failure.has_value();
+    if (outcome.failure) {
+        self->m_everyHour.start();
+        co_return;
+    }
+    if (outcome.packages.empty()) {
+        self->m_everyHour.stop();
         co_return;
     }
     self->m_package = nameIn(outcome.packages.front().id);
@@ -233,6 +242,10 @@ void PackageKitUpdater::checkForUpdates()
 
 void PackageKitUpdater::checkIfDue()
 {
+    if (std::exchange(m_hasSearchFailed, false)) {
+        findPackage();
+        return;
+    }
     if (m_schedule.isDue()) {
         beginCheck(Occasion::Schedule);
     }
@@ -268,6 +281,7 @@ void PackageKitUpdater::conclude(const Finding &finding, Occasion occasion)
     const bool wasOffered = !m_updateId.isEmpty();
     if (hasSucceeded) {
         m_updateId = finding.updateId;
+        m_schedule.recordCheck();
     }
     const bool isNews = hasSucceeded && (wasOffered || !m_updateId.isEmpty());
     if (isNews || occasion == Occasion::User) {

@@ -47,7 +47,8 @@ public:
     void checkForUpdates() override;
     void installUpdate() override;
 
-    /// Makes the automatic check if one is due; the updater does this by itself every hour.
+    /// Makes the automatic check if one is due, or searches for the own package again where that
+    /// has failed; the updater does this by itself every hour.
     void checkIfDue();
 
 private:
@@ -81,8 +82,9 @@ private:
     UpdateSchedule m_schedule;
     Handlers m_handlers;
     QTimer m_everyHour;
-    QString m_package;  ///< the name of ours; empty until it was found
-    QString m_updateId; ///< of the update that is available; empty when none is
+    QString m_package;              ///< the name of ours; empty until it was found
+    QString m_updateId;             ///< of the update that is available; empty when none is
+    bool m_hasSearchFailed = false; ///< the last search for our package
     bool m_isBusy = false;
 };
 

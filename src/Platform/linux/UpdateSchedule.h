@@ -28,7 +28,7 @@ public:
     /// was set back, does not put it off.
     [[nodiscard]] bool isDue() const;
 
-    /// A check was made just now.
+    /// A check has succeeded just now: one that failed is not the day's.
     void recordCheck();
 
 private:
