@@ -57,10 +57,15 @@ FocusScope {
         function topOf(item: Item): real {
             return item.mapToItem(view, 0, 0).y;
         }
-        function askToKill(description: string): void {
+        function killButton(description: string): KillButton {
             const row = rowOf(description);
+            const button = () => all(row, item => item instanceof KillButton)[0] ?? null;
             mouseMove(row, 300, 5);
-            mouseClick(all(row, item => item instanceof KillButton)[0]);
+            tryVerify(() => button() !== null);
+            return button();
+        }
+        function askToKill(description: string): void {
+            mouseClick(killButton(description));
         }
         function test_isAsLargeAsItsPopover(): void {
             compare(Qt.size(view.implicitWidth, view.implicitHeight), Qt.size(560, 500));
@@ -177,6 +182,7 @@ FocusScope {
         function test_hasItsShortcutsAlsoWithTheKeyboardInAText(): void {
             const text = textItem(view, "PostgreSQL").parent;
             mouseMove(text, 5, 5);
+            tryVerify(() => all(text, item => item instanceof TextEdit).length === 1);
             mouseClick(text, 5, 5);
             verify(root.Window.activeFocusItem instanceof TextEdit);
             keySequence("Ctrl+,");
@@ -186,9 +192,7 @@ FocusScope {
             verify(part(SearchField).isFocused);
         }
         function test_takesADoubleClickOnTheButtonForOne(): void {
-            const row = rowOf("PostgreSQL");
-            mouseMove(row, 300, 5);
-            mouseDoubleClickSequence(all(row, item => item instanceof KillButton)[0]);
+            mouseDoubleClickSequence(killButton("PostgreSQL"));
             verify(sample.model.confirming);
             compare(sample.requests, []);
         }

@@ -247,6 +247,7 @@ FocusScope {
         function test_keepsASelectionWhenManyChange(): void {
             const text = all(rowOf("worker-2"), item => item instanceof SelectableText && item.text === "worker-2")[0];
             mouseMove(text, 5, 5);
+            tryVerify(() => all(text, item => item instanceof TextEdit).length === 1);
             mouseDoubleClickSequence(text, 5, 5);
             const editor = all(text, item => item instanceof TextEdit)[0];
             verify(editor.selectedText.length > 0);
