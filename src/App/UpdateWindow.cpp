@@ -37,7 +37,7 @@ void UpdateWindow::follow()
     const Stage stage = m_controller.stage();
     if (stage == Stage::None) {
         m_window.reset();
-    } else if (!m_window || stage == Stage::Checking) {
+    } else if (!m_window || stage == Stage::Checking || stage == Stage::Installing) {
         bringForward();
     }
 }

@@ -97,30 +97,38 @@ void UpdaterController::setAutomaticallyChecksForUpdates(bool automatically)
 
 void UpdaterController::checkForUpdates()
 {
-    if (m_isAvailable && m_canCheckForUpdates) {
-        show(Stage::Checking, QString(), QString());
-        m_updater->checkForUpdates();
+    if (!m_isAvailable) {
+        return;
     }
+    if (m_installing) {
+        show(Stage::Installing, *m_installing, QString());
+        return;
+    }
+    show(Stage::Checking, QString(), QString());
+    m_updater->checkForUpdates();
 }
 
 void UpdaterController::installUpdate()
 {
     if (m_stage == Stage::Available) {
-        m_isInstalling = true;
-        show(Stage::Installing, m_version, QString());
+        m_installing = m_version;
+        show(Stage::Installing, *m_installing, QString());
         m_updater->installUpdate();
     }
 }
 
 void UpdaterController::dismiss()
 {
+    if (m_stage == Stage::Checking) {
+        m_updater->cancelCheck();
+    }
     show(Stage::None, QString(), QString());
 }
 
 void UpdaterController::take(const UpdateResult &result)
 {
     using Kind = UpdateResult::Kind;
-    const bool isOfInstallation = std::exchange(m_isInstalling, false);
+    const bool isOfInstallation = std::exchange(m_installing, std::nullopt).has_value();
     // Whoever has closed the window meanwhile wants to know of news only: of an update, and of what
     // became of its installation.
     const bool isNews = result.kind == Kind::Available || isOfInstallation;

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 namespace Tarnwick {
 
@@ -67,11 +68,13 @@ public:
     /// What is new in an update, or the updater's words on a failure; empty otherwise.
     [[nodiscard]] const QString &details() const { return m_details; }
 
-    /// The user's check. Nothing without a working updater, and while it cannot check.
+    /// The user's check; while a check or an installation runs, that is shown instead. Nothing
+    /// without a working updater.
     Q_INVOKABLE void checkForUpdates();
     /// Installs what is available.
     Q_INVOKABLE void installUpdate();
-    /// The user has closed the window: there is nothing to show until something happens.
+    /// The user has closed the window: there is nothing to show until something happens. A check
+    /// whose course it showed ends.
     Q_INVOKABLE void dismiss();
 
 Q_SIGNALS:
@@ -92,7 +95,7 @@ private:
     Stage m_stage = Stage::None;
     QString m_version;
     QString m_details;
-    bool m_isInstalling = false; ///< also while the window is closed
+    std::optional<QString> m_installing; ///< the version, also while the window is closed
 };
 
 } // namespace Tarnwick

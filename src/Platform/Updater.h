@@ -55,8 +55,13 @@ public:
     /// Kept between runs.
     virtual void setAutomaticallyChecksForUpdates(bool automatically) = 0;
 
-    /// Looks for an update as the user wishes. Nothing while it cannot.
+    /// Looks for an update as the user wishes; a check that runs already becomes the user's. Nothing
+    /// while an installation runs.
     virtual void checkForUpdates() = 0;
+
+    /// The user does not want the check that runs any more: nothing is told of it, and it ends.
+    /// Nothing while none runs.
+    virtual void cancelCheck() = 0;
 
     /// Lets the platform install the update that was last told of. What comes of it is told in
     /// every case: it fails when there is none, and while a check or an installation runs.

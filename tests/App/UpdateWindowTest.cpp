@@ -106,6 +106,22 @@ TEST_F(UpdateWindowTest, ComesForwardWhenTheUserChecksAgain)
     EXPECT_EQ(m_windows.shown, 2);
 }
 
+TEST_F(UpdateWindowTest, ComesForwardWhenTheUserChecksWhileSomethingRuns)
+{
+    find();
+    m_updater->handlers.canCheckForUpdates(false);
+    turn();
+    m_controller->checkForUpdates();
+    m_controller->checkForUpdates();
+    EXPECT_EQ(m_windows.shown, 2);
+    report(Kind::Available);
+    m_controller->installUpdate();
+    const int before = m_windows.shown;
+    m_controller->checkForUpdates();
+    EXPECT_EQ(m_windows.shown, before + 1);
+    EXPECT_EQ(m_windows.made, 1);
+}
+
 TEST_F(UpdateWindowTest, GoesWhenTheUserClosesIt)
 {
     find();

@@ -144,14 +144,44 @@ TEST_F(UpdaterControllerTest, KeepsTheChoiceOfAutomaticChecksInTheUpdater)
     EXPECT_EQ(changes.count(), 1);
 }
 
-TEST_F(UpdaterControllerTest, ChecksWhenTheUserAsksAndTheUpdaterCan)
+TEST_F(UpdaterControllerTest, ChecksWhenTheUserAsks)
 {
     find();
     m_controller->checkForUpdates();
     EXPECT_EQ(m_controller->stage(), Stage::Checking);
+    EXPECT_THAT(m_updater->calls, ElementsAre("start", "check"));
+}
+
+TEST_F(UpdaterControllerTest, ShowsAnAutomaticCheckThatRunsAndMakesItTheUsers)
+{
+    find();
     allow(false);
     m_controller->checkForUpdates();
+    EXPECT_EQ(m_controller->stage(), Stage::Checking);
     EXPECT_THAT(m_updater->calls, ElementsAre("start", "check"));
+}
+
+TEST_F(UpdaterControllerTest, ShowsTheInstallationThatRunsToWhoeverChecks)
+{
+    find();
+    report(Kind::Available, "1.3.0");
+    m_controller->installUpdate();
+    m_controller->dismiss();
+    m_controller->checkForUpdates();
+    EXPECT_EQ(m_controller->stage(), Stage::Installing);
+    EXPECT_EQ(m_controller->version(), "1.3.0");
+    EXPECT_THAT(m_updater->calls, ElementsAre("start", "install"));
+}
+
+TEST_F(UpdaterControllerTest, CancelsTheCheckWhoseCourseIsDismissed)
+{
+    find();
+    m_controller->checkForUpdates();
+    m_controller->dismiss();
+    EXPECT_THAT(m_updater->calls, ElementsAre("start", "check", "cancel"));
+    report(Kind::Available, "1.3.0");
+    m_controller->dismiss();
+    EXPECT_EQ(m_updater->calls.size(), 3U);
 }
 
 TEST_F(UpdaterControllerTest, ShowsThatThereIsNothingNew)

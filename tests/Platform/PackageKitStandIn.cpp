@@ -5,6 +5,7 @@
 
 #include <QDBusError>
 #include <QDBusObjectPath>
+#include <QTimer>
 #include <QVariantList>
 
 #include <stdexcept>
@@ -88,7 +89,17 @@ void PackageKitStandIn::play(const QDBusMessage &message, const Script &script)
     if (!script.error.isEmpty()) {
         emitTo(message, QStringLiteral("ErrorCode"), {4U, script.error});
     }
-    if (!script.neverEnds) {
+    playEnd(message, script);
+}
+
+void PackageKitStandIn::playEnd(const QDBusMessage &message, const Script &script)
+{
+    if (script.steps > 0) {
+        emitTo(message, QStringLiteral("ItemProgress"), {QStringLiteral("an item"), 1U, 50U});
+        Script rest = script;
+        --rest.steps;
+        QTimer::singleShot(stepPause, this, [this, message, rest] { playEnd(message, rest); });
+    } else if (!script.neverEnds) {
         emitTo(message, QStringLiteral("Finished"), {script.exit, 12U});
     }
 }

@@ -9,6 +9,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <string>
@@ -34,7 +35,10 @@ public:
         unsigned exit = 1;      ///< PkExitEnum
         QString refusal;        ///< a D-Bus error instead of everything else
         bool neverEnds = false; ///< no signal Finished
+        int steps = 0;          ///< of progress before it, each a `stepPause` after the other
     };
+
+    static constexpr std::chrono::milliseconds stepPause{200};
 
     explicit PackageKitStandIn(const std::string &busAddress);
     ~PackageKitStandIn() override;
@@ -53,6 +57,7 @@ public:
 
 private:
     void play(const QDBusMessage &message, const Script &script);
+    void playEnd(const QDBusMessage &message, const Script &script);
     void emitTo(const QDBusMessage &caller, const QString &name, const QVariantList &values);
 
     QDBusConnection m_bus;

@@ -14,10 +14,42 @@ namespace Tarnwick {
 namespace {
 
 using Kind = UpdateResult::Kind;
+using testing::Contains;
 using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+
+const UpdateResult notAnswered{
+    .kind = Kind::Failed, .version = "", .text = "PackageKit has not answered for a long time."};
+
+/// Enough for a service that answers.
+constexpr std::chrono::milliseconds shortPatience{1500};
 
 /// An updater whose service, or whose bus, does not do what it should.
-using PackageKitTroubleTest = PackageKitUpdaterFixture;
+class PackageKitTroubleTest : public PackageKitUpdaterFixture
+{
+protected:
+    /// Begins a check that the service never ends.
+    void beginEndlessCheck()
+    {
+        m_kit->scripts["RefreshCache"].neverEnds = true;
+        m_updater->checkForUpdates();
+        ASSERT_TRUE(await([this] { return !m_kit->calls.empty() && isLast("RefreshCache"); }));
+    }
+
+    [[nodiscard]] bool isLast(const char *method) const
+    {
+        return m_kit->calls.back() == QLatin1String(method);
+    }
+
+    /// Goes on with an updater of that patience, and of endless patience otherwise.
+    void startWith(const PackageKitUpdater::Patience &patience)
+    {
+        m_patience = patience;
+        m_updater = makeUpdater("/usr/bin/tarnwick");
+        start();
+    }
+};
 
 /// What nothing else may take while the bus hangs: far less than the 25 seconds after which a wait
 /// for the bus would give up.
@@ -113,6 +145,93 @@ TEST_F(PackageKitTroubleTest, SearchesForItsPackageNoMoreAfterAnAnswer)
     m_updater->checkIfDue();
     ASSERT_TRUE(isAnotherOneFound());
     EXPECT_THAT(m_kit->calls, ElementsAre("SearchFiles", "SearchFiles", "SearchFiles"));
+}
+
+TEST_F(PackageKitTroubleTest, CancelsTheCheckThatTheUserWantsNoMoreAndChecksAgain)
+{
+    start();
+    beginEndlessCheck();
+    m_updater->cancelCheck();
+    EXPECT_TRUE(m_told.canCheck.back());
+    EXPECT_TRUE(await([this] { return isLast("Cancel"); }));
+    m_kit->scripts["RefreshCache"].neverEnds = false;
+    EXPECT_EQ(check(), UpdateResult());
+    EXPECT_EQ(m_told.results.size(), 1U);
+}
+
+TEST_F(PackageKitTroubleTest, CancelsACheckBeforeTheBusHasLetItIn)
+{
+    start();
+    bus().pause();
+    m_updater->checkForUpdates();
+    m_updater->cancelCheck();
+    EXPECT_TRUE(m_told.canCheck.back());
+    bus().resume();
+    EXPECT_EQ(check(), UpdateResult());
+    EXPECT_EQ(m_told.results.size(), 1U);
+    EXPECT_THAT(m_kit->calls, ElementsAre("SearchFiles", "RefreshCache", "GetUpdates"));
+}
+
+TEST_F(PackageKitTroubleTest, CancelsNoInstallation)
+{
+    offerUpdate();
+    start();
+    ASSERT_TRUE(check());
+    m_updater->installUpdate();
+    m_updater->cancelCheck();
+    EXPECT_FALSE(m_told.canCheck.back());
+    EXPECT_EQ(nextResult(m_told, 1)->kind, Kind::Installed);
+    EXPECT_THAT(m_kit->calls, Not(Contains("Cancel")));
+}
+
+TEST_F(PackageKitTroubleTest, TellsTheUserWhoAsksMeanwhileWhatBecameOfAnAutomaticCheck)
+{
+    start();
+    m_kit->onCall = [this] {
+        if (isLast("GetUpdates")) {
+            m_updater->checkForUpdates();
+        }
+    };
+    m_updater->setAutomaticallyChecksForUpdates(true);
+    EXPECT_EQ(nextResult(m_told, 0), UpdateResult());
+    EXPECT_THAT(m_kit->calls, ElementsAre("SearchFiles", "GetUpdates"));
+}
+
+TEST_F(PackageKitTroubleTest, EndsACheckOfWhichNothingIsHeard)
+{
+    startWith({.check = shortPatience});
+    beginEndlessCheck();
+    EXPECT_EQ(nextResult(m_told, 0), notAnswered);
+    EXPECT_TRUE(m_told.canCheck.back());
+    EXPECT_TRUE(await([this] { return isLast("Cancel"); }));
+}
+
+TEST_F(PackageKitTroubleTest, EndsAnInstallationOfWhichNothingIsHeard)
+{
+    offerUpdate();
+    startWith({.installation = shortPatience});
+    ASSERT_TRUE(check());
+    m_kit->scripts["UpdatePackages"].neverEnds = true;
+    EXPECT_EQ(install(), notAnswered);
+}
+
+TEST_F(PackageKitTroubleTest, HasPatienceWithAnInstallationThatGoesForward)
+{
+    offerUpdate();
+    startWith({.installation = shortPatience});
+    ASSERT_TRUE(check());
+    m_kit->scripts["UpdatePackages"].steps = 2 * (shortPatience / PackageKitStandIn::stepPause);
+    EXPECT_EQ(install()->kind, Kind::Installed);
+}
+
+TEST_F(PackageKitTroubleTest, EndsACheckThatTheBusNeverLetsIn)
+{
+    startWith({.check = shortPatience});
+    bus().pause();
+    m_updater->checkForUpdates();
+    EXPECT_EQ(nextResult(m_told, 0)->kind, Kind::Failed);
+    EXPECT_TRUE(m_told.canCheck.back());
+    bus().resume();
 }
 
 } // namespace

@@ -43,10 +43,11 @@ protected:
 
     [[nodiscard]] std::unique_ptr<PackageKitUpdater> makeUpdater(const std::string &executable)
     {
-        return std::make_unique<PackageKitUpdater>(PackageKitUpdater::Setup{
-            .executable = executable, .settings = m_folder.path() / "updater.conf", .now = [this] {
-                return m_now;
-            }});
+        return std::make_unique<PackageKitUpdater>(
+            PackageKitUpdater::Setup{.executable = executable,
+                                     .settings = m_folder.path() / "updater.conf",
+                                     .now = [this] { return m_now; },
+                                     .patience = m_patience});
     }
 
     [[nodiscard]] static Updater::Handlers handlersFor(Told &told)
@@ -65,6 +66,7 @@ protected:
     }
 
     TemporaryFolder m_folder;
+    PackageKitUpdater::Patience m_patience; ///< of updaters that are made from then on
     QDateTime m_now{QDate(2026, 3, 1), QTime(12, 0), Qt::UTC};
 };
 

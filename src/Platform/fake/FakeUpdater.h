@@ -27,6 +27,7 @@ public:
         isAutomatic = automatically;
     }
     void checkForUpdates() override { calls.emplace_back("check"); }
+    void cancelCheck() override { calls.emplace_back("cancel"); }
     void installUpdate() override { calls.emplace_back("install"); }
 
     Handlers handlers;

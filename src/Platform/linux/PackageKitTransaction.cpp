@@ -3,10 +3,10 @@
 
 #include "Platform/linux/PackageKitTransaction.h"
 
+#include <QCoreApplication>
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 
-#include <chrono>
 #include <map>
 
 namespace Tarnwick {
@@ -24,10 +24,11 @@ constexpr unsigned infoBlocked = 9;
 // Newer versions put how grave an update is into the upper half.
 constexpr unsigned infoMask = 0xffff;
 
-/// The daemon has to be started at times, when the machine may have a lot else to do.
-constexpr std::chrono::milliseconds replyPatience = std::chrono::minutes(2);
+const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
 
 constexpr const char *busIsGone = "the system bus is gone";
+constexpr const char *cancelled = "PackageKit: cancelled";
+constexpr const char *silent = "PackageKit has not answered for a long time.";
 
 } // namespace
 
@@ -35,6 +36,9 @@ PackageKitTransaction::PackageKitTransaction(std::shared_ptr<BusLink> bus, Reque
     : m_bus(std::move(bus))
     , m_request(std::move(request))
 {
+    m_silence.setSingleShot(true);
+    m_silence.setInterval(m_request.patience);
+    m_silence.callOnTimeout(this, [this] { giveUp(silent); });
 }
 
 PackageKitTransaction::~PackageKitTransaction()
@@ -46,6 +50,10 @@ PackageKitTransaction::~PackageKitTransaction()
 
 void PackageKitTransaction::start()
 {
+    if (m_hasEnded) {
+        return;
+    }
+    m_silence.start();
     listen();
     // It may have ended before it was observed: then nobody tells.
     if (!m_bus->connection().isConnected()) {
@@ -67,8 +75,7 @@ QDBusMessage PackageKitTransaction::call(const QString &method, const QVariantLi
 
 void PackageKitTransaction::send(const QDBusMessage &message, Answered answered)
 {
-    const QDBusPendingCall pending =
-        m_bus->connection().asyncCall(message, static_cast<int>(replyPatience.count()));
+    const QDBusPendingCall pending = m_bus->connection().asyncCall(message, BusLink::noTimeout);
     auto *const watcher = std::make_unique<QDBusPendingCallWatcher>(pending, this).release();
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [this, watcher, answered = std::move(answered)] {
@@ -89,9 +96,12 @@ void PackageKitTransaction::created(const QDBusMessage &reply)
         fail("PackageKit made no transaction");
         return;
     }
-    for (const char *signal : {"Package", "UpdateDetail", "ErrorCode", "Finished"}) {
+    for (const char *signal :
+         {"Package", "UpdateDetail", "ErrorCode", "ItemProgress", "Finished"}) {
         m_bus->observeSignal(m_path, transactionInterface, QLatin1String(signal));
     }
+    // Percentage and status are properties.
+    m_bus->observeSignal(m_path, propertiesInterface, QStringLiteral("PropertiesChanged"));
     send(call(QStringLiteral("SetHints"), {m_request.hints}), nullptr);
     send(call(m_request.method, m_request.arguments), nullptr);
 }
@@ -116,9 +126,12 @@ void PackageKitTransaction::told(const QDBusMessage &signal)
         {QStringLiteral("UpdateDetail"), &PackageKitTransaction::updateDetailTold},
         {QStringLiteral("ErrorCode"), &PackageKitTransaction::errorTold},
         {QStringLiteral("Finished"), &PackageKitTransaction::finished}};
-    const bool isOurs = signal.service() == m_owner && signal.path() == m_path;
+    if (signal.service() != m_owner || signal.path() != m_path) { // anybody may send the like
+        return;
+    }
+    m_silence.start();
     const auto teller = tellers.find(signal.member());
-    if (isOurs && teller != tellers.end()) { // anybody may send the like
+    if (teller != tellers.end()) {
         (this->*teller->second)(signal);
     }
 }
@@ -150,10 +163,31 @@ void PackageKitTransaction::finished(const QDBusMessage &signal)
         m_outcome.failure.reset(); // what was told of was put right, or was a warning
     } else if (!m_outcome.failure || m_outcome.failure->empty()) {
         m_outcome.failure = exit == exitCancelled
-                                ? "PackageKit: cancelled"
+                                ? cancelled
                                 : "PackageKit: failed (exit code " + std::to_string(exit) + ")";
     }
     end();
+}
+
+void PackageKitTransaction::cancel()
+{
+    giveUp(cancelled);
+}
+
+void PackageKitTransaction::giveUp(const std::string &words)
+{
+    if (m_hasEnded) {
+        return;
+    }
+    if (!m_path.isEmpty()) {
+        auto *const watcher = new QDBusPendingCallWatcher(
+            m_bus->connection().asyncCall(call(QStringLiteral("Cancel"), {})),
+            QCoreApplication::instance());
+        // The daemon hears of it only while the link is there.
+        connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
+                [watcher, link = m_bus] { watcher->deleteLater(); });
+    }
+    fail(words);
 }
 
 void PackageKitTransaction::fail(const std::string &words)
@@ -168,6 +202,7 @@ void PackageKitTransaction::end()
 {
     if (!m_hasEnded) {
         m_hasEnded = true;
+        m_silence.stop();
         m_bus->stopObserving();
         Q_EMIT ended(m_outcome);
     }

@@ -10,8 +10,10 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 #include <QVariant>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -23,7 +25,7 @@ namespace Tarnwick {
 
 /// One thing that PackageKit is asked to do, from its creation to its end: see the interface
 /// org.freedesktop.PackageKit.Transaction of PackageKit 1.x. Started once; always ends, also when
-/// the daemon or the bus goes. Main thread.
+/// the daemon or the bus goes, or when nothing is heard of it for too long. Main thread.
 class PackageKitTransaction : public QObject
 {
     Q_OBJECT
@@ -34,6 +36,8 @@ public:
         QString method;
         QVariantList arguments;
         QStringList hints;
+        /// How long the daemon may send neither a signal of this transaction nor its progress.
+        std::chrono::milliseconds patience{};
     };
 
     struct Package
@@ -56,6 +60,10 @@ public:
 
     void start();
 
+    /// Ends it at once, in a failure, also where the daemon does not heed it. Nothing when it has
+    /// ended.
+    void cancel();
+
 Q_SIGNALS:
     /// Comes once, last of all.
     void ended(Tarnwick::PackageKitTransaction::Outcome outcome);
@@ -68,6 +76,7 @@ private:
     void created(const QDBusMessage &reply);
     void listen();
     void told(const QDBusMessage &signal);
+    void giveUp(const std::string &words);
     void fail(const std::string &words);
     void end();
 
@@ -81,6 +90,7 @@ private:
     QString m_owner; ///< the daemon's own name on the bus
     QString m_path;
     Outcome m_outcome;
+    QTimer m_silence; ///< runs since the last signal
     bool m_hasEnded = false;
 };
 

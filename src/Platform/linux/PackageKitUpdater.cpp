@@ -30,9 +30,6 @@ constexpr qulonglong onlyTrusted = 1U << 1U;
 
 constexpr std::chrono::hours pollingPeriod{1};
 
-/// What the bus gets to let us in.
-constexpr std::chrono::minutes busPatience{2};
-
 /// The start of the application has the machine for itself meanwhile.
 constexpr std::chrono::milliseconds restAfterLaunch{500};
 
@@ -159,6 +156,17 @@ struct PackageKitUpdater::Finding
     QString updateId; ///< of an update that is available
 };
 
+/// A search for the own package, a check or an installation, with a link of its own.
+struct PackageKitUpdater::Activity
+{
+    Occasion occasion = Occasion::Schedule;
+    std::chrono::milliseconds patience{};
+    std::shared_ptr<BusLink> link; ///< null when there is none, for the reason in `failure`
+    QString failure;
+    QPointer<Transaction> transaction; ///< that runs
+    bool isCancelled = false;
+};
+
 std::unique_ptr<Updater> Updater::forThisApplication()
 {
     return std::make_unique<PackageKitUpdater>(PackageKitUpdater::Setup{
@@ -171,6 +179,7 @@ std::unique_ptr<Updater> Updater::forThisApplication()
 PackageKitUpdater::PackageKitUpdater(const Setup &setup)
     : m_executable(setup.executable)
     , m_rest(setup.rest)
+    , m_patience(setup.patience)
     , m_schedule(setup.settings, setup.now)
 {
     m_everyHour.setTimerType(Qt::VeryCoarseTimer);
@@ -190,22 +199,34 @@ void PackageKitUpdater::start(Handlers handlers)
 
 void PackageKitUpdater::findPackage()
 {
-    openBus([self = Self(this), executable = QFile::decodeName(m_executable.c_str())](Bus bus) {
-        findPackage(self, std::move(bus), executable);
-    });
+    const Running search = makeActivity(m_patience.check);
+    openBus(search,
+            [self = Self(this), search, executable = QFile::decodeName(m_executable.c_str())] {
+                findPackage(self, search, executable);
+            });
 }
 
-void PackageKitUpdater::openBus(std::function<void(Bus bus)> opened)
+PackageKitUpdater::Running PackageKitUpdater::makeActivity(std::chrono::milliseconds patience)
 {
-    BusLink::openSystem(busPatience, [opened = std::move(opened)](std::shared_ptr<BusLink> link,
-                                                                  const QString &failure) {
-        opened({.link = std::move(link), .failure = failure});
-    });
+    const Running activity = std::make_shared<Activity>();
+    activity->patience = patience;
+    return activity;
 }
 
-QCoro::Task<void> PackageKitUpdater::findPackage(Self self, Bus bus, QString executable)
+void PackageKitUpdater::openBus(const Running &activity, std::function<void()> opened) const
 {
-    const Transaction::Outcome outcome = co_await run(std::move(bus), searchFiles(executable));
+    BusLink::openSystem(m_patience.check,
+                        [activity, opened = std::move(opened)](std::shared_ptr<BusLink> link,
+                                                               const QString &failure) {
+                            activity->link = std::move(link);
+                            activity->failure = failure;
+                            opened();
+                        });
+}
+
+QCoro::Task<void> PackageKitUpdater::findPackage(Self self, Running activity, QString executable)
+{
+    const Transaction::Outcome outcome = co_await run(std::move(activity), searchFiles(executable));
     if (!self) {
         co_return;
     }
@@ -237,7 +258,24 @@ void PackageKitUpdater::setAutomaticallyChecksForUpdates(bool automatically)
 
 void PackageKitUpdater::checkForUpdates()
 {
+    if (m_check) {
+        m_check->occasion = Occasion::User; // who wants to know what comes of it
+        return;
+    }
     beginCheck(Occasion::User);
+}
+
+void PackageKitUpdater::cancelCheck()
+{
+    if (!m_check) {
+        return;
+    }
+    const Running check = std::exchange(m_check, nullptr);
+    check->isCancelled = true;
+    if (check->transaction) {
+        check->transaction->cancel();
+    }
+    setBusy(false);
 }
 
 void PackageKitUpdater::checkIfDue()
@@ -257,21 +295,24 @@ void PackageKitUpdater::beginCheck(Occasion occasion)
         return;
     }
     setBusy(true);
-    openBus([self = Self(this), occasion](Bus bus) {
-        if (self) {
-            check(self, std::move(bus), occasion);
+    m_check = makeActivity(m_patience.check);
+    m_check->occasion = occasion;
+    openBus(m_check, [self = Self(this), activity = m_check] {
+        if (self && !activity->isCancelled) {
+            check(self, activity);
         }
     });
 }
 
-QCoro::Task<void> PackageKitUpdater::check(Self self, Bus bus, Occasion occasion)
+QCoro::Task<void> PackageKitUpdater::check(Self self, Running activity)
 {
-    const Finding finding = co_await look(std::move(bus), self->m_package, occasion);
-    if (!self) {
+    const Finding finding = co_await look(activity, self->m_package);
+    if (!self || activity->isCancelled) {
         co_return;
     }
+    self->m_check.reset();
     self->setBusy(false);
-    self->conclude(finding, occasion);
+    self->conclude(finding, activity->occasion);
 }
 
 void PackageKitUpdater::conclude(const Finding &finding, Occasion occasion)
@@ -289,19 +330,18 @@ void PackageKitUpdater::conclude(const Finding &finding, Occasion occasion)
     }
 }
 
-QCoro::Task<PackageKitUpdater::Finding> PackageKitUpdater::look(Bus bus, QString package,
-                                                                Occasion occasion)
+QCoro::Task<PackageKitUpdater::Finding> PackageKitUpdater::look(Running activity, QString package)
 {
-    const bool isInteractive = occasion == Occasion::User;
+    const bool isInteractive = activity->occasion == Occasion::User;
     Finding finding;
     if (isInteractive) {
-        const Transaction::Outcome refreshed = co_await run(bus, refreshCache());
+        const Transaction::Outcome refreshed = co_await run(activity, refreshCache());
         if (refreshed.failure) {
             finding.result = failed(*refreshed.failure);
             co_return finding;
         }
     }
-    const Transaction::Outcome updates = co_await run(bus, getUpdates(isInteractive));
+    const Transaction::Outcome updates = co_await run(activity, getUpdates(isInteractive));
     if (updates.failure) {
         finding.result = failed(*updates.failure);
         co_return finding;
@@ -309,7 +349,7 @@ QCoro::Task<PackageKitUpdater::Finding> PackageKitUpdater::look(Bus bus, QString
     finding.updateId = updateOf(package, updates);
     if (!finding.updateId.isEmpty()) {
         const Transaction::Outcome details =
-            co_await run(bus, getUpdateDetail(finding.updateId, isInteractive));
+            co_await run(activity, getUpdateDetail(finding.updateId, isInteractive));
         finding.result = available(finding.updateId, details);
     }
     co_return finding;
@@ -326,16 +366,17 @@ void PackageKitUpdater::installUpdate()
         return;
     }
     setBusy(true);
-    openBus([self = Self(this)](Bus bus) {
+    const Running installation = makeActivity(m_patience.installation);
+    openBus(installation, [self = Self(this), installation] {
         if (self) {
-            install(self, std::move(bus));
+            install(self, installation);
         }
     });
 }
 
-QCoro::Task<void> PackageKitUpdater::install(Self self, Bus bus)
+QCoro::Task<void> PackageKitUpdater::install(Self self, Running activity)
 {
-    const UpdateResult result = co_await update(std::move(bus), self->m_updateId);
+    const UpdateResult result = co_await update(std::move(activity), self->m_updateId);
     if (!self) {
         co_return;
     }
@@ -346,32 +387,38 @@ QCoro::Task<void> PackageKitUpdater::install(Self self, Bus bus)
     self->m_handlers.ended(result);
 }
 
-QCoro::Task<UpdateResult> PackageKitUpdater::update(Bus bus, QString update)
+QCoro::Task<UpdateResult> PackageKitUpdater::update(Running activity, QString update)
 {
-    const Transaction::Outcome updated = co_await run(bus, updatePackages(update));
+    const Transaction::Outcome updated = co_await run(activity, updatePackages(update));
     if (updated.failure) {
         co_return failed(*updated.failure);
     }
     // The service may end in success when the package manager below it could do nothing.
-    const Transaction::Outcome now = co_await run(bus, resolveInstalled(nameIn(update)));
+    const Transaction::Outcome now = co_await run(activity, resolveInstalled(nameIn(update)));
     if (!now.failure && !hasVersion(now.packages, versionIn(update))) {
         co_return failed("PackageKit did not install the update");
     }
     co_return installed(update);
 }
 
-QCoro::Task<PackageKitTransaction::Outcome> PackageKitUpdater::run(Bus bus,
+QCoro::Task<PackageKitTransaction::Outcome> PackageKitUpdater::run(Running activity,
                                                                    Transaction::Request request)
 {
-    if (!bus.link) {
+    if (!activity->link) {
         Transaction::Outcome outcome;
-        outcome.failure = bus.failure.toStdString();
+        outcome.failure = activity->failure.toStdString();
         co_return outcome;
     }
+    request.patience = activity->patience;
     // It is the transaction that calls when it has ended, so it cannot go at once.
     const QScopedPointer<Transaction, QScopedPointerDeleteLater> transaction(
-        std::make_unique<Transaction>(std::move(bus.link), std::move(request)).release());
-    MainThread::post([started = transaction.get()] { started->start(); });
+        std::make_unique<Transaction>(activity->link, std::move(request)).release());
+    activity->transaction = transaction.get();
+    MainThread::post([started = activity->transaction] {
+        if (started) {
+            started->start();
+        }
+    });
     Transaction::Outcome outcome = co_await qCoro(transaction.get(), &Transaction::ended);
     co_return outcome;
 }

@@ -31,12 +31,21 @@ class PackageKitUpdater : public QObject, public Updater
     Q_OBJECT
 
 public:
+    /// How long nothing may be heard of what was asked for. Before an installation the system may
+    /// ask for a password, and during one a single script may take its time.
+    struct Patience
+    {
+        std::chrono::milliseconds check = std::chrono::minutes(2); ///< also of the bus
+        std::chrono::milliseconds installation = std::chrono::minutes(30);
+    };
+
     struct Setup
     {
         std::filesystem::path executable; ///< of the application
         std::filesystem::path settings;   ///< the file that the schedule is kept in
         UpdateSchedule::Clock now;
         std::chrono::milliseconds rest{}; ///< from start() to the first thing that is done
+        Patience patience{};
     };
 
     explicit PackageKitUpdater(const Setup &setup);
@@ -45,6 +54,7 @@ public:
     [[nodiscard]] bool automaticallyChecksForUpdates() const override;
     void setAutomaticallyChecksForUpdates(bool automatically) override;
     void checkForUpdates() override;
+    void cancelCheck() override;
     void installUpdate() override;
 
     /// Makes the automatic check if one is due, or searches for the own package again where that
@@ -55,23 +65,20 @@ private:
     enum class Occasion : std::uint8_t { User, Schedule };
     struct Finding;
     using Self = QPointer<PackageKitUpdater>;
-    /// The link to the system bus, or why there is none.
-    struct Bus
-    {
-        std::shared_ptr<BusLink> link;
-        QString failure;
-    };
+    struct Activity;
+    using Running = std::shared_ptr<Activity>;
     using Transaction = PackageKitTransaction;
 
-    [[nodiscard]] static QCoro::Task<Transaction::Outcome> run(Bus bus,
+    [[nodiscard]] static QCoro::Task<Transaction::Outcome> run(Running activity,
                                                                Transaction::Request request);
-    [[nodiscard]] static QCoro::Task<Finding> look(Bus bus, QString package, Occasion occasion);
-    static QCoro::Task<void> findPackage(Self self, Bus bus, QString executable);
-    static QCoro::Task<void> check(Self self, Bus bus, Occasion occasion);
-    [[nodiscard]] static QCoro::Task<UpdateResult> update(Bus bus, QString update);
-    static QCoro::Task<void> install(Self self, Bus bus);
+    [[nodiscard]] static QCoro::Task<Finding> look(Running activity, QString package);
+    static QCoro::Task<void> findPackage(Self self, Running activity, QString executable);
+    static QCoro::Task<void> check(Self self, Running activity);
+    [[nodiscard]] static QCoro::Task<UpdateResult> update(Running activity, QString update);
+    static QCoro::Task<void> install(Self self, Running activity);
 
-    static void openBus(std::function<void(Bus bus)> opened);
+    [[nodiscard]] static Running makeActivity(std::chrono::milliseconds patience);
+    void openBus(const Running &activity, std::function<void()> opened) const;
     void findPackage();
     void beginCheck(Occasion occasion);
     void conclude(const Finding &finding, Occasion occasion);
@@ -79,11 +86,13 @@ private:
 
     std::filesystem::path m_executable;
     std::chrono::milliseconds m_rest;
+    Patience m_patience;
     UpdateSchedule m_schedule;
     Handlers m_handlers;
     QTimer m_everyHour;
     QString m_package;              ///< the name of ours; empty until it was found
     QString m_updateId;             ///< of the update that is available; empty when none is
+    Running m_check;                ///< null while none runs
     bool m_hasSearchFailed = false; ///< the last search for our package
     bool m_isBusy = false;
 };
