@@ -4,13 +4,13 @@
 #include "Platform/linux/PackageKitUpdater.h"
 
 #include "Core/MainThread.h"
+#include "Platform/linux/PackageKitRequests.h"
 #include "Platform/linux/UserFolders.h"
 
 #include <QCoreApplication>
 #include <QCoroSignal>
 #include <QFile>
 #include <QScopedPointer>
-#include <QStringList>
 
 #include <algorithm>
 #include <array>
@@ -23,11 +23,6 @@ namespace Tarnwick {
 
 namespace {
 
-// Sets of PkFilterEnum and PkTransactionFlagEnum in pk-enum.h: a bit for each value.
-constexpr qulonglong everyPackage = 1U << 1U;
-constexpr qulonglong installedPackages = 1U << 2U;
-constexpr qulonglong onlyTrusted = 1U << 1U;
-
 constexpr std::chrono::hours pollingPeriod{1};
 
 /// The start of the application has the machine for itself meanwhile.
@@ -37,65 +32,11 @@ constexpr std::chrono::milliseconds restAfterLaunch{500};
 /// small one, need not be woken to ask.
 constexpr std::array<std::string_view, 2> packagedFolders{"/usr/", "/opt/"};
 
-/// As pk_transaction_set_hints() of PackageKit has them.
-QStringList hintsFor(bool isInteractive)
-{
-    if (isInteractive) {
-        return {QStringLiteral("background=false"), QStringLiteral("interactive=true")};
-    }
-    return {QStringLiteral("background=true"), QStringLiteral("interactive=false"),
-            QStringLiteral("cache-age=4294967295")};
-}
-
 bool mayBePackaged(const std::filesystem::path &executable)
 {
     return std::any_of(
         packagedFolders.begin(), packagedFolders.end(),
         [text = executable.string()](std::string_view folder) { return text.starts_with(folder); });
-}
-
-using Request = PackageKitTransaction::Request;
-
-Request searchFiles(const QString &file)
-{
-    return {.method = QStringLiteral("SearchFiles"),
-            .arguments = {installedPackages, QStringList{file}},
-            .hints = hintsFor(false)};
-}
-
-Request refreshCache()
-{
-    constexpr bool isForced = false;
-    return {
-        .method = QStringLiteral("RefreshCache"), .arguments = {isForced}, .hints = hintsFor(true)};
-}
-
-Request getUpdates(bool isInteractive)
-{
-    return {.method = QStringLiteral("GetUpdates"),
-            .arguments = {everyPackage},
-            .hints = hintsFor(isInteractive)};
-}
-
-Request getUpdateDetail(const QString &update, bool isInteractive)
-{
-    return {.method = QStringLiteral("GetUpdateDetail"),
-            .arguments = {QStringList{update}},
-            .hints = hintsFor(isInteractive)};
-}
-
-Request updatePackages(const QString &update)
-{
-    return {.method = QStringLiteral("UpdatePackages"),
-            .arguments = {onlyTrusted, QStringList{update}},
-            .hints = hintsFor(true)};
-}
-
-Request resolveInstalled(const QString &package)
-{
-    return {.method = QStringLiteral("Resolve"),
-            .arguments = {installedPackages, QStringList{package}},
-            .hints = hintsFor(true)};
 }
 
 QString nameIn(const QString &packageId)
@@ -226,7 +167,8 @@ void PackageKitUpdater::openBus(const Running &activity, std::function<void()> o
 
 QCoro::Task<void> PackageKitUpdater::findPackage(Self self, Running activity, QString executable)
 {
-    const Transaction::Outcome outcome = co_await run(std::move(activity), searchFiles(executable));
+    const Transaction::Outcome outcome =
+        co_await run(std::move(activity), PackageKitRequests::searchFiles(executable));
     if (!self) {
         co_return;
     }
@@ -335,21 +277,23 @@ QCoro::Task<PackageKitUpdater::Finding> PackageKitUpdater::look(Running activity
     const bool isInteractive = activity->occasion == Occasion::User;
     Finding finding;
     if (isInteractive) {
-        const Transaction::Outcome refreshed = co_await run(activity, refreshCache());
+        const Transaction::Outcome refreshed =
+            co_await run(activity, PackageKitRequests::refreshCache());
         if (refreshed.failure) {
             finding.result = failed(*refreshed.failure);
             co_return finding;
         }
     }
-    const Transaction::Outcome updates = co_await run(activity, getUpdates(isInteractive));
+    const Transaction::Outcome updates =
+        co_await run(activity, PackageKitRequests::getUpdates(isInteractive));
     if (updates.failure) {
         finding.result = failed(*updates.failure);
         co_return finding;
     }
     finding.updateId = updateOf(package, updates);
     if (!finding.updateId.isEmpty()) {
-        const Transaction::Outcome details =
-            co_await run(activity, getUpdateDetail(finding.updateId, isInteractive));
+        const Transaction::Outcome details = co_await run(
+            activity, PackageKitRequests::getUpdateDetail(finding.updateId, isInteractive));
         finding.result = available(finding.updateId, details);
     }
     co_return finding;
@@ -389,12 +333,14 @@ QCoro::Task<void> PackageKitUpdater::install(Self self, Running activity)
 
 QCoro::Task<UpdateResult> PackageKitUpdater::update(Running activity, QString update)
 {
-    const Transaction::Outcome updated = co_await run(activity, updatePackages(update));
+    const Transaction::Outcome updated =
+        co_await run(activity, PackageKitRequests::updatePackages(update));
     if (updated.failure) {
         co_return failed(*updated.failure);
     }
     // The service may end in success when the package manager below it could do nothing.
-    const Transaction::Outcome now = co_await run(activity, resolveInstalled(nameIn(update)));
+    const Transaction::Outcome now =
+        co_await run(activity, PackageKitRequests::resolveInstalled(nameIn(update)));
     if (!now.failure && !hasVersion(now.packages, versionIn(update))) {
         co_return failed("PackageKit did not install the update");
     }
