@@ -74,7 +74,7 @@ Puppet::Puppet()
 
 Puppet::Puppet(const std::filesystem::path &program, const std::vector<std::string> &arguments)
 {
-    auto [ours, theirs] = channel();
+    Channel ends = channel();
     std::vector<char *> raw;
     raw.reserve(arguments.size() + 1);
     for (const std::string &argument : arguments) {
@@ -84,14 +84,14 @@ Puppet::Puppet(const std::filesystem::path &program, const std::vector<std::stri
     m_pid = ::fork();
     if (m_pid == 0) {
         // Only what the puppet opens itself is to be found in it.
-        ::dup2(theirs.get(), puppetChannel);
+        ::dup2(ends.theirs.get(), puppetChannel);
         ::syscall(SYS_close_range, 3, puppetChannel - 1, 0);
         ::syscall(SYS_close_range, puppetChannel + 1, ~0U, 0);
         ::execv(program.c_str(), raw.data());
         ::_exit(127);
     }
-    theirs.reset();
-    m_channel = std::move(ours);
+    ends.theirs.reset();
+    m_channel = std::move(ends.ours);
     m_process = processDescriptor(m_pid);
     answerOn(m_channel.get());
 }
@@ -167,11 +167,11 @@ void Puppet::duplicate(int from, int to)
 
 Puppet Puppet::fork()
 {
-    auto [ours, theirs] = channel();
-    sendMessage(m_channel.get(), "fork", theirs.get());
-    theirs.reset();
-    const pid_t child = std::stoi(answerOn(ours.get()));
-    return {child, std::move(ours), false};
+    Channel ends = channel();
+    sendMessage(m_channel.get(), "fork", ends.theirs.get());
+    ends.theirs.reset();
+    const pid_t child = std::stoi(answerOn(ends.ours.get()));
+    return {child, std::move(ends.ours), false};
 }
 
 void Puppet::exec(const std::filesystem::path &program, const std::vector<std::string> &arguments)

@@ -3,7 +3,7 @@
 
 #include "Platform/linux/SystemError.h"
 
-#include <string.h> // strerrorname_np
+#include <cstring>
 
 namespace Tarnwick::SystemError {
 
