@@ -12,8 +12,11 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 
+#include <algorithm>
 #include <chrono>
+#include <functional>
 #include <future>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -62,9 +65,7 @@ public:
             errand();
             return;
         }
-        std::erase_if(m_running, [](const std::future<void> &running) {
-            return running.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
-        });
+        forgetFinished();
         m_running.push_back(std::async(std::launch::async, std::move(errand)));
     }
 
@@ -74,10 +75,23 @@ private:
         qAddPostRoutine([] { shared().close(); });
     }
 
+    /// What an errand held goes with it, which may be the last of a link, and so lead to another
+    /// errand: it goes when the list is as it is to be.
+    void forgetFinished()
+    {
+        const auto isRunning = [](const std::future<void> &errand) {
+            return errand.wait_for(std::chrono::seconds(0)) != std::future_status::ready;
+        };
+        const auto middle = std::partition(m_running.begin(), m_running.end(), isRunning);
+        const std::vector<std::future<void>> finished(std::make_move_iterator(middle),
+                                                      std::make_move_iterator(m_running.end()));
+        m_running.erase(middle, m_running.end());
+    }
+
     void close()
     {
         m_closed = true;
-        m_running.clear();
+        const std::vector<std::future<void>> last = std::exchange(m_running, {});
     }
 
     bool m_closed = false;
