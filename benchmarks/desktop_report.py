@@ -6,6 +6,7 @@
 import statistics
 
 from listing_report import significant
+from report_table import laid_out
 
 MS = "ms"
 MB = "MB"
@@ -35,8 +36,7 @@ def compare(ours, peers):
 
 
 def table(rows):
-    header = ("subject", "program", "median", "worst", "", "ours x", "target", "")
-    lines = [header]
+    lines = [("subject", "program", "median", "worst", "", "ours x", "target", "")]
     for made in rows:
         lines.append(
             (
@@ -50,12 +50,4 @@ def table(rows):
                 ("reached" if made["reached"] else "MISSED") if "reached" in made else "",
             )
         )
-    right = {2, 3, 5, 6}
-    widths = [max(len(line[at]) for line in lines) for at in range(len(header))]
-    return "\n".join(
-        "  ".join(
-            cell.rjust(width) if at in right else cell.ljust(width)
-            for at, (cell, width) in enumerate(zip(line, widths))
-        ).rstrip()
-        for line in lines
-    )
+    return laid_out(lines, right={2, 3, 5, 6})

@@ -7,6 +7,8 @@ import json
 import os
 import statistics
 
+from report_table import laid_out
+
 
 def significant(number):
     return float(f"{number:.4g}")
@@ -45,8 +47,7 @@ def verdict(made):
 
 
 def table(rows):
-    header = ("load", "subject", "ms", "peer", "ms", "ratio", "limit", "")
-    lines = [header]
+    lines = [("load", "subject", "ms", "peer", "ms", "ratio", "limit", "")]
     for made in rows:
         compared = "peer" in made
         lines.append(
@@ -61,15 +62,7 @@ def table(rows):
                 verdict(made),
             )
         )
-    right = {2, 4, 5}
-    widths = [max(len(line[at]) for line in lines) for at in range(len(header))]
-    return "\n".join(
-        "  ".join(
-            cell.rjust(width) if at in right else cell.ljust(width)
-            for at, (cell, width) in enumerate(zip(line, widths))
-        ).rstrip()
-        for line in lines
-    )
+    return laid_out(lines, right={2, 4, 5})
 
 
 def remarks(rows):
