@@ -216,6 +216,8 @@ TEST_F(HelperBusTest, AnswersWhatWasAskedBeforeItGaveItsNameUp)
     // Nothing gets through the bus meanwhile: its patience ends, and the request is before it.
     auto helper = start(usualPatience);
     ASSERT_TRUE(opens());
+    // The bus reads first from whom it heard last; that must not be the helper, claiming its name.
+    ASSERT_NE(m_caller.owner("com.velmora.tarnwick.helper"), "");
     m_bus.pause();
     const auto request = m_caller.askForList();
     m_caller.flush();
