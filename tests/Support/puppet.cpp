@@ -5,6 +5,7 @@
 // program. Commands come as words separated by NULs over the channel; each is answered, and the end
 // of the channel is the end of the puppet.
 
+#include "Shared/FileDescriptor.h"
 #include "tests/Support/PuppetChannel.h"
 
 #include <algorithm>
@@ -73,34 +74,73 @@ int moveTo(int descriptor, int wanted)
     return moved;
 }
 
-/// listen FAMILY DESCRIPTOR PORT
-std::string listenOn(const Words &words)
+/// The kernel gives ports from about 32,768 on to whoever wants any, to each family of addresses
+/// for itself. Those of the second are taken from below, so that no two listeners of tests that run
+/// at the same time, and look for theirs by the port, ever share one.
+constexpr int firstPortOfV6 = 12000;
+constexpr int portsOfV6 = 8000;
+
+/// A listener on @p port of the loopback address, or -1 with errno.
+int listenOnPort(bool six, bool only, int port)
 {
-    const bool six = words[1] != "4";
-    const int only = words[1] == "6" ? 1 : 0;
-    int listener = ::socket(six ? AF_INET6 : AF_INET, SOCK_STREAM, 0);
+    FileDescriptor listener(::socket(six ? AF_INET6 : AF_INET, SOCK_STREAM, 0));
     const int on = 1;
-    ::setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+    const int onlyV6 = only ? 1 : 0;
+    ::setsockopt(listener.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
     if (six) {
-        ::setsockopt(listener, IPPROTO_IPV6, IPV6_V6ONLY, &only, sizeof(only));
+        ::setsockopt(listener.get(), IPPROTO_IPV6, IPV6_V6ONLY, &onlyV6, sizeof(onlyV6));
     }
     sockaddr_in v4 = {};
     v4.sin_family = AF_INET;
     v4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    v4.sin_port = htons(static_cast<std::uint16_t>(number(words[3])));
+    v4.sin_port = htons(static_cast<std::uint16_t>(port));
     sockaddr_in6 v6 = {};
     v6.sin6_family = AF_INET6;
     v6.sin6_addr = in6addr_loopback;
     v6.sin6_port = v4.sin_port;
-    auto *address = six ? reinterpret_cast<sockaddr *>(&v6) : reinterpret_cast<sockaddr *>(&v4);
-    socklen_t size = six ? sizeof(v6) : sizeof(v4);
-    if (::bind(listener, address, size) != 0 || ::listen(listener, 16) != 0 ||
-        ::getsockname(listener, address, &size) != 0) {
+    const auto *address =
+        six ? reinterpret_cast<sockaddr *>(&v6) : reinterpret_cast<sockaddr *>(&v4);
+    const socklen_t size = six ? sizeof(v6) : sizeof(v4);
+    if (::bind(listener.get(), address, size) != 0 || ::listen(listener.get(), 16) != 0) {
+        return -1;
+    }
+    return listener.release();
+}
+
+int listenOnAnyPortOfV6(bool only)
+{
+    static int next = static_cast<int>(::getpid()) * 101;
+    for (int tried = 0; tried < portsOfV6; ++tried) {
+        const int listener = listenOnPort(true, only, firstPortOfV6 + next++ % portsOfV6);
+        if (listener >= 0 || errno != EADDRINUSE) {
+            return listener;
+        }
+    }
+    return -1;
+}
+
+int portOf(int listener)
+{
+    // Both families have the port in the same place.
+    sockaddr_in6 address = {};
+    socklen_t size = sizeof(address);
+    ::getsockname(listener, reinterpret_cast<sockaddr *>(&address), &size);
+    return ntohs(address.sin6_port);
+}
+
+/// listen FAMILY DESCRIPTOR PORT
+std::string listenOn(const Words &words)
+{
+    const bool six = words[1] != "4";
+    const bool only = words[1] == "6";
+    const int port = number(words[3]);
+    const int listener =
+        six && port == 0 ? listenOnAnyPortOfV6(only) : listenOnPort(six, only, port);
+    if (listener < 0) {
         return told(false);
     }
-    listener = moveTo(listener, number(words[2]));
-    const int port = ntohs(six ? v6.sin6_port : v4.sin_port);
-    return std::to_string(port) + " " + std::to_string(listener);
+    const int moved = moveTo(listener, number(words[2]));
+    return std::to_string(portOf(moved)) + " " + std::to_string(moved);
 }
 
 std::string becomeProgram(const Words &words)
