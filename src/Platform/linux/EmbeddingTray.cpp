@@ -3,10 +3,10 @@
 
 #include "Platform/linux/EmbeddingTray.h"
 
+#include "Platform/linux/X11Display.h"
 #include "Platform/linux/XcbReply.h"
 
 #include <QCoreApplication>
-#include <QGuiApplication>
 
 #include <cstdint>
 
@@ -14,11 +14,10 @@ namespace Tarnwick {
 
 EmbeddingTray::EmbeddingTray()
 {
-    const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (x11 == nullptr) {
+    m_display = x11Display();
+    if (m_display == nullptr) {
         return;
     }
-    m_display = x11->connection();
     // Qt knows the first screen of a display only.
     m_selection = atom(m_display, "_NET_SYSTEM_TRAY_S0");
     m_manager = atom(m_display, "MANAGER");

@@ -3,9 +3,9 @@
 
 #include "Platform/linux/OutsideClicks.h"
 
+#include "Platform/linux/X11Display.h"
 #include "Platform/linux/XcbReply.h"
 
-#include <QGuiApplication>
 #include <QPointer>
 
 #include <xcb/xinput.h>
@@ -52,7 +52,7 @@ void OutsideClicks::Disconnecting::operator()(xcb_connection_t *display) const
 
 OutsideClicks::OutsideClicks()
 {
-    if (qGuiApp->nativeInterface<QNativeInterface::QX11Application>() == nullptr) {
+    if (x11Display() == nullptr) {
         return;
     }
     // A connection of its own: Qt selects other events of the same kind on the same window.

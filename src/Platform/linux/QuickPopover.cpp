@@ -28,6 +28,10 @@ constexpr std::chrono::milliseconds clickDelay{400};
 constexpr int mostPixels = (1 << 24) - 1; // as QWindow::maximumSize() is at first
 constexpr QSize unbounded{mostPixels, mostPixels};
 
+/// Within which a keyboard that only changed hands is back: the menu that has just opened the panel
+/// gives it up meanwhile.
+constexpr std::chrono::milliseconds handOver{100};
+
 /// After it was made, the start of the application is over by then.
 constexpr std::chrono::milliseconds startTime{1000};
 
@@ -55,7 +59,6 @@ QuickPopover::QuickPopover(QUrl content, QSize size)
     m_endOfWatch.setInterval(2 * clickDelay);
     m_endOfWatch.callOnTimeout(this, &QuickPopover::endWatch);
     m_focusCheck.setSingleShot(true);
-    m_focusCheck.setInterval(2 * clickDelay);
     m_focusCheck.callOnTimeout(this, [this] {
         if (isShown() && m_form == Form::Popover && !m_view->isActive()) {
             focusLost();
@@ -128,6 +131,7 @@ void QuickPopover::show(const std::optional<QRect> &anchor)
         TaskBars::leaveOut(*m_view);
     }
     m_hadFocus = false;
+    m_focusCheck.stop();
     m_view->show();
     m_view->raise();
     m_view->requestActivate();
@@ -201,10 +205,10 @@ void QuickPopover::focusMoved(const QWindow *window)
         return;
     }
     if (std::exchange(m_hadFocus, false)) {
-        focusLost();
-    } else {
+        m_focusCheck.start(handOver);
+    } else if (!m_focusCheck.isActive()) {
         // Qt tells late of a loss: of this showing, or still of the one before.
-        m_focusCheck.start();
+        m_focusCheck.start(2 * clickDelay);
     }
 }
 

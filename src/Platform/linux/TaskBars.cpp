@@ -3,9 +3,9 @@
 
 #include "Platform/linux/TaskBars.h"
 
+#include "Platform/linux/X11Display.h"
 #include "Platform/linux/XcbReply.h"
 
-#include <QGuiApplication>
 #include <QWindow>
 
 #include <array>
@@ -15,11 +15,10 @@ namespace Tarnwick {
 
 void TaskBars::leaveOut(QWindow &window)
 {
-    const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (x11 == nullptr) {
+    xcb_connection_t *display = x11Display();
+    if (display == nullptr) {
         return;
     }
-    xcb_connection_t *display = x11->connection();
     // Of the Extended Window Manager Hints: what stands there when a window appears is its state.
     const std::array<xcb_atom_t, 2> states{atom(display, "_NET_WM_STATE_SKIP_TASKBAR"),
                                            atom(display, "_NET_WM_STATE_SKIP_PAGER")};
