@@ -220,14 +220,15 @@ QByteArray DesktopEntry::program(const QByteArray &command)
     constexpr QByteArrayView blanks = " \t\n";
     const QByteArray text = command.trimmed();
     QByteArray word;
-    std::optional<char> quote;
+    constexpr char none = '\0';
+    char quote = none;
     for (qsizetype at = 0; at < text.size(); ++at) {
         const char character = text[at];
-        if (quote == character) {
-            quote.reset();
-        } else if (!quote && quotes.contains(character)) {
+        if (quote != none && quote == character) {
+            quote = none;
+        } else if (quote == none && quotes.contains(character)) {
             quote = character;
-        } else if (!quote && blanks.contains(character)) {
+        } else if (quote == none && blanks.contains(character)) {
             break;
         } else if (character == '\\' && quote != '\'' && at + 1 < text.size()) {
             word.append(text[++at]);
@@ -235,7 +236,7 @@ QByteArray DesktopEntry::program(const QByteArray &command)
             word.append(character);
         }
     }
-    return quote ? QByteArray() : word;
+    return quote == none ? word : QByteArray();
 }
 
 } // namespace Tarnwick
