@@ -41,7 +41,7 @@ FocusScope {
             leave(root);
             if (list.view.count === 0)
                 sample.openMany(100);
-            tryCompare(list.view, "count", 100);
+            awaitRows(100);
             sample.model.selectedFilter = PanelModel.Dev;
             sample.model.selectedFilter = PanelModel.All;
         }
@@ -60,6 +60,12 @@ FocusScope {
         function place(process: string): real {
             return rowOf(process).mapToItem(list, 0, 0).y;
         }
+        /// Waits for so many rows, and for their places.
+        function awaitRows(count: int): void {
+            tryCompare(list.view, "count", count);
+            if (isPolishScheduled(list.view))
+                verify(waitForItemPolished(list.view, 10000));
+        }
         function open(port: int): void {
             const count = list.view.count;
             sample.open({
@@ -67,12 +73,12 @@ FocusScope {
                 pid: port,
                 process: `new-${port}`
             });
-            tryCompare(list.view, "count", count + 1);
+            awaitRows(count + 1);
         }
         function close(pid: int, port: int): void {
             const count = list.view.count;
             sample.close(pid, port);
-            tryCompare(list.view, "count", count - 1);
+            awaitRows(count - 1);
         }
         function test_makesRowsOnlyForWhatIsSeen(): void {
             verify(all(list, item => item instanceof PortRowView).length < 20);
@@ -119,10 +125,10 @@ FocusScope {
             const first = list.view.itemAt(0, list.view.contentY).entry.description;
             const before = place(first);
             openTwins();
-            tryCompare(list.view, "count", 210);
+            awaitRows(210);
             compare(place(first), before);
             closeTwins();
-            tryCompare(list.view, "count", 100);
+            awaitRows(100);
             compare(place(first), before);
         }
         function test_beginsAtTheTopForAnotherSearch(): void {
@@ -203,7 +209,7 @@ FocusScope {
                     pid: 1000 + i,
                     process: `worker-${i}`
                 });
-            tryCompare(list.view, "count", 100);
+            awaitRows(100);
         }
         function openTwins(): void {
             for (let i = 0; i < 110; ++i)
@@ -219,13 +225,13 @@ FocusScope {
         }
         function test_keepsItsPlaceWhenTheFirstRowGoesWithManyOthers(): void {
             openTwins();
-            tryCompare(list.view, "count", 210);
+            awaitRows(210);
             list.scrollBy(4000);
             const isVisible = row => row.mapToItem(list, 0, row.height).y >= 0;
             const seen = rows().find(row => isVisible(row) && row.entry.description.startsWith("worker")).entry.description;
             const before = place(seen);
             closeTwins();
-            tryCompare(list.view, "count", 100);
+            awaitRows(100);
             verify(rowOf(seen));
             verify(Math.abs(place(seen) - before) <= 1, `${place(seen)} after ${before}`);
         }
@@ -236,11 +242,11 @@ FocusScope {
             const before = place("worker-3");
             const row = rowOf("worker-3");
             openTwins();
-            tryCompare(list.view, "count", 210);
+            awaitRows(210);
             verify(rowOf("worker-3").isFocused);
             compare(rowOf("worker-3"), row);
             closeTwins();
-            tryCompare(list.view, "count", 100);
+            awaitRows(100);
             compare(rowOf("worker-3"), row);
             compare(place("worker-3"), before);
         }
@@ -252,11 +258,11 @@ FocusScope {
             const editor = all(text, item => item instanceof TextEdit)[0];
             verify(editor.selectedText.length > 0);
             openTwins();
-            tryCompare(list.view, "count", 210);
+            awaitRows(210);
             verify(editor && editor.selectedText.length > 0);
             verify(editor.activeFocus);
             closeTwins();
-            tryCompare(list.view, "count", 100);
+            awaitRows(100);
         }
         function test_isAListForAssistiveTechnology(): void {
             compare(list.view.Accessible.role, Accessible.List);
