@@ -80,15 +80,16 @@ void TrayStatusItem::setMenuBuilder(MenuBuilder builder)
 void TrayStatusItem::install()
 {
     m_patience.start();
-    m_notifierHosts = std::make_unique<NotifierHosts>();
     m_embeddingTray = std::make_unique<EmbeddingTray>();
-    connect(m_notifierHosts.get(), &NotifierHosts::changed, this, &TrayStatusItem::traysChanged);
+    connect(&m_notifierHosts, &NotifierHosts::changed, this, &TrayStatusItem::traysChanged);
     connect(m_embeddingTray.get(), &EmbeddingTray::changed, this, &TrayStatusItem::traysChanged);
+    // The hosts may be known by now.
+    QMetaObject::invokeMethod(this, &TrayStatusItem::traysChanged, Qt::QueuedConnection);
 }
 
 void TrayStatusItem::traysChanged()
 {
-    const std::optional<bool> hosts = m_notifierHosts->arePresent();
+    const std::optional<bool> hosts = m_notifierHosts.arePresent();
     if (!hosts && m_patience.isActive()) {
         return;
     }

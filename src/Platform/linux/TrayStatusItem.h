@@ -52,7 +52,7 @@ private:
     void activated(QSystemTrayIcon::ActivationReason reason);
     [[nodiscard]] std::unique_ptr<QMenu> makeMenu() const;
 
-    std::unique_ptr<NotifierHosts> m_notifierHosts;
+    NotifierHosts m_notifierHosts; ///< asked from the start, for the icon to wait for nothing more
     std::unique_ptr<EmbeddingTray> m_embeddingTray;
     Tray m_tray = Tray::None;
     Tray m_spokenTo = Tray::None; ///< what the first icon was for, and all others are
