@@ -21,7 +21,8 @@ FocusScope {
     // A key that is still held down from the row must not decide.
     Keys.onPressed: event => {
         event.accepted = event.key !== Qt.Key_Tab && event.key !== Qt.Key_Backtab;
-        if (event.isAutoRepeat)
+        // With others held, a key was meant for something else.
+        if (event.isAutoRepeat || (event.modifiers & ~Qt.KeypadModifier) !== Qt.NoModifier)
             return;
         if (event.key === Qt.Key_Escape)
             root.cancelled();

@@ -204,6 +204,9 @@ void PanelModel::quit() const
 
 void PanelModel::requestKill(const PortRow &row)
 {
+    if (m_pendingKill) {
+        return; // the question that is on the screen stays the one that is answered
+    }
     setPendingKill(row);
 }
 

@@ -25,7 +25,10 @@ Item {
     // Qt 6.4 tells nobody that an item is disabled.
     Accessible.description: enabled ? "" : "unavailable"
     Accessible.focusable: enabled
-    Accessible.onPressAction: root.clicked()
+    Accessible.onPressAction: {
+        if (enabled) // which assistive technology need not heed
+            root.clicked();
+    }
     Keys.onPressed: event => {
         const presses = [Qt.Key_Space, Qt.Key_Return, Qt.Key_Enter].includes(event.key);
         event.accepted = presses;

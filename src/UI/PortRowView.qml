@@ -30,7 +30,10 @@ FocusScope {
     Accessible.name: entry.accessibleName
     Accessible.description: entry.accessibleDescription
     Accessible.focusable: true
-    Accessible.onPressAction: requestKill()
+    Accessible.onPressAction: {
+        if (enabled)
+            requestKill();
+    }
     Keys.onPressed: event => {
         event.accepted = [Qt.Key_Return, Qt.Key_Enter, Qt.Key_Delete].includes(event.key);
         if (event.accepted && !event.isAutoRepeat)

@@ -21,7 +21,10 @@ PlainButton {
     Accessible.role: Accessible.CheckBox
     Accessible.checkable: true
     Accessible.checked: checked
-    Accessible.onToggleAction: root.clicked()
+    Accessible.onToggleAction: {
+        if (enabled)
+            root.clicked();
+    }
     onClicked: root.toggled(!root.checked)
 
     PlainText {

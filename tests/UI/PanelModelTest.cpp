@@ -238,6 +238,14 @@ TEST_F(AVisiblePanel, AsksBeforeItKills)
     EXPECT_THAT(requests, IsEmpty());
 }
 
+TEST_F(AVisiblePanel, StaysWithTheKillItAsksAbout)
+{
+    panel.requestKill(rowOf(sampleEntry("node", 812, 3000)));
+    panel.requestKill(rowOf(sampleEntry("ruby", 999, 4000)));
+    panel.confirmKill();
+    EXPECT_THAT(requests, ElementsAre("kill 812", "rescan", "[kill] :3000 terminated"));
+}
+
 TEST_F(AVisiblePanel, ForgetsAKillThatIsDeclined)
 {
     panel.requestKill(rowOf(sampleEntry("node", 812, 3000)));

@@ -138,6 +138,10 @@ FocusScope {
         }
         function test_ignoresOtherKeysAndButtons(): void {
             keyClick(Qt.Key_Delete);
+            for (const modifier of [Qt.ControlModifier, Qt.AltModifier, Qt.ShiftModifier, Qt.MetaModifier]) {
+                keyClick(Qt.Key_Return, modifier);
+                keyClick(Qt.Key_Escape, modifier);
+            }
             mouseClick(view, 20, 20, Qt.RightButton);
             compareCalls(0, 0);
         }

@@ -234,6 +234,10 @@ FocusScope {
             keyClick(Qt.Key_Tab);
             verify(confirmation().activeFocus);
             verify(!part(SearchField).isFocused);
+            for (const below of [named(view, "Settings"), rowOf("node")])
+                below.Accessible.pressAction();
+            compare(sample.requests, []);
+            compare(confirmation().entry.description, "PostgreSQL");
             const settings = named(view, "Settings").mapToItem(root, 5, 5);
             mouseMove(root, settings.x, settings.y);
             verify(!named(view, "Settings").isHovered);

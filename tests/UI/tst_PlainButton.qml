@@ -86,8 +86,11 @@ FocusScope {
         function test_isNotPressedWhileItIsDisabled(): void {
             button.enabled = false;
             mouseClick(button);
+            button.Accessible.pressAction();
             button.enabled = true;
             compare(clicks.count, 0);
+            button.Accessible.pressAction();
+            compare(clicks.count, 1);
         }
     }
 }
