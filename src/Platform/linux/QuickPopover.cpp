@@ -21,9 +21,12 @@ namespace Tarnwick {
 
 namespace {
 
-/// From the release of the mouse button, or from the loss of the keyboard, to the click as the tray
-/// reports it.
+/// From the loss of the keyboard to the click as the tray reports it.
 constexpr std::chrono::milliseconds clickDelay{400};
+
+/// From the release of the mouse button to the same, on a busy machine. Another click is seen to
+/// begin, so it is not mistaken for that one.
+constexpr std::chrono::milliseconds reportDelay{2000};
 
 constexpr int mostPixels = (1 << 24) - 1; // as QWindow::maximumSize() is at first
 constexpr QSize unbounded{mostPixels, mostPixels};
@@ -56,7 +59,7 @@ QuickPopover::QuickPopover(QUrl content, QSize size)
     , m_size(size)
 {
     m_endOfWatch.setSingleShot(true);
-    m_endOfWatch.setInterval(2 * clickDelay);
+    m_endOfWatch.setInterval(reportDelay + clickDelay);
     m_endOfWatch.callOnTimeout(this, &QuickPopover::endWatch);
     m_focusCheck.setSingleShot(true);
     m_focusCheck.callOnTimeout(this, [this] {
@@ -130,8 +133,10 @@ void QuickPopover::show(const std::optional<QRect> &anchor)
             AnchoredPlacement::below(*anchor, m_size.boundedTo(area.size()), 0, area));
         TaskBars::leaveOut(*m_view);
     }
-    m_hadFocus = false;
-    m_focusCheck.stop();
+    m_hadFocus = isShown() && m_view->isActive();
+    if (m_focusCheck.isActive()) {
+        m_focusCheck.start(2 * clickDelay); // it is about to get the keyboard again
+    }
     m_view->show();
     m_view->raise();
     m_view->requestActivate();
@@ -182,7 +187,7 @@ void QuickPopover::releasedSomewhere()
 {
     if (m_closing == Closing::ByPress) {
         m_closing = Closing::ByClick;
-        m_clickMayCome.setRemainingTime(clickDelay);
+        m_clickMayCome.setRemainingTime(reportDelay);
     }
 }
 

@@ -95,7 +95,7 @@ void TrayStatusItem::traysChanged()
     }
     m_patience.stop();
     const Tray tray = bestTray(hosts.value_or(false));
-    if (tray == m_tray && m_presence != Presence::Unsettled) {
+    if (tray == m_tray && (m_icon || m_presence != Presence::Unsettled)) {
         return;
     }
     m_tray = tray;
