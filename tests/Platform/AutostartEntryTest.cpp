@@ -18,6 +18,7 @@
 #include <string>
 #include <tuple>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Tarnwick {
@@ -165,6 +166,12 @@ TEST_F(AutostartEntryTest, IsEnabledByWhateverNameItsProgramHas)
     EXPECT_EQ(m_entry.status(), Status::Enabled);
 }
 
+TEST_F(AutostartEntryTest, IsEnabledWhereNoProgramIsRequired)
+{
+    write(m_file, entryText("TryExec=\n"));
+    EXPECT_EQ(m_entry.status(), Status::Enabled);
+}
+
 TEST_F(AutostartEntryTest, KeepsCommentsAndUnknownKeys)
 {
     write(m_file, "# from my dotfiles\n" + entryText("X-GNOME-Autostart-Delay=5\n# end\n"));
@@ -205,6 +212,16 @@ TEST_F(AutostartEntryTest, LeavesAnEntryAloneThatItCannotOpen)
     }
     fs::permissions(m_file, fs::perms(0644));
     EXPECT_EQ(read(m_file), text);
+}
+
+TEST_F(AutostartEntryTest, WaitsForNoWriterOfAPipeInItsPlace)
+{
+    fs::create_directories(m_autostart);
+    ASSERT_EQ(mkfifo(m_file.c_str(), 0644), 0);
+    EXPECT_EQ(m_entry.status(), Status::NotFound);
+    EXPECT_EQ(m_entry.registerApplication(), m_file.string() + ": Operation not supported");
+    EXPECT_EQ(m_entry.unregisterApplication(), m_file.string() + ": Operation not supported");
+    EXPECT_TRUE(fs::is_fifo(m_file));
 }
 
 TEST_F(AutostartEntryTest, ReplacesADamagedFile)

@@ -49,13 +49,17 @@ struct Content
 
 Content read(const std::filesystem::path &path)
 {
+    std::error_code unknown;
+    const std::filesystem::file_status status = std::filesystem::status(path, unknown);
+    if (std::filesystem::is_other(status)) { // a pipe would keep its reader waiting
+        return {.failure = std::make_error_code(std::errc::operation_not_supported).message()};
+    }
     QFile file(QFile::decodeName(path.c_str()));
     const QByteArray text = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     if (file.error() == QFileDevice::NoError) {
         return {.entry = DesktopEntry::parse(text)};
     }
-    std::error_code unknown;
-    if (!std::filesystem::exists(path, unknown) && !unknown) {
+    if (status.type() == std::filesystem::file_type::not_found) {
         return {};
     }
     return {.failure = file.errorString().toStdString()};
@@ -88,7 +92,7 @@ QString findProgram(const QByteArray &program)
 bool starts(const DesktopEntry &entry, const QByteArray &application)
 {
     const std::optional<QByteArray> required = entry.value(tryExecKey);
-    if (required && findProgram(*required).isEmpty()) {
+    if (required && !required->isEmpty() && findProgram(*required).isEmpty()) {
         return false;
     }
     const QByteArray command = entry.value(execKey).value_or(QByteArray());
