@@ -40,6 +40,9 @@ public:
     /// Takes the bubble away. Nothing when none is shown.
     void dismiss();
 
+    /// Whether the bubble is to go by itself.
+    [[nodiscard]] bool isDismissalPending() const { return m_dismissal.isActive(); }
+
 private:
     Preferences &m_preferences;
     FloatingPanel::Maker m_makePanel;
