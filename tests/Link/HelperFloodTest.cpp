@@ -21,7 +21,8 @@ namespace {
 
 using std::chrono::seconds;
 
-constexpr std::string_view limitsExceeded = "org.freedesktop.DBus.Error.LimitsExceeded";
+/// Not one of the bus's errors, which mean that a request got no answer.
+constexpr std::string_view tooMany = "System.Error.EBUSY";
 
 /// What the helper does for a client that asks faster than it can be answered, and for the others
 /// meanwhile.
@@ -97,7 +98,7 @@ TEST_F(HelperFlood, AnswersTenThousandListRequestsOfOneClient)
     int listed = 0;
     for (BusCaller::Request request = 1; request <= many; ++request) {
         const BusCaller::Answer &answer = m_caller.answer(request);
-        if (answer.error != limitsExceeded) {
+        if (answer.error != tooMany) {
             ASSERT_TRUE(answer.records().has_value()) << answer.error;
             ++listed;
         }
@@ -115,7 +116,7 @@ TEST_F(HelperFlood, AnswersTenThousandKillRequestsOfOneClient)
     ASSERT_TRUE(m_caller.awaitAll(patience));
     for (BusCaller::Request request = 1; request <= many; ++request) {
         const BusCaller::Answer &answer = m_caller.answer(request);
-        if (answer.error != limitsExceeded) {
+        if (answer.error != tooMany) {
             ASSERT_EQ(answer.code, 3) << answer.error;
         }
     }
@@ -130,7 +131,7 @@ TEST_F(HelperFlood, AnswersRequestsBeyondWhatAnswersWellInTimeWithAnError)
     for (int times = 0; times < 1025; ++times) {
         m_caller.askToKill(server.pid());
     }
-    EXPECT_EQ(m_caller.answer(1025, seconds(2)).error, limitsExceeded);
+    EXPECT_EQ(m_caller.answer(1025, seconds(2)).error, tooMany);
     EXPECT_FALSE(server.hasEnded());
     BusCaller other(m_bus.address());
     EXPECT_TRUE(other.list().records().has_value());

@@ -184,7 +184,7 @@ TEST_F(PackageKitTroubleTest, CancelsNoInstallation)
     EXPECT_THAT(m_kit->calls, Not(Contains("Cancel")));
 }
 
-TEST_F(PackageKitTroubleTest, TellsTheUserWhoAsksMeanwhileWhatBecameOfAnAutomaticCheck)
+TEST_F(PackageKitTroubleTest, LooksAnewForTheUserWhoAsksDuringAnAutomaticCheck)
 {
     start();
     m_kit->onCall = [this] {
@@ -194,7 +194,8 @@ TEST_F(PackageKitTroubleTest, TellsTheUserWhoAsksMeanwhileWhatBecameOfAnAutomati
     };
     m_updater->setAutomaticallyChecksForUpdates(true);
     EXPECT_EQ(nextResult(m_told, 0), UpdateResult());
-    EXPECT_THAT(m_kit->calls, ElementsAre("SearchFiles", "GetUpdates"));
+    EXPECT_THAT(m_kit->calls,
+                ElementsAre("SearchFiles", "GetUpdates", "RefreshCache", "GetUpdates"));
 }
 
 TEST_F(PackageKitTroubleTest, EndsACheckOfWhichNothingIsHeard)

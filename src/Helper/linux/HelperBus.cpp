@@ -116,7 +116,8 @@ int HelperBus::receive(sd_bus_message *request, Operation operation)
     const std::string client = sd_bus_message_get_sender(request);
     if (!m_clients.admit(client)) {
         tidyUpLater();
-        return sd_bus_reply_method_errorf(request, SD_BUS_ERROR_LIMITS_EXCEEDED,
+        // An answer of ours: who gets an error of the bus waits on.
+        return sd_bus_reply_method_errorf(request, "System.Error.EBUSY",
                                           "%zu of your requests wait for their answers",
                                           BusClients::mostUnanswered);
     }

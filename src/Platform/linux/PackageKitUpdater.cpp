@@ -248,13 +248,19 @@ void PackageKitUpdater::beginCheck(Occasion occasion)
 
 QCoro::Task<void> PackageKitUpdater::check(Self self, Running activity)
 {
-    const Finding finding = co_await look(activity, self->m_package);
-    if (!self || activity->isCancelled) {
-        co_return;
-    }
+    Finding finding;
+    Occasion occasion = activity->occasion;
+    do {
+        // Who asks during an automatic check wants more than what was known before.
+        occasion = activity->occasion;
+        finding = co_await look(activity, self->m_package);
+        if (!self || activity->isCancelled) {
+            co_return;
+        }
+    } while (occasion != activity->occasion);
     self->m_check.reset();
     self->setBusy(false);
-    self->conclude(finding, activity->occasion);
+    self->conclude(finding, occasion);
 }
 
 void PackageKitUpdater::conclude(const Finding &finding, Occasion occasion)
