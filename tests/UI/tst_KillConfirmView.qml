@@ -136,6 +136,14 @@ FocusScope {
             keyClick(Qt.Key_Space);
             compareCalls(1, 1);
         }
+        function test_hasThePointingHandOverItsButtons(): void {
+            for (const name of ["CANCEL", "KILL IT"]) {
+                mouseMove(named(view, name), 5, 5);
+                verify(Pointer.isHandIn(view), name);
+                mouseMove(view, 5, 5);
+                verify(!Pointer.isHandIn(view), name);
+            }
+        }
         function test_ignoresOtherKeysAndButtons(): void {
             keyClick(Qt.Key_Delete);
             for (const modifier of [Qt.ControlModifier, Qt.AltModifier, Qt.ShiftModifier, Qt.MetaModifier]) {

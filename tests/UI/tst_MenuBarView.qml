@@ -252,6 +252,16 @@ FocusScope {
             sample.model.cancelKill();
             verify(part(SearchField).isFocused);
         }
+        function test_hasThePointingHandOverEveryButton(): void {
+            const found = all(view, item => item instanceof PlainButton && isShown(item) && item.width > 0);
+            verify(found.length >= 6, found.map(button => button.label).join());
+            for (const button of found) {
+                mouseMove(button, button.width / 2, button.height / 2);
+                verify(Pointer.isHandIn(root), button.label);
+                leave(root);
+                verify(!Pointer.isHandIn(root), button.label);
+            }
+        }
         function test_isWalkedThroughByTab(): void {
             keySequence("Ctrl+F");
             keyClick(Qt.Key_Tab);

@@ -83,6 +83,14 @@ FocusScope {
             verify(!button.activeFocus);
             compare(clicks.count, 1);
         }
+        function test_hasThePointingHandOverIt(): void {
+            mouseMove(root, 5, 5);
+            verify(!Pointer.isHandIn(root));
+            mouseMove(button, 5, 5);
+            verify(Pointer.isHandIn(root));
+            mouseMove(root, 5, 5);
+            verify(!Pointer.isHandIn(root));
+        }
         function test_isNotPressedWhileItIsDisabled(): void {
             button.enabled = false;
             mouseClick(button);
