@@ -15,9 +15,11 @@ std::atomic<std::uint64_t> count{0};
 // What glibc's own functions are called as well; see "Replacing malloc" in its manual.
 extern "C" {
 
-void *__libc_malloc(std::size_t size);                      // NOLINT(bugprone-reserved-identifier)
-void *__libc_calloc(std::size_t members, std::size_t size); // NOLINT(bugprone-reserved-identifier)
-void *__libc_realloc(void *block, std::size_t size);        // NOLINT(bugprone-reserved-identifier)
+// NOLINTBEGIN(bugprone-reserved-identifier, readability-identifier-naming)
+void *__libc_malloc(std::size_t size);
+void *__libc_calloc(std::size_t members, std::size_t size);
+void *__libc_realloc(void *block, std::size_t size);
+// NOLINTEND(bugprone-reserved-identifier, readability-identifier-naming)
 
 __attribute__((visibility("default"))) void *malloc(std::size_t size)
 {

@@ -97,7 +97,7 @@ void print(std::string_view step, std::size_t listeners, const std::vector<Cost>
         mainThread.push_back(cost.mainThread);
         allocations.push_back(cost.allocations);
     }
-    std::cout << "{\"step\": \"" << step << "\", \"listeners\": " << listeners
+    std::cout << R"({"step": ")" << step << R"(", "listeners": )" << listeners
               << ", \"ms\": " << median(times) << ", \"main_ms\": " << median(mainThread)
               << ", \"allocations\": " << median(allocations) << ", \"bytes\": " << bytes
               << ", \"runs\": " << costs.size() << "}\n";
@@ -231,6 +231,7 @@ void measureScan(int rounds, const std::string &helper)
     const std::vector<Cost> first{measure(scan)};
     const std::size_t listeners = state.ports().size();
     std::vector<Cost> again;
+    again.reserve(static_cast<std::size_t>(rounds));
     for (int round = 0; round < rounds; ++round) {
         again.push_back(measure(scan));
     }

@@ -116,7 +116,7 @@ public:
     /// Has the entry's process killed, asks for a rescan, then prints the outcome. An entry of the
     /// tier `system` is refused without a word, and one whose identifier the state knows to be
     /// another process's by now is already gone. May outlive the panel.
-    QCoro::Task<void> performKill(SharedPortEntry entry) const;
+    QCoro::Task<void> performKill(SharedPortEntry entry) const; // NOLINT(modernize-use-nodiscard)
 
 Q_SIGNALS:
     void activeChanged();

@@ -35,20 +35,20 @@ QHash<int, QByteArray> PortListModel::roleNames() const
     return {{EntryRole, "entry"}};
 }
 
-void PortListModel::setEntries(std::vector<SharedPortEntry> entries)
+void PortListModel::setEntries(const std::vector<SharedPortEntry> &entries)
 {
     if (std::ranges::equal(m_entries, entries)) {
         return;
     }
     Q_EMIT aboutToChange();
-    apply(std::move(entries));
+    apply(entries);
     Q_EMIT changed();
     m_kept.clear();
 }
 
-void PortListModel::replaceEntries(std::vector<SharedPortEntry> entries)
+void PortListModel::replaceEntries(const std::vector<SharedPortEntry> &entries)
 {
-    apply(std::move(entries));
+    apply(entries);
     Q_EMIT replaced();
 }
 
@@ -76,7 +76,7 @@ std::vector<ListChange> PortListModel::changesTo(const std::vector<SharedPortEnt
     return ListChange::merged(changes, kept);
 }
 
-void PortListModel::apply(std::vector<SharedPortEntry> entries)
+void PortListModel::apply(const std::vector<SharedPortEntry> &entries)
 {
     // From the end, so that the rows of the changes to come stay what they are.
     for (const ListChange &change : std::views::reverse(changesTo(entries))) {

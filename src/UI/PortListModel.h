@@ -42,10 +42,10 @@ public:
     [[nodiscard]] QHash<int, QByteArray> roleNames() const override;
 
     /// Shows @p entries, which are in the order of their ports, as the news of the same list.
-    void setEntries(std::vector<SharedPortEntry> entries);
+    void setEntries(const std::vector<SharedPortEntry> &entries);
 
     /// Shows @p entries, in that order too, as another list: that of another filter or search.
-    void replaceEntries(std::vector<SharedPortEntry> entries);
+    void replaceEntries(const std::vector<SharedPortEntry> &entries);
 
     /// In answer to aboutToChange(): somebody looks at the row at @p index.
     Q_INVOKABLE void keep(int index);
@@ -62,7 +62,7 @@ Q_SIGNALS:
     void replaced();
 
 private:
-    void apply(std::vector<SharedPortEntry> entries);
+    void apply(const std::vector<SharedPortEntry> &entries);
     [[nodiscard]] std::vector<ListChange>
     changesTo(const std::vector<SharedPortEntry> &entries) const;
 

@@ -149,7 +149,7 @@ void PackageKitUpdater::findPackage()
 
 PackageKitUpdater::Running PackageKitUpdater::makeActivity(std::chrono::milliseconds patience)
 {
-    const Running activity = std::make_shared<Activity>();
+    Running activity = std::make_shared<Activity>();
     activity->patience = patience;
     return activity;
 }
