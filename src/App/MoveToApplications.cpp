@@ -87,6 +87,7 @@ MoveToApplications::Outcome MoveToApplications::moveAndRelaunch(ApplicationBundl
     if (bundle.runPrivileged(removal + " && " + copy) == ApplicationBundle::Privileged::Failed) {
         return Outcome::Stays;
     }
+    bundle.takeAlong(target);
     // By then this instance has ended.
     bundle.launch("/bin/sh", {"-c", "sleep 1 && " + bundle.openCommand(target)});
     bundle.terminate();

@@ -44,6 +44,10 @@ public:
     /// Returns when it has ended; events are processed meanwhile.
     virtual Privileged runPrivileged(const std::string &command) = 0;
 
+    /// Has what the system knows of this bundle, such as that it starts with the session, hold for
+    /// its copy at @p path instead. A failure is ignored.
+    virtual void takeAlong(const std::string &path) = 0;
+
     /// The shell's command that starts the bundle as it lies at @p path.
     [[nodiscard]] virtual std::string openCommand(const std::string &path) const = 0;
 

@@ -116,6 +116,7 @@ TEST_F(MoveToApplicationsTest, CopiesAndStartsTheCopyAndEnds)
                             "'/Users/ann/Downloads/Tarnwick.app' /Applications/",
                             "launch: /bin/sh [-c] [sleep 1 && open '/Applications/Tarnwick.app']",
                             "terminate"));
+    EXPECT_EQ(m_bundle.takenTo, "/Applications/Tarnwick.app");
     EXPECT_EQ(m_outcome, Outcome::Moved);
     EXPECT_FALSE(m_store.contains("declinedMoveToApplications"));
 }
@@ -134,6 +135,7 @@ TEST_F(MoveToApplicationsTest, GoesOnWhereItIsWhenThePrivilegeIsRefused)
     m_bundle.outcome = ApplicationBundle::Privileged::Failed;
     prompt();
     EXPECT_EQ(m_bundle.calls.size(), 1U);
+    EXPECT_EQ(m_bundle.takenTo, "");
     EXPECT_EQ(m_outcome, Outcome::Stays);
     EXPECT_FALSE(m_store.contains("declinedMoveToApplications"));
     prompt();

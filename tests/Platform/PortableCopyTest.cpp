@@ -5,6 +5,7 @@
 
 #include "App/MoveToApplications.h"
 #include "App/Preferences.h"
+#include "Platform/linux/AutostartEntry.h"
 #include "Shared/Version.h"
 #include "tests/Platform/Polling.h"
 #include "tests/Support/ScopedEnvironment.h"
@@ -65,7 +66,8 @@ protected:
     {
         return PortableCopy({.executable = executable,
                              .applications = m_applications.string() + "/",
-                             .userApplications = m_userApplications});
+                             .userApplications = m_userApplications,
+                             .autostart = m_autostart});
     }
 
     /// Launches the portable folder @p folder with a user who agrees to everything.
@@ -83,6 +85,7 @@ protected:
     TemporaryFolder m_folder;
     fs::path m_source = m_folder.path() / "Down loads" / "Tarn'wick";
     fs::path m_applications = m_folder.path() / "opt";
+    fs::path m_autostart = m_folder.path() / "autostart";
     fs::path m_userApplications = m_folder.path() / "home" / "Applications";
     ScopedEnvironment m_path{"PATH",
                              (m_folder.path() / "bin").string() + ":" + std::getenv("PATH")};
@@ -94,6 +97,25 @@ TEST_F(PortableCopyTest, IsTheFolderWithTheMarker)
     EXPECT_TRUE(copy.isPortable());
     EXPECT_EQ(copy.path(), m_source);
     EXPECT_EQ(copy.openCommand("/opt/Tarn'wick"), R"('/opt/Tarn'\''wick/bin/tarnwick')");
+}
+
+TEST_F(PortableCopyTest, StartsWithTheSessionFromItsNewPlace)
+{
+    AutostartEntry old(m_autostart, m_source / "bin" / "tarnwick");
+    const AutostartEntry moved(m_autostart, m_applications / "Tarn'wick" / "bin" / "tarnwick");
+    ASSERT_EQ(old.registerApplication(), std::nullopt);
+    EXPECT_EQ(agreeIn(m_source), Outcome::Moved);
+    EXPECT_EQ(moved.status(), LoginItem::Status::Enabled);
+    EXPECT_EQ(old.status(), LoginItem::Status::NotFound);
+}
+
+TEST_F(PortableCopyTest, StartsNotWithTheSessionUnlessItDidBefore)
+{
+    AutostartEntry old(m_autostart, m_source / "bin" / "tarnwick");
+    ASSERT_EQ(old.registerApplication(), std::nullopt);
+    ASSERT_EQ(old.unregisterApplication(), std::nullopt);
+    EXPECT_EQ(agreeIn(m_source), Outcome::Moved);
+    EXPECT_FALSE(fs::exists(old.file()));
 }
 
 TEST_F(PortableCopyTest, MayHaveItsExecutableBesideTheMarker)

@@ -26,6 +26,7 @@ public:
         calls.push_back("privileged: " + command);
         return outcome;
     }
+    void takeAlong(const std::string &path) override { takenTo = path; }
     [[nodiscard]] std::string openCommand(const std::string &path) const override
     {
         return "open '" + path + "'";
@@ -45,6 +46,7 @@ public:
     bool canBeMoved = true;
     Privileged outcome = Privileged::Done;
     QVariantMap told;
+    std::string takenTo;
     std::vector<std::string> calls;
 };
 

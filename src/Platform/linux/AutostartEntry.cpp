@@ -109,8 +109,13 @@ bool starts(const DesktopEntry &entry, const QByteArray &application)
 std::unique_ptr<LoginItem> LoginItem::ofThisApplication()
 {
     return std::make_unique<AutostartEntry>(
-        UserFolders::configuration() / "autostart",
+        AutostartEntry::userFolder(),
         QFile::encodeName(QCoreApplication::applicationFilePath()).toStdString());
+}
+
+std::filesystem::path AutostartEntry::userFolder()
+{
+    return UserFolders::configuration() / "autostart";
 }
 
 AutostartEntry::AutostartEntry(std::filesystem::path folder,

@@ -20,6 +20,9 @@ namespace Tarnwick {
 class AutostartEntry : public LoginItem
 {
 public:
+    /// Where the user's entries are.
+    [[nodiscard]] static std::filesystem::path userFolder();
+
     /// Of the program @p application, an absolute path, in @p folder, which is made with the
     /// registration.
     AutostartEntry(std::filesystem::path folder, const std::filesystem::path &application);

@@ -4,6 +4,7 @@
 #include "Platform/linux/PortableCopy.h"
 
 #include "Core/MainThread.h"
+#include "Platform/linux/AutostartEntry.h"
 #include "Shared/ShellQuoting.h"
 #include "Shared/Version.h"
 
@@ -56,7 +57,8 @@ std::unique_ptr<ApplicationBundle> ApplicationBundle::ofThisApplication()
     return std::make_unique<PortableCopy>(PortableCopy::Places{
         .executable = QFile::encodeName(QCoreApplication::applicationFilePath()).toStdString(),
         .applications = "/opt/",
-        .userApplications = home + "/Applications"});
+        .userApplications = home + "/Applications",
+        .autostart = AutostartEntry::userFolder()});
 }
 
 PortableCopy::PortableCopy(Places places)
@@ -93,11 +95,23 @@ ApplicationBundle::Privileged PortableCopy::runPrivileged(const std::string &com
     return isDone ? Privileged::Done : Privileged::Failed;
 }
 
+void PortableCopy::takeAlong(const std::string &path)
+{
+    if (AutostartEntry(m_places.autostart, m_places.executable).status() ==
+        LoginItem::Status::Enabled) {
+        AutostartEntry copy(m_places.autostart, executableIn(path));
+        static_cast<void>(copy.registerApplication());
+    }
+}
+
 std::string PortableCopy::openCommand(const std::string &path) const
 {
-    const std::filesystem::path executable =
-        std::filesystem::path(path) / m_places.executable.lexically_relative(this->path());
-    return ShellQuoting::quote(executable.string());
+    return ShellQuoting::quote(executableIn(path).string());
+}
+
+path PortableCopy::executableIn(const std::filesystem::path &path) const
+{
+    return path / m_places.executable.lexically_relative(this->path());
 }
 
 void PortableCopy::launch(const std::string &program, const std::vector<std::string> &arguments)

@@ -20,8 +20,9 @@ public:
     struct Places
     {
         std::filesystem::path executable;
-        std::string applications;     ///< as in ApplicationBundle
-        std::string userApplications; ///< as in ApplicationBundle
+        std::string applications;        ///< as in ApplicationBundle
+        std::string userApplications;    ///< as in ApplicationBundle
+        std::filesystem::path autostart; ///< the folder of what starts with the session
     };
 
     explicit PortableCopy(Places places);
@@ -34,12 +35,15 @@ public:
         return m_places.userApplications;
     }
     Privileged runPrivileged(const std::string &command) override;
+    void takeAlong(const std::string &path) override;
     [[nodiscard]] std::string openCommand(const std::string &path) const override;
     void launch(const std::string &program, const std::vector<std::string> &arguments) override;
     void terminate() override;
     [[nodiscard]] QVariantMap information() const override;
 
 private:
+    [[nodiscard]] std::filesystem::path executableIn(const std::filesystem::path &path) const;
+
     Places m_places;
     std::optional<std::filesystem::path> m_root; ///< the folder with the marker
 };
