@@ -25,6 +25,7 @@ FirstRunOnboarding::FirstRunOnboarding(Preferences &preferences, FloatingPanel::
     , m_makePanel(std::move(makePanel))
 {
     m_dismissal.setSingleShot(true);
+    m_dismissal.setTimerType(Qt::PreciseTimer); // a coarse one may come before its time
     m_dismissal.setInterval(duration);
     m_dismissal.callOnTimeout([this] { dismiss(); });
 }

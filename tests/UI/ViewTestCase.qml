@@ -15,11 +15,23 @@ TestCase {
 
     when: windowShown
 
-    function all(item, accepts) {
-        const found = accepts(item) ? [item] : [];
+    /// Lays out what would be only with the next frame.
+    function settle(item: Item): void {
         for (let i = 0; i < item.children.length; ++i)
-            found.push(...all(item.children[i], accepts));
-        return found;
+            settle(item.children[i]);
+        if (item.forceLayout)
+            item.forceLayout();
+    }
+    /// The item and what is in it, as far as it is accepted; everything has its place then.
+    function all(item, accepts) {
+        settle(item);
+        return found(item, accepts);
+    }
+    function found(item, accepts) {
+        const items = accepts(item) ? [item] : [];
+        for (let i = 0; i < item.children.length; ++i)
+            items.push(...found(item.children[i], accepts));
+        return items;
     }
     function isShown(item: Item): bool {
         return item.visible && item.opacity > 0;
@@ -33,6 +45,7 @@ TestCase {
         return all(item, candidate => candidate.Accessible.name === name && candidate.visible && !(candidate instanceof Text))[0] ?? null;
     }
     function compareRect(item: Item, within: Item, x: real, y: real, width: real, height: real): void {
+        settle(within);
         const place = item.mapToItem(within, 0, 0);
         compare([place.x, place.y, item.width, item.height], [x, y, width, height]);
     }

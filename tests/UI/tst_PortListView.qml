@@ -63,8 +63,7 @@ FocusScope {
         /// Waits for so many rows, and for their places.
         function awaitRows(count: int): void {
             tryCompare(list.view, "count", count);
-            if (isPolishScheduled(list.view))
-                verify(waitForItemPolished(list.view, 10000));
+            list.view.forceLayout();
         }
         function open(port: int): void {
             const count = list.view.count;
