@@ -30,7 +30,7 @@ public:
 
     /// Shows the panel centred below @p anchor, a rectangle of the screen, @p gap away from it, or
     /// above where there is no room, never across an edge of the screen. The content is told in its
-    /// property `isAbove`.
+    /// property `isAbove`. Where the desktop places all windows itself, it places this one too.
     virtual void show(const QRect &anchor, int gap) = 0;
 
     /// A panel of @p size whose content is the QML document @p content.
