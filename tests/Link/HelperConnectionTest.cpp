@@ -110,8 +110,10 @@ TEST_F(HelperConnectionTest, SharesTheHelperWithAnotherClient)
 
 TEST_F(HelperConnectionTest, AnswersAThousandCallsInFlight)
 {
+    constexpr int many = 1000;
     std::vector<Scan> scans;
-    for (int i = 0; i < 1000; ++i) {
+    scans.reserve(many);
+    for (int i = 0; i < many; ++i) {
         scans.push_back(scan());
     }
     for (const Scan &each : scans) {

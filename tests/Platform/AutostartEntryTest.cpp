@@ -17,6 +17,7 @@
 #include <iterator>
 #include <string>
 #include <tuple>
+#include <vector>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -141,11 +142,12 @@ TEST_F(AutostartEntryTest, IsNotFoundWhenItsProgramIsGone)
 TEST_F(AutostartEntryTest, IsNotFoundWhenItWouldStartAnotherProgram)
 {
     const std::string other = makeProgram("older copy").string();
-    for (const std::string &lines :
-         {"Exec=/bin/true --login-item\nTryExec=/bin/true\n"s, "Exec=/nonexistent/tarnwick\n"s,
-          "Exec=\"" + other + "\" --login-item\nTryExec=" + other + "\n",
-          "Exec=/bin/echo " + m_program.string() + "\n",
-          "Exec=" + m_program.string() + "\nTryExec=/nonexistent/tarnwick\n"}) {
+    const std::vector<std::string> others{
+        "Exec=/bin/true --login-item\nTryExec=/bin/true\n", "Exec=/nonexistent/tarnwick\n",
+        "Exec=\"" + other + "\" --login-item\nTryExec=" + other + "\n",
+        "Exec=/bin/echo " + m_program.string() + "\n",
+        "Exec=" + m_program.string() + "\nTryExec=/nonexistent/tarnwick\n"};
+    for (const std::string &lines : others) {
         write(m_file, "[Desktop Entry]\nType=Application\nName=Mine\nX-Mine=keep\n" + lines);
         EXPECT_EQ(m_entry.status(), Status::NotFound) << lines;
         ASSERT_EQ(m_entry.registerApplication(), std::nullopt);

@@ -36,6 +36,7 @@ public:
     QStringList shown;
     bool refuses = false;
 
+    // NOLINTNEXTLINE(readability-identifier-naming): the method's name on the bus
     Q_SCRIPTABLE void ShowItems(const QStringList &uris, const QString & /*startup*/)
     {
         if (refuses) {
