@@ -71,7 +71,7 @@ protected:
     }
 
     /// Launches the portable folder @p folder with a user who agrees to everything.
-    Outcome agreeIn(const fs::path &folder) const
+    [[nodiscard]] Outcome agreeIn(const fs::path &folder) const
     {
         PortableCopy copy = copyAt(folder / "bin" / "tarnwick");
         QSettings store(QString::fromStdString(m_folder.path() / "conf"), QSettings::IniFormat);
