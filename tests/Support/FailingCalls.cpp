@@ -1,0 +1,194 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/Support/FailingCalls.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/ioctl.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace Tarnwick {
+
+namespace {
+
+constexpr std::array<std::pair<long, const char *>, 26> usualCalls{{
+    {SYS_openat, "openat"},
+    {SYS_openat2, "openat2"},
+    {SYS_read, "read"},
+    {SYS_pread64, "pread64"},
+    {SYS_readlinkat, "readlinkat"},
+    {SYS_getdents64, "getdents64"},
+    {SYS_lseek, "lseek"},
+    {SYS_fstat, "fstat"},
+    {SYS_newfstatat, "newfstatat"},
+    {SYS_statx, "statx"},
+    {SYS_fcntl, "fcntl"},
+    {SYS_socket, "socket"},
+    {SYS_connect, "connect"},
+    {SYS_getsockopt, "getsockopt"},
+    {SYS_sendto, "sendto"},
+    {SYS_sendmsg, "sendmsg"},
+    {SYS_recvfrom, "recvfrom"},
+    {SYS_recvmsg, "recvmsg"},
+    {SYS_kcmp, "kcmp"},
+    {SYS_getpgid, "getpgid"},
+    {SYS_prlimit64, "prlimit64"},
+    {SYS_ppoll, "ppoll"},
+    {SYS_pidfd_open, "pidfd_open"},
+    {SYS_pidfd_send_signal, "pidfd_send_signal"},
+    {SYS_clone, "clone"},
+    {SYS_clone3, "clone3"},
+}};
+
+std::vector<long> usualNumbers()
+{
+    std::vector<long> numbers;
+    for (const auto &[number, name] : usualCalls) {
+        numbers.push_back(number);
+    }
+#ifdef SYS_poll
+    numbers.push_back(SYS_poll);
+#endif
+    return numbers;
+}
+
+/// A descriptor on which the kernel reports the watched calls of this thread; -1 with errno.
+int installFilter(std::span<const long> calls)
+{
+    std::vector<sock_filter> program{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
+    for (const long call : calls) {
+        program.push_back(
+            BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<std::uint32_t>(call), 0, 1));
+        program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_USER_NOTIF));
+    }
+    program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+    const sock_fprog filter = {.len = static_cast<unsigned short>(program.size()),
+                               .filter = program.data()};
+    if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) {
+        return -1;
+    }
+    return static_cast<int>(
+        ::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_NEW_LISTENER, &filter));
+}
+
+} // namespace
+
+FailingCalls::FailingCalls()
+    : FailingCalls(usualNumbers())
+{
+}
+
+FailingCalls::FailingCalls(std::span<const long> calls)
+    : m_stop(::eventfd(0, EFD_CLOEXEC))
+{
+    // The supervisor exists before the filter, which is therefore not upon it.
+    m_supervisor = std::thread([this] { supervise(); });
+    const int listener = installFilter(calls);
+    m_listener = listener >= 0 ? listener : -2;
+    m_listener.notify_one();
+    if (listener < 0) {
+        m_supervisor.join();
+        throw std::runtime_error("no notifications of system calls to be had");
+    }
+}
+
+FailingCalls::~FailingCalls()
+{
+    // The watched calls of this process fail with ENOSYS from here on.
+    const std::uint64_t one = 1;
+    static_cast<void>(::write(m_stop.get(), &one, sizeof(one)));
+    m_supervisor.join();
+}
+
+void FailingCalls::fail(unsigned skipped, int code)
+{
+    const std::lock_guard lock(m_mutex);
+    m_skipped = skipped;
+    m_each.reset();
+    m_code = code;
+    m_failed.reset();
+}
+
+void FailingCalls::failEach(long number, int code)
+{
+    const std::lock_guard lock(m_mutex);
+    m_skipped.reset();
+    m_each = number;
+    m_code = code;
+    m_failed.reset();
+}
+
+std::optional<long> FailingCalls::stop()
+{
+    const std::lock_guard lock(m_mutex);
+    m_skipped.reset();
+    m_each.reset();
+    return std::exchange(m_failed, std::nullopt);
+}
+
+std::string FailingCalls::name(long number)
+{
+    const auto *const known =
+        std::find_if(usualCalls.begin(), usualCalls.end(),
+                     [number](const auto &call) { return call.first == number; });
+    return known != usualCalls.end() ? known->second : std::to_string(number);
+}
+
+/// The errno to answer a call with; 0 lets it through.
+int FailingCalls::answer(long number)
+{
+    const std::lock_guard lock(m_mutex);
+    const bool isTheOne = m_skipped == 0U || m_each == number;
+    if (m_skipped) {
+        m_skipped = *m_skipped == 0 ? std::nullopt : std::optional(*m_skipped - 1);
+    }
+    if (!isTheOne) {
+        return 0;
+    }
+    m_failed = number;
+    return m_code;
+}
+
+void FailingCalls::supervise()
+{
+    m_listener.wait(-1);
+    if (m_listener < 0) {
+        return;
+    }
+    const FileDescriptor listener(m_listener);
+    for (;;) {
+        std::array<pollfd, 2> waiting{pollfd{.fd = listener.get(), .events = POLLIN, .revents = 0},
+                                      pollfd{.fd = m_stop.get(), .events = POLLIN, .revents = 0}};
+        ::poll(waiting.data(), waiting.size(), -1);
+        if (waiting[1].revents != 0) {
+            return;
+        }
+        seccomp_notif call = {};
+        if (::ioctl(listener.get(), SECCOMP_IOCTL_NOTIF_RECV, &call) != 0) {
+            continue;
+        }
+        const int code = answer(call.data.nr);
+        seccomp_notif_resp response = {};
+        response.id = call.id;
+        response.error = -code;
+        response.flags = code == 0 ? SECCOMP_USER_NOTIF_FLAG_CONTINUE : 0;
+        ::ioctl(listener.get(), SECCOMP_IOCTL_NOTIF_SEND, &response);
+    }
+}
+
+} // namespace Tarnwick
