@@ -12,51 +12,62 @@ __tarnwickctl_values()
     esac | sort -nu
 }
 
+# __tarnwickctl_read WORD...: reads the words between the command and the one to complete, into the
+# variables of _tarnwickctl.
+__tarnwickctl_read()
+{
+    local word
+    for word; do
+        if [[ -n $awaiting ]]; then
+            # COMP_WORDBREAKS makes a word of the "=" in --tier=dev.
+            [[ $word == '=' ]] || awaiting=
+        elif [[ -n $optionsEnd ]]; then
+            hasValues=yes
+        else
+            case $word in
+                --tier | --search | --port | --interval | --pid) awaiting=$word ;;
+                --) optionsEnd=yes ;;
+                -*) ;;
+                *) hasValues=yes ;;
+            esac
+            [[ $word == --pid || $word == --pid=* ]] && hasPids=yes
+        fi
+    done
+}
+
 _tarnwickctl()
 {
-    local program=$1 current=$2 previous=$3
-    local command=list selection='--tier --search --port --json' options
+    local program=$1 current=$2
+    local command=list first=1 awaiting='' optionsEnd='' hasValues='' hasPids='' choices=''
+    # A command comes before any option.
     case ${COMP_WORDS[1]} in
-        list | watch | kill) ((COMP_CWORD > 1)) && command=${COMP_WORDS[1]} ;;
+        list | watch | kill) ((COMP_CWORD > 1)) && command=${COMP_WORDS[1]} first=2 ;;
     esac
-    # COMP_WORDBREAKS makes a word of the "=" in --tier=dev.
-    if [[ $current == '=' ]]; then
-        current=
-    elif [[ $previous == '=' ]]; then
-        previous=${COMP_WORDS[COMP_CWORD - 2]}
-    fi
+    __tarnwickctl_read "${COMP_WORDS[@]:first:COMP_CWORD-first}"
+    [[ $current == '=' ]] && current=
 
-    COMPREPLY=()
-    case $previous in
-        --tier)
-            mapfile -t COMPREPLY < <(compgen -W 'system app dev unknown' -- "$current")
-            return
+    case $awaiting in
+        --tier) choices='system app dev unknown' ;;
+        --port) choices=$(__tarnwickctl_values "$program" port) ;;
+        --pid) choices=$(__tarnwickctl_values "$program" pid) ;;
+        '')
+            if [[ -z $optionsEnd && ($command != kill || $current == -* || -n $hasPids) ]]; then
+                choices='--help --version'
+                case $command in
+                    list | watch) choices+=' --tier --search --port --json' ;;
+                    kill) choices+=' --yes --system' ;;
+                esac
+                [[ $command == kill && -z $hasValues ]] && choices+=' --pid'
+                [[ $command == watch ]] && choices+=' --interval'
+                [[ $current == -* ]] && choices+=' -h'
+                [[ $current == -* && $command == kill ]] && choices+=' -y'
+                ((COMP_CWORD == 1)) && choices="list watch kill $choices"
+            elif [[ $command == kill && -z $hasPids ]]; then
+                choices=$(__tarnwickctl_values "$program" port)
+            fi
             ;;
-        --port)
-            mapfile -t COMPREPLY < <(compgen -W "$(__tarnwickctl_values "$program" port)" -- "$current")
-            return
-            ;;
-        --pid)
-            mapfile -t COMPREPLY < <(compgen -W "$(__tarnwickctl_values "$program" pid)" -- "$current")
-            return
-            ;;
-        --search | --interval) return ;;
     esac
-
-    case $command in
-        list) options="$selection --help --version" ;;
-        watch) options="$selection --interval --help --version" ;;
-        kill) options='--pid --yes --system --help --version' ;;
-    esac
-    if [[ $current == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$options -h $([[ $command == kill ]] && echo -y)" -- "$current")
-    elif [[ $command == kill ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$(__tarnwickctl_values "$program" port)" -- "$current")
-    elif ((COMP_CWORD == 1)); then
-        mapfile -t COMPREPLY < <(compgen -W "list watch kill $options" -- "$current")
-    else
-        mapfile -t COMPREPLY < <(compgen -W "$options" -- "$current")
-    fi
+    mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$current")
 }
 
 complete -F _tarnwickctl tarnwickctl

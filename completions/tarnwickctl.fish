@@ -11,11 +11,32 @@ function __tarnwickctl_pids
     tarnwickctl list --json 2>/dev/null | string replace -rf '^\{"pid":([1-9]\d*),.*' '$1' | sort -nu
 end
 
-# A command comes before any option.
+# __tarnwickctl_runs COMMAND...: whether the command line is of one of these. A command comes before
+# any option; without one it is list.
+function __tarnwickctl_runs
+    set -l words (commandline -opc)
+    set -l command list
+    contains -- "$words[2]" watch kill; and set command $words[2]
+    contains -- $command $argv
+end
+
+# What kill is given: the values of --pid, or the words that are no options.
+function __tarnwickctl_kills -a what
+    set -l words (commandline -opc)
+    set -l pids (string match -r -- '^--pid(?:=.*)?$' $words)
+    set -l values (string match -rv -- '^-' $words[3..])
+    switch $what
+        case pids
+            test -n "$pids"
+        case ports
+            test -z "$pids" -a -n "$values"
+    end
+end
+
 set -l noCommand 'test (count (commandline -opc)) -eq 1'
-set -l showing 'not __fish_seen_subcommand_from kill'
-set -l watching '__fish_seen_subcommand_from watch'
-set -l killing '__fish_seen_subcommand_from kill'
+set -l showing '__tarnwickctl_runs list watch'
+set -l watching '__tarnwickctl_runs watch'
+set -l killing '__tarnwickctl_runs kill'
 
 complete -c tarnwickctl -f
 complete -c tarnwickctl -n $noCommand -a list -d 'Show the listeners'
@@ -28,7 +49,7 @@ complete -c tarnwickctl -n $showing -l search -x -d 'Only listeners that contain
 complete -c tarnwickctl -n $showing -l port -x -k -a '(__tarnwickctl_ports)' -d 'Only listeners on this port'
 complete -c tarnwickctl -n $showing -l json -d 'Write JSON'
 complete -c tarnwickctl -n $watching -l interval -x -d 'Seconds between two looks'
-complete -c tarnwickctl -n $killing -k -a '(__tarnwickctl_ports)' -d 'Port'
-complete -c tarnwickctl -n $killing -l pid -x -k -a '(__tarnwickctl_pids)' -d 'Stop this process instead'
+complete -c tarnwickctl -n "$killing; and not __tarnwickctl_kills pids" -k -a '(__tarnwickctl_ports)' -d 'Port'
+complete -c tarnwickctl -n "$killing; and not __tarnwickctl_kills ports" -l pid -x -k -a '(__tarnwickctl_pids)' -d 'Stop this process instead'
 complete -c tarnwickctl -n $killing -s y -l yes -d 'Do not ask'
 complete -c tarnwickctl -n $killing -l system -d 'Stop services of the system, too'

@@ -1,14 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
-#include "tests/CommandLine/ListeningChild.h"
 #include "tests/CommandLine/ProgramPaths.h"
 #include "tests/Support/RunningProgram.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <set>
@@ -18,7 +16,6 @@ namespace Tarnwick {
 namespace {
 
 using testing::HasSubstr;
-using testing::Not;
 
 const std::string folder(projectFolder);
 const std::string manual = folder + "/docs/man/tarnwickctl.1";
@@ -52,22 +49,6 @@ std::set<std::string> longOptions()
         }
     }
     return options;
-}
-
-/// What bash offers after @p words, the last of which is being completed.
-std::string offeredByBash(const std::vector<std::string> &words)
-{
-    const std::string program(programPath);
-    std::string script = "source " + bashCompletion + "; COMP_WORDS=(" + program;
-    for (const std::string &word : words) {
-        script += " '" + word + "'";
-    }
-    const std::string previous = words.size() > 1 ? words[words.size() - 2] : program;
-    script += "); COMP_CWORD=" + std::to_string(words.size()) + "; _tarnwickctl " + program + " '" +
-              words.back() + "' '" + previous + R"('; echo " ${COMPREPLY[*]} ")";
-    const auto result = run({"bash", "-c", script});
-    EXPECT_EQ(result.errors, "");
-    return result.output;
 }
 
 } // namespace
@@ -109,46 +90,7 @@ TEST(Documentation, TellsOfEachCommandInEachCompletion)
     }
 }
 
-TEST(Completion, OfBashOffersCommandsAndOptions)
-{
-    if (!isInstalled("bash")) {
-        GTEST_SKIP() << "bash is not installed";
-    }
-    EXPECT_THAT(offeredByBash({""}), HasSubstr(" list watch kill "));
-    EXPECT_EQ(offeredByBash({"w"}), " watch \n");
-    EXPECT_EQ(offeredByBash({"--t"}), " --tier \n");
-    EXPECT_EQ(offeredByBash({"watch", "--i"}), " --interval \n");
-    EXPECT_EQ(offeredByBash({"kill", "--s"}), " --system \n");
-    EXPECT_EQ(offeredByBash({"list", "--y"}), "  \n");
-}
-
-TEST(Completion, OfBashOffersTiers)
-{
-    if (!isInstalled("bash")) {
-        GTEST_SKIP() << "bash is not installed";
-    }
-    EXPECT_EQ(offeredByBash({"--tier", ""}), " system app dev unknown \n");
-    EXPECT_EQ(offeredByBash({"watch", "--tier", "d"}), " dev \n");
-    EXPECT_EQ(offeredByBash({"list", "--tier", "=", "u"}), " unknown \n");
-    EXPECT_EQ(offeredByBash({"--search", ""}), "  \n");
-}
-
-TEST(Completion, OfBashOffersThePortsAndProcessesThatListen)
-{
-    if (!isInstalled("bash")) {
-        GTEST_SKIP() << "bash is not installed";
-    }
-    // The name tries to look like a record of its own.
-    const ListeningChild child({.name = R"({"pid":7,"port":7,)"});
-    const std::string port = " " + child.portText() + " ";
-    EXPECT_THAT(offeredByBash({"kill", ""}), HasSubstr(port));
-    EXPECT_THAT(offeredByBash({"--port", ""}), HasSubstr(port));
-    EXPECT_EQ(offeredByBash({"list", "--port", child.portText()}), port + "\n");
-    EXPECT_THAT(offeredByBash({"kill", "--pid", ""}), HasSubstr(" " + child.pidText() + " "));
-    EXPECT_THAT(offeredByBash({"kill", ""}), Not(HasSubstr(" 7 ")));
-}
-
-TEST(Completion, HasNoMistakesOfSyntax)
+TEST(Documentation, HasCompletionsWithoutMistakesOfSyntax)
 {
     const std::vector<std::vector<std::string>> checks{{"bash", "-n", bashCompletion},
                                                        {"zsh", "-n", zshCompletion},
@@ -159,20 +101,6 @@ TEST(Completion, HasNoMistakesOfSyntax)
             EXPECT_EQ(result.exitCode, 0) << check.front() << ": " << result.errors;
         }
     }
-}
-
-TEST(Completion, OfFishOffersThePortsThatListen)
-{
-    if (!isInstalled("fish")) {
-        GTEST_SKIP() << "fish is not installed";
-    }
-    const ListeningChild child;
-    const std::string directory = std::filesystem::path(programPath).parent_path();
-    const std::string script = "set -x PATH " + directory + " $PATH; source " + fishCompletion +
-                               "; complete -C 'tarnwickctl kill '";
-    EXPECT_THAT(run({"fish", "--no-config", "-c", script}).output, HasSubstr(child.portText()));
-    const std::string tiers = "source " + fishCompletion + "; complete -C 'tarnwickctl --tier d'";
-    EXPECT_THAT(run({"fish", "--no-config", "-c", tiers}).output, HasSubstr("dev"));
 }
 
 } // namespace Tarnwick

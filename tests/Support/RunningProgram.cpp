@@ -156,6 +156,12 @@ bool RunningProgram::shows(std::string_view text)
     }
 }
 
+std::string RunningProgram::textBefore(std::string_view text)
+{
+    const std::size_t begin = m_seen;
+    return shows(text) ? m_result.output.substr(begin, m_seen - text.size() - begin) : "";
+}
+
 void RunningProgram::type(std::string_view text) const
 {
     static_cast<void>(write(m_terminal->user.get(), text.data(), text.size()));

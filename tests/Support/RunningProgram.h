@@ -52,6 +52,10 @@ public:
     /// Whether the output came to contain @p text after what earlier calls have found.
     [[nodiscard]] bool shows(std::string_view text);
 
+    /// What the output holds between what earlier calls have found and @p text, which is then
+    /// found, too; empty when it does not come.
+    [[nodiscard]] std::string textBefore(std::string_view text);
+
     [[nodiscard]] pid_t pid() const { return m_pid; }
     void type(std::string_view text) const;
     void signal(int number) const;

@@ -1,0 +1,127 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "tests/CommandLine/CompletingShell.h"
+#include "tests/CommandLine/ListeningChild.h"
+#include "tests/CommandLine/ProgramPaths.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace Tarnwick {
+
+namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::Not;
+
+/// Each test in each shell that is installed.
+class Completion : public testing::TestWithParam<const char *>
+{
+protected:
+    void SetUp() override
+    {
+        const std::string shell = GetParam();
+        if (run({"sh", "-c", "command -v " + shell}).exitCode != 0) {
+            GTEST_SKIP() << shell << " is not installed";
+        }
+        m_shell = std::make_unique<CompletingShell>(shell);
+    }
+
+    [[nodiscard]] std::set<std::string> offered(const std::string &line) const
+    {
+        return m_shell->offered(line);
+    }
+
+private:
+    std::unique_ptr<CompletingShell> m_shell;
+};
+
+} // namespace
+
+TEST_P(Completion, OffersCommands)
+{
+    EXPECT_THAT(offered("tarnwickctl "), IsSupersetOf({"list", "watch", "kill"}));
+    EXPECT_THAT(offered("tarnwickctl w"), ElementsAre("watch"));
+    EXPECT_THAT(offered("tarnwickctl --json w"), IsEmpty());
+}
+
+TEST_P(Completion, OffersTheOptionsOfTheCommand)
+{
+    EXPECT_THAT(offered("tarnwickctl --t"), ElementsAre("--tier"));
+    EXPECT_THAT(offered("tarnwickctl list --"),
+                ElementsAre("--help", "--json", "--port", "--search", "--tier", "--version"));
+    EXPECT_THAT(offered("tarnwickctl watch --i"), ElementsAre("--interval"));
+    EXPECT_THAT(offered("tarnwickctl kill --"),
+                ElementsAre("--help", "--pid", "--system", "--version", "--yes"));
+    EXPECT_THAT(offered("tarnwickctl list --y"), IsEmpty());
+}
+
+TEST_P(Completion, TakesAValueForNoCommand)
+{
+    for (const char *line : {"tarnwickctl list --search kill --", "tarnwickctl --search kill --"}) {
+        EXPECT_THAT(offered(line),
+                    AllOf(Contains("--tier"), Not(Contains("--yes")), Not(Contains("--pid"))))
+            << line;
+    }
+}
+
+TEST_P(Completion, OffersTiers)
+{
+    EXPECT_THAT(offered("tarnwickctl --tier "), ElementsAre("app", "dev", "system", "unknown"));
+    EXPECT_THAT(offered("tarnwickctl watch --tier d"), ElementsAre("dev"));
+    EXPECT_THAT(offered("tarnwickctl list --tier=u"), ElementsAre("--tier=unknown"));
+}
+
+TEST_P(Completion, OffersNothingForAText)
+{
+    EXPECT_THAT(offered("tarnwickctl list --search "), IsEmpty());
+    EXPECT_THAT(offered("tarnwickctl watch --interval "), IsEmpty());
+}
+
+TEST_P(Completion, OffersThePortsThatAreListenedOn)
+{
+    // The name tries to look like a record of its own.
+    const ListeningChild child({.name = R"({"pid":7,"port":7,)"});
+    for (const char *line :
+         {"tarnwickctl kill ", "tarnwickctl kill 3000 ", "tarnwickctl kill --yes ",
+          "tarnwickctl kill -- ", "tarnwickctl list --port ", "tarnwickctl --port "}) {
+        EXPECT_THAT(offered(line), AllOf(Contains(child.portText()), Not(Contains("7")))) << line;
+    }
+    EXPECT_THAT(offered("tarnwickctl watch --port " + child.portText()),
+                testing::AnyOf(IsEmpty(), ElementsAre(child.portText())));
+}
+
+TEST_P(Completion, OffersTheProcessesThatListen)
+{
+    const ListeningChild child;
+    EXPECT_THAT(offered("tarnwickctl kill --pid "), Contains(child.pidText()));
+    EXPECT_THAT(offered("tarnwickctl kill --yes --pid "), Contains(child.pidText()));
+}
+
+TEST_P(Completion, OffersEitherPortsOrProcesses)
+{
+    const ListeningChild child;
+    for (const char *line : {"tarnwickctl kill --pid 1 ", "tarnwickctl kill --pid=1 "}) {
+        EXPECT_THAT(offered(line), Not(Contains(child.portText()))) << line;
+    }
+    EXPECT_THAT(offered("tarnwickctl kill --pid 1 --p"), ElementsAre("--pid"));
+    EXPECT_THAT(offered("tarnwickctl kill 3000 --p"), IsEmpty());
+}
+
+TEST_P(Completion, OffersNoOptionsBehindTwoDashes)
+{
+    EXPECT_THAT(offered("tarnwickctl list -- --"), IsEmpty());
+    EXPECT_THAT(offered("tarnwickctl kill -- --"), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(OfShells, Completion, testing::Values("bash", "zsh", "fish"),
+                         [](const auto &shell) { return std::string(shell.param); });
+
+} // namespace Tarnwick
