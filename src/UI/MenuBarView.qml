@@ -53,6 +53,7 @@ Rectangle {
         sequence: "Ctrl+Q"
         onActivated: root.panel.quit()
     }
+    FocusGuard {}
     FocusScope {
         id: content
 

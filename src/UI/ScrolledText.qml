@@ -18,7 +18,8 @@ Item {
         view.contentY = Math.max(0, Math.min(view.contentHeight - view.height, view.contentY + distance));
     }
 
-    activeFocusOnTab: isScrollable
+    // Qt lets no item that has the focus leave the order of Tab.
+    activeFocusOnTab: isScrollable || activeFocus
     Accessible.role: Accessible.StaticText
     Accessible.name: text
     Accessible.focusable: isScrollable

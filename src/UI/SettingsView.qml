@@ -45,6 +45,7 @@ FocusScope {
         sequences: ["Esc", "Ctrl+W"]
         onActivated: root.closeRequested()
     }
+    FocusGuard {}
     Rectangle {
         anchors.fill: parent
         color: Theme.background

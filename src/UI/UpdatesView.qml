@@ -26,6 +26,9 @@ FocusScope {
         sequences: ["Esc", "Ctrl+W"]
         onActivated: root.closeRequested()
     }
+    FocusGuard {
+        fallback: close
+    }
     Rectangle {
         anchors.fill: parent
         color: Theme.background
@@ -83,6 +86,8 @@ FocusScope {
 
         // The window may come while the user types: what they type must not install anything.
         PushButton {
+            id: close
+
             label: root.isAvailable ? "Later" : "Close"
             focus: true
             onClicked: root.closeRequested()

@@ -54,7 +54,7 @@ class Accessibility:
     def focused_name(self):
         """The accessible name of what has the keyboard."""
         import pyatspi
-        for role in ("list item", "text", "push button", "page tab"):
+        for role in ("list item", "text", "push button", "page tab", "check box", "slider"):
             for node in self.accessible(role):
                 try:
                     if node.getState().contains(pyatspi.STATE_FOCUSED):
