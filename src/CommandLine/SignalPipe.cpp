@@ -57,8 +57,11 @@ SignalPipe::SignalPipe(FileDescriptor readEnd, FileDescriptor writeEnd,
         struct sigaction before
         {
         };
-        sigaction(number, &action, &before);
-        m_before.emplace_back(number, before);
+        sigaction(number, nullptr, &before);
+        if (before.sa_handler != SIG_IGN) {
+            sigaction(number, &action, nullptr);
+            m_before.emplace_back(number, before);
+        }
     }
 }
 

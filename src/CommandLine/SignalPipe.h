@@ -15,7 +15,8 @@
 namespace Tarnwick {
 
 /// Turns signals into something to poll for while it lives; afterwards they do again what they did
-/// before. There may be one at a time in a program.
+/// before. Those that the program was started to ignore, as nohup(1) and a shell's background do,
+/// stay ignored. There may be one at a time in a program.
 class SignalPipe
 {
 public:

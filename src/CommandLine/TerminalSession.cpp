@@ -70,6 +70,12 @@ void TerminalSession::enter()
         termios settings{};
         if (tcgetattr(m_input, &settings) == 0) {
             m_termiosBefore = settings;
+        }
+        m_restorer.emplace(TerminalRestorer::Terminal{.output = m_output.descriptor(),
+                                                      .leave = leaveScreen,
+                                                      .input = m_input,
+                                                      .settings = m_termiosBefore});
+        if (m_termiosBefore) {
             settings.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
             settings.c_cc[VMIN] = 1;
             settings.c_cc[VTIME] = 0;
@@ -91,6 +97,7 @@ void TerminalSession::leave()
         tcsetattr(m_input, TCSANOW, &*m_termiosBefore);
         m_termiosBefore.reset();
     }
+    m_restorer.reset();
 }
 
 void TerminalSession::suspend()

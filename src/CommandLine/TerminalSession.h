@@ -5,6 +5,7 @@
 
 #include "CommandLine/DescriptorOutput.h"
 #include "CommandLine/SignalPipe.h"
+#include "CommandLine/TerminalRestorer.h"
 #include "CommandLine/WatchSession.h"
 
 #include <memory>
@@ -16,7 +17,8 @@ namespace Tarnwick {
 
 /// A watch in the real world. In place it has the terminal's alternate screen without a cursor,
 /// takes keys as they are pressed, and gives the terminal back while it is stopped by the user
-/// (SIGTSTP). SIGINT, SIGTERM and SIGHUP mean to quit; so does the key "q".
+/// (SIGTSTP) and before any other signal ends the process. SIGINT, SIGTERM and SIGHUP mean to quit;
+/// so does the key "q".
 class TerminalSession : public WatchSession
 {
 public:
@@ -42,7 +44,8 @@ private:
     DescriptorOutput &m_output;
     int m_input;
     Presentation m_presentation;
-    std::optional<termios> m_termiosBefore; ///< set while keys are taken as they are pressed
+    std::optional<termios> m_termiosBefore;     ///< set while keys are taken as they are pressed
+    std::optional<TerminalRestorer> m_restorer; ///< while the terminal is not as it was
 };
 
 } // namespace Tarnwick

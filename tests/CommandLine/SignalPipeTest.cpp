@@ -46,4 +46,14 @@ TEST(SignalPipe, GivesSignalsBackWhenItGoes)
     static_cast<void>(std::signal(SIGUSR1, before));
 }
 
+TEST(SignalPipe, LeavesIgnoredSignalsIgnored)
+{
+    const auto before = std::signal(SIGUSR1, SIG_IGN);
+    const auto pipe = SignalPipe::open(signals);
+    ASSERT_TRUE(pipe);
+    ASSERT_EQ(raise(SIGUSR1), 0);
+    EXPECT_EQ(pipe->take(), std::nullopt);
+    static_cast<void>(std::signal(SIGUSR1, before));
+}
+
 } // namespace Tarnwick

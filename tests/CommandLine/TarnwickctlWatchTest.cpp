@@ -113,6 +113,40 @@ TEST(TarnwickctlWatch, GivesTheTerminalBackOnSignals)
     }
 }
 
+TEST(TarnwickctlWatch, GivesTheTerminalBackBeforeASignalEndsIt)
+{
+    std::vector<std::string> command = watch({"--interval", "3600"});
+    command.insert(command.begin(), {"/bin/sh", "-c", R"(ulimit -c 0; exec "$0" "$@")"});
+    for (const int number : {SIGQUIT, SIGABRT, SIGUSR1}) {
+        PseudoTerminal terminal(80, 24);
+        const tcflag_t modesBefore = localModes(terminal);
+        RunningProgram program(command, terminal, onXterm);
+        ASSERT_TRUE(program.shows("\x1b[K"));
+        if (number == SIGQUIT) {
+            program.type("\x1c");
+        } else {
+            program.signal(number);
+        }
+        EXPECT_TRUE(program.shows(leavesScreen)) << number;
+        EXPECT_EQ(program.finish().exitCode, 128 + number);
+        EXPECT_EQ(localModes(terminal), modesBefore) << number;
+    }
+}
+
+TEST(TarnwickctlWatch, GoesOnAfterAHangupThatItWasStartedToIgnore)
+{
+    std::vector<std::string> command = watch({"--interval", "0.2"});
+    command.insert(command.begin(), {"/bin/sh", "-c", R"(trap '' HUP; exec "$0" "$@")"});
+    const ListeningChild child;
+    RunningProgram program(command);
+    ASSERT_TRUE(program.shows(" :" + child.portText() + " shop-server"));
+    program.signal(SIGHUP);
+    const ListeningChild later({.name = "later-server"});
+    EXPECT_TRUE(program.shows("+ :" + later.portText() + " later-server"));
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.finish().exitCode, 0);
+}
+
 TEST(TarnwickctlWatch, EndsOnControlC)
 {
     PseudoTerminal terminal(80, 24);

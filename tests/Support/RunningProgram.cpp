@@ -54,7 +54,10 @@ void readInto(std::string &text, FileDescriptor &descriptor)
                          const RunningProgram::Setup &setup)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    static_cast<void>(std::signal(SIGPIPE, SIG_DFL));
+    // A test that a script runs in the background is started with some of them ignored.
+    for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE}) {
+        static_cast<void>(std::signal(number, SIG_DFL));
+    }
     for (const std::string &variable : setup.environment) {
         const std::size_t equals = variable.find('=');
         setenv(variable.substr(0, equals).c_str(), variable.substr(equals + 1).c_str(), 1);
