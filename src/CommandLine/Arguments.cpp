@@ -90,11 +90,19 @@ class CommandParser : public CLI::App
 public:
     CommandParser(std::string_view name, std::string_view description, std::string_view examples)
         : App(std::string(description), std::string(name))
+        , m_command(name.substr(0, name.find(" [")))
     {
-        set_help_flag("-h,--help", "Print this help and exit");
+        set_help_flag("-h,--help", "Print this help and exit")->disable_flag_override();
         set_version_flag("--version", "tarnwickctl " + std::string(Tarnwick::version),
-                         "Print the version and exit");
+                         "Print the version and exit")
+            ->disable_flag_override();
         footer(std::string(examples));
+    }
+
+    /// A flag that takes no value.
+    void addFlag(const std::string &names, bool &flag, const std::string &description)
+    {
+        add_flag(names, flag, description)->disable_flag_override();
     }
 
     /// The result of @p read once @p reversed is parsed, the help or the version if asked for, or
@@ -109,19 +117,61 @@ public:
         } catch (const CLI::CallForVersion &information) {
             return Information{std::string(information.what()) + '\n'};
         } catch (const CLI::ExtrasError &) {
-            return UsageError{"'" + remaining().front() + "' was not expected"};
+            return usageError(unexpected(remaining()));
+        } catch (const CLI::ArgumentMismatch &error) {
+            return usageError(mismatch(error.what()));
         } catch (const CLI::ParseError &error) {
-            return UsageError{error.what()};
+            return usageError(error.what());
         }
         return read();
     }
+
+    [[nodiscard]] UsageError usageError(std::string message) const
+    {
+        return {std::move(message), m_command};
+    }
+
+private:
+    /// Says what is wrong with the first of @p rest, which the parser did not know. The "--" that
+    /// ends the options is kept in front of what comes behind it.
+    static std::string unexpected(const std::vector<std::string> &rest)
+    {
+        const bool isBehindOptions = rest.front() == "--" && rest.size() > 1;
+        const std::string &first = isBehindOptions ? rest[1] : rest.front();
+        const bool isOption = first.size() > 1 && first.front() == '-' && !isBehindOptions;
+        if (!isOption) {
+            return "unexpected argument '" + first + "'";
+        }
+        const bool isLong = first.starts_with("--");
+        return "unknown option '" + (isLong ? first.substr(0, first.find('=')) : first) + "'";
+    }
+
+    /// Says what is wrong with the number of an option's values. @p text is the parser's message,
+    /// which begins with the option's name, sometimes without its dashes.
+    [[nodiscard]] std::string mismatch(std::string_view text) const
+    {
+        std::string name(text.substr(0, text.find_first_of(": ")));
+        name.insert(0, name.starts_with('-') ? "" : "--");
+        const CLI::Option *const option = get_option_no_throw(name);
+        if (option == nullptr) {
+            return std::string(text);
+        }
+        const auto most = static_cast<std::size_t>(option->get_items_expected_max());
+        if (most == 0) {
+            return "option '" + name + "' takes no value";
+        }
+        const bool isRepeated = option->count() > most;
+        return "option '" + name + (isRepeated ? "' may be given only once" : "' needs a value");
+    }
+
+    std::string m_command; ///< what has the help
 };
 
 /// The options that list and watch share.
 class SelectionOptions
 {
 public:
-    explicit SelectionOptions(CLI::App &parser)
+    explicit SelectionOptions(CommandParser &parser)
     {
         parser.add_option("--tier", m_tiers, "Only listeners of this tier; may be repeated")
             ->type_name("TIER")
@@ -129,13 +179,13 @@ public:
             ->check(understoodBy(portTierFromRawValue, "a tier: system, app, dev or unknown"));
         parser
             .add_option("--search", m_search,
-                        "Only listeners whose port, process, description or "
-                        "command contains TEXT")
+                        "Only listeners whose port, process, description\n"
+                        "or command contains TEXT")
             ->type_name("TEXT");
         parser.add_option("--port", m_port, "Only listeners on this port")
             ->type_name("PORT")
             ->check(understoodBy(portFrom, "a port: 1 to 65535"));
-        parser.add_flag("--json", m_json, "Write JSON");
+        parser.addFlag("--json", m_json, "Write JSON");
     }
 
     [[nodiscard]] Selection selection() const
@@ -203,12 +253,12 @@ Arguments parseKill(std::vector<std::string> reversed)
         ->type_name("PID")
         ->allow_extra_args(false)
         ->check(understoodBy(pidFrom, "a process identifier"));
-    parser.add_flag("-y,--yes", result.yes, "Do not ask");
-    parser.add_flag("--system", result.system, "Stop services of the system, too");
+    parser.addFlag("-y,--yes", result.yes, "Do not ask");
+    parser.addFlag("--system", result.system, "Stop services of the system, too");
     return parser.parsed(std::move(reversed), [&]() -> Arguments {
         if (ports.empty() == pids.empty()) {
-            return UsageError{ports.empty() ? "kill needs a PORT or --pid"
-                                            : "kill takes either ports or --pid, not both"};
+            return parser.usageError(ports.empty() ? "kill needs a PORT or --pid"
+                                                   : "kill takes either ports or --pid, not both");
         }
         result.ports = valuesOf<std::int64_t>(ports, portFrom);
         result.pids = valuesOf<std::int32_t>(pids, pidFrom);

@@ -45,6 +45,7 @@ struct Information
 struct UsageError
 {
     std::string message;
+    std::string command = "tarnwickctl"; ///< the command that has the help
 };
 
 using Arguments =

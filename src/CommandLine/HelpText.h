@@ -5,7 +5,8 @@
 
 #include <string_view>
 
-/// What the help says beside the options: what each command does, and how it is used.
+/// What the help says beside the options: what each command does, and how it is used. No line is
+/// wider than 80 columns.
 namespace Tarnwick::HelpText {
 
 inline constexpr std::string_view program =
@@ -30,8 +31,8 @@ inline constexpr std::string_view listExamples = "Examples:\n"
                                                  "  tarnwickctl list --port 3000 --json";
 
 inline constexpr std::string_view watch =
-    "Show the listeners as they come and go: in place on a terminal, where q quits; else, and with "
-    "--json, a line for each change.";
+    "Show the listeners as they come and go: in place on a terminal, where q quits;\n"
+    "else, and with --json, a line for each change.";
 
 inline constexpr std::string_view watchExamples =
     "Examples:\n"

@@ -51,7 +51,7 @@ ExitCode Program::perform(const Information &information)
 ExitCode Program::perform(const UsageError &error)
 {
     m_console.sayError(TerminalText::printable(error.message));
-    m_console.say("Try 'tarnwickctl --help'.");
+    m_console.say("Try '" + error.command + " --help'.");
     return ExitCode::Usage;
 }
 

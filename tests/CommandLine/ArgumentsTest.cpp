@@ -9,7 +9,10 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
+#include <ostream>
+#include <sstream>
 #include <string>
+#include <vector>
 
 namespace Tarnwick {
 
@@ -162,9 +165,71 @@ TEST(Arguments, NameTheTiersWhenOneIsWrong)
 
 TEST(Arguments, NameTheFirstOfThoseThatWereNotExpected)
 {
-    EXPECT_EQ(usageError({"list", "3000", "x"}), "'3000' was not expected");
-    EXPECT_EQ(usageError({"--jsn"}), "'--jsn' was not expected");
+    EXPECT_EQ(usageError({"list", "3000", "x"}), "unexpected argument '3000'");
+    EXPECT_EQ(usageError({"--jsn"}), "unknown option '--jsn'");
 }
+
+/// A wrong command line, what is said about it, and the command whose help is named.
+struct Misuse
+{
+    std::vector<const char *> arguments;
+    std::string message;
+    std::string command = "tarnwickctl";
+};
+
+std::ostream &operator<<(std::ostream &stream, const Misuse &misuse)
+{
+    return stream << misuse.message;
+}
+
+class Misuses : public testing::TestWithParam<Misuse>
+{
+};
+
+TEST_P(Misuses, AreExplainedInASentence)
+{
+    const Arguments parsed = parseArguments(GetParam().arguments);
+    const auto *const error = std::get_if<UsageError>(&parsed);
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(error->message, GetParam().message);
+    EXPECT_EQ(error->command, GetParam().command);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Arguments, Misuses,
+    testing::Values(
+        Misuse{{"--foo"}, "unknown option '--foo'"},
+        Misuse{{"--foo=bar"}, "unknown option '--foo'"},
+        Misuse{{"--JSON"}, "unknown option '--JSON'"}, Misuse{{"-x"}, "unknown option '-x'"},
+        Misuse{{"kill", "-yx", "3000"}, "unknown option '-x'", "tarnwickctl kill"},
+        Misuse{{"list", "--yes"}, "unknown option '--yes'", "tarnwickctl list"},
+        Misuse{{"kill", "3000", "--json"}, "unknown option '--json'", "tarnwickctl kill"},
+        Misuse{{"list", "3000"}, "unexpected argument '3000'", "tarnwickctl list"},
+        Misuse{{"list", "-"}, "unexpected argument '-'", "tarnwickctl list"},
+        Misuse{{"list", ""}, "unexpected argument ''", "tarnwickctl list"},
+        Misuse{{"list", "--", "--json"}, "unexpected argument '--json'", "tarnwickctl list"},
+        Misuse{{"--json", "watch"}, "unexpected argument 'watch'"},
+        Misuse{{"--tier"}, "option '--tier' needs a value"},
+        Misuse{{"--search"}, "option '--search' needs a value"},
+        Misuse{{"--tier", "dev", "--tier"}, "option '--tier' needs a value"},
+        Misuse{{"watch", "--interval"}, "option '--interval' needs a value", "tarnwickctl watch"},
+        Misuse{{"kill", "--pid", "1", "--pid"}, "option '--pid' needs a value", "tarnwickctl kill"},
+        Misuse{{"--port", "1", "--port", "2"}, "option '--port' may be given only once"},
+        Misuse{{"--search", "a", "--search", "b"}, "option '--search' may be given only once"},
+        Misuse{{"watch", "--interval", "1", "--interval", "2"},
+               "option '--interval' may be given only once",
+               "tarnwickctl watch"},
+        Misuse{{"--json=x"}, "option '--json' takes no value"},
+        Misuse{{"--json=false"}, "option '--json' takes no value"},
+        Misuse{{"--help=x"}, "option '--help' takes no value"},
+        Misuse{{"--version=1"}, "option '--version' takes no value"},
+        Misuse{{"kill", "--yes=no", "1"}, "option '--yes' takes no value", "tarnwickctl kill"},
+        Misuse{{"--port", "http"}, "--port: 'http' is not a port: 1 to 65535"},
+        Misuse{{"kill", "http"}, "PORT: 'http' is not a port: 1 to 65535", "tarnwickctl kill"},
+        Misuse{
+            {"kill", "--pid", "x"}, "--pid: 'x' is not a process identifier", "tarnwickctl kill"},
+        Misuse{{"kill"}, "kill needs a PORT or --pid", "tarnwickctl kill"},
+        Misuse{{"start"}, "'start' is not a command: list, watch or kill"}));
 
 TEST(Arguments, TakeAnEmptySearchForNone)
 {
@@ -198,6 +263,19 @@ TEST(Arguments, HaveAHelpForEachCommandWithExamples)
     EXPECT_THAT(information({"list", "--help"}), HasSubstr("tarnwickctl list --search node"));
     EXPECT_THAT(information({"watch", "--help"}), HasSubstr("--interval SECONDS"));
     EXPECT_THAT(information({"kill", "--help"}), HasSubstr("tarnwickctl kill --pid 4711"));
+}
+
+TEST(Arguments, HaveAHelpThatFitsIn80Columns)
+{
+    constexpr std::size_t columns = 80;
+    for (const std::string &help :
+         {information({"--help"}), information({"list", "--help"}),
+          information({"watch", "--help"}), information({"kill", "--help"})}) {
+        std::istringstream lines(help);
+        for (std::string line; std::getline(lines, line);) {
+            EXPECT_LE(line.size(), columns) << line;
+        }
+    }
 }
 
 TEST(Arguments, TellTheVersion)

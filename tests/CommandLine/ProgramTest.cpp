@@ -62,6 +62,13 @@ TEST_F(ProgramTest, ExplainsWrongUsage)
     EXPECT_EQ(test.output.written, "");
 }
 
+TEST_F(ProgramTest, NamesTheHelpOfTheCommandThatWasUsedWrongly)
+{
+    EXPECT_EQ(run({"kill", "--foo"}), ExitCode::Usage);
+    EXPECT_EQ(test.errors.written,
+              "tarnwickctl: unknown option '--foo'\nTry 'tarnwickctl kill --help'.\n");
+}
+
 TEST_F(ProgramTest, ShowsWrongArgumentsHarmlessly)
 {
     EXPECT_EQ(run({"\x1b[2J"}), ExitCode::Usage);
