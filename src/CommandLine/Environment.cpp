@@ -17,11 +17,20 @@ std::string variable(const char *name)
     return value != nullptr ? value : "";
 }
 
+std::string homeFolder()
+{
+    std::string home = variable("HOME");
+    while (home.size() > 1 && home.ends_with('/')) {
+        home.pop_back();
+    }
+    return home;
+}
+
 } // namespace
 
 Environment Environment::ofThisProcess()
 {
-    return {.home = variable("HOME"),
+    return {.home = homeFolder(),
             .noColor = variable("NO_COLOR"),
             .colorTerm = variable("COLORTERM"),
             .term = variable("TERM"),

@@ -6,6 +6,7 @@
 #include "CommandLine/JsonListing.h"
 #include "CommandLine/ListenerFilter.h"
 #include "CommandLine/ListenerTable.h"
+#include "CommandLine/TerminalText.h"
 
 #include <string>
 #include <utility>
@@ -51,12 +52,13 @@ std::string ListCommand::table(const std::vector<Listener> &listeners) const
         listeners, {.now = m_console.now(),
                     .home = m_console.environment.home,
                     .style = Style(colorDepth(m_console.environment, shape.isTerminal))});
+    const std::size_t width = shape.isTerminal ? shape.columns : Table::anyWidth;
     std::string text;
-    for (const std::string &line :
-         table.lines(shape.isTerminal ? shape.columns : Table::anyWidth)) {
+    for (const std::string &line : table.lines(width)) {
         text.append(line).append("\n");
     }
-    return text.append(ListenerTable::summary(listeners)).append("\n");
+    const std::string summary = TerminalText::cut(ListenerTable::summary(listeners), width);
+    return text.append(summary).append("\n");
 }
 
 } // namespace Tarnwick

@@ -68,7 +68,7 @@ int nearestInPalette(const Rgb &color)
 
 ColorDepth colorDepth(const Environment &environment, bool isTerminal)
 {
-    if (!isTerminal || !environment.noColor.empty() || environment.term == "dumb") {
+    if (!isTerminal || !environment.noColor.empty() || environment.hasPlainTerminal()) {
         return ColorDepth::None;
     }
     if (environment.colorTerm == "truecolor" || environment.colorTerm == "24bit") {

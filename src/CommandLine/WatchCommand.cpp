@@ -61,7 +61,7 @@ ExitCode WatchCommand::run()
 Presentation WatchCommand::presentation() const
 {
     const bool canMoveTheCursor =
-        m_console.output.terminal().isTerminal && m_console.environment.term != "dumb";
+        m_console.output.terminal().isTerminal && !m_console.environment.hasPlainTerminal();
     return canMoveTheCursor && !m_arguments.json ? Presentation::InPlace : Presentation::Lines;
 }
 

@@ -105,7 +105,7 @@ struct TestConsole
     WrittenText output;
     WrittenText errors;
     PreparedAnswers input;
-    Console console{output, errors, input, Environment{.home = "/home/ada"},
+    Console console{output, errors, input, Environment{.home = "/home/ada", .term = "xterm"},
                     [] { return Timestamp(std::chrono::hours(1000)); }};
 };
 

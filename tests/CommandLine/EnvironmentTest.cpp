@@ -3,9 +3,13 @@
 
 #include "CommandLine/Environment.h"
 
+#include "tests/Support/ScopedEnvironment.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <optional>
+#include <utility>
 
 #include <unistd.h>
 
@@ -23,6 +27,27 @@ TEST(Environment, HoldsWhatIsSetAndEmptyTextsForTheRest)
     EXPECT_EQ(environment.term, "xterm");
     EXPECT_EQ(environment.noColor, "");
     EXPECT_EQ(environment.isRoot, geteuid() == 0);
+}
+
+TEST(Environment, HoldsTheHomeFolderWithoutSlashesAtItsEnd)
+{
+    for (const auto &[home, expected] : {std::pair("/home/ada/", "/home/ada"),
+                                         {"/home/ada//", "/home/ada"},
+                                         {"/", "/"},
+                                         {"//", "/"},
+                                         {"", ""}}) {
+        const ScopedEnvironment variable("HOME", home);
+        EXPECT_EQ(Environment::ofThisProcess().home, expected);
+    }
+}
+
+TEST(Environment, TakesATerminalOfNoKnownTypeForAPlainOne)
+{
+    EXPECT_TRUE(Environment{}.hasPlainTerminal());
+    EXPECT_TRUE(Environment{.term = "dumb"}.hasPlainTerminal());
+    EXPECT_FALSE(Environment{.term = "xterm"}.hasPlainTerminal());
+    const ScopedEnvironment variable("TERM", std::nullopt);
+    EXPECT_TRUE(Environment::ofThisProcess().hasPlainTerminal());
 }
 
 } // namespace Tarnwick

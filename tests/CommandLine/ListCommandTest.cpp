@@ -40,6 +40,17 @@ TEST_F(ListCommandTest, ShowsATableAndACount)
     EXPECT_EQ(test.errors.written, "");
 }
 
+TEST_F(ListCommandTest, CutsEveryLineToTheWidthOfATerminal)
+{
+    listings.listings = {std::vector{record(3000, 4711, "node")}};
+    test.output.shape = {.isTerminal = true, .columns = 20};
+    test.console.environment.noColor = "1";
+    EXPECT_EQ(run(), ExitCode::Done);
+    EXPECT_EQ(test.output.written, "PORT  TIER   PID  P…\n"
+                                   "3000  dev   4711  n…\n"
+                                   "1 listener: 0 syste…\n");
+}
+
 TEST_F(ListCommandTest, ShowsAServerOnBothFamiliesAsOneRowOfTheTableButTwoOfTheJson)
 {
     listings.listings = {std::vector{record(3000, 4711, "node"), record(3000, 4711, "node")}};

@@ -43,11 +43,13 @@ TEST(Style, HasNoColorsWhereTheUserWantsNone)
     EXPECT_EQ(colorDepth(environment, true), ColorDepth::None);
 }
 
-TEST(Style, HasNoColorsOnADumbTerminal)
+TEST(Style, HasNoColorsOnADumbTerminalAndOnOneOfNoKnownType)
 {
-    Environment environment = colorful();
-    environment.term = "dumb";
-    EXPECT_EQ(colorDepth(environment, true), ColorDepth::None);
+    for (const char *term : {"dumb", ""}) {
+        Environment environment = colorful();
+        environment.term = term;
+        EXPECT_EQ(colorDepth(environment, true), ColorDepth::None) << term;
+    }
 }
 
 TEST(Style, WritesTheAccentColorOfATierIn24Bits)

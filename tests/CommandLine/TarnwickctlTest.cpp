@@ -159,6 +159,18 @@ TEST(Tarnwickctl, HasNoColorsWhereTheUserWantsNone)
     EXPECT_THAT(result.output, Not(HasSubstr("\x1b")));
 }
 
+TEST(Tarnwickctl, HasNoColorsWhereTheTerminalIsOfNoKnownType)
+{
+    const ListeningChild child;
+    PseudoTerminal terminal(60, 24);
+    const auto result = RunningProgram({"/bin/sh", "-c", R"(unset TERM; exec "$0" "$@")",
+                                        std::string(programPath), "--port", child.portText()},
+                                       terminal, {.environment = {"NO_COLOR="}})
+                            .finish();
+    EXPECT_THAT(result.output, HasSubstr(child.portText()));
+    EXPECT_THAT(result.output, Not(HasSubstr("\x1b")));
+}
+
 TEST(TarnwickctlKill, StopsTheOwnerOfAPort)
 {
     ListeningChild child;

@@ -80,9 +80,11 @@ TEST_F(WatchCommandTest, WritesLinesOnADumbTerminalAndForJson)
     test.output.shape.isTerminal = true;
     EXPECT_EQ(watch({}, {.selection = {}, .json = true}), ExitCode::Done);
     EXPECT_EQ(presentation, Presentation::Lines);
-    test.console.environment.term = "dumb";
-    EXPECT_EQ(watch({}), ExitCode::Done);
-    EXPECT_EQ(presentation, Presentation::Lines);
+    for (const char *term : {"dumb", ""}) {
+        test.console.environment.term = term;
+        EXPECT_EQ(watch({}), ExitCode::Done);
+        EXPECT_EQ(presentation, Presentation::Lines) << term;
+    }
 }
 
 TEST_F(WatchCommandTest, ShowsOnlyWhatIsSelected)
