@@ -7,8 +7,10 @@
 #include "Shared/LogQueue.h"
 #include "Shared/WriteAll.h"
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <string>
 #include <utility>
 
@@ -65,10 +67,18 @@ std::string lineFor(std::string_view message)
     return line;
 }
 
+/// Begins on a line of its own after one that a full disk has cut off.
 void writeToStandardError(std::string_view line)
 {
+    static std::atomic<bool> isCutOff{false};
     const BrokenPipeGuard guard;
-    writeAll(STDERR_FILENO, line);
+    if (isCutOff && writeAll(STDERR_FILENO, "\n") == 1) {
+        isCutOff = false;
+    }
+    const std::size_t written = writeAll(STDERR_FILENO, line);
+    if (written > 0 && written < line.size()) {
+        isCutOff = true;
+    }
 }
 
 } // namespace
@@ -84,12 +94,13 @@ void AppLog::log(std::string_view message) noexcept
     }
 }
 
-void AppLog::flush() noexcept
+bool AppLog::flush(std::chrono::milliseconds bound) noexcept
 {
     try {
-        LogQueue::shared().flush();
+        return LogQueue::shared().flush(bound);
     } catch (...) {
         // No thread, and so no line that would wait for it.
+        return true;
     }
 }
 

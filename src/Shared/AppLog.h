@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <chrono>
 #include <string_view>
 
 namespace Tarnwick {
@@ -20,9 +21,10 @@ public:
     /// message, a line feed. Never fails, whatever the file system does. Any thread.
     static void log(std::string_view message) noexcept;
 
-    /// Returns when every line logged before the call has reached the file or was lost. For an
-    /// orderly end of the program, and for tests.
-    static void flush() noexcept;
+    /// Waits until every line logged before the call has reached the file or was lost, for @p bound
+    /// at most, and returns whether that is so. For an orderly end of the program, which a file
+    /// system that hangs must not keep from ending, and for tests.
+    static bool flush(std::chrono::milliseconds bound = std::chrono::seconds(1)) noexcept;
 };
 
 } // namespace Tarnwick

@@ -39,8 +39,22 @@ void create(const path &file, std::string_view line)
     if (!descriptor) {
         return;
     }
-    if (!writeAll(descriptor.get(), line) || std::rename(temporary.c_str(), file.c_str()) != 0) {
+    if (writeAll(descriptor.get(), line) < line.size() ||
+        std::rename(temporary.c_str(), file.c_str()) != 0) {
         ::unlink(temporary.c_str());
+    }
+}
+
+/// Appends @p line to the regular file behind @p descriptor, or nothing.
+void appendWhole(const FileDescriptor &descriptor, std::string_view line)
+{
+    struct stat status = {};
+    if (::fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return;
+    }
+    if (writeAll(descriptor.get(), line) < line.size()) {
+        // The next line would go on where a full disk has cut this one off.
+        static_cast<void>(::ftruncate(descriptor.get(), status.st_size));
     }
 }
 
@@ -50,9 +64,11 @@ void LogFile::append(std::string_view line)
 {
     const path file = Paths::applicationSupport() / "app.log";
     deleteWhenTooLarge(file);
-    const FileDescriptor descriptor(::open(file.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+    // Without O_NONBLOCK, opening a FIFO would wait for its reader.
+    constexpr int flags = O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    const FileDescriptor descriptor(::open(file.c_str(), flags));
     if (descriptor) {
-        writeAll(descriptor.get(), line);
+        appendWhole(descriptor, line);
     } else if (errno == ENOENT) {
         create(file, line);
     }

@@ -21,7 +21,7 @@ namespace Tarnwick {
 namespace {
 
 /// How long the end of the program waits for the file.
-constexpr std::chrono::seconds closingTime{2};
+constexpr std::chrono::seconds closingTime{1};
 
 /// Blocks every signal for the calling thread, and for those that it starts.
 class SignalsBlocked
@@ -82,13 +82,16 @@ void LogQueue::append(std::string line)
     m_lineTaken.notify_one();
 }
 
-void LogQueue::flush()
+bool LogQueue::flush(std::chrono::milliseconds bound)
 {
     if (!hasThread()) {
-        return;
+        return true;
     }
     std::unique_lock lock(m_mutex);
-    m_lineDone.wait(lock, [this, last = m_taken] { return m_done >= last; });
+    const bool isDone =
+        m_lineDone.wait_for(lock, bound, [this, last = m_taken] { return m_done >= last; });
+    m_stuck = !isDone;
+    return isDone;
 }
 
 void LogQueue::close()
@@ -98,7 +101,9 @@ void LogQueue::close()
     }
     std::unique_lock lock(m_mutex);
     m_closed = true;
-    m_lineDone.wait_for(lock, closingTime, [this] { return m_done == m_taken; });
+    if (!m_stuck) {
+        m_lineDone.wait_for(lock, closingTime, [this] { return m_done == m_taken; });
+    }
 }
 
 void LogQueue::run()
@@ -112,6 +117,7 @@ void LogQueue::run()
         appendToFile(line);
         lock.lock();
         ++m_done;
+        m_stuck = false;
         m_lineDone.notify_all();
     }
 }

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -15,8 +16,9 @@ namespace Tarnwick {
 
 /// Writes lines to the log file one after another on a thread of its own. That thread is never
 /// joined and the one instance never destroyed, so that a file system that hangs cannot hang the
-/// program's end; at that end, what is waiting gets a bounded time to reach the file. A process
-/// that was forked from one with a queue has no such thread, and writes nothing. Any thread.
+/// program's end; at that end, what is waiting gets a second to reach the file, less when a flush
+/// has waited in vain before. A process that was forked from one with a queue has no such thread,
+/// and writes nothing. Any thread.
 class LogQueue
 {
 public:
@@ -35,8 +37,9 @@ public:
     /// Takes @p line for the file; at the program's end, drops it.
     void append(std::string line);
 
-    /// Returns when every line taken before the call was written or lost.
-    void flush();
+    /// Waits for @p bound at most, and returns whether every line taken before the call was written
+    /// or lost.
+    bool flush(std::chrono::milliseconds bound);
 
 private:
     [[noreturn]] void run();
@@ -50,6 +53,7 @@ private:
     std::deque<std::string> m_lines;
     std::uint64_t m_taken = 0; ///< lines, since the start
     std::uint64_t m_done = 0;  ///< of those taken
+    bool m_stuck = false;      ///< a flush has waited in vain, and no line was done since
     bool m_closed = false;
 };
 

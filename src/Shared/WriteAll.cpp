@@ -10,17 +10,18 @@
 
 namespace Tarnwick {
 
-bool writeAll(int descriptor, std::string_view bytes) noexcept
+std::size_t writeAll(int descriptor, std::string_view bytes) noexcept
 {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t written = ::write(descriptor, bytes.data() + done, bytes.size() - done);
         if (written > 0) {
-            bytes.remove_prefix(static_cast<std::size_t>(written));
+            done += static_cast<std::size_t>(written);
         } else if (written == 0 || errno != EINTR) {
-            return false;
+            break;
         }
     }
-    return true;
+    return done;
 }
 
 } // namespace Tarnwick

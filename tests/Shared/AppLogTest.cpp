@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Shared/AppLog.h"
+#include "Shared/FileDescriptor.h"
 #include "Shared/Iso8601.h"
 #include "tests/Support/ScopedEnvironment.h"
 #include "tests/Support/TemporaryFolder.h"
@@ -9,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <csignal>
@@ -20,6 +22,10 @@
 #include <thread>
 
 #include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -28,6 +34,9 @@ using namespace Tarnwick;
 namespace fs = std::filesystem;
 
 namespace {
+
+/// For what has to happen, on however busy a machine.
+constexpr std::chrono::seconds patience{30};
 
 constexpr std::size_t timestampLength = std::string_view("2026-11-16T00:52:47.123Z").size();
 
@@ -56,7 +65,7 @@ std::string standardErrorOf(Action action)
 {
     testing::internal::CaptureStderr();
     action();
-    AppLog::flush();
+    AppLog::flush(patience);
     return testing::internal::GetCapturedStderr();
 }
 
@@ -76,7 +85,7 @@ protected:
         useDataHome(m_folder);
     }
 
-    void TearDown() override { AppLog::flush(); }
+    void TearDown() override { AppLog::flush(patience); }
 
     void useDataHome(const fs::path &folder)
     {
@@ -123,6 +132,15 @@ std::vector<std::string> numbers()
     return texts;
 }
 
+void writeStandardErrorTo(const fs::path &file)
+{
+    const FileDescriptor descriptor(
+        open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
+    if (dup2(descriptor.get(), STDERR_FILENO) < 0) {
+        _exit(2);
+    }
+}
+
 /// Makes standard error a pipe that nobody reads.
 void breakStandardError()
 {
@@ -132,6 +150,46 @@ void breakStandardError()
     }
     close(ends[0]);
     close(ends[1]);
+}
+
+/// Lets no file of this process grow beyond @p size, as a full disk does.
+void limitFileSize(rlim_t size)
+{
+    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = std::min(size, limit.rlim_max);
+    if (setrlimit(RLIMIT_FSIZE, &limit) != 0) {
+        _exit(2);
+    }
+}
+
+/// What endWithALogThatHangs() ends with besides 0.
+constexpr int notPermitted = 3;
+constexpr int wentWrong = 4;
+
+/// Mounts a FUSE file system that never answers on @p folder, for this process alone.
+bool mountHangingFileSystem(const fs::path &folder)
+{
+    if (unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
+        return false;
+    }
+    const int device = open("/dev/fuse", O_RDWR | O_CLOEXEC);
+    const std::string options =
+        "fd=" + std::to_string(device) + ",rootmode=40000,user_id=0,group_id=0";
+    return device >= 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("hanging", folder.c_str(), "fuse", 0, options.c_str()) == 0;
+}
+
+/// Logs a line into @p folder, where nothing ever answers, flushes in vain and ends the process.
+[[noreturn]] void endWithALogThatHangs(const fs::path &folder)
+{
+    alarm(static_cast<unsigned>(patience.count()));
+    if (!mountHangingFileSystem(folder)) {
+        _exit(notPermitted);
+    }
+    AppLog::log("x");
+    std::exit(AppLog::flush() ? wentWrong : 0);
 }
 
 } // namespace
@@ -292,12 +350,86 @@ TEST_F(AppLogTest, WritesToStandardErrorWhenTheFileCannotBeOpened)
     EXPECT_TRUE(fs::is_directory(file()));
 }
 
-TEST_F(AppLogTest, WritesToStandardErrorWhenTheDiskIsFull)
+TEST_F(AppLogTest, WritesToStandardErrorWhenTheFileIsADevice)
 {
     fs::create_directories(file().parent_path());
     fs::create_symlink("/dev/full", file());
     const std::string lines = standardErrorOf([] { AppLog::log("x"); });
     EXPECT_THAT(messagesIn(lines), testing::ElementsAre("x"));
+}
+
+TEST_F(AppLogTest, KeepsLinesApartWhenTheDiskHasNoRoomForOne)
+{
+    const fs::path errors = folder() / "errors";
+    EXPECT_EXIT(
+        {
+            writeStandardErrorTo(errors);
+            AppLog::log("first");
+            AppLog::flush(patience);
+            limitFileSize(fs::file_size(file()) + timestampLength + 3);
+            AppLog::log("second");
+            AppLog::flush(patience);
+            limitFileSize(RLIM_INFINITY);
+            AppLog::log("third");
+            AppLog::flush(patience);
+            _exit(0);
+        },
+        testing::ExitedWithCode(0), "");
+    EXPECT_THAT(messagesIn(contentsOf(file())), testing::ElementsAre("first", "third"));
+    EXPECT_THAT(messagesIn(contentsOf(errors)), testing::ElementsAre("first", "se", "third"));
+}
+
+TEST_F(AppLogTest, MakesNoFileWhenTheDiskHasNoRoomForTheLine)
+{
+    EXPECT_EXIT(
+        {
+            limitFileSize(timestampLength);
+            AppLog::log("first");
+            AppLog::flush(patience);
+            _exit(0);
+        },
+        testing::ExitedWithCode(0), "");
+    EXPECT_TRUE(fs::is_empty(file().parent_path()));
+}
+
+TEST_F(AppLogTest, IsNotHeldUpByAFileThatNobodyReads)
+{
+    fs::create_directories(file().parent_path());
+    ASSERT_EQ(mkfifo(file().c_str(), 0600), 0);
+    const std::string lines = standardErrorOf([] {
+        AppLog::log("x");
+        EXPECT_TRUE(AppLog::flush(patience));
+    });
+    EXPECT_THAT(messagesIn(lines), testing::ElementsAre("x"));
+    EXPECT_TRUE(fs::is_fifo(file()));
+}
+
+TEST_F(AppLogTest, WritesNothingToAFileThatIsRead)
+{
+    fs::create_directories(file().parent_path());
+    ASSERT_EQ(mkfifo(file().c_str(), 0600), 0);
+    const FileDescriptor reader(open(file().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    ASSERT_TRUE(reader);
+    standardErrorOf([] { AppLog::log("x"); });
+    std::array<char, 64> read{};
+    EXPECT_EQ(::read(reader.get(), read.data(), read.size()), 0);
+}
+
+TEST_F(AppLogTest, LetsTheProgramEndWhenTheFileSystemHangs)
+{
+    const fs::path hanging = folder() / "hanging";
+    fs::create_directories(hanging);
+    useDataHome(hanging);
+    int status = 0;
+    const auto end = [&status](int ended) {
+        status = ended;
+        return WIFEXITED(ended);
+    };
+    EXPECT_EXIT(endWithALogThatHangs(hanging), end, "") << "the program hung";
+    if (WEXITSTATUS(status) == notPermitted) {
+        GTEST_SKIP() << "needs FUSE and the permission to mount";
+    }
+    EXPECT_EQ(WEXITSTATUS(status), 0) << "the line was not held up";
 }
 
 TEST_F(AppLogTest, WritesWhatWasLoggedBeforeTheProgramsEnd)
@@ -340,7 +472,7 @@ TEST_F(AppLogTest, SurvivesAStandardErrorThatNobodyReads)
         {
             breakStandardError();
             AppLog::log("x");
-            AppLog::flush();
+            AppLog::flush(patience);
             _exit(0);
         },
         testing::ExitedWithCode(0), "");
@@ -365,7 +497,7 @@ TEST_F(AppLogTest, SurvivesAStandardErrorThatIsClosed)
         {
             close(STDERR_FILENO);
             AppLog::log("x");
-            AppLog::flush();
+            AppLog::flush(patience);
             _exit(0);
         },
         testing::ExitedWithCode(0), "");
@@ -381,7 +513,7 @@ TEST_F(AppLogTest, WritesNoFileInAForkedProcess)
         if (child == 0) {
             alarm(30);
             AppLog::log("child");
-            AppLog::flush();
+            AppLog::flush(patience);
             _exit(0);
         }
         int status = -1;
@@ -394,6 +526,6 @@ TEST_F(AppLogTest, WritesNoFileInAForkedProcess)
 
 TEST_F(AppLogTest, FlushesWhenNothingWasLogged)
 {
-    AppLog::flush();
+    AppLog::flush(patience);
     EXPECT_FALSE(fs::exists(file()));
 }

@@ -7,6 +7,7 @@
 #include "tests/Support/ScopedEnvironment.h"
 #include "tests/Support/TemporaryFolder.h"
 
+#include <chrono>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -21,14 +22,14 @@ public:
         : m_dataHome("XDG_DATA_HOME", m_folder.path().string())
     {
     }
-    ~RecordedLog() { AppLog::flush(); }
+    ~RecordedLog() { AppLog::flush(patience); }
     RecordedLog(const RecordedLog &) = delete;
     RecordedLog &operator=(const RecordedLog &) = delete;
 
     /// What was logged so far, without the timestamps.
     [[nodiscard]] std::vector<std::string> messages() const
     {
-        AppLog::flush();
+        AppLog::flush(patience);
         std::ifstream file(m_folder.path() / "Tarnwick" / "app.log");
         std::vector<std::string> messages;
         for (std::string line; std::getline(file, line);) {
@@ -38,6 +39,8 @@ public:
     }
 
 private:
+    static constexpr std::chrono::seconds patience{30};
+
     TemporaryFolder m_folder;
     ScopedEnvironment m_dataHome;
 };
