@@ -63,9 +63,10 @@ public:
     struct Options
     {
         SocketSource source = SocketSource::Automatic;
-        /// How often everything remembered is checked against a look at every descriptor of the
-        /// machine. Between two of these only one change goes unseen: a process that is older than
-        /// a listener's owner is handed the socket, and would now be its owner.
+        /// How often everything remembered is checked against a look at the whole machine, which
+        /// gives what a first listing would. Between two of these only one change goes unseen: a
+        /// process that is older than a listener's owner, and of the same control group, is handed
+        /// the socket, and would now be its owner.
         std::chrono::seconds auditInterval{300};
         /// The interval grows so that such a look takes no more than one part in this many of the
         /// time.

@@ -34,6 +34,15 @@ std::optional<ControlGroup> ControlGroup::make(std::string_view name)
     return ControlGroup(std::move(folder));
 }
 
+std::optional<ControlGroup> ControlGroup::makeBelow(std::string_view name) const
+{
+    std::filesystem::path folder = m_folder / name;
+    if (::mkdir(folder.c_str(), 0755) != 0) {
+        return std::nullopt;
+    }
+    return ControlGroup(std::move(folder));
+}
+
 ControlGroup::ControlGroup(ControlGroup &&other) noexcept
     : m_folder(std::exchange(other.m_folder, {}))
 {

@@ -18,6 +18,8 @@ class ControlGroup
 public:
     /// Nothing where this user may not make one.
     [[nodiscard]] static std::optional<ControlGroup> make(std::string_view name);
+    /// A group of just that name below this one, which must live longer; nothing likewise.
+    [[nodiscard]] std::optional<ControlGroup> makeBelow(std::string_view name) const;
     ~ControlGroup();
     ControlGroup(ControlGroup &&other) noexcept;
     ControlGroup &operator=(ControlGroup &&) = delete;

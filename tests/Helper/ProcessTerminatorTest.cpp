@@ -195,15 +195,6 @@ TEST_F(ProcessTerminatorTest, EndsNoOtherThanTheProcessThatIsMeant)
     EXPECT_EQ(m_terminator.terminate(*shown), KillResultCode::Terminated);
 }
 
-TEST_F(ProcessTerminatorTest, RefusesAServiceManagerThatListensForItsServices)
-{
-    const TemporaryCopy copies;
-    Puppet manager(copies.copy(Puppet::program(), "systemd"), {"systemd", "--user"});
-    manager.listen();
-    EXPECT_EQ(m_terminator.terminate(manager.pid()), KillResultCode::PermissionDenied);
-    EXPECT_FALSE(manager.hasEnded());
-}
-
 TEST_F(ProcessTerminatorTest, IsDeniedWhereTheSystemHandsOutNoProcessDescriptor)
 {
     Puppet server;

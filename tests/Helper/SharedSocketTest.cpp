@@ -118,22 +118,6 @@ TEST_F(SharedSocketTest, IsCheckedAgainstAllProcessesFromTimeToTime)
     EXPECT_EQ(only(list(m_inventory), listener.port).pid, server.pid()) << "until its next audit";
 }
 
-TEST_F(SharedSocketTest, BelongsToTheServiceAndNotToTheManagerThatHoldsItForIt)
-{
-    const TemporaryCopy copies;
-    Puppet manager(copies.copy(Puppet::program(), "systemd"), {"systemd", "--user"});
-    const int port = manager.listen(Family::V4, 40).port;
-    EXPECT_EQ(owner(port), manager.pid());
-
-    Puppet service = manager.fork();
-    service.exec(copies.copy(Puppet::program(), "service"), {"service"});
-    service.duplicate(40, 3);
-    service.close(40);
-    EXPECT_EQ(owner(port), service.pid());
-    service.end();
-    EXPECT_EQ(owner(port), manager.pid());
-}
-
 TEST_F(SharedSocketTest, SeesThatAnotherProcessReusesThePort)
 {
     auto first = std::make_unique<Puppet>();

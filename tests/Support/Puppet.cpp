@@ -183,9 +183,13 @@ void Puppet::exec(const std::filesystem::path &program, const std::vector<std::s
 
 int Puppet::pass(int descriptor, Puppet &receiver, int as)
 {
+    return std::stoi(receiver.tell({"take", std::to_string(as)}, give(descriptor).get()));
+}
+
+FileDescriptor Puppet::give(int descriptor)
+{
     sendMessage(m_channel.get(), std::string("give") + '\0' + std::to_string(descriptor));
-    const PuppetMessage given = receiveMessage(m_channel.get());
-    return std::stoi(receiver.tell({"take", std::to_string(as)}, given.descriptor.get()));
+    return receiveMessage(m_channel.get()).descriptor;
 }
 
 void Puppet::rename(std::string_view name)

@@ -53,6 +53,8 @@ public:
     void exec(const std::filesystem::path &program, const std::vector<std::string> &arguments);
     /// Passes an open descriptor to another puppet, which gets it under the number told.
     int pass(int descriptor, Puppet &receiver, int as = -1);
+    /// The test's own descriptor for what the puppet has open.
+    [[nodiscard]] FileDescriptor give(int descriptor);
     void rename(std::string_view name);
     void retitle(std::string_view title);
     void changeDirectory(const std::filesystem::path &folder);

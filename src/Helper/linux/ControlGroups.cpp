@@ -183,7 +183,14 @@ std::vector<pid_t> ControlGroups::processes(const std::string &path) const
 {
     std::vector<pid_t> found;
     parseProcesses(processList(path), found);
-    if (found.empty() && m_tellsProcesses) {
+    return found.empty() ? processesBelow(path) : found;
+}
+
+std::vector<pid_t> ControlGroups::processesBelow(const std::string &path) const
+{
+    std::vector<pid_t> found;
+    parseProcesses(processList(path), found);
+    if (m_tellsProcesses) {
         if (const FileDescriptor group = openGroup(m_root.get(), path)) {
             collect(group.get(), 0, found);
         }

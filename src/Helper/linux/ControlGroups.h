@@ -40,6 +40,9 @@ public:
     /// a group may hand its processes on to parts of itself.
     [[nodiscard]] std::vector<pid_t> processes(const std::string &path) const;
 
+    /// The processes of the group at @p path and of all groups below it.
+    [[nodiscard]] std::vector<pid_t> processesBelow(const std::string &path) const;
+
     /// What cgroup.procs of that group alone holds; empty when there is no such group.
     [[nodiscard]] std::string processList(const std::string &path) const;
 

@@ -250,6 +250,12 @@ bool HolderSearch::lookAtNumber(int descriptors, unsigned number, Stretch &stret
     return true;
 }
 
+unsigned HolderSearch::bandOf(unsigned number)
+{
+    return static_cast<unsigned>(std::count_if(bandEnds.begin(), bandEnds.end(),
+                                               [number](unsigned end) { return end <= number; }));
+}
+
 void HolderSearch::visitThreads(std::span<const ProcFs::ProcessEntry> processes)
 {
     if (ProcFs::numbering(m_root) == ProcFs::Numbering::Foreign) {

@@ -68,6 +68,10 @@ public:
     /// do not have.
     void visitThreads(std::span<const ProcFs::ProcessEntry> processes);
 
+    /// In which band a number is; 0 for the lowest. Where the kernel does not tell how many
+    /// descriptors a process has, all bands are looked at together.
+    [[nodiscard]] static unsigned bandOf(unsigned number);
+
     /// What was found up to now, ordered by socket and then process.
     [[nodiscard]] std::span<const Holder> holders();
 

@@ -225,6 +225,13 @@ void ListenerInventory::Private::look(OwnerResolution &resolution, GroupAttribut
     const Clock::time_point start = Clock::now();
     bool everywhere = memory.listing() == 1 || questions.everything;
     Places inherited;
+    // Who comes later is compared with the owner there is.
+    for (const std::uint32_t place : questions.open) {
+        const KnownSocket &known = memory.socket(place);
+        if (known.provisional && known.verified && !known.manager) {
+            resolution.look({&known.owner, 1});
+        }
+    }
     if (!everywhere) {
         resolution.look(census.newcomers());
         if (!questions.lost.empty() || !resolution.ownersAreMakers(questions.fresh)) {
@@ -239,13 +246,11 @@ void ListenerInventory::Private::look(OwnerResolution &resolution, GroupAttribut
                      !resolution.settled(questions.fresh) || anyDue(questions.open);
     }
     if (everywhere) {
-        resolution.lookEverywhere(
-            questions.everything ? OwnerResolution::Thoroughness::Everything
-                                 : OwnerResolution::Thoroughness::UntilSettled,
-            inherited,
-            [&](std::uint32_t place) { return leadsToOwner(attribution, resolution, place); });
+        resolution.lookEverywhere(inherited, [&](std::uint32_t place) {
+            return leadsToOwner(attribution, resolution, place);
+        });
         for (const std::uint32_t place : questions.open) {
-            if (memory.socket(place).manager) {
+            if (memory.socket(place).provisional) {
                 postpone(memory.socket(place));
             }
         }
@@ -273,7 +278,7 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
     }
     memory.makeRoom();
     groups.beginLook();
-    OwnerResolution resolution(root.get(), sockets, census.take());
+    OwnerResolution resolution(root.get(), sockets, census.take(), groups);
     for (const std::uint32_t place : wanted) {
         resolution.want(place);
     }
@@ -299,6 +304,7 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
             known.descriptor = owner->descriptor;
             known.thread = owner->thread;
             known.manager = owner->manager;
+            known.provisional = owner->provisional;
         } else if (owner && attemptsLeft > 0) {
             known.owner = owner->pid;
             ended.lost.push_back(place);
@@ -368,6 +374,7 @@ void ListenerInventory::Private::attribute(GroupAttribution &attribution, const 
         known.groupList = groups.processList(known.group);
         postpone(known);
         known.manager = false;
+        known.provisional = false;
         known.verified = false;
         known.attribution = KnownSocket::Attribution::None;
         if (answer.owner) {

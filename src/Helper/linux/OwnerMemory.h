@@ -33,9 +33,11 @@ struct KnownSocket
     unsigned descriptor = 0; ///< the owner's number for it
     pid_t thread = 0;        ///< the thread whose number that is; 0 where all threads share it
     bool manager = false;    ///< held by a service manager for a service that does not run
-    bool verified = false;   ///< in this listing
-    bool vanished = false;   ///< closed while this listing was made
-    bool seen = false;       ///< the owner was seen to have it when it had run last
+    /// The owner only keeps it for others, or was handed it: another holder would take its place.
+    bool provisional = false;
+    bool verified = false; ///< in this listing
+    bool vanished = false; ///< closed while this listing was made
+    bool seen = false;     ///< the owner was seen to have it when it had run last
     Timestamp firstSeen;
     std::string group;     ///< control group in which the owner was looked for
     std::string groupList; ///< the processes that the group had then
@@ -45,7 +47,7 @@ struct KnownSocket
     std::uint64_t pause = 1;   ///< between two such looks, in listings
 
     /// Whether a process that is yet to come may turn out to be the owner.
-    [[nodiscard]] bool isOpen() const { return attribution != Attribution::Held || manager; }
+    [[nodiscard]] bool isOpen() const { return attribution != Attribution::Held || provisional; }
 };
 
 /// Remembers the sockets that listen and the processes that own them. One check of each tells

@@ -4,9 +4,8 @@
 #include "Helper/linux/OwnerResolution.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 #include <tuple>
+#include <utility>
 
 #include <unistd.h>
 
@@ -15,21 +14,19 @@ namespace Tarnwick {
 namespace {
 
 constexpr pid_t initProcess = 1;
-/// The service managers that hold sockets for their services. Under any other name process 1 is
-/// what a container was made for.
-constexpr std::array<std::string_view, 4> managersOfTheSystem{"systemd", "init", "dinit",
-                                                              "shepherd"};
-/// The one that gives each user's services their sockets.
-constexpr std::string_view managerOfUsers = "systemd";
 
 } // namespace
 
 OwnerResolution::OwnerResolution(int root, std::span<const ListeningSocket> sockets,
-                                 std::span<const ProcFs::ProcessEntry> processes)
+                                 std::span<const ProcFs::ProcessEntry> processes,
+                                 ControlGroups &groups)
     : m_root(root)
     , m_numbering(ProcFs::numbering(root))
     , m_processes(processes)
+    , m_sockets(sockets)
     , m_search(root, sockets)
+    , m_membership(groups)
+    , m_roles(root)
 {
 }
 
@@ -46,8 +43,7 @@ void OwnerResolution::look(std::span<const pid_t> processes)
     climb();
 }
 
-void OwnerResolution::lookEverywhere(Thoroughness thoroughness,
-                                     std::span<const std::uint32_t> inherited,
+void OwnerResolution::lookEverywhere(std::span<const std::uint32_t> inherited,
                                      const KnownOtherwise &knownOtherwise)
 {
     unsigned least = 0;
@@ -59,9 +55,9 @@ void OwnerResolution::lookEverywhere(Thoroughness thoroughness,
         return !m_search.holders(socket).empty() || knownOtherwise(socket);
     };
     const bool settledEarly = m_search.visitAll(m_processes, [&](unsigned looked) {
-        return thoroughness == Thoroughness::UntilSettled && looked >= least &&
+        return looked >= least &&
                std::all_of(m_wanted.begin(), m_wanted.end(), [&](std::uint32_t socket) {
-                   return settled({&socket, 1}) || knownOtherwise(socket);
+                   return settled({&socket, 1}, looked) || knownOtherwise(socket);
                });
     });
     climb();
@@ -86,12 +82,14 @@ bool OwnerResolution::isMakerOfOwnerGone(std::uint32_t socket)
     return !parent || (known->session != found->pid && parent->session != known->session);
 }
 
-bool OwnerResolution::settled(std::span<const std::uint32_t> sockets)
+bool OwnerResolution::settled(std::span<const std::uint32_t> sockets, unsigned end)
 {
-    return std::all_of(sockets.begin(), sockets.end(), [this](std::uint32_t socket) {
+    return std::all_of(sockets.begin(), sockets.end(), [this, end](std::uint32_t socket) {
         const std::span<const Holder> holders = m_search.holders(socket);
-        return std::any_of(holders.begin(), holders.end(),
-                           [this](const Holder &holder) { return !isManager(holder.pid); });
+        return std::any_of(holders.begin(), holders.end(), [&](const Holder &holder) {
+            return holder.descriptor < end && holder.thread == 0 &&
+                   rank(socket, holder.pid) == Rank::InGroup;
+        });
     });
 }
 
@@ -145,11 +143,8 @@ std::vector<pid_t> OwnerResolution::relatives(pid_t holder)
         }
     }
     if (isOrphan(holder) && m_groups.insert(known->processGroup).second) {
-        for (const ProcFs::ProcessEntry &process : m_processes) {
-            if (processGroup(process.pid) == known->processGroup) {
-                found.push_back(process.pid);
-            }
-        }
+        const std::vector<pid_t> &members = membersOfGroup(known->processGroup);
+        found.insert(found.end(), members.begin(), members.end());
     }
     return found;
 }
@@ -175,39 +170,104 @@ pid_t OwnerResolution::processGroup(pid_t pid)
     return known ? known->processGroup : -1;
 }
 
-std::optional<SocketOwner> OwnerResolution::owner(std::uint32_t socket)
+const std::vector<pid_t> &OwnerResolution::membersOfGroup(pid_t group)
 {
-    struct Candidate
-    {
-        Holder holder;
-        std::uint64_t startTicks;
-        pid_t parent;
-    };
-    std::vector<Candidate> managers;
-    std::vector<Candidate> candidates;
-    for (const Holder &holder : m_search.holders(socket)) {
-        if (const std::optional<ProcFs::Stat> &known = stat(holder.pid)) {
-            std::vector<Candidate> &kind = isManager(holder.pid) ? managers : candidates;
-            kind.push_back({holder, known->startTicks, known->parent});
+    if (!m_groupMembers) {
+        m_groupMembers.emplace();
+        for (const ProcFs::ProcessEntry &process : m_processes) {
+            (*m_groupMembers)[processGroup(process.pid)].push_back(process.pid);
         }
     }
-    const bool onlyManagers = candidates.empty();
-    const std::vector<Candidate> &eligible = onlyManagers ? managers : candidates;
-    if (eligible.empty()) {
+    return (*m_groupMembers)[group];
+}
+
+OwnerResolution::Rank OwnerResolution::rank(std::uint32_t socket, pid_t pid)
+{
+    const std::optional<ProcFs::Stat> &known = stat(pid);
+    switch (known ? m_roles.role(pid, *known) : ProcessRoles::Role::Ordinary) {
+    case ProcessRoles::Role::ServiceManager:
+        return Rank::ServiceManager;
+    case ProcessRoles::Role::MessageBus:
+        return Rank::MessageBus;
+    case ProcessRoles::Role::Ordinary:
+        break;
+    }
+    return m_membership.contains(m_sockets[socket], pid) ? Rank::InGroup : Rank::Outside;
+}
+
+/// The holders of the lowest rank, which is @p best then. What only a thread has counts where no
+/// process of the same rank has it as a whole.
+std::vector<OwnerResolution::Candidate> OwnerResolution::likeliest(std::uint32_t socket, Rank &best)
+{
+    using Place = std::pair<Rank, bool>;
+    Place lowest{Rank::ServiceManager, true};
+    std::vector<Candidate> found;
+    for (const Holder &holder : m_search.holders(socket)) {
+        const std::optional<ProcFs::Stat> &known = stat(holder.pid);
+        const Place place{rank(socket, holder.pid), holder.thread != 0};
+        if (!known || place > lowest) {
+            continue;
+        }
+        if (place < lowest) {
+            found.clear();
+            lowest = place;
+        }
+        found.push_back({holder, known->startTicks, known->parent, known->processGroup});
+    }
+    best = lowest.first;
+    return found;
+}
+
+/// Keeps the candidates in the lowest band of descriptors, which every search has looked at, and
+/// those that climb() leads to from them.
+void OwnerResolution::keepLowestAndRelatives(std::vector<Candidate> &candidates)
+{
+    unsigned lowest = ~0U;
+    for (const Candidate &candidate : candidates) {
+        lowest = std::min(lowest, HolderSearch::bandOf(candidate.holder.descriptor));
+    }
+    auto others = std::partition(candidates.begin(), candidates.end(), [lowest](const auto &one) {
+        return HolderSearch::bandOf(one.holder.descriptor) == lowest;
+    });
+    auto newest = candidates.begin();
+    std::unordered_set<pid_t> relatives;
+    std::unordered_set<pid_t> groupsOfOrphans;
+    while (newest != others && others != candidates.end()) {
+        for (; newest != others; ++newest) {
+            relatives.insert({newest->parent, newest->processGroup});
+            if (isOrphan(newest->holder.pid)) {
+                groupsOfOrphans.insert(newest->processGroup);
+            }
+        }
+        others = std::partition(others, candidates.end(), [&](const Candidate &one) {
+            return relatives.contains(one.holder.pid) || groupsOfOrphans.contains(one.processGroup);
+        });
+    }
+    candidates.erase(others, candidates.end());
+}
+
+std::optional<SocketOwner> OwnerResolution::owner(std::uint32_t socket)
+{
+    Rank best = Rank::ServiceManager;
+    std::vector<Candidate> candidates = likeliest(socket, best);
+    if (candidates.empty()) {
         return std::nullopt;
     }
-    const auto isChildOfEligible = [&eligible](const Candidate &candidate) {
-        return std::any_of(eligible.begin(), eligible.end(), [&candidate](const Candidate &other) {
-            return other.holder.pid == candidate.parent;
-        });
+    keepLowestAndRelatives(candidates);
+    std::unordered_set<pid_t> pids;
+    for (const Candidate &candidate : candidates) {
+        pids.insert(candidate.holder.pid);
+    }
+    const auto order = [&pids](const Candidate &candidate) {
+        return std::tuple(candidate.startTicks, pids.contains(candidate.parent),
+                          candidate.holder.pid);
     };
-    const auto first = std::min_element(
-        eligible.begin(), eligible.end(), [&](const Candidate &left, const Candidate &right) {
-            return std::tuple(left.startTicks, isChildOfEligible(left), left.holder.pid) <
-                   std::tuple(right.startTicks, isChildOfEligible(right), right.holder.pid);
-        });
+    const auto first = std::min_element(candidates.begin(), candidates.end(),
+                                        [&order](const Candidate &left, const Candidate &right) {
+                                            return order(left) < order(right);
+                                        });
     return SocketOwner{first->holder.pid, first->holder.descriptor, first->holder.thread,
-                       onlyManagers};
+                       best == Rank::ServiceManager, best != Rank::InGroup};
 }
 
 const std::optional<ProcFs::Stat> &OwnerResolution::stat(pid_t pid)
@@ -222,11 +282,7 @@ const std::optional<ProcFs::Stat> &OwnerResolution::stat(pid_t pid)
 bool OwnerResolution::isManager(pid_t pid)
 {
     const std::optional<ProcFs::Stat> &known = stat(pid);
-    if (!known || pid != initProcess) {
-        return known && known->comm == managerOfUsers;
-    }
-    return std::find(managersOfTheSystem.begin(), managersOfTheSystem.end(), known->comm) !=
-           managersOfTheSystem.end();
+    return known && m_roles.role(pid, *known) == ProcessRoles::Role::ServiceManager;
 }
 
 } // namespace Tarnwick

@@ -3,8 +3,10 @@
 
 #pragma once
 
+#include "Helper/linux/GroupMembership.h"
 #include "Helper/linux/HolderSearch.h"
 #include "Helper/linux/ProcFs.h"
+#include "Helper/linux/ProcessRoles.h"
 #include "Helper/linux/SocketDump.h"
 
 #include <cstdint>
@@ -24,31 +26,33 @@ struct SocketOwner
     unsigned descriptor = 0; ///< its number for the socket
     pid_t thread = 0;        ///< the thread whose number that is; 0 where all threads share it
     bool manager = false;    ///< a service manager, which nobody else takes the socket from yet
+    /// Whether the process only keeps the socket for others, or lives outside of the control group
+    /// in which the socket was made: any other holder would be the owner in its place.
+    bool provisional = false;
 };
 
 /// Decides who owns sockets that several processes may hold: the process whose end ends the server.
-/// Among the holders that is the one that started first, for a child starts after its parent, and
-/// who merely inherited a descriptor after its owner; between equals it is the parent. A service
-/// manager that holds a socket to start its service on demand owns it only while nobody else does.
+/// A holder in the control group in which the socket was made comes before those outside, which
+/// were handed it; then come message buses, which have in flight what others pass on, and last
+/// service managers, which hold a socket to start its service on demand. Of the holders that are
+/// left, those with the lowest descriptors count, and their relatives; among these the owner is the
+/// one that started first, for a child starts after its parent, and who merely inherited a
+/// descriptor after its owner; between equals it is the parent. How far the search went beyond the
+/// lowest descriptors makes no difference.
 ///
 /// Made for one look; remembers nothing beyond it.
 class OwnerResolution
 {
 public:
-    /// @p sockets, and @p processes, all that there are, must outlive it.
+    /// @p sockets, @p processes, all that there are, and @p groups must outlive it.
     OwnerResolution(int root, std::span<const ListeningSocket> sockets,
-                    std::span<const ProcFs::ProcessEntry> processes);
+                    std::span<const ProcFs::ProcessEntry> processes, ControlGroups &groups);
 
     /// Names a socket whose owner is to be found.
     void want(std::uint32_t socket);
 
     /// Looks at these processes, and at those above each holder in its tree.
     void look(std::span<const pid_t> processes);
-
-    enum class Thoroughness {
-        UntilSettled, ///< ends when every wanted socket has an owner
-        Everything,   ///< looks at every descriptor
-    };
 
     /// Whether the owner of a socket that nobody was seen to hold is known in another way.
     using KnownOtherwise = std::function<bool(std::uint32_t socket)>;
@@ -66,11 +70,12 @@ public:
     /// single threads, is left out when it is not needed: every wanted socket is settled or @p
     /// knownOtherwise by then, and everybody was looked at up to the numbers that the owners of @p
     /// inherited sockets have, under which they inherited them.
-    void lookEverywhere(Thoroughness thoroughness, std::span<const std::uint32_t> inherited,
+    void lookEverywhere(std::span<const std::uint32_t> inherited,
                         const KnownOtherwise &knownOtherwise);
 
-    /// Whether each of these sockets has a holder that is no service manager.
-    [[nodiscard]] bool settled(std::span<const std::uint32_t> sockets);
+    /// Whether each of these sockets has a holder that is not provisional, with a descriptor below
+    /// @p end.
+    [[nodiscard]] bool settled(std::span<const std::uint32_t> sockets, unsigned end = ~0U);
 
     /// The owner, as far as the looks up to now tell; nothing when no holder was found.
     [[nodiscard]] std::optional<SocketOwner> owner(std::uint32_t socket);
@@ -78,20 +83,40 @@ public:
     [[nodiscard]] const HolderSearch &search() const { return m_search; }
 
 private:
+    /// The lower, the likelier the owner.
+    enum class Rank { InGroup, Outside, MessageBus, ServiceManager };
+
+    struct Candidate
+    {
+        Holder holder;
+        std::uint64_t startTicks = 0;
+        pid_t parent = 0;
+        pid_t processGroup = 0;
+    };
+
+    [[nodiscard]] Rank rank(std::uint32_t socket, pid_t pid);
+    [[nodiscard]] std::vector<Candidate> likeliest(std::uint32_t socket, Rank &best);
+    void keepLowestAndRelatives(std::vector<Candidate> &candidates);
     void climb();
     [[nodiscard]] std::vector<pid_t> relatives(pid_t holder);
     [[nodiscard]] bool isOrphan(pid_t pid);
     [[nodiscard]] const std::optional<ProcFs::Stat> &stat(pid_t pid);
     [[nodiscard]] bool isManager(pid_t pid);
     [[nodiscard]] pid_t processGroup(pid_t pid);
+    [[nodiscard]] const std::vector<pid_t> &membersOfGroup(pid_t group);
 
     int m_root;
     ProcFs::Numbering m_numbering;
     std::span<const ProcFs::ProcessEntry> m_processes;
+    std::span<const ListeningSocket> m_sockets;
     HolderSearch m_search;
+    GroupMembership m_membership;
+    ProcessRoles m_roles;
     std::vector<std::uint32_t> m_wanted;
     std::unordered_set<pid_t> m_climbed;
     std::unordered_set<pid_t> m_groups; ///< process groups whose members have been looked at
+    /// All processes by process group; filled when it is needed.
+    std::optional<std::unordered_map<pid_t, std::vector<pid_t>>> m_groupMembers;
     std::unordered_map<pid_t, std::optional<ProcFs::Stat>> m_stats;
 };
 

@@ -1,0 +1,120 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Helper/ProcessTerminator.h"
+#include "tests/Helper/ControlGroup.h"
+#include "tests/Helper/InventoryFixture.h"
+#include "tests/Helper/StuckMessage.h"
+#include "tests/Support/PrivateBus.h"
+
+#include <chrono>
+
+namespace Tarnwick {
+namespace {
+
+/// Who owns a socket that its server has handed to a process that is older.
+class PassedSocketTest : public InventoryFixture
+{
+protected:
+    /// According to an inventory that compares everything with the whole machine in each listing.
+    [[nodiscard]] std::int64_t auditedOwner(int port) { return only(list(m_audited), port).pid; }
+
+    ListenerInventory m_audited{{.source = ListenerInventory::SocketSource::Automatic,
+                                 .auditInterval = std::chrono::seconds(0),
+                                 .auditShare = 0}};
+};
+
+TEST_F(PassedSocketTest, IsNotTheMessageBusThatHasItInFlight)
+{
+    const PrivateBus bus;
+    for (const int number : {5, 40}) {
+        Puppet server;
+        const Puppet::Listener listener = server.listen(Puppet::Family::V4, number);
+        EXPECT_EQ(owner(listener.port), server.pid());
+        const StuckMessage message(bus, server.give(listener.descriptor));
+        EXPECT_EQ(owner(listener.port), server.pid()) << "descriptor " << number;
+        EXPECT_EQ(auditedOwner(listener.port), server.pid()) << "descriptor " << number;
+        EXPECT_NE(ProcessTerminator(m_inventory).terminate(bus.pid()), KillResultCode::Terminated);
+        EXPECT_EQ(ProcessTerminator(m_inventory).terminate(server.pid()),
+                  KillResultCode::Terminated);
+        EXPECT_EQ(owner(listener.port), bus.pid()) << "nobody else has it any more";
+    }
+}
+
+TEST_F(PassedSocketTest, PassesFromTheMessageBusToWhoeverTakesItOut)
+{
+    const PrivateBus bus;
+    Puppet server;
+    Puppet taker;
+    const Puppet::Listener listener = server.listen();
+    const StuckMessage message(bus, server.give(listener.descriptor));
+    FileDescriptor kept = server.give(listener.descriptor);
+    server.end();
+    kept.reset();
+    EXPECT_EQ(owner(listener.port), bus.pid());
+    Puppet heir;
+    const Puppet::Listener other = heir.listen();
+    EXPECT_EQ(owner(other.port), heir.pid());
+}
+
+TEST_F(PassedSocketTest, BelongsToTheHolderInTheControlGroupItWasMadeIn)
+{
+    const auto ofKeeper = ControlGroup::make("keeper.service");
+    const auto ofServer = ControlGroup::make("server.service");
+    if (!ofKeeper || !ofServer) {
+        GTEST_SKIP() << "no control group to be had";
+    }
+    for (const int number : {5, 40}) {
+        Puppet keeper;
+        ASSERT_TRUE(ofKeeper->take(keeper.pid()));
+        Puppet server;
+        ASSERT_TRUE(ofServer->take(server.pid()));
+        const Puppet::Listener listener = server.listen(Puppet::Family::V4, number);
+        EXPECT_EQ(owner(listener.port), server.pid());
+        server.pass(listener.descriptor, keeper, 7);
+        EXPECT_EQ(owner(listener.port), server.pid()) << "descriptor " << number;
+        EXPECT_EQ(auditedOwner(listener.port), server.pid()) << "descriptor " << number;
+        server.end();
+        EXPECT_EQ(owner(listener.port), keeper.pid());
+        EXPECT_EQ(auditedOwner(listener.port), keeper.pid());
+    }
+}
+
+TEST_F(PassedSocketTest, PassesToAHolderInTheGroupThatComesLater)
+{
+    const auto ofKeeper = ControlGroup::make("outside.service");
+    const auto ofServer = ControlGroup::make("inside.service");
+    if (!ofKeeper || !ofServer) {
+        GTEST_SKIP() << "no control group to be had";
+    }
+    Puppet server;
+    Puppet other; // keeps the group in use
+    ASSERT_TRUE(ofServer->take(server.pid()) && ofServer->take(other.pid()));
+    Puppet keeper;
+    ASSERT_TRUE(ofKeeper->take(keeper.pid()));
+    const Puppet::Listener listener = server.listen();
+    server.pass(listener.descriptor, keeper, 7);
+    server.end();
+    EXPECT_EQ(owner(listener.port), keeper.pid());
+    Puppet heir = other.fork();
+    keeper.pass(7, heir, 3);
+    EXPECT_EQ(owner(listener.port), heir.pid());
+}
+
+TEST_F(PassedSocketTest, BelongsToTheServerHoweverFarTheSearchForAnotherSocketGoes)
+{
+    // In one group, and nothing tells the two apart but the order in which they are looked at.
+    Puppet keeper;
+    Puppet server;
+    const Puppet::Listener listener = server.listen(Puppet::Family::V4, 5);
+    server.pass(listener.descriptor, keeper, 40);
+    EXPECT_EQ(only(coldList(), listener.port).pid, server.pid());
+    Puppet far;
+    const int farPort = far.listen(Puppet::Family::V4, 900).port;
+    EXPECT_EQ(owner(farPort), far.pid());
+    EXPECT_EQ(owner(listener.port), server.pid());
+    EXPECT_EQ(auditedOwner(listener.port), server.pid());
+}
+
+} // namespace
+} // namespace Tarnwick
