@@ -205,8 +205,10 @@ ExitCode KillCommand::end(const PortEntry &owner, const std::vector<std::int64_t
         m_freed.insert(asked.begin(), asked.end());
     }
     if (code == ExitCode::NotPermitted) {
-        m_console.sayError("Not allowed to stop " + processText(owner) + "." +
-                           std::string(hintForPrivilege()));
+        const std::string reason = m_ender.protection(static_cast<std::int32_t>(owner.pid));
+        m_console.sayError(
+            "Not allowed to stop " + processText(owner) +
+            (reason.empty() ? "." + std::string(hintForPrivilege()) : ": it is " + reason + "."));
     }
     return m_console.finish(outcome, code);
 }

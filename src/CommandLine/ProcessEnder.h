@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 namespace Tarnwick {
 
@@ -26,6 +27,9 @@ public:
     /// Ends that very process and waits until it has ended; `NotFound` when another one has its
     /// identifier by now.
     [[nodiscard]] virtual KillResult end(const ProcessIdentity &process) = 0;
+
+    /// What the process is that makes it one never to be ended, for people; empty for others.
+    [[nodiscard]] virtual std::string protection(std::int32_t pid) const = 0;
 };
 
 } // namespace Tarnwick

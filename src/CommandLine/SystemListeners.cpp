@@ -4,6 +4,7 @@
 #include "CommandLine/SystemListeners.h"
 
 #include "Helper/ProcessTerminator.h"
+#include "Helper/SessionGuard.h"
 
 namespace Tarnwick {
 
@@ -21,6 +22,12 @@ KillResult SystemListeners::end(const ProcessIdentity &process)
 {
     ProcessTerminator terminator(m_inventory);
     return killResultFromReply(static_cast<std::int32_t>(terminator.terminate(process)));
+}
+
+std::string SystemListeners::protection(std::int32_t pid) const
+{
+    const std::optional<SessionGuard::Part> part = SessionGuard::part(pid);
+    return part ? std::string(SessionGuard::name(*part)) : std::string();
 }
 
 } // namespace Tarnwick

@@ -20,6 +20,7 @@ public:
     [[nodiscard]] Listing list() override;
     [[nodiscard]] std::optional<ProcessIdentity> identity(std::int32_t pid) const override;
     [[nodiscard]] KillResult end(const ProcessIdentity &process) override;
+    [[nodiscard]] std::string protection(std::int32_t pid) const override;
 
 private:
     ListenerInventory m_inventory;

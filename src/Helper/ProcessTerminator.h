@@ -65,7 +65,8 @@ public:
     /// (0, negative numbers, threads), for another process than the one told, and for one that has
     /// ended or listens no more; `PermissionDenied` for process 1, this process, its @p caller, a
     /// process that does not listen or cannot be seen to, a service manager, which listens only for
-    /// its services, and one that the system does not let us look into or signal.
+    /// its services, what the session lives on (SessionGuard), and one that the system does not let
+    /// us look into or signal.
     [[nodiscard]] Started begin(std::int32_t pid,
                                 std::optional<std::int32_t> caller = std::nullopt);
 

@@ -92,11 +92,18 @@ public:
         return result != results.end() ? result->second : KillResult::Terminated;
     }
 
+    [[nodiscard]] std::string protection(std::int32_t pid) const override
+    {
+        const auto known = protections.find(pid);
+        return known != protections.end() ? known->second : std::string();
+    }
+
     /// When every process started; a moment later after each end, as if all were others then.
     std::uint64_t startTicks = 100;
     std::vector<std::int32_t> ended;
     std::vector<std::uint64_t> startsOfEnded;
     std::map<std::int32_t, KillResult> results; ///< `Terminated` for the others
+    std::map<std::int32_t, std::string> protections;
 };
 
 /// A console whose user is the test.

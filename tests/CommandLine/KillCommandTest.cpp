@@ -260,4 +260,16 @@ TEST_F(KillCommandTest, FailsWhenTheOutcomeCannotBeWritten)
     EXPECT_THAT(ends.ended, ElementsAre(4711));
 }
 
+TEST_F(KillCommandTest, SaysWhatKeepsAProcessFromBeingStopped)
+{
+    listening({record(4711, 812, "dbus-daemon", "/usr/bin/dbus-daemon")});
+    ends.results = {{812, KillResult::PermissionDenied}};
+    ends.protections = {{812, "the message bus of the session"}};
+    EXPECT_EQ(run({.ports = {4711}, .pids = {}, .yes = true, .system = true}),
+              ExitCode::NotPermitted);
+    EXPECT_THAT(test.errors.written,
+                HasSubstr("Not allowed to stop dbus-daemon (pid 812): it is the message bus of the"
+                          " session.\n"));
+}
+
 } // namespace Tarnwick

@@ -3,6 +3,7 @@
 
 #include "Helper/ProcessTerminator.h"
 
+#include "Helper/SessionGuard.h"
 #include "Helper/linux/ProcFs.h"
 
 #include <algorithm>
@@ -212,7 +213,7 @@ std::optional<KillResultCode> ProcessTerminator::refusal(std::int32_t pid, const
     }
     // What a group led to may be a client of the server, and a service manager holds its sockets
     // for others.
-    const bool mayEnd = ownership->kind == Ownership::Kind::Seen;
+    const bool mayEnd = ownership->kind == Ownership::Kind::Seen && !SessionGuard::part(pid);
     return mayEnd ? std::nullopt : std::optional(KillResultCode::PermissionDenied);
 }
 
