@@ -51,7 +51,7 @@ endfunction()
 # tarnwick_test(Name SOURCES... ) makes one test program of a layer; its tests are run one by one.
 function(tarnwick_test name)
     add_executable(${name} ${ARGN})
-    target_link_libraries(${name} PRIVATE GTest::gtest_main)
+    target_link_libraries(${name} PRIVATE TarnwickTestMain)
     tarnwick_test_program(${name})
 endfunction()
 

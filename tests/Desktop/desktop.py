@@ -20,6 +20,8 @@ import sys
 import tempfile
 import time
 
+from isolation import bus_configuration, isolated_environment, make_services
+
 PATIENCE = float(os.environ.get("TARNWICK_PATIENCE", "60"))  # seconds
 SCREEN = (1280, 800)
 PR_SET_PDEATHSIG = 1  # prctl(2)
@@ -160,21 +162,14 @@ class Desktop:
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def _start_desktop(self):
-        home = self.folder / "home"
-        for name in ("home", "run", "logs"):
-            (self.folder / name).mkdir(mode=0o700)
+        (self.folder / "logs").mkdir(mode=0o700)
         kept = {name: os.environ[name] for name in ("PATH", "LD_LIBRARY_PATH") if name in os.environ}
         for name, value in os.environ.items():
             if name.endswith("SAN_OPTIONS"):
                 kept[name] = value
-        self.environment = kept | {
-            "HOME": str(home),
-            "LANG": "C.UTF-8",
-            "XDG_RUNTIME_DIR": str(self.folder / "run"),
-            "XDG_CONFIG_HOME": str(home / ".config"),
-            "XDG_DATA_HOME": str(home / ".local/share"),
-            "XDG_CACHE_HOME": str(home / ".cache"),
-        } | (ACCESSIBLE if self._accessible else {"NO_AT_BRIDGE": "1"})
+        self.environment = kept | isolated_environment(self.folder) | (
+            ACCESSIBLE if self._accessible else {"NO_AT_BRIDGE": "1"})
+        make_services(self.folder / "services")
         if self.scale:
             self.environment["QT_SCALE_FACTOR"] = str(self.scale)
         read, write = os.pipe()
@@ -192,12 +187,14 @@ class Desktop:
         self.start_window_manager()
 
     def start_bus(self):
-        address = f"unix:path={self.folder}/run/bus"
-        self.start("bus", ["dbus-daemon", "--session", "--nofork", "--nopidfile",
-                           f"--address={address}"])
+        socket = self.folder / "run/bus"
+        address = f"unix:path={socket}"
+        configuration = self.folder / "run/bus.conf"
+        configuration.write_text(bus_configuration(socket, self.folder / "services"))
+        self.start("bus", ["dbus-daemon", "--nofork", "--nopidfile", f"--config-file={configuration}"])
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = address
         os.environ["DBUS_SESSION_BUS_ADDRESS"] = address
-        wait_for("the bus listens", (self.folder / "run/bus").exists)
+        wait_for("the bus listens", socket.exists)
 
     def stop_bus(self):
         self._end(self._processes.pop("bus"))

@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
+#include "tests/Support/IsolatedEnvironment.h"
+
 #include <gtest/gtest.h>
 
 #include <QApplication>
@@ -9,6 +11,7 @@
 /// Runs the tests beside an application with windows, with no display.
 int main(int argc, char *argv[])
 {
+    static const Tarnwick::IsolatedEnvironment environment;
     testing::InitGoogleTest(&argc, argv);
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);

@@ -8,6 +8,8 @@
 #include <string>
 #include <system_error>
 
+#include <unistd.h>
+
 namespace Tarnwick {
 
 namespace {
@@ -25,13 +27,16 @@ std::filesystem::path makeFolder()
 
 TemporaryFolder::TemporaryFolder()
     : m_path(makeFolder())
+    , m_owner(getpid())
 {
 }
 
 TemporaryFolder::~TemporaryFolder()
 {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored);
+    if (m_owner == getpid()) {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
 }
 
 } // namespace Tarnwick

@@ -5,9 +5,12 @@
 
 #include <filesystem>
 
+#include <sys/types.h>
+
 namespace Tarnwick {
 
-/// An empty folder of its own for one test; goes with everything in it.
+/// An empty folder of its own for one test; goes with everything in it, when the process that made
+/// it destroys this object: not when a child does that was forked.
 class TemporaryFolder
 {
 public:
@@ -20,6 +23,7 @@ public:
 
 private:
     std::filesystem::path m_path;
+    pid_t m_owner;
 };
 
 } // namespace Tarnwick

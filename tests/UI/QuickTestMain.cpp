@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
+#include "tests/Support/IsolatedEnvironment.h"
+
 #include <QObject>
 #include <QQmlEngine>
 #include <QQuickWindow>
@@ -27,6 +29,7 @@ public Q_SLOTS:
 /// Runs one tst_*.qml, given with -input, drawing as the panel does and with no display.
 int main(int argc, char *argv[])
 {
+    static const Tarnwick::IsolatedEnvironment environment;
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     Setup setup;
