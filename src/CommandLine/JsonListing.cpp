@@ -7,9 +7,6 @@
 #include "Shared/RawPortInfoWriter.h"
 #include "Shared/Utf8.h"
 
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-
 #include <algorithm>
 #include <array>
 
@@ -17,16 +14,13 @@ namespace Tarnwick {
 
 namespace {
 
-using Buffer = rapidjson::StringBuffer;
-using Writer = rapidjson::Writer<Buffer>;
-
-void writeMember(Writer &writer, std::string_view key, std::string_view text)
+void writeMember(JsonWriter &writer, std::string_view key, std::string_view text)
 {
     writer.Key(key.data(), static_cast<rapidjson::SizeType>(key.size()));
     writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
 }
 
-void writeObject(Writer &writer, const Listener &listener, std::string_view change)
+void writeObject(JsonWriter &writer, const Listener &listener, std::string_view change)
 {
     writer.StartObject();
     if (!change.empty()) {
@@ -83,34 +77,38 @@ void appendWithInvisibleEscaped(std::string &escaped, std::string_view json)
 
 } // namespace
 
-std::string JsonListing::array(std::span<const Listener> listeners)
+std::error_code JsonListing::write(std::span<const Listener> listeners, TextOutput &output)
 {
+    constexpr std::size_t stepSize = 64UL * 1024;
     if (listeners.empty()) {
-        return "[]\n";
+        return output.write("[]\n");
     }
     std::string json;
     std::string_view separator = "[\n";
-    Buffer buffer;
-    Writer writer(buffer);
+    JsonBuffer buffer;
+    JsonWriter writer(buffer);
     for (const Listener &listener : listeners) {
         buffer.Clear();
         writer.Reset(buffer);
         writeObject(writer, listener, {});
         json += separator;
         appendWithInvisibleEscaped(json, {buffer.GetString(), buffer.GetSize()});
-        if (separator.front() == '[') {
-            // Records are much alike in size: what the first takes tells what all will.
-            json.reserve(json.size() * (listeners.size() + 1));
+        if (json.size() >= stepSize) {
+            if (const std::error_code error = output.write(json)) {
+                return error;
+            }
+            json.clear();
         }
         separator = ",\n";
     }
-    return json += "\n]\n";
+    json += "\n]\n";
+    return output.write(json);
 }
 
 std::string JsonListing::changeLine(std::string_view change, const Listener &listener)
 {
-    Buffer buffer;
-    Writer writer(buffer);
+    JsonBuffer buffer;
+    JsonWriter writer(buffer);
     writeObject(writer, listener, change);
     std::string line;
     appendWithInvisibleEscaped(line, {buffer.GetString(), buffer.GetSize()});

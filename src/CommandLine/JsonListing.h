@@ -4,10 +4,12 @@
 #pragma once
 
 #include "CommandLine/Listener.h"
+#include "CommandLine/TextOutput.h"
 
 #include <span>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace Tarnwick {
 
@@ -20,8 +22,10 @@ class JsonListing
 public:
     JsonListing() = delete;
 
-    /// An array with one object on each line, and a line feed at the end; "[]" when there are none.
-    [[nodiscard]] static std::string array(std::span<const Listener> listeners);
+    /// Writes an array with one object on each line, and a line feed at the end; "[]" when there
+    /// are none. In steps, so that the whole is never in memory; ends with the first that fails.
+    [[nodiscard]] static std::error_code write(std::span<const Listener> listeners,
+                                               TextOutput &output);
 
     /// One object on a line of its own that begins with the member "change" of the value @p change.
     [[nodiscard]] static std::string changeLine(std::string_view change, const Listener &listener);

@@ -36,7 +36,7 @@ ExitCode ListCommand::run()
         m_console.say(filter.nothingFound());
     }
     if (m_arguments.json) {
-        return m_console.finish(JsonListing::array(listeners), code);
+        return m_console.concluded(JsonListing::write(listeners, m_console.output), code);
     }
     if (listeners.empty()) {
         return code;

@@ -7,9 +7,6 @@
 #include "Shared/RawPortInfoDecoder.h"
 #include "Shared/RawPortInfoWriter.h"
 
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-
 namespace Tarnwick {
 
 namespace {
@@ -44,16 +41,19 @@ RawPortInfo::Decoded RawPortInfo::decode(std::string_view payload)
 
 std::string RawPortInfo::encode(std::span<const RawPortInfo> records)
 {
-    rapidjson::StringBuffer text;
-    rapidjson::Writer<rapidjson::StringBuffer> writer(text);
-    writer.StartArray();
+    std::string payload = "[";
+    JsonBuffer text; // of one record, so that the whole is never there twice
+    JsonWriter writer(text);
     for (const RawPortInfo &record : records) {
+        text.Clear();
+        writer.Reset(text);
         writer.StartObject();
         writeMembers(writer, record);
         writer.EndObject();
+        payload += payload.size() > 1 ? "," : "";
+        payload.append(text.GetString(), text.GetSize());
     }
-    writer.EndArray();
-    return {text.GetString(), text.GetSize()};
+    return payload += ']';
 }
 
 } // namespace Tarnwick

@@ -57,7 +57,8 @@ struct RawPortInfo
     [[nodiscard]] static Decoded decode(std::string_view payload);
 
     /// The payload for @p records, the nine keys in order. A string that is not UTF-8, or a date
-    /// outside the years 0000 to 9999, is a programming error and stops the program.
+    /// outside the years 0000 to 9999, is a programming error and stops the program. Throws
+    /// std::bad_alloc.
     [[nodiscard]] static std::string encode(std::span<const RawPortInfo> records);
 };
 

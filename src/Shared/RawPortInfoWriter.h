@@ -4,11 +4,15 @@
 #pragma once
 
 #include "Models/Precondition.h"
+#include "Shared/CheckedAllocator.h"
 #include "Shared/Iso8601.h"
 #include "Shared/RawPortInfo.h"
 #include "Shared/Utf8.h"
 
+#include <rapidjson/encodings.h>
 #include <rapidjson/rapidjson.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
 
 #include <span>
 #include <string>
@@ -16,11 +20,15 @@
 
 namespace Tarnwick {
 
+/// Writes JSON as the library does; throws std::bad_alloc where that has no memory.
+using JsonBuffer = rapidjson::GenericStringBuffer<rapidjson::UTF8<>, CheckedAllocator>;
+using JsonWriter =
+    rapidjson::Writer<JsonBuffer, rapidjson::UTF8<>, rapidjson::UTF8<>, CheckedAllocator>;
+
 /// Writes the nine members of @p record, in the order of the wire format, into the object that is
-/// open in @p writer, a rapidjson::Writer or PrettyWriter. Checks the encoding of the strings
-/// itself: the writer's own check reads past the end of a string that was cut within a character.
-template<class Writer>
-void writeMembers(Writer &writer, const RawPortInfo &record)
+/// open in @p writer. Checks the encoding of the strings itself: the writer's own check reads past
+/// the end of a string that was cut within a character.
+inline void writeMembers(JsonWriter &writer, const RawPortInfo &record)
 {
     const auto string = [&writer](std::string_view text) {
         if (!Utf8::isValid(text)) {

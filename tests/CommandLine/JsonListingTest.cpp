@@ -25,16 +25,23 @@ std::vector<RawPortInfo> decoded(const std::string &json)
     return records != nullptr ? *records : std::vector<RawPortInfo>{};
 }
 
+std::string array(std::span<const Listener> listeners)
+{
+    WrittenText output;
+    EXPECT_FALSE(JsonListing::write(listeners, output));
+    return output.written;
+}
+
 } // namespace
 
 TEST(JsonListing, IsAnEmptyArrayWhenNothingListens)
 {
-    EXPECT_EQ(JsonListing::array({}), "[]\n");
+    EXPECT_EQ(array({}), "[]\n");
 }
 
 TEST(JsonListing, WritesTheNineMembersThenTierAndDescription)
 {
-    EXPECT_EQ(JsonListing::array(listenersFrom({record(3000, 4711, "node")})),
+    EXPECT_EQ(array(listenersFrom({record(3000, 4711, "node")})),
               "[\n"
               R"({"pid":4711,"port":3000,"processName":"node",)"
               R"("commandPath":"/home/ada/.nvm/versions/node/v20/bin/node",)"
@@ -46,8 +53,8 @@ TEST(JsonListing, WritesTheNineMembersThenTierAndDescription)
 
 TEST(JsonListing, WritesOneRecordOnEachLine)
 {
-    const std::string json = JsonListing::array(
-        listenersFrom({record(1, 1, "a\nb"), record(2, 2, "c"), record(3, 3, "d")}));
+    const std::string json =
+        array(listenersFrom({record(1, 1, "a\nb"), record(2, 2, "c"), record(3, 3, "d")}));
     EXPECT_EQ(std::count(json.begin(), json.end(), '\n'), 5);
     EXPECT_THAT(json, HasSubstr("},\n{\"pid\":2"));
 }
@@ -57,21 +64,50 @@ TEST(JsonListing, GivesBackWhatWasReportedWhateverItHolds)
     std::vector<RawPortInfo> records{record(80, 1, "né\x7f日本\U0001F600 \"q\" \\ /")};
     records.front().arguments = {"\x1b[31m", "\u009B31m", "a\u202Eb",          "\U000E0041",
                                  "\uFE0F",   "",          std::string("\0", 1)};
-    EXPECT_EQ(decoded(JsonListing::array(listenersFrom(records))), records);
+    EXPECT_EQ(decoded(array(listenersFrom(records))), records);
 }
 
 TEST(JsonListing, SendsNothingToATerminalThatDoesNotPrint)
 {
     std::vector<RawPortInfo> records{record(80, 1, "\x1b]0;x\x07\x7f\u009B\u202E\U000E0041")};
-    const std::string json = JsonListing::array(listenersFrom(records));
+    const std::string json = array(listenersFrom(records));
     EXPECT_THAT(json,
                 HasSubstr(R"("processName":"\u001B]0;x\u0007\u007f\u009b\u202e\udb40\udc41")"));
 }
 
 TEST(JsonListing, LeavesPrintingTextAsItIs)
 {
-    EXPECT_THAT(JsonListing::array(listenersFrom({record(80, 1, "日本 é")})),
+    EXPECT_THAT(array(listenersFrom({record(80, 1, "日本 é")})),
                 HasSubstr(R"("processName":"日本 é")"));
+}
+
+TEST(JsonListing, IsNeverInMemoryAsAWhole)
+{
+    class Steps : public WrittenText
+    {
+    public:
+        [[nodiscard]] std::error_code write(std::string_view text) override
+        {
+            longest = std::max(longest, text.size());
+            return WrittenText::write(text);
+        }
+        std::size_t longest = 0;
+    } output;
+    RawPortInfo large = record(80, 1, "a");
+    large.arguments.assign(50, std::string(100, 'x'));
+    const std::vector<RawPortInfo> records(200, large);
+    EXPECT_FALSE(JsonListing::write(listenersFrom(records), output));
+    EXPECT_EQ(decoded(output.written), records);
+    EXPECT_GT(output.written.size(), 1'000'000U);
+    EXPECT_LT(output.longest, 100'000U);
+}
+
+TEST(JsonListing, EndsWithTheFirstStepThatFails)
+{
+    WrittenText output;
+    output.error = std::make_error_code(std::errc::no_space_on_device);
+    EXPECT_EQ(JsonListing::write(listenersFrom({record(80, 1, "a")}), output), output.error);
+    EXPECT_EQ(JsonListing::write({}, output), output.error);
 }
 
 TEST(JsonListing, BeginsALineOfAWatchWithTheChange)

@@ -5,6 +5,8 @@
 #include "Shared/Version.h"
 #include "tests/CommandLine/ListeningChild.h"
 #include "tests/CommandLine/ProgramPaths.h"
+#include "tests/Support/HelperProgram.h"
+#include "tests/Support/HostileServer.h"
 #include "tests/Support/RunningProgram.h"
 
 #include <gmock/gmock.h>
@@ -83,6 +85,27 @@ TEST(Tarnwickctl, KeepsHostileNamesFromItsOutput)
         EXPECT_THAT(result.output, Not(HasSubstr("\u202E")));
         EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 3);
     }
+}
+
+TEST(Tarnwickctl, BoundsItsMemoryWhateverAProcessCallsItself)
+{
+    if (isSanitized) {
+        GTEST_SKIP() << "a sanitizer reserves more memory than is left";
+    }
+    constexpr int listeners = 400;
+    Puppet hostile = hostileServer();
+    for (int count = 0; count < listeners; ++count) {
+        hostile.listen();
+    }
+    const auto result = run({"/bin/sh", "-c", R"(ulimit -v 200000; exec "$0" "$@")",
+                             std::string(programPath), "--json"});
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    const RawPortInfo::Decoded decoded = RawPortInfo::decode(result.output);
+    const auto *records = std::get_if<std::vector<RawPortInfo>>(&decoded);
+    ASSERT_NE(records, nullptr);
+    EXPECT_EQ(std::count_if(records->begin(), records->end(),
+                            [&hostile](const auto &record) { return record.pid == hostile.pid(); }),
+              listeners);
 }
 
 TEST(Tarnwickctl, TellsItsVersionAndHelps)

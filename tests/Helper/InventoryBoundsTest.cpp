@@ -1,7 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
+#include "Helper/RecordBounds.h"
+#include "Shared/JsonText.h"
 #include "tests/Helper/InventoryFixture.h"
+#include "tests/Support/HostileServer.h"
 
 #include <sys/resource.h>
 
@@ -74,6 +77,17 @@ TEST_F(InventoryBoundsTest, BoundsTheArgumentsOfAWholeListing)
     }
     EXPECT_EQ(only(records, port).arguments,
               (std::vector<std::string>{"modest", "--with", "arguments"}));
+}
+
+TEST_F(InventoryBoundsTest, BoundsNamesAndPathsThatAProcessChooses)
+{
+    Puppet server = hostileServer();
+    const int port = server.listen().port;
+    const RawPortInfo record = only(list(m_inventory), port);
+    EXPECT_TRUE(record.processName.starts_with(hostileName + std::string(20, '\x01')));
+    EXPECT_TRUE(record.processName.ends_with("…"));
+    EXPECT_LE(JsonText::size(record.processName), RecordBounds::maxNameSize);
+    EXPECT_EQ(record.arguments.size(), 0U) << "the first one is too long";
 }
 
 TEST_F(InventoryBoundsTest, NamesMoreOwnersThanItMayKeepFilesOf)

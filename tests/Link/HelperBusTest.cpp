@@ -101,6 +101,21 @@ TEST_F(HelperBusTest, TellsAnErrorWithoutANameAsOneOfInputAndOutput)
     EXPECT_TRUE(ends(helper));
 }
 
+TEST_F(HelperBusTest, RefusesAListingThatIsLargerThanTheBusTakes)
+{
+    m_work.list = [] {
+        RawPortInfo large;
+        large.processName.assign(100'000, 'x');
+        return Listing(std::vector<RawPortInfo>(700, large));
+    };
+    auto helper = start(usualPatience);
+    ASSERT_TRUE(opens());
+    EXPECT_EQ(m_caller.list().error, "System.Error.EMSGSIZE");
+    EXPECT_EQ(m_caller.kill(4711).code, 3) << "it is still on the bus";
+    m_caller.leave();
+    EXPECT_TRUE(ends(helper));
+}
+
 TEST_F(HelperBusTest, TellsWhoAsksToTheTerminator)
 {
     std::optional<std::int32_t> told;

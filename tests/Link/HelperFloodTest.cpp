@@ -1,20 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
-#include "Shared/FileDescriptor.h"
 #include "tests/Link/HelperFixture.h"
 #include "tests/Support/HelperProgram.h"
+#include "tests/Support/OwnNetwork.h"
 
 #include <chrono>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <net/if.h>
 #include <poll.h>
-#include <sched.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
 
 namespace Tarnwick {
 namespace {
@@ -33,16 +29,7 @@ protected:
     static constexpr seconds patience{300};
 
     /// What else listens on this machine would have its share in the helper's memory.
-    static void SetUpTestSuite()
-    {
-        if (::unshare(CLONE_NEWNET) != 0) {
-            return;
-        }
-        const FileDescriptor any(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-        ifreq loopback = {.ifr_ifrn = {"lo"}, .ifr_ifru = {}};
-        loopback.ifr_flags = IFF_UP;
-        isAlone = ::ioctl(any.get(), SIOCSIFFLAGS, &loopback) == 0;
-    }
+    static void SetUpTestSuite() { isAlone = enterOwnNetwork(); }
 
     void SetUp() override
     {

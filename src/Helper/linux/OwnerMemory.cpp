@@ -3,6 +3,8 @@
 
 #include "Helper/linux/OwnerMemory.h"
 
+#include "Helper/RecordBounds.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -28,16 +30,6 @@ std::size_t mostOpenProcesses()
     return static_cast<std::size_t>(usable / ProcessInspector::mostDescriptors);
 }
 
-/// Keeps the first of @p arguments, as many as fit into @p room.
-void cut(std::vector<std::string> &arguments, std::size_t room)
-{
-    auto end = arguments.begin();
-    for (; end != arguments.end() && end->size() + sizeof(std::string) <= room; ++end) {
-        room -= end->size() + sizeof(std::string);
-    }
-    arguments.erase(end, arguments.end());
-}
-
 RawPortInfo recordOf(const ListeningSocket &socket, const ProcessInspector &owner)
 {
     const ProcessDetails &details = owner.details();
@@ -58,7 +50,7 @@ RawPortInfo recordWithoutOwner(const ListeningSocket &socket, const KnownSocket 
 {
     RawPortInfo record;
     record.port = socket.port;
-    record.processName = known.unit.empty() ? "unknown" : known.unit;
+    record.processName = known.unit.empty() ? "unknown" : RecordBounds::name(known.unit);
     record.processStartedAt = known.firstSeen;
     return record;
 }
@@ -242,28 +234,38 @@ const ProcessInspector *OwnerMemory::owner(const KnownSocket &known) const
     return process == m_processes.end() ? nullptr : process->second.inspector.get();
 }
 
-/// What the arguments in one record may take up: whatever they do, unless all are too many.
-std::size_t OwnerMemory::argumentShare() const
+std::size_t OwnerMemory::recordCost(const KnownSocket &known) const
 {
-    std::size_t greatest = 0;
+    const ProcessInspector *process = owner(known);
+    return process != nullptr ? process->details().recordCost
+                              : RecordBounds::cost(recordWithoutOwner({}, known));
+}
+
+/// What one record may cost: whatever it does, unless all are too large together.
+std::size_t OwnerMemory::recordShare() const
+{
+    std::size_t greatest = RecordBounds::costWithName;
     for (const auto &[pid, process] : m_processes) {
-        greatest =
-            std::max(greatest, process.inspector ? process.inspector->details().argumentCost : 0);
+        if (process.inspector) {
+            greatest = std::max(greatest, process.inspector->details().recordCost);
+        }
     }
-    if (greatest * m_places.size() <= mostArguments) {
-        return mostArguments;
+    if (greatest * m_places.size() <= RecordBounds::maxListingSize) {
+        return RecordBounds::maxListingSize;
     }
     std::size_t cost = 0;
     for (const KnownSocket *known : m_places) {
-        const ProcessInspector *process = owner(*known);
-        cost += process != nullptr ? process->details().argumentCost : 0;
+        cost += recordCost(*known);
     }
-    return cost <= mostArguments ? mostArguments : mostArguments / m_places.size();
+    return cost <= RecordBounds::maxListingSize ? RecordBounds::maxListingSize
+                                                : RecordBounds::share(m_places.size());
 }
 
 std::vector<RawPortInfo> OwnerMemory::records(std::span<const ListeningSocket> sockets) const
 {
-    const std::size_t share = argumentShare();
+    const std::size_t share = recordShare();
+    // A process may have thousands of sockets, whose records are the same but for the port.
+    std::unordered_map<const ProcessInspector *, RawPortInfo> shortened;
     std::vector<RawPortInfo> records;
     records.reserve(sockets.size());
     for (std::size_t place = 0; place < sockets.size(); ++place) {
@@ -272,11 +274,18 @@ std::vector<RawPortInfo> OwnerMemory::records(std::span<const ListeningSocket> s
             continue;
         }
         const ProcessInspector *process = owner(known);
-        records.push_back(process != nullptr ? recordOf(sockets[place], *process)
-                                             : recordWithoutOwner(sockets[place], known));
-        if (process != nullptr && process->details().argumentCost > share) {
-            cut(records.back().arguments, share / 2);
-            cut(records.back().originArguments, share / 2);
+        if (process == nullptr) {
+            records.push_back(
+                RecordBounds::shortened(recordWithoutOwner(sockets[place], known), share));
+        } else if (process->details().recordCost <= share) {
+            records.push_back(recordOf(sockets[place], *process));
+        } else {
+            const auto [cut, isNew] = shortened.try_emplace(process);
+            if (isNew) {
+                cut->second = RecordBounds::shortened(recordOf(sockets[place], *process), share);
+            }
+            records.push_back(cut->second);
+            records.back().port = sockets[place].port;
         }
     }
     return records;

@@ -76,12 +76,8 @@ public:
     [[nodiscard]] bool assign(std::size_t place, pid_t pid, KnownSocket::Attribution attribution,
                               const BootClock &clock);
 
-    /// The most that the arguments in one listing may take up, with what each costs beside its
-    /// text. Past it every record keeps as many as fit into an equal share: a process may have
-    /// thousands of sockets, each of which has a record with all its arguments.
-    static constexpr std::size_t mostArguments = 16UL * 1024 * 1024;
-
-    /// What this listing tells: a record for each socket that has not vanished.
+    /// What this listing tells: a record for each socket that has not vanished, within the bounds
+    /// of a listing (see RecordBounds).
     [[nodiscard]] std::vector<RawPortInfo> records(std::span<const ListeningSocket> sockets) const;
 
     /// What this listing found @p pid to own.
@@ -122,7 +118,8 @@ private:
     void releaseIfTooMany(Process &process);
     void rememberTold();
     [[nodiscard]] const ProcessInspector *owner(const KnownSocket &known) const;
-    [[nodiscard]] std::size_t argumentShare() const;
+    [[nodiscard]] std::size_t recordCost(const KnownSocket &known) const;
+    [[nodiscard]] std::size_t recordShare() const;
 
     int m_root;
     ProcFs::Numbering m_numbering;

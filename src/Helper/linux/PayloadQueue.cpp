@@ -3,12 +3,16 @@
 
 #include "Helper/linux/PayloadQueue.h"
 
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 
 namespace Tarnwick {
 
 namespace {
+
+/// An array in a message of D-Bus (its specification, "Valid Signatures").
+constexpr std::size_t maxPayloadSize = 64UL * 1024 * 1024;
 
 /// Answers with an error of the system. Its name is never one of the bus's own, which would tell
 /// the client that the link is broken, and not the listing.
@@ -47,8 +51,15 @@ void PayloadQueue::answer(const BusMessage &request, const HelperService::ListAn
         m_clients.answered(sd_bus_message_get_sender(request.get()));
         return;
     }
+    const HelperService::Payload &payload = std::get<HelperService::Payload>(answer);
+    if (payload->size() > maxPayloadSize) {
+        // The bus would end the connection of who sends it.
+        replyWithError(request.get(), EMSGSIZE, "the listing is larger than the bus takes");
+        m_clients.answered(sd_bus_message_get_sender(request.get()));
+        return;
+    }
     m_waiting.push_back(request);
-    m_latest = std::get<HelperService::Payload>(answer);
+    m_latest = payload;
     send();
 }
 

@@ -4,9 +4,9 @@
 #include "Helper/linux/ProcessInspector.h"
 
 #include "Helper/ProcessName.h"
+#include "Helper/RecordBounds.h"
 #include "Helper/linux/CachedPath.h"
 #include "Helper/linux/ForeignExecutable.h"
-#include "Shared/Utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -290,26 +290,15 @@ void ProcessInspector::describe()
     const std::vector<std::string> arguments = splitArguments(m_rawCommandLine);
     const std::string path = m_rawExecutable.empty() ? ForeignExecutable::find(comm, arguments)
                                                      : withoutDeletedMark(m_rawExecutable);
-    const auto sanitized = [](const std::vector<std::string> &texts) {
-        std::vector<std::string> result;
-        result.reserve(texts.size());
-        std::transform(texts.begin(), texts.end(), std::back_inserter(result), Utf8::sanitized);
-        return result;
-    };
-    m_details.processName = Utf8::sanitized(ProcessName::from(comm, path, arguments));
-    m_details.commandPath = Utf8::sanitized(path);
-    m_details.cwd = Utf8::sanitized(withoutDeletedMark(m_rawDirectory));
-    m_details.arguments = sanitized(arguments);
+    m_details.processName = RecordBounds::name(ProcessName::from(comm, path, arguments));
+    m_details.commandPath = RecordBounds::path(path);
+    m_details.cwd = RecordBounds::path(withoutDeletedMark(m_rawDirectory));
+    m_details.arguments = RecordBounds::arguments(arguments);
     m_details.originArguments.clear();
     if (m_rawLeaderCommandLine != m_rawCommandLine) {
-        m_details.originArguments = sanitized(splitArguments(m_rawLeaderCommandLine));
+        m_details.originArguments = RecordBounds::arguments(splitArguments(m_rawLeaderCommandLine));
     }
-    m_details.argumentCost = 0;
-    for (const auto *texts : {&m_details.arguments, &m_details.originArguments}) {
-        for (const std::string &text : *texts) {
-            m_details.argumentCost += text.size() + sizeof(std::string);
-        }
-    }
+    m_details.recordCost = RecordBounds::cost(m_details);
 }
 
 std::vector<std::string> ProcessInspector::splitArguments(std::string_view commandLine)

@@ -21,7 +21,7 @@
 
 namespace Tarnwick {
 
-/// What a listing tells of a process. All texts are UTF-8.
+/// What a listing tells of a process. All texts are UTF-8 and within the bounds of a record.
 struct ProcessDetails
 {
     std::string processName;
@@ -29,9 +29,9 @@ struct ProcessDetails
     std::string cwd;
     std::vector<std::string> arguments;
     std::vector<std::string> originArguments;
-    std::size_t argumentCost = 0; ///< bytes that copies of both lists of arguments take up
     std::uint64_t memoryBytes = 0;
     Timestamp startedAt;
+    std::size_t recordCost = 0; ///< of a record with these texts, see RecordBounds
 };
 
 /// Looks at one process, again and again: keeps its files of /proc open, so that a look costs a
