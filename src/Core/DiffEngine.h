@@ -34,7 +34,9 @@ public:
     /// Brings the registry up to date with one scan and then continues its caller, on the main
     /// thread. Of equal entries the first counts. What is new is opened, in the order of the list,
     /// then what is gone is closed; each change is one visit to the main thread, between which
-    /// other calls may proceed: they compare with the entries of this one. Main thread.
+    /// other calls may proceed: they compare with the entries of this one. Where calls have
+    /// overlapped, the last of them to end leaves the registry as if each had been applied whole
+    /// before the next, without touching what is right. Main thread.
     [[nodiscard]] QCoro::Task<void> process(std::vector<SharedPortEntry> entries);
 
 private:
