@@ -3,6 +3,7 @@
 
 #include "Shared/FileDescriptor.h"
 #include "tests/Link/HelperFixture.h"
+#include "tests/Link/ReplyForger.h"
 #include "tests/Support/OtherUser.h"
 #include "tests/Support/TemporaryFolder.h"
 
@@ -278,6 +279,29 @@ TEST_F(HelperOnSecretiveBus, RefusesWhoeverItCannotIdentify)
     EXPECT_EQ(m_caller.answer(m_caller.askForList(), seconds(10)).error,
               "org.freedesktop.DBus.Error.AccessDenied");
     EXPECT_EQ(m_caller.answer(m_caller.askToKill(4711), seconds(10)).error,
+              "org.freedesktop.DBus.Error.AccessDenied");
+}
+
+TEST_F(HelperOnSecretiveBus, BelievesNobodyElseWhoAsks)
+{
+    // Replies with every serial number that the helper's next calls may have wait for it behind the
+    // request.
+    constexpr std::uint64_t serials = 64;
+    const ReplyForger forger(m_bus.address());
+    const std::string helper = m_caller.owner("com.velmora.tarnwick.helper");
+    m_helper.signal(SIGSTOP);
+    const auto request = m_caller.askForList();
+    m_caller.flush();
+    ASSERT_EQ(m_caller.owner("com.velmora.tarnwick.helper"), helper); // the bus has the request
+    for (std::uint64_t serial = 1; serial < serials; ++serial) {
+        forger.replyTo(helper, serial, [](sd_bus_message *reply) {
+            sd_bus_message_append(reply, "a{sv}", 2, "UnixUserID", "u", ::geteuid(), "ProcessID",
+                                  "u", 1U);
+        });
+    }
+    forger.flush();
+    m_helper.signal(SIGCONT);
+    EXPECT_EQ(m_caller.answer(request, seconds(10)).error,
               "org.freedesktop.DBus.Error.AccessDenied");
 }
 

@@ -11,8 +11,13 @@ namespace Tarnwick {
 
 namespace {
 
-constexpr const char *busService = "org.freedesktop.DBus";
-constexpr const char *busPath = "/org/freedesktop/DBus";
+/// The signal by which the bus tells that @p name, a unique name, has left.
+std::string matchRule(const std::string &name)
+{
+    return std::string("type='signal',sender='") + BusDaemonCalls::service + "',path='" +
+           BusDaemonCalls::path + "',interface='" + BusDaemonCalls::service +
+           "',member='NameOwnerChanged',arg0='" + name + "'";
+}
 
 /// Reads a value of type u where the variant that comes next holds one, and else skips it.
 std::optional<std::uint32_t> readNumber(sd_bus_message *message)
@@ -66,17 +71,35 @@ struct BusClients::Client
 {
     BusClients &clients;
     std::string name;
-    BusSlot leaving;
-    BusSlot credentials;
-    std::optional<Identity> identity;
-    std::vector<Known> waiting; ///< for the identity
+    BusDaemonCalls::Id watched = 0;
+    BusDaemonCalls::Id credentials = 0;
+    std::optional<Identity> identity{};
+    std::vector<Known> waiting{}; ///< for the identity
     std::size_t unanswered = 0;
+
+    Client(BusClients &all, std::string uniqueName)
+        : clients(all)
+        , name(std::move(uniqueName))
+    {
+    }
+    ~Client()
+    {
+        BusDaemonCalls &daemon = clients.m_daemon;
+        daemon.forget(watched);
+        daemon.forget(credentials);
+        daemon.send("RemoveMatch", matchRule(name));
+    }
+    Client(const Client &) = delete;
+    Client &operator=(const Client &) = delete;
 };
 
-BusClients::BusClients(sd_bus *bus, std::function<void()> changed)
-    : m_bus(bus)
+BusClients::BusClients(sd_bus *bus, BusDaemonCalls &daemon, std::function<void()> changed)
+    : m_daemon(daemon)
     , m_changed(std::move(changed))
 {
+    sd_bus_slot *slot = nullptr;
+    sd_bus_add_filter(bus, &slot, &BusClients::onMessage, this);
+    m_filter.reset(slot);
 }
 
 BusClients::~BusClients() = default;
@@ -129,8 +152,7 @@ BusClients::Client &BusClients::client(const std::string &name)
     if (const auto place = m_clients.find(name); place != m_clients.end()) {
         return *place->second;
     }
-    auto made =
-        std::make_unique<Client>(Client{*this, name, nullptr, nullptr, std::nullopt, {}, 0});
+    auto made = std::make_unique<Client>(*this, name);
     Client &added = *made;
     m_clients.emplace(name, std::move(made));
     watch(added);
@@ -141,17 +163,16 @@ BusClients::Client &BusClients::client(const std::string &name)
 void BusClients::watch(Client &client)
 {
     // The match first: a client that leaves before it is in place is unknown to the second call.
-    const std::string rule = std::string("type='signal',sender='") + busService + "',path='" +
-                             busPath + "',interface='" + busService +
-                             "',member='NameOwnerChanged',arg0='" + client.name + "'";
-    sd_bus_slot *leaving = nullptr;
-    sd_bus_add_match_async(m_bus, &leaving, rule.c_str(), &onOwnerChanged, &onWatched, &client);
-    client.leaving.reset(leaving);
-    sd_bus_slot *credentials = nullptr;
-    sd_bus_call_method_async(m_bus, &credentials, busService, busPath, busService,
-                             "GetConnectionCredentials", &onCredentials, &client, "s",
-                             client.name.c_str());
-    client.credentials.reset(credentials);
+    // The bus watches only so many names for one process; the others are turned away.
+    client.watched =
+        m_daemon.call("AddMatch", matchRule(client.name), [this, &client](sd_bus_message *reply) {
+            if (sd_bus_message_is_method_error(reply, nullptr) != 0) {
+                settle(client, std::nullopt);
+            }
+        });
+    client.credentials = m_daemon.call(
+        "GetConnectionCredentials", client.name,
+        [this, &client](sd_bus_message *reply) { settle(client, readCredentials(reply)); });
 }
 
 void BusClients::remove(const Client &client)
@@ -173,33 +194,26 @@ void BusClients::settle(Client &client, std::optional<Identity> identity)
     }
 }
 
-int BusClients::onCredentials(sd_bus_message *reply, void *client, sd_bus_error * /*error*/)
+int BusClients::onMessage(sd_bus_message *message, void *clients, sd_bus_error * /*error*/)
 {
-    auto &asked = *static_cast<Client *>(client);
-    asked.clients.settle(asked, readCredentials(reply));
-    return 0;
-}
-
-int BusClients::onWatched(sd_bus_message *reply, void *client, sd_bus_error * /*error*/)
-{
-    // The bus watches only so many names for one process; the others are turned away.
-    if (sd_bus_message_is_method_error(reply, nullptr) != 0) {
-        auto &unwatched = *static_cast<Client *>(client);
-        unwatched.clients.settle(unwatched, std::nullopt);
+    if (sd_bus_message_is_signal(message, BusDaemonCalls::service, "NameOwnerChanged") > 0 &&
+        BusDaemonCalls::isFromDaemon(message)) {
+        static_cast<BusClients *>(clients)->ownerChanged(message);
     }
     return 0;
 }
 
-int BusClients::onOwnerChanged(sd_bus_message *signal, void *client, sd_bus_error * /*error*/)
+void BusClients::ownerChanged(sd_bus_message *signal)
 {
     const char *name = nullptr;
     const char *before = nullptr;
     const char *now = nullptr;
-    const auto &known = *static_cast<Client *>(client);
-    if (sd_bus_message_read(signal, "sss", &name, &before, &now) > 0 && *now == '\0') {
-        known.clients.remove(known);
+    if (sd_bus_message_read(signal, "sss", &name, &before, &now) <= 0 || *now != '\0') {
+        return;
     }
-    return 0;
+    if (const auto place = m_clients.find(name); place != m_clients.end()) {
+        remove(*place->second);
+    }
 }
 
 } // namespace Tarnwick

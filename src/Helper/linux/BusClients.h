@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "Helper/linux/BusDaemonCalls.h"
 #include "Helper/linux/BusHandles.h"
 
 #include <cstddef>
@@ -30,9 +31,9 @@ public:
     };
     using Known = std::function<void(const std::optional<Identity> &)>;
 
-    /// @p changed is called when a client has come and when one has left. The bus outlives the
-    /// clients.
-    BusClients(sd_bus *bus, std::function<void()> changed);
+    /// @p changed is called when a client has come and when one has left. The bus and its daemon's
+    /// calls outlive the clients.
+    BusClients(sd_bus *bus, BusDaemonCalls &daemon, std::function<void()> changed);
     ~BusClients();
     BusClients(const BusClients &) = delete;
     BusClients &operator=(const BusClients &) = delete;
@@ -62,13 +63,13 @@ private:
     void watch(Client &client);
     void settle(Client &client, std::optional<Identity> identity);
     void remove(const Client &client);
-    static int onCredentials(sd_bus_message *reply, void *client, sd_bus_error *error);
-    static int onWatched(sd_bus_message *reply, void *client, sd_bus_error *error);
-    static int onOwnerChanged(sd_bus_message *signal, void *client, sd_bus_error *error);
+    void ownerChanged(sd_bus_message *signal);
+    static int onMessage(sd_bus_message *message, void *clients, sd_bus_error *error);
 
-    sd_bus *m_bus;
+    BusDaemonCalls &m_daemon;
     std::function<void()> m_changed;
     std::map<std::string, std::unique_ptr<Client>> m_clients; ///< by unique name
+    BusSlot m_filter;
 };
 
 } // namespace Tarnwick

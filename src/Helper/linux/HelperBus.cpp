@@ -20,6 +20,10 @@ namespace {
 
 const std::string serviceName(HelperProtocol::serviceName);
 
+// Of the D-Bus specification, "org.freedesktop.DBus.RequestName".
+constexpr std::uint32_t nameFlagDoNotQueue = 4;
+constexpr int nameReplyExists = 3;
+
 /// The interface as sd-bus checks it: a request with other arguments never reaches the channel.
 const std::array<sd_bus_vtable, 4> operations{{
     SD_BUS_VTABLE_START(0),
@@ -63,7 +67,8 @@ HelperBus::HelperBus(BusHandle bus, SystemdEventLoop &loop, HelperService &servi
     , m_loop(loop)
     , m_service(service)
     , m_patience(patience)
-    , m_clients(m_bus.get(), [this] { clientsChanged(); })
+    , m_daemon(m_bus.get())
+    , m_clients(m_bus.get(), m_daemon, [this] { clientsChanged(); })
     , m_payloads(m_bus.get(), loop, m_clients)
 {
     sd_bus_slot *slot = nullptr;
@@ -93,8 +98,8 @@ std::string HelperBus::claimName()
         return failure("cannot offer the interface", failed);
     }
     m_interface.reset(slot);
-    const int claimed = sd_bus_request_name(m_bus.get(), serviceName.c_str(), 0);
-    if (claimed == -EEXIST || claimed == -EALREADY) {
+    const int claimed = m_daemon.requestName(serviceName, nameFlagDoNotQueue);
+    if (claimed == nameReplyExists) {
         return serviceName + " is taken by another process";
     }
     return claimed < 0 ? failure("cannot get the name on the session bus", claimed) : std::string();
@@ -191,24 +196,18 @@ void HelperBus::leaveWhenDone()
     std::uint64_t unsent = 0;
     static_cast<void>(sd_bus_get_n_queued_read(m_bus.get(), &unread));
     static_cast<void>(sd_bus_get_n_queued_write(m_bus.get(), &unsent));
-    if (unread == 0 && unsent == 0 && m_clients.allAnswered() && !m_lastWord) {
+    if (unread == 0 && unsent == 0 && m_clients.allAnswered() && m_lastWord == 0) {
         // What the bus sent before its answer to this has been read when that comes.
-        sd_bus_slot *slot = nullptr;
-        sd_bus_call_method_async(m_bus.get(), &slot, "org.freedesktop.DBus",
-                                 "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetId",
-                                 &HelperBus::onLastWord, this, nullptr);
-        m_lastWord.reset(slot);
+        m_lastWord = m_daemon.call("GetId", [this](sd_bus_message *) { onLastWord(); });
     }
 }
 
-int HelperBus::onLastWord(sd_bus_message * /*reply*/, void *channel, sd_bus_error * /*error*/)
+void HelperBus::onLastWord()
 {
-    auto &self = *static_cast<HelperBus *>(channel);
-    self.m_lastWord.reset();
-    if (self.m_clients.allAnswered()) {
-        self.m_loop.leave(0);
+    m_lastWord = 0;
+    if (m_clients.allAnswered()) {
+        m_loop.leave(0);
     }
-    return 0;
 }
 
 } // namespace Tarnwick

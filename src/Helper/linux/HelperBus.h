@@ -5,6 +5,7 @@
 
 #include "Helper/HelperService.h"
 #include "Helper/linux/BusClients.h"
+#include "Helper/linux/BusDaemonCalls.h"
 #include "Helper/linux/BusHandles.h"
 #include "Helper/linux/PayloadQueue.h"
 #include "Helper/linux/SystemdEventLoop.h"
@@ -51,7 +52,7 @@ private:
     void giveNameUp();
     void leaveWhenDone();
     static int onMessage(sd_bus_message *message, void *channel, sd_bus_error *error);
-    static int onLastWord(sd_bus_message *reply, void *channel, sd_bus_error *error);
+    void onLastWord();
 
     BusHandle m_bus;
     SystemdEventLoop &m_loop;
@@ -59,11 +60,12 @@ private:
     EventLoop::Clock::duration m_patience;
     BusSlot m_interface;
     BusSlot m_filter;
+    BusDaemonCalls m_daemon;
     BusClients m_clients;
     PayloadQueue m_payloads;
     std::unique_ptr<EventLoop::Wait> m_alone; ///< since the last client left
     std::unique_ptr<EventLoop::Wait> m_leaving;
-    BusSlot m_lastWord; ///< while leaving, a question to the bus
+    BusDaemonCalls::Id m_lastWord = 0; ///< while leaving, a call of the bus daemon
     std::unique_ptr<EventLoop::Wait> m_tidying;
 };
 
