@@ -1,13 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
+#include "tests/Link/ScriptedHelper.h"
 #include "tests/Link/ClientFixture.h"
 #include "tests/Shared/SampleRecord.h"
-#include "tests/Support/ChildProcess.h"
-#include "tests/Support/ScriptedHelperProgram.h"
 
-#include <fstream>
-#include <iterator>
 #include <utility>
 
 using namespace Tarnwick;
@@ -18,32 +15,6 @@ using testing::StartsWith;
 namespace {
 
 const char *const invalidated = "[helper] XPC connection invalidated";
-
-/// A program that plays the helper as the script says.
-class ScriptedHelper
-{
-public:
-    ScriptedHelper(const PrivateBus &bus, const std::string &listing, const std::string &kill)
-        : m_process({scriptedHelperProgram, listing, kill},
-                    {.output = m_folder.path() / "output", .environment = bus.environment()})
-    {
-        EXPECT_TRUE(BusCaller(bus.address()).awaitHelper());
-    }
-
-    [[nodiscard]] pid_t pid() const { return m_process.pid(); }
-    void signal(int number) const { m_process.signal(number); }
-
-    /// The members of the requests that it got.
-    [[nodiscard]] std::vector<std::string> requests() const
-    {
-        std::ifstream file(m_folder.path() / "output");
-        return {std::istream_iterator<std::string>(file), {}};
-    }
-
-private:
-    TemporaryFolder m_folder;
-    ChildProcess m_process;
-};
 
 /// For this client, the program that plays the helper is the one that belongs to it.
 class ScriptedHelperTest : public ClientFixture

@@ -3,6 +3,7 @@
 
 #include "Platform/linux/BusSingleInstance.h"
 
+#include "tests/Link/ReplyForger.h"
 #include "tests/Platform/OtherInstance.h"
 #include "tests/Platform/Polling.h"
 #include "tests/Support/EventLoop.h"
@@ -91,6 +92,15 @@ TEST_F(BusSingleInstanceTest, SaysThatTheOtherIsSilentWhenItStaysAndDoesNotAnswe
     const OtherInstance other(m_bus.address(), Manner::Hangs);
     EXPECT_EQ(claim(Start::ByUser), Claim::OtherSilent);
     EXPECT_EQ(other.calls(), 1);
+}
+
+TEST_F(BusSingleInstanceTest, BelievesNobodyElseThatTheOtherHasOpenedItsPanel)
+{
+    const OtherInstance other(m_bus.address(), Manner::Hangs);
+    ReplyForger forger(m_bus.address());
+    forger.replyTo("Activate", [](sd_bus_message *) {});
+    EXPECT_EQ(claim(Start::ByUser), Claim::OtherSilent);
+    EXPECT_GT(forger.forged(), 0);
 }
 
 TEST_F(BusSingleInstanceTest, HasItsNameAgainWhenTheBusIsBack)

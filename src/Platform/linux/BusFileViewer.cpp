@@ -5,10 +5,8 @@
 
 #include "Platform/linux/BusLink.h"
 
+#include <QCoreApplication>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
-#include <QObject>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -37,16 +35,16 @@ QDBusMessage showItems(const std::filesystem::path &file)
 
 void ask(std::shared_ptr<BusLink> link, const std::filesystem::path &file)
 {
-    const QDBusPendingCall call = link->connection().asyncCall(showItems(file));
-    // It keeps the link until the answer is there, and ends with it.
-    auto *const watcher = std::make_unique<QDBusPendingCallWatcher>(call).release();
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
-                     [watcher, file, link = std::move(link)] {
-                         if (watcher->isError()) {
-                             openFolder(file);
-                         }
-                         watcher->deleteLater();
-                     });
+    const QDBusConnection connection = link->connection();
+    // What waits for the reply keeps the link.
+    BusCall::sendToOwner(
+        connection, showItems(file), QCoreApplication::instance(),
+        [file, link = std::move(link)](const QDBusMessage &reply) {
+            if (reply.type() != QDBusMessage::ReplyMessage) {
+                openFolder(file);
+            }
+        },
+        {.timeout = BusCall::defaultTimeout, .afterForgery = BusCall::AfterForgery::Fail});
 }
 
 } // namespace

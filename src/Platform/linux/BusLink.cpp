@@ -10,7 +10,6 @@
 #include <QCoreApplication>
 #include <QDBusError>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 
 #include <algorithm>
 #include <chrono>
@@ -112,14 +111,12 @@ void join(const std::shared_ptr<BusLink> &link, int timeout, const BusLink::Open
         opened(nullptr, link->connection().lastError().message());
         return;
     }
-    auto *watcher = new QDBusPendingCallWatcher(link->askBus(QStringLiteral("Hello"), {}, timeout),
-                                                QCoreApplication::instance());
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
-                     [link, opened](QDBusPendingCallWatcher *finished) {
-                         finished->deleteLater();
-                         const bool joined = !finished->isError();
-                         opened(joined ? link : nullptr, finished->error().message());
-                     });
+    link->askBus(QStringLiteral("Hello"), {}, QCoreApplication::instance(),
+                 [link, opened](const QDBusMessage &reply) {
+                     const bool joined = reply.type() == QDBusMessage::ReplyMessage;
+                     opened(joined ? link : nullptr, reply.errorMessage());
+                 },
+                 {.timeout = timeout, .afterForgery = BusCall::AfterForgery::Fail});
 }
 
 /// Opens a link to the bus at @p address, which has @p timeout milliseconds to answer.
@@ -161,19 +158,18 @@ BusLink::~BusLink()
         [name = m_connection.name()] { QDBusConnection::disconnectFromPeer(name); });
 }
 
-QDBusPendingCall BusLink::askBus(const QString &method, const QVariantList &arguments, int timeout)
+void BusLink::askBus(const QString &method, const QVariantList &arguments, QObject *context,
+                     BusCall::Replied replied, BusCall::Options options) const
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(BusNames::busService, BusNames::busPath,
-                                                       BusNames::busService, method);
-    call.setArguments(arguments);
-    return m_connection.asyncCall(call, timeout);
+    BusCall::send(m_connection, BusCall::toBusDaemon(method, arguments), context,
+                  std::move(replied), options);
 }
 
 void BusLink::observe(const QString &name, Observer observer)
 {
     addMatch(ruleForOwner(name));
     const auto handler = [observer = std::move(observer)](const QDBusMessage &signal) {
-        if (signal.member() == BusNames::disconnected) {
+        if (signal.interface() == BusNames::localInterface) {
             observer.ended();
         } else if (signal.interface() != BusNames::busService) {
             observer.signalled(signal);
@@ -197,9 +193,9 @@ void BusLink::observeSignal(const QString &path, const QString &interface, const
     BusSignals::shared().receive(m_connection, path, interface, member);
 }
 
-void BusLink::addMatch(const QString &rule)
+void BusLink::addMatch(const QString &rule) const
 {
-    askBus(QStringLiteral("AddMatch"), {rule});
+    m_connection.send(BusCall::toBusDaemon(QStringLiteral("AddMatch"), {rule}));
 }
 
 } // namespace Tarnwick

@@ -3,15 +3,15 @@
 
 #pragma once
 
+#include "Platform/linux/BusCall.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCall>
 #include <QString>
 #include <QVariant>
 
 #include <chrono>
 #include <functional>
-#include <limits>
 #include <memory>
 
 namespace Tarnwick {
@@ -27,8 +27,8 @@ public:
     /// The link, or why there is none.
     using Opened = std::function<void(std::shared_ptr<BusLink> link, const QString &failure)>;
 
-    /// For calls that wait for their reply however long it takes: DBUS_TIMEOUT_INFINITE of libdbus.
-    static constexpr int noTimeout = std::numeric_limits<int>::max();
+    /// See BusCall.
+    static constexpr int noTimeout = BusCall::noTimeout;
 
     /// Joins the session bus without keeping the caller waiting, and calls @p opened on the main
     /// thread.
@@ -45,9 +45,9 @@ public:
 
     [[nodiscard]] const QDBusConnection &connection() const { return m_connection; }
 
-    /// Calls a method of the bus itself; @p timeout is in milliseconds.
-    QDBusPendingCall askBus(const QString &method, const QVariantList &arguments = {},
-                            int timeout = noTimeout);
+    /// Calls a method of the bus itself; see BusCall::send().
+    void askBus(const QString &method, const QVariantList &arguments, QObject *context,
+                BusCall::Replied replied, BusCall::Options options = {}) const;
 
     /// Who is told what happens to the link, until it is replaced.
     struct Observer
@@ -66,7 +66,7 @@ public:
     void observeSignal(const QString &path, const QString &interface, const QString &member);
 
 private:
-    void addMatch(const QString &rule);
+    void addMatch(const QString &rule) const;
 
     QDBusConnection m_connection;
 };

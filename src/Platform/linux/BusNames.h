@@ -18,6 +18,9 @@ inline const QString localPath = QStringLiteral("/org/freedesktop/DBus/Local");
 inline const QString localInterface = QStringLiteral("org.freedesktop.DBus.Local");
 
 inline const QString nameOwnerChanged = QStringLiteral("NameOwnerChanged");
+/// The error of a name that nobody has.
+inline const QString nameHasNoOwner = QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner");
+
 inline const QString disconnected = QStringLiteral("Disconnected");
 
 inline QString helperService()
@@ -30,6 +33,12 @@ inline QString helperPath()
 {
     return QString::fromUtf8(HelperProtocol::objectPath.data(),
                              static_cast<qsizetype>(HelperProtocol::objectPath.size()));
+}
+
+inline QString helperInterface()
+{
+    return QString::fromUtf8(HelperProtocol::interfaceName.data(),
+                             static_cast<qsizetype>(HelperProtocol::interfaceName.size()));
 }
 
 } // namespace Tarnwick::BusNames

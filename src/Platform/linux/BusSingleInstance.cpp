@@ -6,9 +6,6 @@
 #include "Platform/linux/tarnwickadaptor.h"
 
 #include <QDBusMessage>
-#include <QDBusPendingCall>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QTimer>
 
 #include <chrono>
@@ -34,17 +31,6 @@ constexpr std::chrono::milliseconds askingTime{4000};
 
 /// Until one that is ending may have left the bus.
 constexpr std::chrono::milliseconds leaveTime{50};
-
-template<class Handler>
-void whenFinished(const QDBusPendingCall &call, QObject *owner, Handler handler)
-{
-    auto *watcher = new QDBusPendingCallWatcher(call, owner);
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, owner,
-                     [watcher, handler = std::move(handler)] {
-                         watcher->deleteLater();
-                         handler(*watcher);
-                     });
-}
 
 } // namespace
 
@@ -102,18 +88,17 @@ void BusSingleInstance::requestName()
     if (!link) {
         return;
     }
-    whenFinished(link->askBus(QStringLiteral("RequestName"), {ownService, doNotQueue}), this,
-                 [this](const QDBusPendingCall &call) { nameAnswered(call); });
+    link->askBus(QStringLiteral("RequestName"), {ownService, doNotQueue}, this,
+                 [this](const QDBusMessage &reply) { nameAnswered(reply); });
 }
 
-void BusSingleInstance::nameAnswered(const QDBusPendingCall &call)
+void BusSingleInstance::nameAnswered(const QDBusMessage &reply)
 {
-    const QDBusPendingReply<unsigned> reply = call;
-    if (reply.isError() || !m_bus->link()) {
+    if (reply.type() != QDBusMessage::ReplyMessage || !m_bus->link()) {
         tell(Claim::NoSessionBus);
         return;
     }
-    if (reply.value() != nameAlreadyOwned) {
+    if (reply.arguments().value(0).toUInt() != nameAlreadyOwned) {
         tell(Claim::First);
         return;
     }
@@ -138,15 +123,17 @@ void BusSingleInstance::askOther()
                                                           QStringLiteral("Activate"));
     request.setAutoStartService(false);
     const auto limit = static_cast<int>(answerTime.count());
-    whenFinished(m_bus->link()->connection().asyncCall(request, limit), this,
-                 [this](const QDBusPendingCall &call) {
-                     if (!call.isError()) {
-                         tell(Claim::OtherRuns);
-                         return;
-                     }
-                     // It may have been about to end: then the name is to be had now, or soon.
-                     QTimer::singleShot(leaveTime, this, &BusSingleInstance::requestName);
-                 });
+    BusCall::sendToOwner(m_bus->link()->connection(), request, this,
+                         [this](const QDBusMessage &reply) {
+                             if (reply.type() == QDBusMessage::ReplyMessage) {
+                                 tell(Claim::OtherRuns);
+                                 return;
+                             }
+                             // It may have been about to end: then the name is to be had now, or
+                             // soon.
+                             QTimer::singleShot(leaveTime, this, &BusSingleInstance::requestName);
+                         },
+                         {.timeout = limit, .afterForgery = BusCall::AfterForgery::Fail});
 }
 
 void BusSingleInstance::tell(Claim claim)

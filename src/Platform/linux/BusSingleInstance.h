@@ -11,7 +11,7 @@
 
 #include <memory>
 
-class QDBusPendingCall;
+class QDBusMessage;
 
 namespace Tarnwick {
 
@@ -35,7 +35,7 @@ public Q_SLOTS:
 
 private:
     void joined(BusLink &link);
-    void nameAnswered(const QDBusPendingCall &call);
+    void nameAnswered(const QDBusMessage &reply);
     void requestName();
     void askOther();
     void tell(Claim claim);

@@ -3,14 +3,12 @@
 
 #include "Platform/linux/HelperCall.h"
 
-#include "HelperInterface.h"
+#include "Platform/linux/BusCall.h"
 #include "Platform/linux/BusNames.h"
 #include "Platform/linux/SystemError.h"
 
 #include <QCoreApplication>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
-#include <QObject>
+#include <QLatin1String>
 
 #include <optional>
 #include <utility>
@@ -19,42 +17,45 @@ namespace Tarnwick::HelperCall {
 
 namespace {
 
-/// Our side of the interface. Addressed by unique name, so that Qt has no owner to ask for.
-std::unique_ptr<ComVelmoraTarnwickHelperInterface> proxy(BusLink &link, const QString &owner)
+/// A request to the helper, with the method's name and argument in the interface's description.
+QDBusMessage request(const QString &owner, const char *method, const QVariantList &arguments = {})
 {
-    auto made = std::make_unique<ComVelmoraTarnwickHelperInterface>(owner, BusNames::helperPath(),
-                                                                    link.connection());
-    made->setTimeout(BusLink::noTimeout);
-    return made;
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        owner, BusNames::helperPath(), BusNames::helperInterface(), QLatin1String(method));
+    call.setArguments(arguments);
+    return call;
 }
 
-bool isRaisedByBus(const QDBusError &error)
+bool isError(const QDBusMessage &reply)
 {
-    return error.name().startsWith(QLatin1String("org.freedesktop.DBus.Error."));
+    return reply.type() != QDBusMessage::ReplyMessage;
 }
 
-HelperError helperError(const QDBusError &error)
+bool isRaisedByBus(const QDBusMessage &error)
 {
-    const std::string name = error.name().toStdString();
-    const std::string description = error.message().toStdString();
+    return error.errorName().startsWith(QLatin1String("org.freedesktop.DBus.Error."));
+}
+
+HelperError helperError(const QDBusMessage &error)
+{
+    const std::string name = error.errorName().toStdString();
+    const std::string description = error.errorMessage().toStdString();
     if (const std::optional<int> code = SystemError::codeForName(name)) {
         return {.description = description, .domain = "posix", .code = *code};
     }
     return {.description = description, .domain = name, .code = 0};
 }
 
-/// Calls @p answered with the finished call, on the main thread. What waits does not belong to the
-/// link, for it may be the link's last owner.
-template<typename Answered>
-void whenFinished(const std::shared_ptr<BusLink> &link, const QDBusPendingCall &call,
-                  Answered answered)
+/// Sends @p call and keeps the link until it is answered. What waits does not belong to the link,
+/// for it may be the link's last owner.
+void send(const std::shared_ptr<BusLink> &link, const QDBusMessage &call, BusCall::Replied replied,
+          BusCall::AfterForgery afterForgery)
 {
-    auto *watcher = new QDBusPendingCallWatcher(call, QCoreApplication::instance());
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
-                     [link, answered = std::move(answered)](QDBusPendingCallWatcher *finished) {
-                         finished->deleteLater();
-                         answered(*finished);
-                     });
+    const auto keepingLink = [link, replied = std::move(replied)](const QDBusMessage &reply) {
+        replied(reply);
+    };
+    BusCall::send(link->connection(), call, QCoreApplication::instance(), keepingLink,
+                  {.timeout = BusLink::noTimeout, .afterForgery = afterForgery});
 }
 
 } // namespace
@@ -62,39 +63,43 @@ void whenFinished(const std::shared_ptr<BusLink> &link, const QDBusPendingCall &
 void listListeningPorts(const std::shared_ptr<BusLink> &link, const QString &owner,
                         HelperProxy::ListReply reply, HelperConnection::ErrorHandler failed)
 {
-    whenFinished(link, proxy(*link, owner)->ListListeningPorts(),
-                 [reply = std::move(reply),
-                  failed = std::move(failed)](const QDBusPendingReply<QByteArray> &answer) {
-                     const QDBusError error = answer.error();
-                     const bool isOther = error.type() == QDBusError::InvalidSignature;
-                     if (error.isValid() && !isOther && isRaisedByBus(error)) {
-                         failed(error.message().toStdString());
-                     } else if (error.isValid() && !isOther) {
-                         reply(std::nullopt, helperError(error));
-                     } else if (QByteArray payload = answer.value(); !payload.isEmpty()) {
-                         reply(std::move(payload), std::nullopt);
-                     } else {
-                         // A reply that holds something else, or nothing, holds no data.
-                         reply(std::nullopt, std::nullopt);
-                     }
-                 });
+    const auto replied = [reply = std::move(reply),
+                          failed = std::move(failed)](const QDBusMessage &answer) {
+        // What somebody else makes of the listing is no listing: the request was lost.
+        if (isError(answer) &&
+            (isRaisedByBus(answer) || answer.errorName() == BusCall::forgedReply)) {
+            failed(answer.errorMessage().toStdString());
+        } else if (isError(answer)) {
+            reply(std::nullopt, helperError(answer));
+        } else if (answer.signature() == QLatin1String("ay") &&
+                   !answer.arguments().at(0).toByteArray().isEmpty()) {
+            reply(answer.arguments().at(0).toByteArray(), std::nullopt);
+        } else {
+            // A reply that holds something else, or nothing, holds no data.
+            reply(std::nullopt, std::nullopt);
+        }
+    };
+    send(link, request(owner, "ListListeningPorts"), replied, BusCall::AfterForgery::CallAgain);
 }
 
 void killProcess(const std::shared_ptr<BusLink> &link, const QString &owner, std::int32_t pid,
                  HelperProxy::KillReply reply, HelperConnection::ErrorHandler failed)
 {
-    whenFinished(link, proxy(*link, owner)->KillProcess(pid),
-                 [reply = std::move(reply),
-                  failed = std::move(failed)](const QDBusPendingReply<int> &answer) {
-                     const QDBusError error = answer.error();
-                     if (error.isValid() && isRaisedByBus(error)) {
-                         failed(error.message().toStdString());
-                     } else if (error.isValid()) {
-                         reply(0, helperError(error));
-                     } else {
-                         reply(answer.value(), std::nullopt);
-                     }
-                 });
+    const auto replied = [reply = std::move(reply),
+                          failed = std::move(failed)](const QDBusMessage &answer) {
+        if (isError(answer) && isRaisedByBus(answer)) {
+            failed(answer.errorMessage().toStdString());
+        } else if (isError(answer)) {
+            reply(0, helperError(answer));
+        } else if (answer.signature() == QLatin1String("i")) {
+            reply(answer.arguments().at(0).toInt(), std::nullopt);
+        } else {
+            failed("the helper answered a kill with the signature \"" +
+                   answer.signature().toStdString() + "\"");
+        }
+    };
+    // A kill is asked for once, whatever the answer.
+    send(link, request(owner, "KillProcess", {pid}), replied, BusCall::AfterForgery::Fail);
 }
 
 } // namespace Tarnwick::HelperCall

@@ -15,7 +15,9 @@ namespace Tarnwick::HelperCall {
 
 /// Requests to the helper at @p owner, a unique name on @p link. They keep the link open until they
 /// are answered, however long that takes. Errors that the bus or its library raised go to
-/// @p failed and all others, with the reply, to @p reply; the one that is not called is let go.
+/// @p failed and all others, with the reply, to @p reply; the one that is not called is let go. A
+/// listing whose reply was forged is requested again, and lost when that happens too often; a kill
+/// whose reply was forged is an error, since its outcome is not known.
 
 void listListeningPorts(const std::shared_ptr<BusLink> &link, const QString &owner,
                         HelperProxy::ListReply reply, HelperConnection::ErrorHandler failed);

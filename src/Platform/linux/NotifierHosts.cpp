@@ -4,8 +4,6 @@
 #include "Platform/linux/NotifierHosts.h"
 
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QDBusVariant>
 
 namespace Tarnwick {
@@ -41,15 +39,15 @@ void NotifierHosts::ask()
         QStringLiteral("Get"));
     question << watcher << QStringLiteral("IsStatusNotifierHostRegistered");
     question.setAutoStartService(false);
-    auto *call = new QDBusPendingCallWatcher(m_bus.link()->connection().asyncCall(question), this);
-    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call, link = m_bus.link()] {
-        call->deleteLater();
-        if (link != m_bus.link()) {
-            return;
-        }
-        const QDBusPendingReply<QDBusVariant> reply = *call;
-        settle(!reply.isError() && reply.value().variant().toBool());
-    });
+    BusCall::sendToOwner(
+        m_bus.link()->connection(), question, this,
+        [this, link = m_bus.link()](const QDBusMessage &reply) {
+            if (link == m_bus.link()) {
+                const auto value = reply.arguments().value(0).value<QDBusVariant>();
+                settle(reply.type() == QDBusMessage::ReplyMessage && value.variant().toBool());
+            }
+        },
+        {.timeout = BusCall::defaultTimeout});
 }
 
 void NotifierHosts::settle(bool present)

@@ -5,7 +5,6 @@
 
 #include <QCoreApplication>
 #include <QDBusObjectPath>
-#include <QDBusPendingCallWatcher>
 
 #include <map>
 
@@ -75,17 +74,19 @@ QDBusMessage PackageKitTransaction::call(const QString &method, const QVariantLi
 
 void PackageKitTransaction::send(const QDBusMessage &message, Answered answered)
 {
-    const QDBusPendingCall pending = m_bus->connection().asyncCall(message, BusLink::noTimeout);
-    auto *const watcher = std::make_unique<QDBusPendingCallWatcher>(pending, this).release();
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, watcher, answered = std::move(answered)] {
-                watcher->deleteLater();
-                if (watcher->isError()) {
-                    fail(watcher->error().message().toStdString());
-                } else if (answered) {
-                    answered(watcher->reply());
-                }
-            });
+    const auto replied = [this, answered = std::move(answered)](const QDBusMessage &reply) {
+        if (reply.type() != QDBusMessage::ReplyMessage) {
+            fail(reply.errorMessage().toStdString());
+        } else if (answered) {
+            answered(reply);
+        }
+    };
+    constexpr BusCall::Options options{.afterForgery = BusCall::AfterForgery::Fail};
+    if (m_owner.isEmpty()) {
+        BusCall::sendToOwner(m_bus->connection(), message, this, replied, options);
+    } else {
+        BusCall::send(m_bus->connection(), message, this, replied, options);
+    }
 }
 
 void PackageKitTransaction::created(const QDBusMessage &reply)
@@ -180,12 +181,10 @@ void PackageKitTransaction::giveUp(const std::string &words)
         return;
     }
     if (!m_path.isEmpty()) {
-        auto *const watcher = new QDBusPendingCallWatcher(
-            m_bus->connection().asyncCall(call(QStringLiteral("Cancel"), {})),
-            QCoreApplication::instance());
         // The daemon hears of it only while the link is there.
-        connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
-                [watcher, link = m_bus] { watcher->deleteLater(); });
+        BusCall::send(m_bus->connection(), call(QStringLiteral("Cancel"), {}),
+                      QCoreApplication::instance(), [link = m_bus](const QDBusMessage &) {},
+                      {.timeout = BusCall::defaultTimeout});
     }
     fail(words);
 }

@@ -6,7 +6,6 @@
 #include "Platform/linux/BusLink.h"
 
 #include <QDBusMessage>
-#include <QDBusPendingCall>
 #include <QObject>
 #include <QString>
 #include <QStringList>

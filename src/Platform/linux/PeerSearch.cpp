@@ -5,8 +5,6 @@
 
 #include "Platform/linux/BusNames.h"
 
-#include <QDBusError>
-#include <QDBusPendingCallWatcher>
 #include <QProcess>
 #include <QSocketNotifier>
 #include <QVariant>
@@ -20,14 +18,7 @@ namespace Tarnwick {
 
 namespace {
 
-const QString nameHasNoOwner = QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner");
 const QString serviceUnknown = QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown");
-
-QString ownerIn(const QDBusMessage &reply)
-{
-    return reply.type() == QDBusMessage::ReplyMessage ? reply.arguments().value(0).toString()
-                                                      : QString();
-}
 
 } // namespace
 
@@ -45,48 +36,37 @@ void PeerSearch::start()
     askForOwner(true);
 }
 
-template<typename Answered>
-void PeerSearch::askBus(const QString &method, const QVariantList &arguments, Answered answered)
-{
-    auto *watcher = new QDBusPendingCallWatcher(m_link->askBus(method, arguments), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [answered = std::move(answered)](QDBusPendingCallWatcher *finished) {
-                finished->deleteLater();
-                answered(finished->reply());
-            });
-}
-
 void PeerSearch::askForOwner(bool mayStart)
 {
-    askBus(QStringLiteral("GetNameOwner"), {BusNames::helperService()},
-           [this, mayStart](const QDBusMessage &reply) {
-               if (const QString owner = ownerIn(reply); !owner.isEmpty()) {
-                   verify(owner);
-               } else if (reply.errorName() != nameHasNoOwner) {
-                   fail(reply.errorMessage());
-               } else if (!mayStart) {
-                   fail(QStringLiteral("the helper ended before it was on the bus"));
-               } else if (m_program.isInstalled) {
-                   startThroughBus();
-               } else {
-                   startProgram();
-               }
-           });
+    m_link->askBus(QStringLiteral("GetNameOwner"), {BusNames::helperService()}, this,
+                   [this, mayStart](const QDBusMessage &reply) {
+                       if (const QString owner = BusCall::text(reply); !owner.isEmpty()) {
+                           verify(owner);
+                       } else if (reply.errorName() != BusNames::nameHasNoOwner) {
+                           fail(reply.errorMessage());
+                       } else if (!mayStart) {
+                           fail(QStringLiteral("the helper ended before it was on the bus"));
+                       } else if (m_program.isInstalled) {
+                           startThroughBus();
+                       } else {
+                           startProgram();
+                       }
+                   });
 }
 
 void PeerSearch::startThroughBus()
 {
-    askBus(QStringLiteral("StartServiceByName"), {BusNames::helperService(), 0U},
-           [this](const QDBusMessage &reply) {
-               if (reply.type() == QDBusMessage::ReplyMessage) {
-                   askForOwner(false);
-               } else if (reply.errorName() == serviceUnknown) {
-                   // Installed where the bus does not look.
-                   startProgram();
-               } else {
-                   fail(reply.errorMessage());
-               }
-           });
+    m_link->askBus(QStringLiteral("StartServiceByName"), {BusNames::helperService(), 0U}, this,
+                   [this](const QDBusMessage &reply) {
+                       if (reply.type() == QDBusMessage::ReplyMessage) {
+                           askForOwner(false);
+                       } else if (reply.errorName() == serviceUnknown) {
+                           // Installed where the bus does not look.
+                           startProgram();
+                       } else {
+                           fail(reply.errorMessage());
+                       }
+                   });
 }
 
 void PeerSearch::startProgram()
@@ -127,22 +107,22 @@ void PeerSearch::ownerChanged(const QString &owner)
 
 void PeerSearch::verify(const QString &owner)
 {
-    askBus(QStringLiteral("GetConnectionUnixProcessID"), {owner},
-           [this, owner](const QDBusMessage &reply) {
-               if (reply.type() != QDBusMessage::ReplyMessage) {
-                   fail(reply.errorMessage());
-                   return;
-               }
-               const uint pid = reply.arguments().value(0).toUInt();
-               if (m_program.isRunBy(static_cast<pid_t>(pid))) {
-                   succeed(owner);
-               } else {
-                   fail(QStringLiteral("%1 belongs to process %2, which does not run %3")
-                            .arg(BusNames::helperService())
-                            .arg(pid)
-                            .arg(QString::fromStdString(m_program.path.string())));
-               }
-           });
+    m_link->askBus(QStringLiteral("GetConnectionUnixProcessID"), {owner}, this,
+                   [this, owner](const QDBusMessage &reply) {
+                       if (reply.type() != QDBusMessage::ReplyMessage) {
+                           fail(reply.errorMessage());
+                           return;
+                       }
+                       const uint pid = reply.arguments().value(0).toUInt();
+                       if (m_program.isRunBy(static_cast<pid_t>(pid))) {
+                           succeed(owner);
+                       } else {
+                           fail(QStringLiteral("%1 belongs to process %2, which does not run %3")
+                                    .arg(BusNames::helperService())
+                                    .arg(pid)
+                                    .arg(QString::fromStdString(m_program.path.string())));
+                       }
+                   });
 }
 
 void PeerSearch::fail(const QString &why)

@@ -42,8 +42,6 @@ public:
     void ownerChanged(const QString &owner);
 
 private:
-    template<typename Answered>
-    void askBus(const QString &method, const QVariantList &arguments, Answered answered);
     void askForOwner(bool mayStart);
     void startThroughBus();
     void startProgram();
