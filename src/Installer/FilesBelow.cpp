@@ -1,0 +1,186 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Installer/FilesBelow.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <functional>
+#include <set>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace Tarnwick::FilesBelow {
+
+namespace {
+
+constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+constexpr mode_t folderMode = 0755;
+constexpr mode_t privateFileMode = 0600;
+constexpr mode_t privateFolderMode = 0700;
+
+struct Place
+{
+    FileDescriptor folder;
+    std::string name;
+};
+
+/// The folder @p name of @p folder, made where it is missing.
+FileDescriptor makeFolder(int folder, const std::string &name)
+{
+    const bool isNew = ::mkdirat(folder, name.c_str(), privateFolderMode) == 0;
+    if (!isNew && errno != EEXIST) {
+        return {};
+    }
+    FileDescriptor made = openFolder(folder, name);
+    if (made && isNew && !setOwnerAndMode(made.get(), folderMode)) {
+        return {};
+    }
+    return made;
+}
+
+using OpenFolder = FileDescriptor (*)(int, const std::string &);
+
+/// Where the last component of @p path lies.
+std::optional<Place> placeOf(int folder, std::string_view path, OpenFolder open)
+{
+    FileDescriptor current(::openat(folder, ".", folderFlags));
+    for (std::size_t slash = path.find('/'); slash != std::string_view::npos;
+         slash = path.find('/')) {
+        if (!current) {
+            return std::nullopt;
+        }
+        current = open(current.get(), std::string(path.substr(0, slash)));
+        path.remove_prefix(slash + 1);
+    }
+    return current ? std::optional(Place{std::move(current), std::string(path)}) : std::nullopt;
+}
+
+/// All folders on the way to @p path, as paths.
+void addFoldersOf(std::string_view path, std::set<std::string, std::greater<>> &folders)
+{
+    for (std::size_t slash = path.rfind('/'); slash != std::string_view::npos;
+         slash = path.rfind('/')) {
+        path = path.substr(0, slash);
+        folders.emplace(path);
+    }
+}
+
+void remove(int folder, std::string_view path, int flags)
+{
+    if (const std::optional<Place> place = placeOf(folder, path, &openFolder)) {
+        ::unlinkat(place->folder.get(), place->name.c_str(), flags);
+    }
+}
+
+} // namespace
+
+FileDescriptor openFolder(const std::string &path)
+{
+    return FileDescriptor(::open(path.c_str(), folderFlags));
+}
+
+FileDescriptor openFolder(int folder, const std::string &name)
+{
+    FileDescriptor inner(::openat(folder, name.c_str(), folderFlags | O_NOFOLLOW));
+    struct stat outerStatus = {};
+    struct stat innerStatus = {};
+    if (!inner || ::fstat(folder, &outerStatus) != 0 || ::fstat(inner.get(), &innerStatus) != 0) {
+        return {};
+    }
+    if (outerStatus.st_dev != innerStatus.st_dev) {
+        errno = EXDEV;
+        return {};
+    }
+    return inner;
+}
+
+FileDescriptor openFile(int folder, std::string_view path)
+{
+    const std::optional<Place> place = placeOf(folder, path, &openFolder);
+    if (!place) {
+        return {};
+    }
+    // A device must not even be opened, which may already do something.
+    const FileDescriptor found(
+        ::openat(place->folder.get(), place->name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status = {};
+    if (!found || ::fstat(found.get(), &status) != 0) {
+        return {};
+    }
+    if (!S_ISREG(status.st_mode)) {
+        errno = S_ISLNK(status.st_mode) ? ELOOP : EINVAL;
+        return {};
+    }
+    FileDescriptor file(::openat(place->folder.get(), place->name.c_str(),
+                                 O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!file || ::fstat(file.get(), &status) != 0) {
+        return {};
+    }
+    if (!S_ISREG(status.st_mode)) { // replaced since
+        errno = EINVAL;
+        return {};
+    }
+    return file;
+}
+
+FileDescriptor createFile(int folder, std::string_view path)
+{
+    const std::optional<Place> place = placeOf(folder, path, &makeFolder);
+    return place ? FileDescriptor(::openat(place->folder.get(), place->name.c_str(),
+                                           O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                                           privateFileMode))
+                 : FileDescriptor();
+}
+
+bool setOwnerAndMode(int file, mode_t mode)
+{
+    return ::fchown(file, ::geteuid(), ::getegid()) == 0 && ::fchmod(file, mode) == 0;
+}
+
+std::optional<std::string> readFile(int folder, std::string_view path, std::size_t maxBytes)
+{
+    const FileDescriptor file = openFile(folder, path);
+    if (!file) {
+        return std::nullopt;
+    }
+    std::string text;
+    std::array<char, 4096> buffer{};
+    while (true) {
+        const ssize_t count = ::read(file.get(), buffer.data(), buffer.size());
+        if (count == 0) {
+            return text;
+        }
+        if (count < 0 && errno != EINTR) {
+            return std::nullopt;
+        }
+        text.append(buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        if (text.size() > maxBytes) {
+            errno = EFBIG;
+            return std::nullopt;
+        }
+    }
+}
+
+bool removeListed(int parent, const std::string &name, const PortableManifest &manifest)
+{
+    const FileDescriptor folder = openFolder(parent, name);
+    if (!folder) {
+        return errno == ENOENT;
+    }
+    std::set<std::string, std::greater<>> folders; // a folder comes after what lies in it
+    for (const PortableFile &file : manifest.files) {
+        remove(folder.get(), file.path, 0);
+        addFoldersOf(file.path, folders);
+    }
+    remove(folder.get(), PortableManifest::fileName, 0);
+    for (const std::string &inner : folders) {
+        remove(folder.get(), inner, AT_REMOVEDIR);
+    }
+    return ::unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0;
+}
+
+} // namespace Tarnwick::FilesBelow

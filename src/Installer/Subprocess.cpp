@@ -1,0 +1,132 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Installer/Subprocess.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Tarnwick {
+
+namespace {
+
+struct Pipe
+{
+    FileDescriptor readEnd;
+    FileDescriptor writeEnd;
+};
+
+std::optional<Pipe> makePipe()
+{
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        return std::nullopt;
+    }
+    return Pipe{FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+}
+
+/// Between fork(2) and execve(2).
+[[noreturn]] void become(const std::vector<char *> &arguments, int input, int output, int errors,
+                         int report)
+{
+    const bool isSet = ::dup2(input, STDIN_FILENO) >= 0 && ::dup2(output, STDOUT_FILENO) >= 0 &&
+                       (errors < 0 || ::dup2(errors, STDERR_FILENO) >= 0);
+    static_cast<void>(std::signal(SIGPIPE, SIG_DFL)); // which execve(2) leaves ignored
+    if (isSet) {
+        // With a path, execvp(3) would have a shell run what is a program of another machine.
+        const bool isPath = std::strchr(arguments.front(), '/') != nullptr;
+        isPath ? ::execv(arguments.front(), arguments.data())
+               : ::execvp(arguments.front(), arguments.data());
+    }
+    const int reason = errno;
+    static_cast<void>(::write(report, &reason, sizeof reason) == sizeof reason);
+    ::_exit(127);
+}
+
+} // namespace
+
+std::optional<Subprocess> Subprocess::start(const std::vector<std::string> &command, int errors)
+{
+    std::vector<char *> arguments;
+    arguments.reserve(command.size() + 1);
+    for (const std::string &word : command) {
+        arguments.push_back(const_cast<char *>(word.c_str())); // execvp(3) changes none
+    }
+    arguments.push_back(nullptr);
+    std::optional<Pipe> input = makePipe();
+    std::optional<Pipe> output = input ? makePipe() : std::nullopt;
+    std::optional<Pipe> report = output ? makePipe() : std::nullopt; // closed by execve(2)
+    if (!report) {
+        return std::nullopt;
+    }
+    Subprocess started;
+    started.m_pid = ::fork();
+    if (started.m_pid == 0) {
+        become(arguments, input->readEnd.get(), output->writeEnd.get(), errors,
+               report->writeEnd.get());
+    }
+    if (started.m_pid < 0) {
+        return std::nullopt;
+    }
+    started.m_process =
+        FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, started.m_pid, 0)));
+    started.m_input = std::move(input->writeEnd);
+    started.m_output = std::move(output->readEnd);
+    report->writeEnd.reset();
+    int reason = started.m_process ? 0 : errno;
+    if (reason == 0 && ::read(report->readEnd.get(), &reason, sizeof reason) <= 0) {
+        return started;
+    }
+    errno = reason;
+    return std::nullopt;
+}
+
+Subprocess::Subprocess(Subprocess &&other) noexcept
+    : m_pid(std::exchange(other.m_pid, -1))
+    , m_process(std::move(other.m_process))
+    , m_input(std::move(other.m_input))
+    , m_output(std::move(other.m_output))
+{
+}
+
+Subprocess::~Subprocess()
+{
+    if (m_pid > 0) {
+        const int kept = errno;
+        m_input.reset(); // what we may not kill ends for that
+        m_output.reset();
+        ::kill(m_pid, SIGKILL); // not waited for yet, so the number is still its own
+        static_cast<void>(awaitEnd());
+        errno = kept;
+    }
+}
+
+Subprocess::End Subprocess::awaitEnd()
+{
+    int status = 0;
+    while (::waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {
+    }
+    m_pid = -1;
+    return WIFSIGNALED(status) ? End{.status = WTERMSIG(status), .isSignal = true}
+                               : End{.status = WEXITSTATUS(status)};
+}
+
+std::optional<Subprocess::End> Subprocess::awaitEnd(std::chrono::milliseconds timeout)
+{
+    pollfd waiting = {.fd = m_process.get(), .events = POLLIN, .revents = 0};
+    if (::poll(&waiting, 1, static_cast<int>(timeout.count())) <= 0) {
+        return std::nullopt;
+    }
+    return awaitEnd();
+}
+
+} // namespace Tarnwick

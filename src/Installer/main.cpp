@@ -1,0 +1,88 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Installer/CopyReceiver.h"
+#include "Installer/CopySender.h"
+
+#include <csignal>
+#include <cstddef>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <initializer_list>
+#include <span>
+#include <string>
+#include <system_error>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace Tarnwick;
+using Arguments = std::span<char *const>;
+
+constexpr int failed = 1;
+constexpr int misused = 2;
+
+/// A file that is opened must never become one of the standard streams.
+bool haveStandardStreams()
+{
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) < 0 && ::open("/dev/null", O_RDWR) != stream) {
+            return false;
+        }
+    }
+    return true;
+}
+
+int report(const CopyProtocol::Failure &failure)
+{
+    if (failure && !failure->empty()) {
+        static_cast<void>(std::fprintf(stderr, "tarnwick-install: %s\n", failure->c_str()));
+    }
+    return failure ? failed : 0;
+}
+
+/// tarnwick-install --receive FOLDER NAME, as the administrator.
+int receive(Arguments arguments)
+{
+    // The end of its input is what ends it, with everything undone.
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        static_cast<void>(std::signal(number, SIG_IGN));
+    }
+    CopyReceiver receiver(arguments[2], arguments[3]);
+    return report(receiver.receive(STDIN_FILENO, STDOUT_FILENO));
+}
+
+/// tarnwick-install SOURCE FOLDER PROGRAM, as the user.
+int send(Arguments arguments)
+{
+    std::error_code failure;
+    const std::string self = std::filesystem::read_symlink("/proc/self/exe", failure).string();
+    CopySender sender({.source = arguments[1],
+                       .applications = arguments[2],
+                       .program = arguments[3],
+                       .installer = self});
+    return report(sender.send());
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+    const Arguments arguments(argv, static_cast<std::size_t>(argc));
+    constexpr std::size_t words = 4;
+    if (!haveStandardStreams() || arguments.size() != words) {
+        static_cast<void>(std::fputs("Usage: tarnwick-install SOURCE FOLDER PROGRAM\n"
+                                     "Started by tarnwick to move a portable copy.\n",
+                                     stderr));
+        return misused;
+    }
+    try {
+        return std::string(arguments[1]) == "--receive" ? receive(arguments) : send(arguments);
+    } catch (const std::exception &exception) {
+        return report(exception.what());
+    }
+}
