@@ -5,7 +5,6 @@
 
 #include "App/Preferences.h"
 #include "Platform/ApplicationBundle.h"
-#include "Shared/ShellQuoting.h"
 
 #include <filesystem>
 #include <string>
@@ -76,15 +75,12 @@ MoveToApplications::Outcome MoveToApplications::promptIfNeeded(ApplicationBundle
 
 MoveToApplications::Outcome MoveToApplications::moveAndRelaunch(ApplicationBundle &bundle)
 {
-    const std::string source = bundle.path();
-    const std::string folder = bundle.applications();
-    const std::string target = folder + source.substr(source.rfind('/') + 1);
-    if (areSame(source, target)) {
+    const BundleCopy copy{.source = bundle.path(), .applications = bundle.applications()};
+    const std::string target = copy.target();
+    if (areSame(copy.source, target)) {
         return Outcome::Stays; // what is removed first would be the only copy
     }
-    const std::string removal = "rm -rf " + ShellQuoting::quote(target);
-    const std::string copy = "cp -R " + ShellQuoting::quote(source) + " " + folder;
-    if (bundle.runPrivileged(removal + " && " + copy) == ApplicationBundle::Privileged::Failed) {
+    if (bundle.runPrivileged(copy) == ApplicationBundle::Privileged::Failed) {
         return Outcome::Stays;
     }
     bundle.takeAlong(target);

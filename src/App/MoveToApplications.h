@@ -15,7 +15,7 @@ class Preferences;
 /// The offer to move a copy of the application that was started from just anywhere into the folder
 /// for applications. It is made at the start of a launch, before there is anything to see, until
 /// the user declines, and never to what is there already, by whatever links or mounts it was found.
-/// Failures are not told: the application goes on where it is. Main thread.
+/// No failure is shown: the application goes on where it is. Main thread.
 class MoveToApplications
 {
 public:

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "Platform/BundleCopy.h"
+
 #include <QVariantMap>
 
 #include <cstdint>
@@ -20,7 +22,7 @@ class ApplicationBundle
 public:
     enum class Privileged : std::uint8_t {
         Done,
-        Failed,     ///< the user did not allow it, or a command failed
+        Failed,     ///< the user did not allow it, or it could not be done
         Impossible, ///< it could not even be attempted
     };
 
@@ -40,9 +42,9 @@ public:
     /// The user's own, without one.
     [[nodiscard]] virtual std::string userApplications() const = 0;
 
-    /// Has the shell run @p command as the administrator, after the system has asked for leave.
-    /// Returns when it has ended; events are processed meanwhile.
-    virtual Privileged runPrivileged(const std::string &command) = 0;
+    /// Makes @p copy as the administrator, after the system has asked for the password. An older
+    /// copy in its place is replaced. Returns when that is done; events are processed meanwhile.
+    virtual Privileged runPrivileged(const BundleCopy &copy) = 0;
 
     /// Has what the system knows of this bundle, such as that it starts with the session, hold for
     /// its copy at @p path instead. A failure is ignored.

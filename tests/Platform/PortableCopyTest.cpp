@@ -7,10 +7,13 @@
 #include "App/Preferences.h"
 #include "Platform/linux/AutostartEntry.h"
 #include "Shared/Version.h"
+#include "tests/Installer/InstallProgram.h"
 #include "tests/Platform/Polling.h"
+#include "tests/Support/RecordedLog.h"
 #include "tests/Support/ScopedEnvironment.h"
 #include "tests/Support/TemporaryFolder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <QSettings>
@@ -20,13 +23,14 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <vector>
 
 namespace Tarnwick {
 namespace {
 
 namespace fs = std::filesystem;
 using Outcome = MoveToApplications::Outcome;
-using Privileged = ApplicationBundle::Privileged;
+using testing::StartsWith;
 
 std::string read(const fs::path &file)
 {
@@ -49,8 +53,10 @@ protected:
     {
         fs::create_directories(m_applications);
         writeProgram(m_source / "bin" / "tarnwick",
-                     "pwd > \"$0.part\"; mv \"$0.part\" \"$0.ran\"\n");
-        std::ofstream(m_source / ".tarnwick-portable") << "";
+                     "if [ \"$1\" = --version ]; then echo 'tarnwick " + std::string(version) +
+                         "'; exit; fi\npwd > \"$0.part\"; mv \"$0.part\" \"$0.ran\"\n");
+        fs::create_symlink(installProgram, m_source / "bin" / "tarnwick-install");
+        std::ofstream(m_source / ".tarnwick-portable") << "tarnwick-portable 1\n755 bin/tarnwick\n";
         allow(true);
     }
 
@@ -58,7 +64,7 @@ protected:
     {
         // 126 is what pkexec(1) ends with when its dialog was closed.
         writeProgram(m_folder.path() / "bin" / "pkexec",
-                     "echo \"$1 $2\" > '" + (m_folder.path() / "asked").string() + "'\n" +
+                     "echo \"$2 $3 $4\" > '" + (m_folder.path() / "asked").string() + "'\n" +
                          (isAllowed ? "exec \"$@\"\n" : "exit 126\n"));
     }
 
@@ -80,6 +86,12 @@ protected:
             copy, preferences, [](const ModalQuestion &) { return ModalAnswer::FirstButton; });
     }
 
+    [[nodiscard]] std::string lastMessage() const
+    {
+        const std::vector<std::string> messages = m_log.messages();
+        return messages.empty() ? std::string() : messages.back();
+    }
+
     [[nodiscard]] bool triedToMove() const { return fs::exists(m_folder.path() / "asked"); }
 
     TemporaryFolder m_folder;
@@ -87,6 +99,7 @@ protected:
     fs::path m_applications = m_folder.path() / "opt";
     fs::path m_autostart = m_folder.path() / "autostart";
     fs::path m_userApplications = m_folder.path() / "home" / "Applications";
+    RecordedLog m_log;
     ScopedEnvironment m_path{"PATH",
                              (m_folder.path() / "bin").string() + ":" + std::getenv("PATH")};
 };
@@ -133,36 +146,61 @@ TEST_F(PortableCopyTest, IsNoBuildTreeAndNoInstalledApplication)
     EXPECT_FALSE(copyAt("/usr/bin/tarnwick").isPortable());
 }
 
-TEST_F(PortableCopyTest, RunsACommandAsWhoeverPkexecMakesIt)
-{
-    PortableCopy copy = copyAt(m_source / "bin" / "tarnwick");
-    const fs::path made = m_folder.path() / "made";
-    EXPECT_EQ(copy.runPrivileged("printf 'a \"b\"' > '" + made.string() + "'"), Privileged::Done);
-    EXPECT_EQ(read(made), "a \"b\"");
-    EXPECT_EQ(read(m_folder.path() / "asked"), "/bin/sh -c\n");
-}
-
-TEST_F(PortableCopyTest, TellsWhenACommandFailedOrWasNotAllowed)
-{
-    PortableCopy copy = copyAt(m_source / "bin" / "tarnwick");
-    EXPECT_EQ(copy.runPrivileged("exit 1"), Privileged::Failed);
-    EXPECT_EQ(copy.runPrivileged("kill -9 $$"), Privileged::Failed);
-    allow(false);
-    EXPECT_EQ(copy.runPrivileged("true"), Privileged::Failed);
-    fs::remove(m_folder.path() / "bin" / "pkexec");
-    const ScopedEnvironment nowhere("PATH", m_folder.path() / "bin");
-    EXPECT_EQ(copy.runPrivileged("true"), Privileged::Failed);
-}
-
 TEST_F(PortableCopyTest, IsMovedAndStartedFromItsNewPlace)
 {
     const fs::path target = m_applications / "Tarn'wick";
-    fs::create_directories(target / "an old copy");
+    fs::create_directories(target);
+    std::ofstream(target / ".tarnwick-portable") << "tarnwick-portable 1\n644 of the older copy\n";
+    std::ofstream(target / "of the older copy") << "";
+    std::ofstream(m_source / "letter") << "private";
     EXPECT_EQ(agreeIn(m_source), Outcome::Moved);
-    EXPECT_FALSE(fs::exists(target / "an old copy"));
+    EXPECT_EQ(read(m_folder.path() / "asked"),
+              "--receive " + m_applications.string() + "/ Tarn'wick\n");
+    EXPECT_FALSE(fs::exists(target / "of the older copy"));
+    EXPECT_FALSE(fs::exists(target / "letter"));
     EXPECT_TRUE(fs::exists(target / ".tarnwick-portable"));
     EXPECT_TRUE(fs::exists(m_source / "bin" / "tarnwick"));
     EXPECT_TRUE(awaitOutside([&target] { return fs::exists(target / "bin" / "tarnwick.ran"); }));
+    EXPECT_TRUE(m_log.messages().empty());
+}
+
+TEST_F(PortableCopyTest, TellsTheLogWhatBecameOfAStrangersFile)
+{
+    const fs::path target = m_applications / "Tarn'wick";
+    fs::create_directories(target);
+    std::ofstream(target / ".tarnwick-portable") << "";
+    std::ofstream(target / "notes") << "dear";
+    EXPECT_EQ(agreeIn(m_source), Outcome::Moved);
+    EXPECT_THAT(lastMessage(), StartsWith("[app] moved to " + target.string() + ": files that "));
+}
+
+TEST_F(PortableCopyTest, GoesOnWhereItIsWhenTheMoveFails)
+{
+    AutostartEntry entry(m_autostart, m_source / "bin" / "tarnwick");
+    ASSERT_EQ(entry.registerApplication(), std::nullopt);
+    const fs::path target = m_applications / "Tarn'wick";
+    const fs::path marker = m_source / ".tarnwick-portable";
+    const std::string begin = "[app] not moved to " + target.string() + ": ";
+    std::ofstream(marker) << "";
+    EXPECT_EQ(agreeIn(m_source), Outcome::Stays);
+    EXPECT_EQ(lastMessage(), begin + marker.string() + " does not list the files of the copy");
+
+    std::ofstream(marker) << "tarnwick-portable 1\n755 bin/tarnwick\n";
+    fs::create_directories(target / "of somebody else");
+    EXPECT_EQ(agreeIn(m_source), Outcome::Stays);
+    EXPECT_EQ(lastMessage(), begin + m_applications.string() +
+                                 "/Tarn'wick is there and is not a copy of Tarnwick");
+
+    fs::remove(m_source / "bin" / "tarnwick-install");
+    EXPECT_EQ(agreeIn(m_source), Outcome::Stays);
+    EXPECT_THAT(lastMessage(), StartsWith(begin + "tarnwick-install: "));
+    writeProgram(m_source / "bin" / "tarnwick-install", "exit 7\n");
+    EXPECT_EQ(agreeIn(m_source), Outcome::Stays);
+    EXPECT_EQ(lastMessage(), begin + "tarnwick-install ended with status 7");
+
+    EXPECT_EQ(m_log.messages().size(), 4U);
+    EXPECT_TRUE(fs::exists(target / "of somebody else"));
+    EXPECT_EQ(entry.status(), LoginItem::Status::Enabled);
 }
 
 TEST_F(PortableCopyTest, IsMovedIntoAFolderForApplicationsThatIsALink)
@@ -220,6 +258,8 @@ TEST_F(PortableCopyTest, StaysWhereItIsWhenTheQuestionForThePasswordIsCancelled)
     EXPECT_TRUE(triedToMove());
     EXPECT_TRUE(fs::is_empty(m_applications));
     EXPECT_TRUE(store.allKeys().isEmpty());
+    EXPECT_EQ(lastMessage(), "[app] not moved to " + (m_applications / "Tarn'wick").string() +
+                                 ": the administrator's password was not given");
 }
 
 TEST_F(PortableCopyTest, EndsTheApplicationOnceItsEventLoopRuns)

@@ -10,7 +10,8 @@
 
 namespace Tarnwick {
 
-/// A bundle that lies where a test says, and that writes down what is done.
+/// A bundle that lies where a test says, on a system where a shell makes the copy, and that writes
+/// down what is done.
 class FakeApplicationBundle : public ApplicationBundle
 {
 public:
@@ -21,9 +22,9 @@ public:
     {
         return "/Users/ann/Applications";
     }
-    Privileged runPrivileged(const std::string &command) override
+    Privileged runPrivileged(const BundleCopy &copy) override
     {
-        calls.push_back("privileged: " + command);
+        calls.push_back("privileged: " + copy.shellCommand());
         return outcome;
     }
     void takeAlong(const std::string &path) override { takenTo = path; }

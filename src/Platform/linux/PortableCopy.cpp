@@ -4,7 +4,9 @@
 #include "Platform/linux/PortableCopy.h"
 
 #include "Core/MainThread.h"
+#include "Installer/PortableManifest.h"
 #include "Platform/linux/AutostartEntry.h"
+#include "Shared/AppLog.h"
 #include "Shared/ShellQuoting.h"
 #include "Shared/Version.h"
 
@@ -28,7 +30,7 @@ namespace {
 
 using std::filesystem::path;
 
-constexpr const char *marker = ".tarnwick-portable";
+constexpr const char *installer = "tarnwick-install";
 constexpr std::string_view systemPrefix = "/usr/";
 
 /// The folder with the marker: that of the executable, or the one above.
@@ -37,7 +39,7 @@ std::optional<path> markedFolder(const path &executable)
     const path own = executable.parent_path();
     for (const path &folder : {own, own.parent_path()}) {
         std::error_code failed;
-        if (std::filesystem::exists(folder / marker, failed)) {
+        if (std::filesystem::exists(folder / PortableManifest::fileName, failed)) {
             return folder;
         }
     }
@@ -47,6 +49,41 @@ std::optional<path> markedFolder(const path &executable)
 QString textOf(const std::string &bytes)
 {
     return QFile::decodeName(bytes.c_str());
+}
+
+/// @p text as a part of one line of a log.
+std::string oneLine(std::string text)
+{
+    constexpr unsigned char firstPrintable = 0x20;
+    std::replace_if(
+        text.begin(), text.end(),
+        [](char character) { return static_cast<unsigned char>(character) < firstPrintable; }, '?');
+    return text;
+}
+
+/// What the installer wrote last; pkexec(1) shares its output.
+std::string lastLineOf(QProcess &process)
+{
+    const QByteArray prefix = QByteArray(installer) + ": ";
+    QByteArray last;
+    for (const QByteArray &line : process.readAll().split('\n')) {
+        if (line.startsWith(prefix)) {
+            last = line.mid(prefix.size());
+        }
+    }
+    return oneLine(last.toStdString());
+}
+
+/// Why the installer failed.
+std::string reasonOf(QProcess &process)
+{
+    const std::string line = lastLineOf(process);
+    if (!line.empty()) {
+        return line;
+    }
+    return installer + (process.error() == QProcess::UnknownError
+                            ? " ended with status " + std::to_string(process.exitCode())
+                            : ": " + process.errorString().toStdString());
 }
 
 } // namespace
@@ -77,22 +114,29 @@ bool PortableCopy::isPortable() const
     return m_root && !m_places.executable.string().starts_with(systemPrefix);
 }
 
-ApplicationBundle::Privileged PortableCopy::runPrivileged(const std::string &command)
+ApplicationBundle::Privileged PortableCopy::runPrivileged(const BundleCopy &copy)
 {
     QProcess process;
-    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    process.setProcessChannelMode(QProcess::MergedChannels);
     QEventLoop loop;
     QObject::connect(&process, &QProcess::finished, &loop, &QEventLoop::quit);
     QObject::connect(&process, &QProcess::errorOccurred, &loop, &QEventLoop::quit);
-    process.start(QStringLiteral("pkexec"),
-                  {QStringLiteral("/bin/sh"), QStringLiteral("-c"), textOf(command)});
+    process.start(textOf((m_places.executable.parent_path() / installer).string()),
+                  {textOf(copy.source), textOf(copy.applications),
+                   textOf(m_places.executable.lexically_relative(copy.source).string())});
     while (process.state() != QProcess::NotRunning) {
         loop.exec();
     }
-    // Also where there is no pkexec: without it nothing was copied that could be started.
     const bool isDone = process.error() == QProcess::UnknownError &&
                         process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
-    return isDone ? Privileged::Done : Privileged::Failed;
+    if (!isDone) {
+        AppLog::log("[app] not moved to " + oneLine(copy.target()) + ": " + reasonOf(process));
+        return Privileged::Failed;
+    }
+    if (const std::string remark = lastLineOf(process); !remark.empty()) {
+        AppLog::log("[app] moved to " + oneLine(copy.target()) + ": " + remark);
+    }
+    return Privileged::Done;
 }
 
 void PortableCopy::takeAlong(const std::string &path)

@@ -11,9 +11,10 @@
 namespace Tarnwick {
 
 /// The application's folder on Linux. One that can be moved as a whole says so by a file named
-/// `.tarnwick-portable` in it; the executable lies in that folder itself or in a folder of it, such
-/// as `bin`. A copy below `/usr/` belongs to the system whatever it says, and a build tree has no
-/// such file. The administrator's leave is asked for by pkexec(1).
+/// `.tarnwick-portable` in it, which lists what it consists of; the executable lies in that folder
+/// itself or in a folder of it, such as `bin`. A copy below `/usr/` belongs to the system whatever
+/// it says, and a build tree has no such file. The copy is made by `tarnwick-install`, which lies
+/// beside the executable and asks for the administrator's password with pkexec(1).
 class PortableCopy : public ApplicationBundle
 {
 public:
@@ -34,7 +35,8 @@ public:
     {
         return m_places.userApplications;
     }
-    Privileged runPrivileged(const std::string &command) override;
+    /// A failure changes nothing, and is logged in one line.
+    Privileged runPrivileged(const BundleCopy &copy) override;
     void takeAlong(const std::string &path) override;
     [[nodiscard]] std::string openCommand(const std::string &path) const override;
     void launch(const std::string &program, const std::vector<std::string> &arguments) override;
