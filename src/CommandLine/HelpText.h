@@ -46,6 +46,13 @@ inline constexpr std::string_view kill =
 inline constexpr std::string_view killExamples = "Examples:\n"
                                                  "  tarnwickctl kill 3000\n"
                                                  "  tarnwickctl kill 3000 8080 --yes\n"
-                                                 "  tarnwickctl kill --pid 4711";
+                                                 "  tarnwickctl kill --pid 4711\n\n"
+                                                 "Exit status:\n"
+                                                 "  0 stopped\n"
+                                                 "  1 nothing to stop\n"
+                                                 "  2 wrong usage\n"
+                                                 "  3 not permitted\n"
+                                                 "  4 failed\n"
+                                                 "  6 sent SIGKILL, and has not ended yet";
 
 } // namespace Tarnwick::HelpText

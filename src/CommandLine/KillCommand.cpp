@@ -8,6 +8,7 @@
 #include "Shared/EntryText.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <iterator>
 #include <optional>
@@ -55,18 +56,16 @@ bool isYes(std::string_view answer)
     return word == "y" || word == "yes";
 }
 
-ExitCode exitCodeOf(KillResult result)
+ExitCode exitCodeOf(KillResultCode result)
 {
     switch (result) {
-    case KillResult::Terminated:
-    case KillResult::Force:
+    case KillResultCode::Terminated:
+    case KillResultCode::ForceKilled:
         return ExitCode::Done;
-    case KillResult::PermissionDenied:
+    case KillResultCode::PermissionDenied:
         return ExitCode::NotPermitted;
-    case KillResult::NotFound:
+    case KillResultCode::NotFound:
         return ExitCode::NothingDone;
-    case KillResult::XpcUnavailable:
-        break;
     }
     return ExitCode::Failed;
 }
@@ -194,12 +193,17 @@ bool KillCommand::isConfirmed(const PortEntry &owner, const std::vector<std::int
 ExitCode KillCommand::end(const PortEntry &owner, const std::vector<std::int64_t> &asked)
 {
     const auto shown = m_shown.find(owner.pid);
-    const KillResult result =
-        shown == m_shown.end() ? KillResult::NotFound : m_ender.end(shown->second);
+    const KillAnswer answer =
+        shown == m_shown.end() ? KillResultCode::NotFound : m_ender.end(shown->second);
+    if (const auto *error = std::get_if<KillError>(&answer)) {
+        return fail(owner, *error);
+    }
+    const auto result = std::get<KillResultCode>(answer);
     const ExitCode code = exitCodeOf(result);
     std::string outcome;
     for (const std::int64_t port : asked) {
-        outcome += killOutcomeLine(result, port) + '\n';
+        const auto number = static_cast<std::int32_t>(result);
+        outcome += killOutcomeLine(killResultFromReply(number), port) + '\n';
     }
     if (code == ExitCode::Done) {
         m_freed.insert(asked.begin(), asked.end());
@@ -211,6 +215,16 @@ ExitCode KillCommand::end(const PortEntry &owner, const std::vector<std::int64_t
             (reason.empty() ? "." + std::string(hintForPrivilege()) : ": it is " + reason + "."));
     }
     return m_console.finish(outcome, code);
+}
+
+ExitCode KillCommand::fail(const PortEntry &owner, const KillError &error) const
+{
+    if (error.code == ETIMEDOUT) {
+        m_console.sayError(processText(owner) + " was sent SIGKILL and has not ended.");
+        return ExitCode::NotEnded;
+    }
+    m_console.sayError(processText(owner) + " was not stopped: " + error.message + ".");
+    return ExitCode::Failed;
 }
 
 std::vector<Listener> KillCommand::listenersOn(std::int64_t port) const

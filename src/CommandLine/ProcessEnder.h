@@ -3,8 +3,8 @@
 
 #pragma once
 
-#include "Helper/ListenerInventory.h"
-#include "Shared/HelperProtocol.h"
+#include "Helper/ProcessIdentity.h"
+#include "Helper/ProcessTerminator.h"
 
 #include <cstdint>
 #include <optional>
@@ -25,8 +25,8 @@ public:
     [[nodiscard]] virtual std::optional<ProcessIdentity> identity(std::int32_t pid) const = 0;
 
     /// Ends that very process and waits until it has ended; `NotFound` when another one has its
-    /// identifier by now.
-    [[nodiscard]] virtual KillResult end(const ProcessIdentity &process) = 0;
+    /// identifier by now. An error when it lives on, or nothing could be done to it.
+    [[nodiscard]] virtual KillAnswer end(const ProcessIdentity &process) = 0;
 
     /// What the process is that makes it one never to be ended, for people; empty for others.
     [[nodiscard]] virtual std::string protection(std::int32_t pid) const = 0;

@@ -15,13 +15,14 @@ Listing SystemListeners::list()
 
 std::optional<ProcessIdentity> SystemListeners::identity(std::int32_t pid) const
 {
-    return m_inventory.told(pid);
+    const SharedProcessReport report = m_inventory.report();
+    const ReportedProcess *reported = report->find(pid);
+    return reported != nullptr ? std::optional(reported->process) : std::nullopt;
 }
 
-KillResult SystemListeners::end(const ProcessIdentity &process)
+KillAnswer SystemListeners::end(const ProcessIdentity &process)
 {
-    ProcessTerminator terminator(m_inventory);
-    return killResultFromReply(static_cast<std::int32_t>(terminator.terminate(process)));
+    return ProcessTerminator(m_inventory).terminate(process);
 }
 
 std::string SystemListeners::protection(std::int32_t pid) const

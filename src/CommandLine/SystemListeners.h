@@ -19,7 +19,7 @@ class SystemListeners : public ListenerSource, public ProcessEnder
 public:
     [[nodiscard]] Listing list() override;
     [[nodiscard]] std::optional<ProcessIdentity> identity(std::int32_t pid) const override;
-    [[nodiscard]] KillResult end(const ProcessIdentity &process) override;
+    [[nodiscard]] KillAnswer end(const ProcessIdentity &process) override;
     [[nodiscard]] std::string protection(std::int32_t pid) const override;
 
 private:

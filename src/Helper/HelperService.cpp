@@ -3,11 +3,21 @@
 
 #include "Helper/HelperService.h"
 
-#include "Shared/RawPortInfo.h"
-
+#include <cstddef>
 #include <utility>
 
 namespace Tarnwick {
+
+namespace {
+
+void replyToAll(const std::vector<HelperService::KillReply> &replies, const KillAnswer &answer)
+{
+    for (const HelperService::KillReply &reply : replies) {
+        reply(answer);
+    }
+}
+
+} // namespace
 
 /// A process that was asked to end, and who wants to know.
 struct HelperService::Ending
@@ -17,6 +27,21 @@ struct HelperService::Ending
     std::unique_ptr<EventLoop::Wait> end;
     std::unique_ptr<EventLoop::Wait> deadline;
 };
+
+HelperService::Work HelperService::workOf(ListenerInventory &inventory,
+                                          const ProcessTerminator &terminator)
+{
+    return {.scan = [&inventory](const ScanRequest &request) { return inventory.scan(request); },
+            .admit =
+                [&terminator](std::int32_t pid, const ProcessIdentity *meant,
+                              std::optional<std::int32_t> caller) {
+                    return terminator.admit(pid, meant, caller);
+                },
+            .start =
+                [&terminator](ProcessTerminator::Target target, const Ownership &ownership) {
+                    return terminator.start(std::move(target), ownership);
+                }};
+}
 
 HelperService::HelperService(EventLoop &loop, Work work)
     : m_loop(loop)
@@ -29,56 +54,106 @@ HelperService::~HelperService() = default;
 void HelperService::listListeningPorts(ListReply reply)
 {
     m_listReplies.push_back(std::move(reply));
-    if (m_listReplies.size() == 1) {
-        const auto answer = [this] { answerListings(); };
-        m_listingDue = {m_loop.whenIdle(answer),
-                        m_loop.at(EventLoop::Clock::now() + longestWait, answer)};
+    awaitRound();
+}
+
+void HelperService::killProcess(const KillRequest &request, KillReply reply)
+{
+    const std::int32_t pid = request.pid;
+    // A process that ended just now may have left its identifier to another one.
+    advance(pid);
+    const SharedProcessReport &shown = request.shown ? request.shown : m_report;
+    const ReportedProcess *meant = shown ? shown->find(pid) : nullptr;
+    ProcessTerminator::Admitted admitted =
+        m_work.admit(pid, meant != nullptr ? &meant->process : nullptr, request.caller);
+    if (const auto *code = std::get_if<KillResultCode>(&admitted)) {
+        reply(*code);
+        return;
+    }
+    if (const auto *error = std::get_if<KillError>(&admitted)) {
+        reply(*error);
+        return;
+    }
+    // All that are admitted under an identifier while its process lives mean that process.
+    if (const auto ending = m_endings.find(pid); ending != m_endings.end()) {
+        ending->second->replies.push_back(std::move(reply));
+        return;
+    }
+    const auto place =
+        m_kills
+            .try_emplace(pid, Waiting{std::get<ProcessTerminator::Target>(std::move(admitted)), {}})
+            .first;
+    place->second.replies.push_back(std::move(reply));
+    awaitRound();
+}
+
+void HelperService::awaitRound()
+{
+    if (!m_roundDue[0]) {
+        const auto round = [this] { doRound(); };
+        m_roundDue = {m_loop.whenIdle(round),
+                      m_loop.at(EventLoop::Clock::now() + longestWait, round)};
     }
 }
 
-void HelperService::answerListings()
+void HelperService::doRound()
 {
-    m_listingDue = {};
-    const std::vector<ListReply> replies = std::exchange(m_listReplies, {});
-    const ListAnswer answer = listing();
+    m_roundDue = {};
+    const std::vector<ListReply> listReplies = std::exchange(m_listReplies, {});
+    WaitingKills kills = std::exchange(m_kills, {});
+    ScanRequest request{.records = !listReplies.empty(), .owners = {}};
+    for (const auto &[pid, waiting] : kills) {
+        request.owners.push_back(pid);
+    }
+    const Scan scan = m_work.scan(request);
+    start(std::move(kills), scan);
+    answerListings(listReplies, scan);
+}
+
+void HelperService::answerListings(const std::vector<ListReply> &replies, const Scan &scan)
+{
+    if (replies.empty()) {
+        return;
+    }
+    ListAnswer answer;
+    if (const auto *error = std::get_if<ListingError>(&scan)) {
+        answer = *error;
+    } else {
+        const auto &found = std::get<ScanResult>(scan);
+        m_report = found.report;
+        answer = std::make_shared<const ListingPayload>(found.records, found.report);
+    }
     for (const ListReply &reply : replies) {
         reply(answer);
     }
 }
 
-HelperService::ListAnswer HelperService::listing()
+void HelperService::start(WaitingKills kills, const Scan &scan)
 {
-    const Listing listing = m_work.list();
-    if (const auto *error = std::get_if<ListingError>(&listing)) {
-        return *error;
+    std::size_t index = 0;
+    for (auto &[pid, waiting] : kills) {
+        if (const auto *error = std::get_if<ListingError>(&scan)) {
+            replyToAll(waiting.replies, KillError{error->code, error->message});
+            continue;
+        }
+        const Ownership &ownership = std::get<ScanResult>(scan).ownerships[index++];
+        ProcessTerminator::Started started = m_work.start(std::move(waiting.target), ownership);
+        if (const auto *code = std::get_if<KillResultCode>(&started)) {
+            replyToAll(waiting.replies, *code);
+        } else if (const auto *failed = std::get_if<KillError>(&started)) {
+            replyToAll(waiting.replies, *failed);
+        } else {
+            await(std::get<Termination>(std::move(started)), pid, std::move(waiting.replies));
+        }
     }
-    return std::make_shared<const std::string>(
-        RawPortInfo::encode(std::get<std::vector<RawPortInfo>>(listing)));
 }
 
-void HelperService::killProcess(std::int32_t pid, std::optional<std::int32_t> caller,
-                                KillReply reply)
+void HelperService::await(Termination termination, std::int32_t pid, std::vector<KillReply> replies)
 {
-    // A process that ended just now may have left its identifier to another one.
-    advance(pid);
-    if (const auto ending = m_endings.find(pid); ending != m_endings.end() && caller != pid) {
-        ending->second->replies.push_back(std::move(reply));
-        return;
-    }
-    ProcessTerminator::Started started = m_work.beginToEnd(pid, caller);
-    if (const auto *code = std::get_if<KillResultCode>(&started)) {
-        reply(*code);
-        return;
-    }
-    await(pid, std::get<Termination>(std::move(started)), std::move(reply));
-}
-
-void HelperService::await(std::int32_t pid, Termination termination, KillReply reply)
-{
-    const auto [place, added] = m_endings.emplace(
-        pid, std::make_unique<Ending>(Ending{std::move(termination), {}, nullptr, nullptr}));
+    const auto [place, added] =
+        m_endings.emplace(pid, std::make_unique<Ending>(Ending{
+                                   std::move(termination), std::move(replies), nullptr, nullptr}));
     Ending &ending = *place->second;
-    ending.replies.push_back(std::move(reply));
     ending.end =
         m_loop.whenReadable(ending.termination.descriptor(), [this, pid] { advance(pid); });
     waitForDeadline(pid, ending);
@@ -90,16 +165,14 @@ void HelperService::advance(std::int32_t pid)
     if (place == m_endings.end()) {
         return;
     }
-    const std::optional<KillResultCode> code = place->second->termination.advance();
-    if (!code) {
+    const std::optional<KillAnswer> result = place->second->termination.advance();
+    if (!result) {
         waitForDeadline(pid, *place->second);
         return;
     }
     const std::unique_ptr<Ending> ended = std::move(place->second);
     m_endings.erase(place);
-    for (const KillReply &reply : ended->replies) {
-        reply(*code);
-    }
+    replyToAll(ended->replies, *result);
 }
 
 void HelperService::waitForDeadline(std::int32_t pid, Ending &ending)

@@ -5,6 +5,7 @@
 
 #include "Helper/EventLoop.h"
 #include "Helper/ListenerInventory.h"
+#include "Helper/ListingPayload.h"
 #include "Helper/ProcessTerminator.h"
 #include "Shared/HelperProtocol.h"
 
@@ -15,66 +16,93 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <string>
 #include <variant>
 #include <vector>
 
 namespace Tarnwick {
 
 /// What the helper does, whatever channel the requests come through: it lists, and it ends
-/// processes. Every request is answered exactly once. The end of a process is awaited through the
-/// event loop, so that listings go on meanwhile. Channels deal with who may ask and with how fast
-/// the answers can be sent. One thread, the event loop's.
+/// processes. Every request is answered exactly once. Requests that wait together share one scan,
+/// listings and kills alike, so that a flood of them costs little more than one. The end of a
+/// process is awaited through the event loop, so that listings go on meanwhile. Channels deal with
+/// who may ask, with what each client was shown, and with how fast the answers can be sent. One
+/// thread, the event loop's.
 class HelperService
 {
 public:
-    /// The payload of a listing (see RawPortInfo::encode), shared by all that are answered with it.
-    using Payload = std::shared_ptr<const std::string>;
+    /// The payload of a listing, shared by all that are answered with it.
+    using Payload = std::shared_ptr<const ListingPayload>;
     using ListAnswer = std::variant<Payload, ListingError>;
     using ListReply = std::function<void(const ListAnswer &)>;
-    using KillReply = std::function<void(KillResultCode)>;
+    using KillReply = std::function<void(const KillAnswer &)>;
 
-    /// What the service does its work with.
+    /// What the service does its work with, as the inventory and the terminator promise.
     struct Work
     {
-        std::function<Listing()> list;
-        std::function<ProcessTerminator::Started(std::int32_t pid,
-                                                 std::optional<std::int32_t> caller)>
-            beginToEnd;
+        std::function<Scan(const ScanRequest &request)> scan;
+        std::function<ProcessTerminator::Admitted(std::int32_t pid, const ProcessIdentity *meant,
+                                                  std::optional<std::int32_t> caller)>
+            admit;
+        std::function<ProcessTerminator::Started(ProcessTerminator::Target target,
+                                                 const Ownership &ownership)>
+            start;
     };
+
+    /// The real work; both outlive the service.
+    [[nodiscard]] static Work workOf(ListenerInventory &inventory,
+                                     const ProcessTerminator &terminator);
 
     HelperService(EventLoop &loop, Work work);
     ~HelperService();
     HelperService(const HelperService &) = delete;
     HelperService &operator=(const HelperService &) = delete;
 
-    /// Answers with a listing that is begun after this call: when the channel has nothing else to
-    /// bring, or after @ref longestWait, so that whoever keeps the channel busy does not keep the
-    /// others waiting. Requests that wait together are answered with one listing, so that a flood
-    /// of them costs little more than one.
+    /// Answers with a listing of a scan that begins after this call: when the channel has nothing
+    /// else to bring, or after @ref longestWait, so that whoever keeps the channel busy does not
+    /// keep the others waiting.
     void listListeningPorts(ListReply reply);
 
-    /// Asks process @p pid to end for @p caller, another process, if the channel knows which; the
-    /// answer comes when it has ended or was refused (see ProcessTerminator). Requests for a
-    /// process that is about to end are answered together.
-    void killProcess(std::int32_t pid, std::optional<std::int32_t> caller, KillReply reply);
+    struct KillRequest
+    {
+        std::int32_t pid = 0;
+        /// The listing that whoever asks was shown last, and so goes by; none for one who never
+        /// listed, who goes by the latest listing that anybody got.
+        SharedProcessReport shown;
+        std::optional<std::int32_t> caller; ///< the asking process, if the channel knows it
+    };
+
+    /// Asks a process to end; the answer comes when it has ended or was refused (see
+    /// ProcessTerminator). What needs no scan to be refused is answered at once; the others wait
+    /// for a scan as listings do. Requests for a process that is about to end are answered
+    /// together.
+    void killProcess(const KillRequest &request, KillReply reply);
 
     static constexpr std::chrono::milliseconds longestWait{50};
 
 private:
     struct Ending;
+    struct Waiting
+    {
+        ProcessTerminator::Target target;
+        std::vector<KillReply> replies;
+    };
+    using WaitingKills = std::map<std::int32_t, Waiting>;
 
-    void answerListings();
-    [[nodiscard]] ListAnswer listing();
-    void await(std::int32_t pid, Termination termination, KillReply reply);
+    void awaitRound();
+    void doRound();
+    void answerListings(const std::vector<ListReply> &replies, const Scan &scan);
+    void start(WaitingKills kills, const Scan &scan);
+    void await(Termination termination, std::int32_t pid, std::vector<KillReply> replies);
     void advance(std::int32_t pid);
     void waitForDeadline(std::int32_t pid, Ending &ending);
 
     EventLoop &m_loop;
     Work m_work;
+    SharedProcessReport m_report; ///< of the latest listing
     std::vector<ListReply> m_listReplies;
-    std::array<std::unique_ptr<EventLoop::Wait>, 2> m_listingDue; ///< one or the other
-    std::map<std::int32_t, std::unique_ptr<Ending>> m_endings;    ///< by process identifier
+    WaitingKills m_kills;                                       ///< by process identifier
+    std::array<std::unique_ptr<EventLoop::Wait>, 2> m_roundDue; ///< one or the other
+    std::map<std::int32_t, std::unique_ptr<Ending>> m_endings;  ///< by process identifier
 };
 
 } // namespace Tarnwick

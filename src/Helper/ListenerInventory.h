@@ -3,12 +3,13 @@
 
 #pragma once
 
+#include "Helper/ProcessIdentity.h"
+#include "Helper/ProcessReport.h"
 #include "Shared/RawPortInfo.h"
 
 #include <chrono>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -24,16 +25,6 @@ struct ListingError
 
 using Listing = std::variant<std::vector<RawPortInfo>, ListingError>;
 
-/// Which process, beyond its identifier, which the system uses again: the identifier together with
-/// the moment the process started, in the kernel's own clock ticks since boot.
-struct ProcessIdentity
-{
-    std::int32_t pid = 0;
-    std::uint64_t startTicks = 0;
-
-    friend bool operator==(const ProcessIdentity &, const ProcessIdentity &) = default;
-};
-
 /// What a process is to the sockets that listen, as far as it allows to end the process for them.
 struct Ownership
 {
@@ -45,8 +36,23 @@ struct Ownership
         Seen       ///< it was seen just now to have one of them open
     };
     Kind kind = Kind::None;
-    ProcessIdentity process; ///< where it owns any
 };
+
+/// What one scan is to find out.
+struct ScanRequest
+{
+    bool records = true;              ///< what listens
+    std::vector<std::int32_t> owners; ///< the processes whose ownership is wanted
+};
+
+struct ScanResult
+{
+    std::vector<RawPortInfo> records;  ///< empty where they are not wanted
+    SharedProcessReport report;        ///< the owners in the records
+    std::vector<Ownership> ownerships; ///< of the processes that were asked for, in their order
+};
+
+using Scan = std::variant<ScanResult, ListingError>;
 
 /// Everything that listens on a TCP port in this network namespace, with the process that owns each
 /// listening socket. It remembers between calls who owned which socket, so that a listing in which
@@ -79,17 +85,23 @@ public:
     ListenerInventory(const ListenerInventory &) = delete;
     ListenerInventory &operator=(const ListenerInventory &) = delete;
 
-    /// A record for each listening socket, ordered by port. A socket whose owner nobody can tell is
-    /// there with `pid` 0. Fails only when the sockets themselves cannot be listed.
+    /// What is wanted, as of one moment. There is a record for each listening socket, ordered by
+    /// port. A socket whose owner nobody can tell is there with `pid` 0. Fails only when the
+    /// sockets themselves cannot be listed.
+    [[nodiscard]] Scan scan(const ScanRequest &request);
+
+    /// The records of a scan of their own.
     [[nodiscard]] Listing list();
 
-    /// The process that list() named under @p pid when it last named one: which one whoever asks
-    /// for the end of @p pid means. It may have ended since.
-    [[nodiscard]] std::optional<ProcessIdentity> told(std::int32_t pid) const;
+    /// The owners in the latest records; empty before the first. They may have ended since.
+    [[nodiscard]] SharedProcessReport report() const;
 
-    /// What @p pid owns now. As thorough as list(), but tells of nothing else, and told() stays
-    /// what it was.
+    /// What @p pid owns now, by a scan of its own, which leaves report() as it was.
     [[nodiscard]] std::variant<Ownership, ListingError> ownership(std::int32_t pid);
+
+    /// Whether @p pid itself has one of the sockets open that listened at the latest scan, by a
+    /// look at each of its descriptors, or the errno of what kept us from looking.
+    [[nodiscard]] std::variant<bool, int> holdsListener(std::int32_t pid) const;
 
     struct Private;
 

@@ -11,9 +11,19 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <variant>
 
 namespace Tarnwick {
+
+/// Why a kill has no outcome: it could not be carried out, or has not ended the process yet.
+struct KillError
+{
+    int code = 0;        ///< errno; ETIMEDOUT for a process that SIGKILL has not ended in time
+    std::string message; ///< for people
+};
+
+using KillAnswer = std::variant<KillResultCode, KillError>;
 
 /// An end that has been asked for and is being awaited. Owned by whoever waits: an event loop polls
 /// `descriptor()` for reading until `deadline()` and calls `advance()` after either.
@@ -32,63 +42,69 @@ public:
     /// When to call `advance()` although the process has not ended.
     [[nodiscard]] std::chrono::steady_clock::time_point deadline() const;
 
-    /// Looks at the process: the result when it has ended or is past waiting for, nothing when
-    /// there is more to wait for. Past the first deadline it kills the process forcibly.
-    [[nodiscard]] std::optional<KillResultCode> advance();
+    /// Looks at the process: the answer when it has ended or is past waiting for, nothing when
+    /// there is more to wait for. Past the first deadline it kills the process forcibly. A success
+    /// only when the process has ended.
+    [[nodiscard]] std::optional<KillAnswer> advance();
 
 private:
     std::unique_ptr<State> m_state;
 };
 
 /// Ends the process behind a listener, and no other: it asks the process to end, waits, and then
-/// forces it. The target must be the very process that was meant and be seen to have a listening
+/// forces it. The target must be the very process that was reported and be seen to have a listening
 /// socket now. Every signal goes through a descriptor of the process, so that an identifier that
-/// was used again is never hit. Belongs to the inventory's thread.
+/// was used again is never hit. Three steps, so that many targets share one scan: admit(), a scan
+/// by the caller, start(). Belongs to the inventory's thread.
 class ProcessTerminator
 {
 public:
     struct Patience
     {
         std::chrono::milliseconds beforeForcing{3000};
-        /// A process in an uninterruptible wait ends only when that wait does; its end is certain,
-        /// and nobody waits longer for it than this.
+        /// A process in an uninterruptible wait or a frozen control group does not end from
+        /// SIGKILL before that is over; nobody waits longer for it than this.
         std::chrono::milliseconds afterForcing{2000};
     };
 
     explicit ProcessTerminator(ListenerInventory &inventory);
     ProcessTerminator(ListenerInventory &inventory, Patience patience);
 
-    using Started = std::variant<KillResultCode, Termination>;
+    /// A process that is the one that was reported; whether it listens is still to be seen.
+    struct Target
+    {
+        std::int32_t pid = 0;
+        FileDescriptor process; ///< of pidfd_open(2)
+    };
+    using Admitted = std::variant<Target, KillResultCode, KillError>;
 
-    /// Checks the target and asks it to end. It must be the process that the inventory told under
-    /// that identifier last, if it told one. A code at once: `NotFound` for what names no process
-    /// (0, negative numbers, threads), for another process than the one told, and for one that has
-    /// ended or listens no more; `PermissionDenied` for process 1, this process, its @p caller, a
-    /// process that does not listen or cannot be seen to, a service manager, which listens only for
-    /// its services, what the session lives on (SessionGuard), and one that the system does not let
-    /// us look into or signal.
-    [[nodiscard]] Started begin(std::int32_t pid,
-                                std::optional<std::int32_t> caller = std::nullopt);
+    /// Checks what takes no scan. @p meant is the process that was reported under @p pid to whoever
+    /// asks, if one was. `NotFound` for what names no process (0, negative numbers, threads), for a
+    /// process that has ended, and where another than @p meant has its identifier;
+    /// `PermissionDenied` for process 1, this process, its @p caller, a process that was not
+    /// reported, and where the system gives no descriptor of the process.
+    [[nodiscard]] Admitted admit(std::int32_t pid, const ProcessIdentity *meant,
+                                 std::optional<std::int32_t> caller = std::nullopt) const;
 
-    /// The same for a certain process; `NotFound` for any other with its identifier.
-    [[nodiscard]] Started begin(const ProcessIdentity &process,
-                                std::optional<std::int32_t> caller = std::nullopt);
+    using Started = std::variant<Termination, KillResultCode, KillError>;
 
-    /// As begin(), and waits for the result.
-    [[nodiscard]] KillResultCode terminate(std::int32_t pid,
-                                           std::optional<std::int32_t> caller = std::nullopt);
-    [[nodiscard]] KillResultCode terminate(const ProcessIdentity &process,
-                                           std::optional<std::int32_t> caller = std::nullopt);
+    /// Asks a target to end, by what a scan that began after admit() has found it to own.
+    /// `NotFound` when it has ended or listens no more; `PermissionDenied` when it cannot be seen
+    /// to listen, is a service manager, which listens only for its services, or something else that
+    /// the session lives on (SessionGuard), or may not be signalled.
+    [[nodiscard]] Started start(Target target, const Ownership &ownership) const;
+
+    /// All of it, for whoever waits by itself.
+    [[nodiscard]] KillAnswer terminate(const ProcessIdentity &process,
+                                       std::optional<std::int32_t> caller = std::nullopt);
 
 private:
-    using Expected = std::optional<ProcessIdentity>;
-    [[nodiscard]] Started begin(std::int32_t pid, const Expected &expected,
-                                std::optional<std::int32_t> caller);
-    [[nodiscard]] std::optional<KillResultCode> refusal(std::int32_t pid, const Expected &expected,
-                                                        const FileDescriptor &process) const;
+    [[nodiscard]] std::optional<KillAnswer> refusalOfUnseen(std::int32_t pid) const;
 
     ListenerInventory &m_inventory;
     Patience m_patience;
+    FileDescriptor m_root;
+    bool m_hasOwnNumbers; ///< whether /proc has the identifiers that system calls understand
 };
 
 } // namespace Tarnwick

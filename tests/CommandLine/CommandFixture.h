@@ -80,16 +80,16 @@ class NotedEnds : public ProcessEnder
 public:
     [[nodiscard]] std::optional<ProcessIdentity> identity(std::int32_t pid) const override
     {
-        return ProcessIdentity{pid, startTicks};
+        return ProcessIdentity{.pid = pid, .startTicks = startTicks};
     }
 
-    [[nodiscard]] KillResult end(const ProcessIdentity &process) override
+    [[nodiscard]] KillAnswer end(const ProcessIdentity &process) override
     {
         ended.push_back(process.pid);
         startsOfEnded.push_back(process.startTicks);
         startTicks += 1;
         const auto result = results.find(process.pid);
-        return result != results.end() ? result->second : KillResult::Terminated;
+        return result != results.end() ? result->second : KillAnswer(KillResultCode::Terminated);
     }
 
     [[nodiscard]] std::string protection(std::int32_t pid) const override
@@ -102,7 +102,7 @@ public:
     std::uint64_t startTicks = 100;
     std::vector<std::int32_t> ended;
     std::vector<std::uint64_t> startsOfEnded;
-    std::map<std::int32_t, KillResult> results; ///< `Terminated` for the others
+    std::map<std::int32_t, KillAnswer> results; ///< `Terminated` for the others
     std::map<std::int32_t, std::string> protections;
 };
 

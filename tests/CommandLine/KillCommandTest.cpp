@@ -8,6 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 namespace Tarnwick {
 
 namespace {
@@ -181,7 +183,7 @@ TEST_F(KillCommandTest, AsksAProcessOnceForAllItsPorts)
 TEST_F(KillCommandTest, HandlesPortsInOrderAndEndsWithTheGravestOutcome)
 {
     listening({record(3000, 1, "a"), record(3001, 2, "b"), record(3002, 3, "c")});
-    ends.results = {{2, KillResult::PermissionDenied}};
+    ends.results = {{2, KillResultCode::PermissionDenied}};
     EXPECT_EQ(kill({3002, 9, 3001, 3000}, true), ExitCode::NotPermitted);
     EXPECT_THAT(ends.ended, ElementsAre(3, 2, 1));
     EXPECT_EQ(test.output.written, "[kill] :3002 terminated\n"
@@ -200,11 +202,12 @@ TEST_F(KillCommandTest, StopsTheProcessesThatItShowedAndNoOthers)
 
 TEST_F(KillCommandTest, EndsWithTheCodeOfEachResult)
 {
-    const std::vector<std::tuple<KillResult, ExitCode, std::string>> outcomes{
-        {KillResult::Terminated, ExitCode::Done, "[kill] :3000 terminated\n"},
-        {KillResult::Force, ExitCode::Done, "[kill] :3000 force-killed\n"},
-        {KillResult::PermissionDenied, ExitCode::NotPermitted, "[kill] :3000 permission denied\n"},
-        {KillResult::NotFound, ExitCode::NothingDone, "[kill] :3000 already gone\n"},
+    const std::vector<std::tuple<KillResultCode, ExitCode, std::string>> outcomes{
+        {KillResultCode::Terminated, ExitCode::Done, "[kill] :3000 terminated\n"},
+        {KillResultCode::ForceKilled, ExitCode::Done, "[kill] :3000 force-killed\n"},
+        {KillResultCode::PermissionDenied, ExitCode::NotPermitted,
+         "[kill] :3000 permission denied\n"},
+        {KillResultCode::NotFound, ExitCode::NothingDone, "[kill] :3000 already gone\n"},
     };
     for (const auto &[result, code, line] : outcomes) {
         listening({record(3000, 4711, "node")});
@@ -223,6 +226,25 @@ TEST_F(KillCommandTest, TellsWhoHoldsThePortNow)
     EXPECT_EQ(kill({3000}, true), ExitCode::Done);
     EXPECT_THAT(test.errors.written, EndsWith("Port 3000 is still held by node (pid 4712).\n"));
     EXPECT_THAT(test.errors.written, Not(HasSubstr("3001 is still")));
+}
+
+TEST_F(KillCommandTest, SaysThatAProcessDoesNotEnd)
+{
+    listening({record(3000, 4711, "node")});
+    ends.results = {{4711, KillError{.code = ETIMEDOUT, .message = "has not ended"}}};
+    EXPECT_EQ(kill({3000}, true), ExitCode::NotEnded);
+    EXPECT_EQ(test.output.written, "");
+    EXPECT_THAT(test.errors.written,
+                EndsWith("tarnwickctl: node (pid 4711) was sent SIGKILL and has not ended.\n"));
+}
+
+TEST_F(KillCommandTest, SaysWhyAProcessCouldNotBeStopped)
+{
+    listening({record(3000, 4711, "node")});
+    ends.results = {{4711, KillError{.code = EMFILE, .message = "no descriptors left"}}};
+    EXPECT_EQ(kill({3000}, true), ExitCode::Failed);
+    EXPECT_THAT(test.errors.written,
+                EndsWith("tarnwickctl: node (pid 4711) was not stopped: no descriptors left.\n"));
 }
 
 TEST_F(KillCommandTest, LooksOnlyAgainWhenSomethingWasStopped)
@@ -263,7 +285,7 @@ TEST_F(KillCommandTest, FailsWhenTheOutcomeCannotBeWritten)
 TEST_F(KillCommandTest, SaysWhatKeepsAProcessFromBeingStopped)
 {
     listening({record(4711, 812, "dbus-daemon", "/usr/bin/dbus-daemon")});
-    ends.results = {{812, KillResult::PermissionDenied}};
+    ends.results = {{812, KillResultCode::PermissionDenied}};
     ends.protections = {{812, "the message bus of the session"}};
     EXPECT_EQ(run({.ports = {4711}, .pids = {}, .yes = true, .system = true}),
               ExitCode::NotPermitted);

@@ -4,13 +4,18 @@
 #pragma once
 
 #include "Helper/ListenerInventory.h"
+#include "Helper/ProcessTerminator.h"
 #include "tests/Support/Puppet.h"
 #include "tests/Support/TemporaryCopy.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace Tarnwick {
@@ -61,6 +66,44 @@ protected:
         const std::int64_t warm = only(list(m_inventory), port).pid;
         EXPECT_EQ(only(coldList(), port).pid, warm) << "a cold listing differs from a warm one";
         return warm;
+    }
+
+    static constexpr ProcessTerminator::Patience impatient{
+        .beforeForcing = std::chrono::milliseconds(100),
+        .afterForcing = std::chrono::milliseconds(2000)};
+
+    /// Ends the process that the latest listing of @p inventory reported as @p pid, for somebody
+    /// who was shown that listing.
+    static KillAnswer terminate(ListenerInventory &inventory, std::int32_t pid,
+                                std::optional<std::int32_t> caller = std::nullopt)
+    {
+        ProcessTerminator terminator(inventory, impatient);
+        const SharedProcessReport report = inventory.report();
+        if (const ReportedProcess *reported = report->find(pid)) {
+            return terminator.terminate(reported->process, caller);
+        }
+        const ProcessTerminator::Admitted admitted = terminator.admit(pid, nullptr, caller);
+        const auto *code = std::get_if<KillResultCode>(&admitted);
+        return code != nullptr ? KillAnswer(*code)
+                               : KillAnswer(KillError{0, "admitted though not reported"});
+    }
+
+    /// The same after a listing.
+    static KillAnswer listAndTerminate(ListenerInventory &inventory, std::int32_t pid,
+                                       std::optional<std::int32_t> caller = std::nullopt)
+    {
+        static_cast<void>(list(inventory));
+        return terminate(inventory, pid, caller);
+    }
+
+    /// The code of an answer; no code at all, and a failure, for an error.
+    [[nodiscard]] static KillResultCode codeOf(const KillAnswer &answer)
+    {
+        if (const auto *error = std::get_if<KillError>(&answer)) {
+            ADD_FAILURE() << error->message;
+            return KillResultCode{-1};
+        }
+        return std::get<KillResultCode>(answer);
     }
 
     ListenerInventory m_inventory;

@@ -303,23 +303,29 @@ TEST_F(ListenerInventoryTest, FallsBackToTheTablesOfTheKernel)
     EXPECT_EQ(on(list(tables), port).size(), 2U);
 }
 
-TEST_F(ListenerInventoryTest, RemembersWhichProcessItTold)
+TEST_F(ListenerInventoryTest, ReportsWhichProcessesTheLatestListingNames)
 {
     Puppet server;
     server.listen();
-    EXPECT_FALSE(m_inventory.told(server.pid()).has_value());
+    EXPECT_EQ(m_inventory.report()->find(server.pid()), nullptr);
     static_cast<void>(list(m_inventory));
-    const std::optional<ProcessIdentity> told = m_inventory.told(server.pid());
-    ASSERT_TRUE(told.has_value());
-    EXPECT_EQ(told->pid, server.pid());
-    EXPECT_FALSE(m_inventory.told(::getpid()).has_value());
+    const SharedProcessReport first = m_inventory.report();
+    const ReportedProcess *reported = first->find(server.pid());
+    ASSERT_NE(reported, nullptr);
+    EXPECT_EQ(reported->process.pid, server.pid());
+    EXPECT_EQ(first->find(::getpid()), nullptr);
     const pid_t pid = server.pid();
+    static_cast<void>(list(m_inventory));
+    const ReportedProcess *again = m_inventory.report()->find(pid);
+    ASSERT_NE(again, nullptr);
+    EXPECT_TRUE(isSameProcess(reported->process, again->process));
     server.end();
     static_cast<void>(list(m_inventory));
-    EXPECT_EQ(m_inventory.told(pid), told) << "who was told of it may ask for its end yet";
+    EXPECT_EQ(m_inventory.report()->find(pid), nullptr);
+    EXPECT_EQ(first->find(pid), reported) << "a report never changes";
 }
 
-TEST_F(ListenerInventoryTest, TellsNobodyByLookingForAnOwner)
+TEST_F(ListenerInventoryTest, ReportsNothingByLookingForAnOwner)
 {
     Puppet server;
     server.listen();
@@ -327,8 +333,7 @@ TEST_F(ListenerInventoryTest, TellsNobodyByLookingForAnOwner)
     const auto *ownership = std::get_if<Ownership>(&looked);
     ASSERT_NE(ownership, nullptr);
     EXPECT_EQ(ownership->kind, Ownership::Kind::Seen);
-    EXPECT_EQ(ownership->process.pid, server.pid());
-    EXPECT_FALSE(m_inventory.told(server.pid()).has_value());
+    EXPECT_EQ(m_inventory.report()->find(server.pid()), nullptr);
     const auto other = m_inventory.ownership(::getpid());
     EXPECT_EQ(std::get<Ownership>(other).kind, Ownership::Kind::None);
 }

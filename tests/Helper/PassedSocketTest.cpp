@@ -34,8 +34,9 @@ TEST_F(PassedSocketTest, IsNotTheMessageBusThatHasItInFlight)
         const StuckMessage message(bus, server.give(listener.descriptor));
         EXPECT_EQ(owner(listener.port), server.pid()) << "descriptor " << number;
         EXPECT_EQ(auditedOwner(listener.port), server.pid()) << "descriptor " << number;
-        EXPECT_NE(ProcessTerminator(m_inventory).terminate(bus.pid()), KillResultCode::Terminated);
-        EXPECT_EQ(ProcessTerminator(m_inventory).terminate(server.pid()),
+        EXPECT_NE(codeOf(InventoryFixture::listAndTerminate(m_inventory, bus.pid())),
+                  KillResultCode::Terminated);
+        EXPECT_EQ(codeOf(InventoryFixture::listAndTerminate(m_inventory, server.pid())),
                   KillResultCode::Terminated);
         EXPECT_EQ(owner(listener.port), bus.pid()) << "nobody else has it any more";
     }

@@ -3,8 +3,10 @@
 
 #include "Helper/ProcessTerminator.h"
 
+#include "tests/Helper/FrozenGroup.h"
 #include "tests/Helper/InventoryFixture.h"
 #include "tests/Helper/ReusedIdentifier.h"
+#include "tests/Helper/TracedProcess.h"
 #include "tests/Support/OtherUser.h"
 
 #include <array>
@@ -14,12 +16,17 @@
 #include <cstdint>
 #include <iterator>
 #include <limits>
+#include <memory>
 #include <optional>
+#include <string>
+#include <utility>
+#include <variant>
 
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sched.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -29,10 +36,16 @@ namespace {
 class ProcessTerminatorTest : public InventoryFixture
 {
 protected:
-    static constexpr ProcessTerminator::Patience impatient{
-        .beforeForcing = std::chrono::milliseconds(100),
-        .afterForcing = std::chrono::milliseconds(2000)};
-    ProcessTerminator m_terminator{m_inventory, impatient};
+    KillResultCode terminate(std::int32_t pid, std::optional<std::int32_t> caller = std::nullopt)
+    {
+        return codeOf(InventoryFixture::terminate(m_inventory, pid, caller));
+    }
+
+    KillResultCode listAndTerminate(std::int32_t pid,
+                                    std::optional<std::int32_t> caller = std::nullopt)
+    {
+        return codeOf(InventoryFixture::listAndTerminate(m_inventory, pid, caller));
+    }
 };
 
 TEST_F(ProcessTerminatorTest, EndsAListener)
@@ -40,15 +53,19 @@ TEST_F(ProcessTerminatorTest, EndsAListener)
     Puppet server;
     server.listen();
     static_cast<void>(list(m_inventory));
-    EXPECT_EQ(m_terminator.terminate(server.pid()), KillResultCode::Terminated);
+    EXPECT_EQ(terminate(server.pid()), KillResultCode::Terminated);
     EXPECT_TRUE(server.hasEnded());
 }
 
-TEST_F(ProcessTerminatorTest, EndsAListenerThatWasNotListedYet)
+TEST_F(ProcessTerminatorTest, RefusesAListenerThatNoListingReported)
 {
     Puppet server;
     server.listen();
-    EXPECT_EQ(m_terminator.terminate(server.pid()), KillResultCode::Terminated);
+    EXPECT_EQ(terminate(server.pid()), KillResultCode::PermissionDenied);
+    EXPECT_FALSE(server.hasEnded());
+    const pid_t pid = server.pid();
+    server.end();
+    EXPECT_EQ(terminate(pid), KillResultCode::NotFound);
 }
 
 TEST_F(ProcessTerminatorTest, ForcesAListenerThatIgnoresTheRequest)
@@ -56,7 +73,7 @@ TEST_F(ProcessTerminatorTest, ForcesAListenerThatIgnoresTheRequest)
     Puppet server;
     server.listen();
     server.ignoreSignal(SIGTERM);
-    EXPECT_EQ(m_terminator.terminate(server.pid()), KillResultCode::ForceKilled);
+    EXPECT_EQ(listAndTerminate(server.pid()), KillResultCode::ForceKilled);
     EXPECT_TRUE(server.hasEnded());
 }
 
@@ -70,7 +87,7 @@ TEST_F(ProcessTerminatorTest, ContinuesAStoppedListenerSoThatItCanEnd)
     Puppet server;
     server.listen();
     server.stop();
-    EXPECT_EQ(m_terminator.terminate(server.pid()), KillResultCode::Terminated);
+    EXPECT_EQ(listAndTerminate(server.pid()), KillResultCode::Terminated);
     EXPECT_TRUE(server.hasEnded());
 }
 
@@ -81,31 +98,30 @@ TEST_F(ProcessTerminatorTest, FindsNothingWhereTheProcessIsAlreadyGone)
     static_cast<void>(list(m_inventory));
     const pid_t pid = server.pid();
     server.end();
-    EXPECT_EQ(m_terminator.terminate(pid), KillResultCode::NotFound);
+    EXPECT_EQ(terminate(pid), KillResultCode::NotFound);
 }
 
 TEST_F(ProcessTerminatorTest, TakesAZombieForGone)
 {
     Puppet server;
     server.listen();
-    EXPECT_EQ(m_terminator.terminate(server.makeZombie()), KillResultCode::NotFound);
+    EXPECT_EQ(terminate(server.makeZombie()), KillResultCode::NotFound);
     EXPECT_FALSE(server.hasEnded());
 }
 
 TEST_F(ProcessTerminatorTest, FindsNothingForWhatIsNoProcessIdentifier)
 {
-    EXPECT_EQ(m_terminator.terminate(0), KillResultCode::NotFound);
-    EXPECT_EQ(m_terminator.terminate(-1), KillResultCode::NotFound);
-    EXPECT_EQ(m_terminator.terminate(std::numeric_limits<std::int32_t>::min()),
-              KillResultCode::NotFound);
-    EXPECT_EQ(m_terminator.terminate(2147483647), KillResultCode::NotFound);
+    EXPECT_EQ(terminate(0), KillResultCode::NotFound);
+    EXPECT_EQ(terminate(-1), KillResultCode::NotFound);
+    EXPECT_EQ(terminate(std::numeric_limits<std::int32_t>::min()), KillResultCode::NotFound);
+    EXPECT_EQ(terminate(2147483647), KillResultCode::NotFound);
 }
 
 TEST_F(ProcessTerminatorTest, FindsNothingForAThread)
 {
     Puppet server;
     server.listen();
-    EXPECT_EQ(m_terminator.terminate(server.startThread()), KillResultCode::NotFound);
+    EXPECT_EQ(terminate(server.startThread()), KillResultCode::NotFound);
     EXPECT_FALSE(server.hasEnded());
 }
 
@@ -113,16 +129,16 @@ TEST_F(ProcessTerminatorTest, RefusesProcessOneItselfAndItsCaller)
 {
     Puppet caller;
     caller.listen();
-    EXPECT_EQ(m_terminator.terminate(1), KillResultCode::PermissionDenied);
-    EXPECT_EQ(m_terminator.terminate(::getpid()), KillResultCode::PermissionDenied);
-    EXPECT_EQ(m_terminator.terminate(caller.pid(), caller.pid()), KillResultCode::PermissionDenied);
+    EXPECT_EQ(terminate(1), KillResultCode::PermissionDenied);
+    EXPECT_EQ(terminate(::getpid()), KillResultCode::PermissionDenied);
+    EXPECT_EQ(listAndTerminate(caller.pid(), caller.pid()), KillResultCode::PermissionDenied);
     EXPECT_FALSE(caller.hasEnded());
 }
 
 TEST_F(ProcessTerminatorTest, RefusesAProcessThatDoesNotListen)
 {
     Puppet bystander;
-    EXPECT_EQ(m_terminator.terminate(bystander.pid()), KillResultCode::PermissionDenied);
+    EXPECT_EQ(listAndTerminate(bystander.pid()), KillResultCode::PermissionDenied);
     EXPECT_FALSE(bystander.hasEnded());
 }
 
@@ -131,7 +147,7 @@ TEST_F(ProcessTerminatorTest, RefusesAWorkerThatIsNotTheOwner)
     Puppet master;
     master.listen();
     Puppet worker = master.fork();
-    EXPECT_EQ(m_terminator.terminate(worker.pid()), KillResultCode::PermissionDenied);
+    EXPECT_EQ(listAndTerminate(worker.pid()), KillResultCode::PermissionDenied);
     EXPECT_FALSE(worker.hasEnded());
 }
 
@@ -141,7 +157,7 @@ TEST_F(ProcessTerminatorTest, TakesAListenerThatListensNoMoreForGone)
     const Puppet::Listener listener = server.listen();
     static_cast<void>(list(m_inventory));
     server.close(listener.descriptor);
-    EXPECT_EQ(m_terminator.terminate(server.pid()), KillResultCode::NotFound);
+    EXPECT_EQ(terminate(server.pid()), KillResultCode::NotFound);
     EXPECT_FALSE(server.hasEnded());
 }
 
@@ -157,8 +173,29 @@ TEST_F(ProcessTerminatorTest, NeverTouchesAProcessThatGotTheIdentifierOfTheListe
         if (!other) {
             GTEST_SKIP() << "an identifier can be chosen only with privilege";
         }
-        EXPECT_EQ(m_terminator.terminate(pid), KillResultCode::NotFound);
+        EXPECT_EQ(terminate(pid), KillResultCode::NotFound);
         EXPECT_FALSE(other.hasEnded());
+    }
+}
+
+TEST_F(ProcessTerminatorTest, NeverTouchesAProcessThatGotTheIdentifierWithinATickOfTheClock)
+{
+    constexpr int rounds = 50;
+    auto first = std::make_optional<Puppet>();
+    const pid_t pid = first->pid();
+    first.reset();
+    for (int round = 0; round < rounds; ++round) {
+        auto server = std::make_unique<ReusedIdentifier>(pid, true);
+        if (!*server) {
+            GTEST_SKIP() << "an identifier can be chosen only with privilege";
+        }
+        static_cast<void>(list(m_inventory));
+        ASSERT_NE(m_inventory.report()->find(pid), nullptr);
+        server.reset();
+        ReusedIdentifier other(pid, true);
+        ASSERT_TRUE(other);
+        ASSERT_EQ(terminate(pid), KillResultCode::NotFound) << round;
+        ASSERT_FALSE(other.hasEnded());
     }
 }
 
@@ -175,11 +212,11 @@ TEST_F(ProcessTerminatorTest, GoesByWhatAListingToldAndNotByItsOwnLooks)
     if (!other) {
         GTEST_SKIP() << "an identifier can be chosen only with privilege";
     }
-    EXPECT_EQ(m_terminator.terminate(first.pid()), KillResultCode::Terminated);
-    EXPECT_EQ(m_terminator.terminate(pid), KillResultCode::NotFound);
+    EXPECT_EQ(terminate(first.pid()), KillResultCode::Terminated);
+    EXPECT_EQ(terminate(pid), KillResultCode::NotFound);
     EXPECT_FALSE(other.hasEnded());
     static_cast<void>(list(m_inventory));
-    EXPECT_EQ(m_terminator.terminate(pid), KillResultCode::Terminated);
+    EXPECT_EQ(terminate(pid), KillResultCode::Terminated);
 }
 
 TEST_F(ProcessTerminatorTest, EndsNoOtherThanTheProcessThatIsMeant)
@@ -187,19 +224,23 @@ TEST_F(ProcessTerminatorTest, EndsNoOtherThanTheProcessThatIsMeant)
     Puppet server;
     server.listen();
     static_cast<void>(list(m_inventory));
-    const std::optional<ProcessIdentity> shown = m_inventory.told(server.pid());
-    ASSERT_TRUE(shown.has_value());
-    const ProcessIdentity earlier{server.pid(), shown->startTicks - 1};
-    EXPECT_EQ(m_terminator.terminate(earlier), KillResultCode::NotFound);
+    const SharedProcessReport report = m_inventory.report();
+    const ReportedProcess *shown = report->find(server.pid());
+    ASSERT_NE(shown, nullptr);
+    ProcessTerminator terminator(m_inventory);
+    ProcessIdentity earlier = shown->process;
+    earlier.startTicks -= 1;
+    earlier.inode -= earlier.inode != 0 ? 1 : 0;
+    EXPECT_EQ(codeOf(terminator.terminate(earlier)), KillResultCode::NotFound);
     EXPECT_FALSE(server.hasEnded());
-    EXPECT_EQ(m_terminator.terminate(*shown), KillResultCode::Terminated);
+    EXPECT_EQ(codeOf(terminator.terminate(shown->process)), KillResultCode::Terminated);
 }
 
 TEST_F(ProcessTerminatorTest, IsDeniedWhereTheSystemHandsOutNoProcessDescriptor)
 {
     Puppet server;
     server.listen();
-    constexpr std::array<std::uint32_t, 4> codes{EPERM, ENOSYS, ENODEV, EMFILE};
+    constexpr std::array<std::uint32_t, 3> codes{EPERM, ENOSYS, ENODEV};
     for (const std::uint32_t code : codes) {
         const int result = inOwnProcess([&server, code] {
             sock_filter program[] = {
@@ -215,7 +256,8 @@ TEST_F(ProcessTerminatorTest, IsDeniedWhereTheSystemHandsOutNoProcessDescriptor)
                 return 125;
             }
             ListenerInventory inventory;
-            return static_cast<int>(ProcessTerminator(inventory).terminate(server.pid()));
+            static_cast<void>(list(inventory));
+            return static_cast<int>(codeOf(InventoryFixture::terminate(inventory, server.pid())));
         });
         EXPECT_EQ(result, static_cast<int>(KillResultCode::PermissionDenied)) << code;
     }
@@ -246,7 +288,8 @@ TEST_F(ProcessTerminatorTest, RefusesWhereTheNumbersInProcAreThoseOfAnotherNames
             if (record.pid != server.pid() || record.originArguments.size() != 3) {
                 return 124;
             }
-            const KillResultCode code = ProcessTerminator(inventory).terminate(server.pid());
+            const KillResultCode code =
+                codeOf(InventoryFixture::terminate(inventory, server.pid()));
             return stranger.hasEnded() ? 123 : static_cast<int>(code);
         });
     };
@@ -269,7 +312,8 @@ TEST_F(ProcessTerminatorTest, IsDeniedAListenerOfAnotherUser)
     server.exec(Puppet::program(), {"server", "--port", std::to_string(port)});
     const int code = asOtherUser([&server] {
         ListenerInventory inventory;
-        return static_cast<int>(ProcessTerminator(inventory).terminate(server.pid()));
+        static_cast<void>(list(inventory));
+        return static_cast<int>(codeOf(InventoryFixture::terminate(inventory, server.pid())));
     });
     EXPECT_EQ(code, static_cast<int>(KillResultCode::PermissionDenied));
     EXPECT_FALSE(server.hasEnded());
@@ -280,17 +324,96 @@ TEST_F(ProcessTerminatorTest, LeavesListingFreeWhileItWaits)
     Puppet server;
     const int port = server.listen().port;
     server.ignoreSignal(SIGTERM);
-    ProcessTerminator::Started started = m_terminator.begin(server.pid());
+    static_cast<void>(list(m_inventory));
+    const SharedProcessReport report = m_inventory.report();
+    const ReportedProcess *reported = report->find(server.pid());
+    ASSERT_NE(reported, nullptr);
+    const ProcessTerminator terminator(m_inventory, impatient);
+    auto admitted = terminator.admit(server.pid(), &reported->process);
+    ASSERT_TRUE(std::holds_alternative<ProcessTerminator::Target>(admitted));
+    auto started = terminator.start(std::get<ProcessTerminator::Target>(std::move(admitted)),
+                                    {.kind = Ownership::Kind::Seen});
     ASSERT_TRUE(std::holds_alternative<Termination>(started));
     auto &termination = std::get<Termination>(started);
     EXPECT_FALSE(termination.advance().has_value());
     EXPECT_EQ(only(list(m_inventory), port).pid, server.pid());
-    std::optional<KillResultCode> result;
-    while (!result) {
-        result = termination.advance();
+    std::optional<KillAnswer> answer;
+    while (!answer) {
+        answer = termination.advance();
     }
-    EXPECT_EQ(result, KillResultCode::ForceKilled);
+    EXPECT_EQ(codeOf(*answer), KillResultCode::ForceKilled);
     EXPECT_TRUE(on(list(m_inventory), port).empty());
+}
+
+TEST_F(ProcessTerminatorTest, DoesNotSayOfALivingProcessThatItWasForceKilled)
+{
+    // A tracer that wants to see its end keeps a process from ending, as the kernel itself may.
+    Puppet server;
+    server.listen();
+    static_cast<void>(list(m_inventory));
+    TracedProcess traced(server.pid());
+    if (!traced) {
+        GTEST_SKIP() << "no process may be traced here";
+    }
+    const SharedProcessReport report = m_inventory.report();
+    ASSERT_NE(report->find(server.pid()), nullptr);
+    ProcessTerminator terminator(m_inventory, {.beforeForcing = std::chrono::milliseconds(50),
+                                               .afterForcing = std::chrono::milliseconds(50)});
+    const KillAnswer answer = terminator.terminate(report->find(server.pid())->process);
+    const auto *error = std::get_if<KillError>(&answer);
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(error->code, ETIMEDOUT);
+    EXPECT_EQ(error->message,
+              "process " + std::to_string(server.pid()) + " was sent SIGKILL and has not ended");
+    EXPECT_FALSE(server.hasEnded());
+}
+
+TEST_F(ProcessTerminatorTest, DoesNotSayOfAFrozenProcessThatItWasForceKilled)
+{
+    Puppet server;
+    server.listen();
+    const FrozenGroup group; // thawed before the server is ended
+    static_cast<void>(list(m_inventory));
+    if (!group.freeze(server.pid())) {
+        GTEST_SKIP() << "no control group that freezes to be had";
+    }
+    const SharedProcessReport report = m_inventory.report();
+    ASSERT_NE(report->find(server.pid()), nullptr);
+    ProcessTerminator terminator(m_inventory, {.beforeForcing = std::chrono::milliseconds(50),
+                                               .afterForcing = std::chrono::milliseconds(50)});
+    const KillAnswer answer = terminator.terminate(report->find(server.pid())->process);
+    EXPECT_TRUE(server.hasEnded() ? std::holds_alternative<KillResultCode>(answer)
+                                  : std::holds_alternative<KillError>(answer));
+}
+
+TEST_F(ProcessTerminatorTest, TellsAShortageOfDescriptorsFromAnEnd)
+{
+    Puppet server;
+    server.listen();
+    for (const rlim_t left : {0U, 1U, 2U, 3U, 4U, 6U, 8U, 12U}) {
+        const int result = inOwnProcess([&server, left] {
+            ListenerInventory inventory;
+            static_cast<void>(list(inventory));
+            // The limit is of numbers: the lowest that are free are used.
+            const FileDescriptor next(::dup(STDERR_FILENO));
+            const auto limit = static_cast<rlim_t>(next.get()) + left;
+            const rlimit few{.rlim_cur = limit, .rlim_max = limit};
+            ProcessTerminator terminator(inventory, impatient);
+            const SharedProcessReport report = inventory.report();
+            if (report->find(server.pid()) == nullptr || ::setrlimit(RLIMIT_NOFILE, &few) != 0) {
+                return 125;
+            }
+            const KillAnswer answer = terminator.terminate(report->find(server.pid())->process);
+            const auto *code = std::get_if<KillResultCode>(&answer);
+            return code != nullptr ? static_cast<int>(*code) : 100;
+        });
+        EXPECT_TRUE(result == 100 || result == static_cast<int>(KillResultCode::Terminated))
+            << left << " descriptors left: " << result;
+        if (result == 0) {
+            break;
+        }
+        EXPECT_FALSE(server.hasEnded());
+    }
 }
 
 } // namespace

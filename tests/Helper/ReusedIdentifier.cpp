@@ -11,32 +11,15 @@
 
 #include <fcntl.h>
 #include <linux/sched.h>
-#include <sched.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
-#include <sys/times.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace Tarnwick {
 
-namespace {
-
-/// Processes that started within the same tick of the clock are told apart by their identifiers
-/// only. No system gives one out again that soon; a test does.
-void awaitNextTick()
-{
-    const clock_t start = ::times(nullptr);
-    while (::times(nullptr) == start) {
-        ::sched_yield();
-    }
-}
-
-} // namespace
-
 ReusedIdentifier::ReusedIdentifier(pid_t pid, bool listens)
 {
-    awaitNextTick();
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
         return;

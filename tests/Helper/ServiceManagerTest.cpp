@@ -54,7 +54,8 @@ TEST_F(ServiceManagerTest, IsNobodyForANameThatAnybodyMayTake)
     Puppet child = server.fork();
     child.exec(Puppet::program(), {"child"});
     EXPECT_EQ(owner(port), server.pid()) << "its child has only inherited the socket";
-    EXPECT_EQ(ProcessTerminator(m_inventory).terminate(server.pid()), KillResultCode::Terminated);
+    EXPECT_EQ(codeOf(InventoryFixture::listAndTerminate(m_inventory, server.pid())),
+              KillResultCode::Terminated);
 }
 
 TEST_F(ServiceManagerTest, HoldsSocketsForItsServicesInItsGroupBelowProcessOne)
@@ -73,7 +74,7 @@ TEST_F(ServiceManagerTest, HoldsSocketsForItsServicesInItsGroupBelowProcessOne)
         }
         const int port = manager.listen(Puppet::Family::V4, 40).port;
         if (only(list(inventory), port).pid != manager.pid() ||
-            ProcessTerminator(inventory).terminate(manager.pid()) !=
+            codeOf(InventoryFixture::listAndTerminate(inventory, manager.pid())) !=
                 KillResultCode::PermissionDenied) {
             return 1;
         }
@@ -102,7 +103,8 @@ TEST_F(ServiceManagerTest, IsNoProcessThatOnlyRunsTheSameProgram)
         Puppet server(installedManager, {"systemd", "--user"});
         server.listen();
         static_cast<void>(list(inventory));
-        return static_cast<int>(ProcessTerminator(inventory).terminate(server.pid()));
+        return static_cast<int>(
+            codeOf(InventoryFixture::listAndTerminate(inventory, server.pid())));
     });
     if (result == notToBeHad) {
         GTEST_SKIP() << "no namespaces to be had";

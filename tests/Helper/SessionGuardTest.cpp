@@ -65,7 +65,10 @@ protected:
         return 0;
     }
 
-    KillResultCode terminate(pid_t pid) { return ProcessTerminator(m_inventory).terminate(pid); }
+    KillResultCode terminate(pid_t pid)
+    {
+        return codeOf(InventoryFixture::listAndTerminate(m_inventory, pid));
+    }
 
 private:
     ScopedEnvironment m_bus{"DBUS_SESSION_BUS_ADDRESS", std::nullopt};

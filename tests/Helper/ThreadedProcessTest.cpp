@@ -145,8 +145,8 @@ TEST_F(ThreadedProcessTest, CanBeEndedWithoutItsMainThread)
 {
     const ThreadedServer server(Kind::WithoutMainThread);
     ASSERT_TRUE(server.awaitEndOfMainThread());
-    ProcessTerminator terminator(m_inventory);
-    EXPECT_EQ(terminator.terminate(server.pid()), KillResultCode::Terminated);
+    static_cast<void>(list(m_inventory));
+    EXPECT_EQ(codeOf(terminate(m_inventory, server.pid())), KillResultCode::Terminated);
 }
 
 TEST_F(ThreadedProcessTest, OwnsWhatOneOfItsThreadsHasForItself)
@@ -154,8 +154,8 @@ TEST_F(ThreadedProcessTest, OwnsWhatOneOfItsThreadsHasForItself)
     const ThreadedServer server(Kind::WithOwnDescriptors);
     EXPECT_EQ(only(list(m_inventory), server.port()).pid, server.pid());
     EXPECT_EQ(owner(server.port()), server.pid());
-    ProcessTerminator terminator(m_inventory);
-    EXPECT_EQ(terminator.terminate(server.pid()), KillResultCode::Terminated);
+    static_cast<void>(list(m_inventory));
+    EXPECT_EQ(codeOf(terminate(m_inventory, server.pid())), KillResultCode::Terminated);
 }
 
 } // namespace

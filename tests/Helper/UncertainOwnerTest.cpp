@@ -107,7 +107,7 @@ TEST_F(UncertainOwnerTest, IsNeverEndedForItsControlGroup)
     const int code = asOtherUser([&client] {
         ListenerInventory inventory;
         static_cast<void>(inventory.list());
-        return static_cast<int>(ProcessTerminator(inventory).terminate(client.pid()));
+        return static_cast<int>(codeOf(terminate(inventory, client.pid())));
     });
     EXPECT_EQ(code, static_cast<int>(KillResultCode::PermissionDenied));
     EXPECT_FALSE(client.hasEnded());

@@ -4,22 +4,29 @@
 #include "Helper/linux/HelperBus.h"
 
 #include "tests/Link/BusCaller.h"
+#include "tests/Support/FailingCalls.h"
+#include "tests/Support/OtherUser.h"
 #include "tests/Support/PrivateBus.h"
 #include "tests/Support/ScopedEnvironment.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <functional>
 #include <future>
 #include <memory>
 #include <optional>
 #include <semaphore>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <variant>
 #include <vector>
 
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace Tarnwick {
@@ -58,13 +65,20 @@ protected:
         return helper.wait_for(seconds(20)) == std::future_status::ready;
     }
 
+    [[nodiscard]] static Scan emptyScan()
+    {
+        return ScanResult{{}, std::make_shared<const ProcessReport>(), {}};
+    }
+
     PrivateBus m_bus;
     ScopedEnvironment m_environment{"DBUS_SESSION_BUS_ADDRESS", m_bus.address()};
     BusCaller m_caller{m_bus.address()};
     std::binary_semaphore m_opened{0};
     HelperService::Work m_work{
-        .list = [] { return Listing(std::vector<RawPortInfo>()); },
-        .beginToEnd = [](std::int32_t, std::optional<std::int32_t>) -> ProcessTerminator::Started {
+        .scan = [](const ScanRequest &) { return emptyScan(); },
+        .admit = [](std::int32_t, const ProcessIdentity *, std::optional<std::int32_t>)
+            -> ProcessTerminator::Admitted { return KillResultCode::NotFound; },
+        .start = [](ProcessTerminator::Target, const Ownership &) -> ProcessTerminator::Started {
             return KillResultCode::NotFound;
         },
     };
@@ -83,7 +97,9 @@ TEST_F(HelperBusTest, AnswersWithTheWorkOfTheService)
 
 TEST_F(HelperBusTest, TellsAnErrorOfTheSystemByItsName)
 {
-    m_work.list = [] { return ListingError{.code = EMFILE, .message = "no descriptors left"}; };
+    m_work.scan = [](const ScanRequest &) {
+        return ListingError{.code = EMFILE, .message = "no descriptors left"};
+    };
     auto helper = start(usualPatience);
     ASSERT_TRUE(opens());
     EXPECT_EQ(m_caller.list().error, "System.Error.EMFILE");
@@ -93,7 +109,7 @@ TEST_F(HelperBusTest, TellsAnErrorOfTheSystemByItsName)
 
 TEST_F(HelperBusTest, TellsAnErrorWithoutANameAsOneOfInputAndOutput)
 {
-    m_work.list = [] { return ListingError{.code = 9999, .message = {}}; };
+    m_work.scan = [](const ScanRequest &) { return ListingError{.code = 9999, .message = {}}; };
     auto helper = start(usualPatience);
     ASSERT_TRUE(opens());
     EXPECT_EQ(m_caller.list().error, "System.Error.EIO");
@@ -103,10 +119,11 @@ TEST_F(HelperBusTest, TellsAnErrorWithoutANameAsOneOfInputAndOutput)
 
 TEST_F(HelperBusTest, RefusesAListingThatIsLargerThanTheBusTakes)
 {
-    m_work.list = [] {
+    m_work.scan = [](const ScanRequest &) {
         RawPortInfo large;
         large.processName.assign(100'000, 'x');
-        return Listing(std::vector<RawPortInfo>(700, large));
+        return ScanResult{
+            std::vector<RawPortInfo>(700, large), std::make_shared<const ProcessReport>(), {}};
     };
     auto helper = start(usualPatience);
     ASSERT_TRUE(opens());
@@ -119,9 +136,10 @@ TEST_F(HelperBusTest, RefusesAListingThatIsLargerThanTheBusTakes)
 TEST_F(HelperBusTest, TellsWhoAsksToTheTerminator)
 {
     std::optional<std::int32_t> told;
-    m_work.beginToEnd = [&told](std::int32_t, std::optional<std::int32_t> caller) {
+    m_work.admit = [&told](std::int32_t, const ProcessIdentity *,
+                           std::optional<std::int32_t> caller) {
         told = caller;
-        return ProcessTerminator::Started(KillResultCode::PermissionDenied);
+        return ProcessTerminator::Admitted(KillResultCode::PermissionDenied);
     };
     auto helper = start(usualPatience);
     ASSERT_TRUE(opens());
@@ -137,16 +155,17 @@ TEST_F(HelperBusTest, ListsForOneWhileAnotherKeepsItBusy)
     constexpr int many = 1000;
     int kills = 0;
     int killsBeforeListing = 0;
-    m_work.beginToEnd = [&kills](std::int32_t pid, std::optional<std::int32_t>) {
+    m_work.admit = [&kills](std::int32_t pid, const ProcessIdentity *,
+                            std::optional<std::int32_t>) {
         ++kills;
         const auto end = BusCaller::Clock::now() + milliseconds(pid);
         while (BusCaller::Clock::now() < end) {
         }
-        return ProcessTerminator::Started(KillResultCode::PermissionDenied);
+        return ProcessTerminator::Admitted(KillResultCode::PermissionDenied);
     };
-    m_work.list = [&kills, &killsBeforeListing] {
+    m_work.scan = [&kills, &killsBeforeListing](const ScanRequest &) {
         killsBeforeListing = kills;
-        return Listing(std::vector<RawPortInfo>());
+        return emptyScan();
     };
     auto helper = start(usualPatience);
     ASSERT_TRUE(opens());
@@ -168,6 +187,72 @@ TEST_F(HelperBusTest, ListsForOneWhileAnotherKeepsItBusy)
     busy.leave();
     ASSERT_TRUE(ends(helper));
     EXPECT_LT(killsBeforeListing, many / 2);
+}
+
+TEST_F(HelperBusTest, AnswersAKillThatDidNotEndWithAnErrorOfTheSystem)
+{
+    m_work.admit = [](std::int32_t, const ProcessIdentity *, std::optional<std::int32_t>) {
+        return ProcessTerminator::Admitted(KillError{.code = ETIMEDOUT, .message = "lives on"});
+    };
+    auto helper = start(usualPatience);
+    ASSERT_TRUE(opens());
+    EXPECT_EQ(m_caller.kill(4711).error, "System.Error.ETIMEDOUT");
+    m_caller.leave();
+    EXPECT_TRUE(ends(helper));
+}
+
+/// The answer of a kill, in a process of its own, when the first messages of the helper that come
+/// after it was decided fail to be sent; the code, or 100.
+int answerThoughSendingFails(int failures, int error, const std::string &address)
+{
+    const ScopedEnvironment environment("DBUS_SESSION_BUS_ADDRESS", address);
+    const std::array<long, 1> sends{SYS_sendmsg};
+    std::optional<FailingCalls> calls;
+    try {
+        calls.emplace(sends);
+    } catch (const std::runtime_error &) {
+        return 125;
+    }
+    HelperService::Work work;
+    work.admit = [&](std::int32_t, const ProcessIdentity *, std::optional<std::int32_t>) {
+        failures > 1 ? calls->failEach(SYS_sendmsg, error) : calls->fail(0, error);
+        return ProcessTerminator::Admitted(KillResultCode::Terminated);
+    };
+    BusCaller caller(address);
+    std::binary_semaphore opened{0};
+    auto helper = std::async(std::launch::async, [&work, &opened] {
+        SystemdEventLoop loop;
+        HelperService service(loop, work);
+        const HelperBus::Opened channel = HelperBus::open(loop, service, seconds(1));
+        opened.release();
+        return std::holds_alternative<std::string>(channel) ? notOpened : loop.run();
+    });
+    opened.acquire();
+    const auto request = caller.askToKill(4711);
+    caller.flush();
+    if (failures > 1) {
+        // Until some have failed.
+        static_cast<void>(caller.answer(request, milliseconds(200)));
+        static_cast<void>(calls->stop());
+    }
+    const int code = caller.answer(request).code.value_or(100);
+    caller.leave();
+    return helper.wait_for(seconds(20)) == std::future_status::ready ? code : 124;
+}
+
+TEST_F(HelperBusTest, AnswersAKillThoughSendingTheAnswerFailsForAWhile)
+{
+    for (const int failures : {1, 1000}) {
+        for (const int error : {ENOBUFS, ENOMEM, EAGAIN, EIO}) {
+            const int code = inOwnProcess([this, failures, error] {
+                return answerThoughSendingFails(failures, error, m_bus.address());
+            });
+            if (code == 125) {
+                GTEST_SKIP() << "no system call can be made to fail here";
+            }
+            EXPECT_EQ(code, 0) << std::strerror(error) << ", " << failures << " times";
+        }
+    }
 }
 
 TEST_F(HelperBusTest, EndsWhenNobodyComes)

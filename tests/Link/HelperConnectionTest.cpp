@@ -76,7 +76,8 @@ TEST_F(HelperConnectionTest, StartsTheHelperFromBesideAndListsAListener)
 TEST_F(HelperConnectionTest, EndsAListener)
 {
     Puppet puppet;
-    puppet.listen();
+    const int port = puppet.listen().port;
+    ASSERT_TRUE(lists(puppet.pid(), port));
     EXPECT_EQ(outcome(kill(puppet.pid())), KillResult::Terminated);
     EXPECT_TRUE(puppet.awaitEnd());
     EXPECT_THAT(m_log.messages(), IsEmpty());

@@ -115,16 +115,19 @@ TEST_F(HelperFlood, AnswersRequestsBeyondWhatAnswersWellInTimeWithAnError)
     Puppet server;
     server.listen();
     server.ignoreSignal(SIGTERM);
+    static_cast<void>(m_caller.list());
+    std::vector<BusCaller::Request> kills;
     for (int times = 0; times < 1025; ++times) {
-        m_caller.askToKill(server.pid());
+        kills.push_back(m_caller.askToKill(server.pid()));
     }
-    EXPECT_EQ(m_caller.answer(1025, seconds(2)).error, tooMany);
+    EXPECT_EQ(m_caller.answer(kills.back(), seconds(2)).error, tooMany);
     EXPECT_FALSE(server.hasEnded());
     BusCaller other(m_bus.address());
     EXPECT_TRUE(other.list().records().has_value());
     ASSERT_TRUE(m_caller.awaitAll());
-    for (BusCaller::Request request = 1; request < 1025; ++request) {
-        ASSERT_EQ(m_caller.answer(request).code, 1) << request;
+    kills.pop_back();
+    for (const BusCaller::Request kill : kills) {
+        ASSERT_EQ(m_caller.answer(kill).code, 1) << kill;
     }
 }
 

@@ -46,9 +46,38 @@ TEST_F(HelperOnBus, EndsAListener)
 {
     Puppet server;
     const int port = server.listen().port;
+    ASSERT_EQ(owner(m_caller.list(), port), server.pid());
     EXPECT_EQ(m_caller.kill(server.pid()).code, 0);
     EXPECT_TRUE(server.hasEnded());
     EXPECT_EQ(owner(m_caller.list(), port), std::nullopt);
+}
+
+TEST_F(HelperOnBus, EndsWhatAnotherClientWasShownForOneWhoNeverListed)
+{
+    Puppet server;
+    server.listen();
+    static_cast<void>(BusCaller(m_bus.address()).list());
+    EXPECT_EQ(m_caller.kill(server.pid()).code, 0);
+}
+
+TEST_F(HelperOnBus, RefusesWhatItNeverReported)
+{
+    Puppet server;
+    server.listen();
+    EXPECT_EQ(m_caller.kill(server.pid()).code, 2);
+    EXPECT_FALSE(server.hasEnded());
+}
+
+TEST_F(HelperOnBus, RefusesWhatOnlyAnotherClientWasShown)
+{
+    static_cast<void>(m_caller.list());
+    Puppet server;
+    const int port = server.listen().port;
+    BusCaller other(m_bus.address());
+    ASSERT_EQ(owner(other.list(), port), server.pid());
+    EXPECT_EQ(m_caller.kill(server.pid()).code, 2);
+    EXPECT_FALSE(server.hasEnded());
+    EXPECT_EQ(other.kill(server.pid()).code, 0);
 }
 
 TEST_F(HelperOnBus, ForcesAStubbornListenerAfterThreeSecondsAndListsMeanwhile)
@@ -56,6 +85,7 @@ TEST_F(HelperOnBus, ForcesAStubbornListenerAfterThreeSecondsAndListsMeanwhile)
     Puppet server;
     const int port = server.listen().port;
     server.ignoreSignal(SIGTERM);
+    static_cast<void>(m_caller.list());
     const auto begin = Clock::now();
     const auto kill = m_caller.askToKill(server.pid());
 
@@ -76,6 +106,7 @@ TEST_F(HelperOnBus, AnswersTwoWhoEndTheSameListenerAlike)
     server.listen();
     server.ignoreSignal(SIGTERM);
     BusCaller other(m_bus.address());
+    static_cast<void>(m_caller.list());
     const auto first = m_caller.askToKill(server.pid());
     static_cast<void>(m_caller.list());
     const auto second = other.askToKill(server.pid());
@@ -181,6 +212,7 @@ TEST_F(HelperOnBus, DoesWithoutAnAnswerWhatIsAskedWithoutOne)
 {
     Puppet server;
     server.listen();
+    static_cast<void>(m_caller.list());
     for (const char *member : {"ListListeningPorts", "KillProcess"}) {
         const BusMessage request = m_caller.request(member);
         if (std::string_view(member) == "KillProcess") {

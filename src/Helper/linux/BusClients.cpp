@@ -4,6 +4,7 @@
 #include "Helper/linux/BusClients.h"
 
 #include <algorithm>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -76,6 +77,8 @@ struct BusClients::Client
     std::optional<Identity> identity{};
     std::vector<Known> waiting{}; ///< for the identity
     std::size_t unanswered = 0;
+    SharedProcessReport shown{};
+    std::uint64_t shownAt = 0; ///< which of all shows it was
 
     Client(BusClients &all, std::string uniqueName)
         : clients(all)
@@ -147,6 +150,54 @@ bool BusClients::allAnswered() const
                        [](const auto &place) { return place.second->unanswered == 0; });
 }
 
+void BusClients::show(const std::string &name, SharedProcessReport report)
+{
+    const auto place = m_clients.find(name);
+    if (place == m_clients.end()) {
+        return;
+    }
+    setShown(*place->second, std::move(report));
+    place->second->shownAt = ++m_shows;
+    if (m_shown > mostShown) {
+        limitShown();
+    }
+}
+
+void BusClients::setShown(Client &client, SharedProcessReport report)
+{
+    m_shown -= client.shown ? client.shown->processes().size() : 0;
+    m_shown += report ? report->processes().size() : 0;
+    client.shown = std::move(report);
+}
+
+SharedProcessReport BusClients::shown(const std::string &name) const
+{
+    const auto place = m_clients.find(name);
+    return place == m_clients.end() ? nullptr : place->second->shown;
+}
+
+void BusClients::limitShown()
+{
+    std::map<std::uint64_t, Client *> byTime;
+    for (const auto &[name, client] : m_clients) {
+        if (client->shown) {
+            byTime.emplace(client->shownAt, client.get());
+        }
+    }
+    std::unordered_set<const ProcessReport *> counted;
+    std::size_t processes = 0;
+    for (auto place = byTime.rbegin(); place != byTime.rend(); ++place) {
+        const SharedProcessReport &shown = place->second->shown;
+        if (counted.insert(shown.get()).second) {
+            processes += shown->processes().size();
+        }
+        if (processes > mostShown) {
+            // Not none: what somebody else was shown is not what this client means.
+            setShown(*place->second, std::make_shared<const ProcessReport>());
+        }
+    }
+}
+
 BusClients::Client &BusClients::client(const std::string &name)
 {
     if (const auto place = m_clients.find(name); place != m_clients.end()) {
@@ -179,6 +230,7 @@ void BusClients::remove(const Client &client)
 {
     const auto place = m_clients.find(client.name);
     const std::unique_ptr<Client> leaving = std::move(place->second);
+    setShown(*leaving, nullptr);
     m_clients.erase(place);
     m_changed();
 }

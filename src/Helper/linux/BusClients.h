@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "Helper/ProcessReport.h"
 #include "Helper/linux/BusDaemonCalls.h"
 #include "Helper/linux/BusHandles.h"
 
@@ -54,7 +55,16 @@ public:
     void answered(const std::string &name);
     [[nodiscard]] bool allAnswered() const;
 
+    /// Notes the listing that @p name got; the client may have left.
+    void show(const std::string &name, SharedProcessReport report);
+    /// The listing that @p name got last; none when it never got one.
+    [[nodiscard]] SharedProcessReport shown(const std::string &name) const;
+
     static constexpr std::size_t mostUnanswered = 1024;
+
+    /// How many processes all the different listings that clients got may hold. Past it the clients
+    /// that got theirs first have to list again before they can have anything ended.
+    static constexpr std::size_t mostShown = 262'144;
 
 private:
     struct Client;
@@ -64,11 +74,15 @@ private:
     void settle(Client &client, std::optional<Identity> identity);
     void remove(const Client &client);
     void ownerChanged(sd_bus_message *signal);
+    void setShown(Client &client, SharedProcessReport report);
+    void limitShown();
     static int onMessage(sd_bus_message *message, void *clients, sd_bus_error *error);
 
     BusDaemonCalls &m_daemon;
     std::function<void()> m_changed;
     std::map<std::string, std::unique_ptr<Client>> m_clients; ///< by unique name
+    std::uint64_t m_shows = 0;
+    std::size_t m_shown = 0; ///< processes, those of shared listings more than once
     BusSlot m_filter;
 };
 

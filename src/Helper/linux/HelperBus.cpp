@@ -69,7 +69,8 @@ HelperBus::HelperBus(BusHandle bus, SystemdEventLoop &loop, HelperService &servi
     , m_patience(patience)
     , m_daemon(m_bus.get())
     , m_clients(m_bus.get(), m_daemon, [this] { clientsChanged(); })
-    , m_payloads(m_bus.get(), loop, m_clients)
+    , m_replies(loop, m_clients)
+    , m_payloads(m_bus.get(), loop, m_clients, m_replies)
 {
     sd_bus_slot *slot = nullptr;
     sd_bus_add_filter(m_bus.get(), &slot, &HelperBus::onMessage, this);
@@ -150,15 +151,11 @@ void HelperBus::kill(const BusMessage &request, const BusClients::Identity &clie
 {
     std::int32_t pid = 0;
     static_cast<void>(sd_bus_message_read(request.get(), "i", &pid));
-    m_service.killProcess(pid, client.process,
-                          [this, request](KillResultCode code) { answerKill(request, code); });
-}
-
-void HelperBus::answerKill(const BusMessage &request, KillResultCode code)
-{
-    static_cast<void>(
-        sd_bus_reply_method_return(request.get(), "i", static_cast<std::int32_t>(code)));
-    m_clients.answered(sd_bus_message_get_sender(request.get()));
+    m_service.killProcess(
+        {.pid = pid,
+         .shown = m_clients.shown(sd_bus_message_get_sender(request.get())),
+         .caller = client.process},
+        [this, request](const KillAnswer &answer) { m_replies.answer(request, answer); });
 }
 
 void HelperBus::clientsChanged()

@@ -8,6 +8,7 @@
 #include "Helper/linux/BusDaemonCalls.h"
 #include "Helper/linux/BusHandles.h"
 #include "Helper/linux/PayloadQueue.h"
+#include "Helper/linux/ReplyQueue.h"
 #include "Helper/linux/SystemdEventLoop.h"
 
 #include <chrono>
@@ -46,7 +47,6 @@ private:
     int receive(sd_bus_message *request, Operation operation);
     void list(const BusMessage &request, const BusClients::Identity &client);
     void kill(const BusMessage &request, const BusClients::Identity &client);
-    void answerKill(const BusMessage &request, KillResultCode code);
     void clientsChanged();
     void tidyUpLater();
     void giveNameUp();
@@ -62,6 +62,7 @@ private:
     BusSlot m_filter;
     BusDaemonCalls m_daemon;
     BusClients m_clients;
+    ReplyQueue m_replies;
     PayloadQueue m_payloads;
     std::unique_ptr<EventLoop::Wait> m_alone; ///< since the last client left
     std::unique_ptr<EventLoop::Wait> m_leaving;

@@ -6,6 +6,7 @@
 #include "Helper/linux/BootClock.h"
 #include "Helper/linux/ControlGroups.h"
 #include "Helper/linux/GroupAttribution.h"
+#include "Helper/linux/HeldSockets.h"
 #include "Helper/linux/OwnerMemory.h"
 #include "Helper/linux/OwnerResolution.h"
 #include "Helper/linux/ProcFs.h"
@@ -79,6 +80,7 @@ struct ListenerInventory::Private
     ProcessCensus census;
     OwnerMemory memory;
     std::vector<ListeningSocket> sockets;
+    SharedProcessReport report = std::make_shared<const ProcessReport>();
     Clock::time_point nextAudit;
 };
 
@@ -94,32 +96,54 @@ ListenerInventory::ListenerInventory(const Options &options)
 
 ListenerInventory::~ListenerInventory() = default;
 
-Listing ListenerInventory::list()
+Scan ListenerInventory::scan(const ScanRequest &request)
 {
+    using Reading = ProcessInspector::Reading;
     Private &d = *m_private;
-    if (std::optional<ListingError> error =
-            d.update(ProcessInspector::Reading::WhatMayHaveChanged)) {
+    const Reading least =
+        request.owners.empty() ? Reading::WhatMayHaveChanged : Reading::Everything;
+    if (std::optional<ListingError> error = d.update(least)) {
         return *std::move(error);
     }
-    std::vector<RawPortInfo> records = d.memory.records(d.sockets);
-    d.memory.finish(OwnerMemory::Purpose::Telling);
-    return records;
+    ScanResult result;
+    result.ownerships = d.memory.ownerships(request.owners);
+    if (request.records) {
+        result.records = d.memory.records(d.sockets);
+    }
+    d.memory.finish();
+    if (request.records) {
+        d.report = std::make_shared<const ProcessReport>(d.memory.reported());
+    }
+    result.report = d.report;
+    return result;
+}
+
+Listing ListenerInventory::list()
+{
+    Scan found = scan({.records = true, .owners = {}});
+    if (auto *error = std::get_if<ListingError>(&found)) {
+        return std::move(*error);
+    }
+    return std::get<ScanResult>(std::move(found)).records;
 }
 
 std::variant<Ownership, ListingError> ListenerInventory::ownership(std::int32_t pid)
 {
-    Private &d = *m_private;
-    if (std::optional<ListingError> error = d.update(ProcessInspector::Reading::Everything)) {
-        return *std::move(error);
+    Scan found = scan({.records = false, .owners = {pid}});
+    if (auto *error = std::get_if<ListingError>(&found)) {
+        return std::move(*error);
     }
-    const Ownership found = d.memory.ownership(pid);
-    d.memory.finish(OwnerMemory::Purpose::Checking);
-    return found;
+    return std::get<ScanResult>(std::move(found)).ownerships.front();
 }
 
-std::optional<ProcessIdentity> ListenerInventory::told(std::int32_t pid) const
+SharedProcessReport ListenerInventory::report() const
 {
-    return m_private->memory.told(pid);
+    return m_private->report;
+}
+
+std::variant<bool, int> ListenerInventory::holdsListener(std::int32_t pid) const
+{
+    return HeldSockets::any(m_private->root.get(), pid, m_private->sockets);
 }
 
 /// Finds out what listens now and who owns it, reading of the known owners no less than @p least.

@@ -189,7 +189,6 @@ void OwnerMemory::forget(Process &process)
         --m_open;
     }
     process.inspector.reset();
-    process.isTold = false;
 }
 
 void OwnerMemory::releaseIfTooMany(Process &process)
@@ -210,7 +209,10 @@ bool OwnerMemory::assign(std::size_t place, pid_t pid, KnownSocket::Attribution 
 {
     Process &process = m_processes[pid];
     if (process.readAt != m_listing || !process.inspector) {
-        if (!open(process, pid) || !process.inspector->refresh(clock)) {
+        // One that is known stays so: what it is called does not change while it listens.
+        const bool isKnown =
+            process.inspector && refresh(process, clock, ProcessInspector::Reading::Everything);
+        if (!isKnown && (!open(process, pid) || !process.inspector->refresh(clock))) {
             forget(process);
             return false;
         }
@@ -291,12 +293,14 @@ std::vector<RawPortInfo> OwnerMemory::records(std::span<const ListeningSocket> s
     return records;
 }
 
-Ownership OwnerMemory::ownership(pid_t pid) const
+std::vector<Ownership> OwnerMemory::ownerships(std::span<const std::int32_t> pids) const
 {
-    Ownership found;
+    if (pids.empty()) {
+        return {};
+    }
+    std::unordered_map<pid_t, Ownership::Kind> kinds;
     for (const KnownSocket *known : m_places) {
-        const ProcessInspector *process = known->owner == pid ? owner(*known) : nullptr;
-        if (process == nullptr) {
+        if (owner(*known) == nullptr) {
             continue;
         }
         Ownership::Kind kind = Ownership::Kind::Seen;
@@ -305,12 +309,19 @@ Ownership OwnerMemory::ownership(pid_t pid) const
         } else if (known->manager) {
             kind = Ownership::Kind::ForOthers;
         }
-        found = {std::max(found.kind, kind), process->identity()};
+        Ownership::Kind &most = kinds[known->owner];
+        most = std::max(most, kind);
+    }
+    std::vector<Ownership> found;
+    found.reserve(pids.size());
+    for (const std::int32_t pid : pids) {
+        const auto kind = kinds.find(pid);
+        found.push_back({kind == kinds.end() ? Ownership::Kind::None : kind->second});
     }
     return found;
 }
 
-void OwnerMemory::finish(Purpose purpose)
+void OwnerMemory::finish()
 {
     for (KnownSocket *known : m_places) {
         known->lastListing = m_listing;
@@ -328,31 +339,18 @@ void OwnerMemory::finish(Purpose purpose)
     }
     std::erase_if(m_processes,
                   [this](const auto &entry) { return entry.second.ownsAt != m_listing; });
-    if (purpose == Purpose::Telling) {
-        rememberTold();
-    }
 }
 
-void OwnerMemory::rememberTold()
+std::vector<ReportedProcess> OwnerMemory::reported() const
 {
-    for (auto &[pid, process] : m_processes) {
-        if (!process.isTold && process.inspector) {
-            m_told[pid] = process.inspector->identity();
-            process.isTold = true;
+    std::vector<ReportedProcess> reported;
+    reported.reserve(m_processes.size());
+    for (const auto &[pid, process] : m_processes) {
+        if (process.inspector) {
+            reported.push_back({process.inspector->identity()});
         }
     }
-    // Who asks for the end of a process has been told of it not long ago.
-    constexpr std::size_t mostGone = 16384;
-    if (m_told.size() > m_processes.size() + mostGone) {
-        std::erase_if(m_told,
-                      [this](const auto &entry) { return !m_processes.contains(entry.first); });
-    }
-}
-
-std::optional<ProcessIdentity> OwnerMemory::told(pid_t pid) const
-{
-    const auto known = m_told.find(pid);
-    return known == m_told.end() ? std::nullopt : std::optional(known->second);
+    return reported;
 }
 
 } // namespace Tarnwick

@@ -3,13 +3,13 @@
 
 #pragma once
 
+#include "Helper/ListenerInventory.h"
 #include "Helper/linux/ProcessInspector.h"
 #include "Helper/linux/SocketDump.h"
 #include "Models/Timestamp.h"
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
 #include <unordered_map>
@@ -80,19 +80,14 @@ public:
     /// of a listing (see RecordBounds).
     [[nodiscard]] std::vector<RawPortInfo> records(std::span<const ListeningSocket> sockets) const;
 
-    /// What this listing found @p pid to own.
-    [[nodiscard]] Ownership ownership(pid_t pid) const;
-
-    enum class Purpose {
-        Telling, ///< somebody gets to see it
-        Checking
-    };
+    /// What this listing found each of @p pids to own, in their order.
+    [[nodiscard]] std::vector<Ownership> ownerships(std::span<const std::int32_t> pids) const;
 
     /// Ends the listing: forgets what it did not touch.
-    void finish(Purpose purpose);
+    void finish();
 
-    /// As ListenerInventory::told() promises.
-    [[nodiscard]] std::optional<ProcessIdentity> told(pid_t pid) const;
+    /// The owners that the listing which was finished last found.
+    [[nodiscard]] std::vector<ReportedProcess> reported() const;
 
     [[nodiscard]] std::uint64_t listing() const { return m_listing; }
 
@@ -103,7 +98,6 @@ private:
         std::vector<std::uint32_t> places; ///< of its sockets in this listing
         std::uint64_t readAt = 0;          ///< the listing in which it was found alive last
         std::uint64_t ownsAt = 0;          ///< the listing in which it owned something last
-        bool isTold = false;               ///< this very process is what was told of last
     };
 
     void verify(Process &process, std::span<const ListeningSocket> sockets, const BootClock &clock,
@@ -116,7 +110,6 @@ private:
     void closeFiles();
     void forget(Process &process);
     void releaseIfTooMany(Process &process);
-    void rememberTold();
     [[nodiscard]] const ProcessInspector *owner(const KnownSocket &known) const;
     [[nodiscard]] std::size_t recordCost(const KnownSocket &known) const;
     [[nodiscard]] std::size_t recordShare() const;
@@ -129,7 +122,6 @@ private:
     std::unordered_map<std::uint64_t, KnownSocket> m_sockets;
     std::unordered_map<pid_t, Process> m_processes;
     std::vector<KnownSocket *> m_places;
-    std::unordered_map<pid_t, ProcessIdentity> m_told;
 };
 
 } // namespace Tarnwick

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <string>
 
 namespace Tarnwick {
 
@@ -14,14 +15,10 @@ namespace {
 /// An array in a message of D-Bus (its specification, "Valid Signatures").
 constexpr std::size_t maxPayloadSize = 64UL * 1024 * 1024;
 
-/// Answers with an error of the system. Its name is never one of the bus's own, which would tell
-/// the client that the link is broken, and not the listing.
-void replyWithError(sd_bus_message *request, int code, const std::string &message)
+/// Whether the system may take the same reply a little later.
+bool isShortage(int failure)
 {
-    const char *name = ::strerrorname_np(code);
-    const std::string error = std::string("System.Error.") + (name != nullptr ? name : "EIO");
-    const sd_bus_error told = {error.c_str(), message.c_str(), 0};
-    static_cast<void>(sd_bus_reply_method_error(request, &told));
+    return failure == -ENOBUFS || failure == -ENOMEM || failure == -EAGAIN || failure == -EINTR;
 }
 
 int replyWithBytes(sd_bus *bus, sd_bus_message *request, const std::string &bytes)
@@ -37,25 +34,25 @@ int replyWithBytes(sd_bus *bus, sd_bus_message *request, const std::string &byte
 
 } // namespace
 
-PayloadQueue::PayloadQueue(sd_bus *bus, SystemdEventLoop &loop, BusClients &clients)
+PayloadQueue::PayloadQueue(sd_bus *bus, SystemdEventLoop &loop, BusClients &clients,
+                           ReplyQueue &replies)
     : m_bus(bus)
     , m_loop(loop)
     , m_clients(clients)
+    , m_replies(replies)
 {
 }
 
 void PayloadQueue::answer(const BusMessage &request, const HelperService::ListAnswer &answer)
 {
     if (const auto *error = std::get_if<ListingError>(&answer)) {
-        replyWithError(request.get(), error->code, error->message);
-        m_clients.answered(sd_bus_message_get_sender(request.get()));
+        m_replies.answerWithError(request, error->code, error->message);
         return;
     }
     const HelperService::Payload &payload = std::get<HelperService::Payload>(answer);
-    if (payload->size() > maxPayloadSize) {
+    if (payload->bytes().size() > maxPayloadSize) {
         // The bus would end the connection of who sends it.
-        replyWithError(request.get(), EMSGSIZE, "the listing is larger than the bus takes");
-        m_clients.answered(sd_bus_message_get_sender(request.get()));
+        m_replies.answerWithError(request, EMSGSIZE, "the listing is larger than the bus takes");
         return;
     }
     m_waiting.push_back(request);
@@ -66,17 +63,21 @@ void PayloadQueue::answer(const BusMessage &request, const HelperService::ListAn
 void PayloadQueue::send()
 {
     std::uint64_t unsent = 0;
-    while (!m_waiting.empty() && sd_bus_get_n_queued_write(m_bus, &unsent) >= 0 && unsent == 0) {
-        const BusMessage request = std::move(m_waiting.front());
+    while (!m_waiting.empty() && !m_retry && sd_bus_get_n_queued_write(m_bus, &unsent) >= 0 &&
+           unsent == 0) {
+        const BusMessage request = m_waiting.front();
+        const int sent = sendLatest(request);
+        if (isShortage(sent)) {
+            m_retry = m_loop.at(EventLoop::Clock::now() + ReplyQueue::retryDelay, [this] {
+                m_retry.reset();
+                send();
+            });
+            break;
+        }
         m_waiting.pop_front();
-        const std::string client = sd_bus_message_get_sender(request.get());
-        if (!m_clients.contains(client)) {
-            continue;
+        if (sent < 0) {
+            m_replies.answerWithError(request, -sent, std::strerror(-sent));
         }
-        if (const int sent = replyWithBytes(m_bus, request.get(), *m_latest); sent < 0) {
-            replyWithError(request.get(), -sent, std::strerror(-sent));
-        }
-        m_clients.answered(client);
     }
     if (m_waiting.empty()) {
         m_sending.reset();
@@ -84,6 +85,22 @@ void PayloadQueue::send()
     } else if (!m_sending) {
         m_sending = m_loop.afterEachRound([this] { send(); });
     }
+}
+
+/// Sends the latest payload to whoever made the request, if it is still there; a negative errno on
+/// failure.
+int PayloadQueue::sendLatest(const BusMessage &request)
+{
+    const std::string client = sd_bus_message_get_sender(request.get());
+    if (!m_clients.contains(client)) {
+        return 0;
+    }
+    const int sent = replyWithBytes(m_bus, request.get(), m_latest->bytes());
+    if (sent >= 0) {
+        m_clients.show(client, m_latest->report());
+        m_clients.answered(client);
+    }
+    return sent;
 }
 
 } // namespace Tarnwick

@@ -7,10 +7,12 @@
 #include "Helper/RecordBounds.h"
 #include "Helper/linux/CachedPath.h"
 #include "Helper/linux/ForeignExecutable.h"
+#include "Helper/linux/ProcessIdentification.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <utility>
 
 #include <unistd.h>
 
@@ -89,11 +91,12 @@ std::unique_ptr<ProcessInspector> ProcessInspector::open(int root, pid_t pid,
     if (!inspector->openFiles()) {
         return nullptr;
     }
-    const std::optional<ProcFs::Stat> stat = ProcFs::stat(inspector->m_directory.get());
-    if (!stat) {
+    std::optional<ProcessIdentity> identity =
+        ProcessIdentification::of(inspector->m_directory.get(), pid, numbering);
+    if (!identity) {
         return nullptr;
     }
-    inspector->m_identity.startTicks = stat->startTicks;
+    inspector->m_identity = *std::move(identity);
     if (numbering == ProcFs::Numbering::Own) {
         inspector->m_processorClock = ProcessorClock(pid);
     }
@@ -161,8 +164,9 @@ bool ProcessInspector::reopen()
         release();
         return false;
     }
-    const std::optional<ProcFs::Stat> stat = ProcFs::stat(m_directory.get());
-    if (!stat || stat->startTicks != m_identity.startTicks) {
+    const std::optional<ProcessIdentity> found =
+        ProcessIdentification::of(m_directory.get(), m_identity.pid, m_numbering);
+    if (!found || !isSameProcess(m_identity, *found)) {
         release();
         return false;
     }
@@ -186,6 +190,7 @@ bool ProcessInspector::holds(unsigned descriptor, std::uint32_t inode, pid_t thr
 
 bool ProcessInspector::refresh(const BootClock &clock, Reading reading)
 {
+    const std::uint64_t now = m_identity.outlivedStartTick ? 0 : ProcessIdentification::ticks();
     // The time first: what is read after it cannot have changed before it.
     m_hasRun = m_processorClock.hasAdvanced() || reading == Reading::Everything;
     if (!readMemory() || (!m_hasMemory && moveToLivingThread() && !readMemory())) {
@@ -196,6 +201,7 @@ bool ProcessInspector::refresh(const BootClock &clock, Reading reading)
         return false;
     }
     m_details.startedAt = clock.time(m_identity.startTicks);
+    ProcessIdentification::confirm(m_identity, now);
     return true;
 }
 

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "Helper/ListenerInventory.h"
+#include "Helper/ProcessIdentity.h"
 #include "Helper/linux/BootClock.h"
 #include "Helper/linux/ProcFs.h"
 #include "Helper/linux/ProcessorClock.h"
@@ -49,7 +49,7 @@ public:
     [[nodiscard]] static std::unique_ptr<ProcessInspector>
     open(int root, pid_t pid, ProcFs::Numbering numbering = ProcFs::Numbering::Own);
 
-    [[nodiscard]] ProcessIdentity identity() const { return m_identity; }
+    [[nodiscard]] const ProcessIdentity &identity() const { return m_identity; }
 
     /// Whether descriptor @p descriptor of the process, or of a @p thread of it that has its own,
     /// refers to the socket with that inode. False as well when it cannot be seen.
@@ -81,8 +81,8 @@ public:
     /// Closes the files, where there are too many processes to keep all of them open.
     void release();
 
-    /// Opens them again. False when the process has ended, also when another has its identifier,
-    /// or no descriptor is left: errno tells which.
+    /// Opens them again. False when the process has ended, also when another has its identifier or
+    /// may have it, or no descriptor is left: errno tells which.
     [[nodiscard]] bool reopen();
 
     /// How many descriptors an inspector keeps open at most.
@@ -100,7 +100,7 @@ private:
     ProcessInspector(int root, pid_t pid, ProcFs::Numbering numbering)
         : m_root(root)
         , m_numbering(numbering)
-        , m_identity{pid, 0}
+        , m_identity{.pid = pid}
     {
     }
 

@@ -5,14 +5,16 @@
 
 #include "Helper/SessionGuard.h"
 #include "Helper/linux/ProcFs.h"
+#include "Helper/linux/ProcessDescriptor.h"
+#include "Helper/linux/ProcessIdentification.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <utility>
 
 #include <poll.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace Tarnwick {
@@ -24,71 +26,66 @@ using std::chrono::milliseconds;
 
 constexpr pid_t initProcess = 1;
 
-FileDescriptor openProcessDescriptor(pid_t pid)
-{
-    // pidfd_open(2) refuses everything that is not the identifier of a process: 0, negative
-    // numbers, and those of threads.
-    return FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
-}
-
-/// 0, or the errno of the failure.
-int sendSignal(const FileDescriptor &process, int signal)
-{
-    return ::syscall(SYS_pidfd_send_signal, process.get(), signal, nullptr, 0) == 0 ? 0 : errno;
-}
-
-/// The end of a process makes its descriptor readable, whether or not its parent has taken notice.
-/// A signal that was sent proves nothing: a zombie takes it too.
-bool hasEnded(const FileDescriptor &process)
-{
-    pollfd waiting = {.fd = process.get(), .events = POLLIN, .revents = 0};
-    return ::poll(&waiting, 1, 0) > 0;
-}
-
 bool isStopped(int root, pid_t pid)
 {
     const std::optional<ProcFs::Stat> stat = ProcFs::stat(root, pid);
     return stat && stat->state == 'T';
 }
 
-/// Why pidfd_open(2) gave nothing: there is no such process, or it may not be asked.
-KillResultCode codeForNoDescriptor(int code)
+std::string nameOf(std::int32_t pid)
 {
-    // Threads are EINVAL, and ENOENT since Linux 6.16.
-    const bool noSuchProcess = code == ESRCH || code == EINVAL || code == ENOENT;
-    return noSuchProcess ? KillResultCode::NotFound : KillResultCode::PermissionDenied;
+    return "process " + std::to_string(pid);
 }
 
-KillResultCode codeForFailure(int code)
+KillError couldNot(const std::string &what, std::int32_t pid, int code)
 {
-    return code == ESRCH ? KillResultCode::NotFound : KillResultCode::PermissionDenied;
+    return {code, "cannot " + what + " " + nameOf(pid) + ": " + std::strerror(code)};
 }
 
-KillResultCode waitFor(Termination &termination)
+/// Whether a failed system call says nothing about the process that it was for.
+bool isShortage(int code)
+{
+    return code == EMFILE || code == ENFILE || code == ENOMEM || code == ENOBUFS ||
+           code == EAGAIN || code == EINTR || code == EIO;
+}
+
+/// What the failure of a system call for a process stands for.
+template<class Result>
+Result resultOfFailure(const char *what, std::int32_t pid, int code)
+{
+    // Of pidfd_open(2): threads are EINVAL, and ENOENT since Linux 6.16.
+    if (code == ESRCH || code == EINVAL || code == ENOENT) {
+        return KillResultCode::NotFound;
+    }
+    if (isShortage(code)) {
+        return couldNot(what, pid, code);
+    }
+    return KillResultCode::PermissionDenied;
+}
+
+ProcessTerminator::Started toStarted(const KillAnswer &answer)
+{
+    return std::visit([](const auto &value) { return ProcessTerminator::Started(value); }, answer);
+}
+
+KillAnswer waitFor(Termination &termination)
 {
     for (;;) {
         pollfd waiting = {.fd = termination.descriptor(), .events = POLLIN, .revents = 0};
         const auto left = std::chrono::ceil<milliseconds>(termination.deadline() - Clock::now());
         ::poll(&waiting, 1, static_cast<int>(std::max<milliseconds::rep>(0, left.count())));
-        if (const std::optional<KillResultCode> result = termination.advance()) {
-            return *result;
+        if (std::optional<KillAnswer> answer = termination.advance()) {
+            return *std::move(answer);
         }
     }
-}
-
-KillResultCode resultOf(ProcessTerminator::Started started)
-{
-    if (const auto *code = std::get_if<KillResultCode>(&started)) {
-        return *code;
-    }
-    return waitFor(std::get<Termination>(started));
 }
 
 } // namespace
 
 struct Termination::State
 {
-    FileDescriptor process;
+    std::int32_t pid;
+    ProcessDescriptor process;
     ProcessTerminator::Patience patience;
     Clock::time_point deadline;
     bool forced = false;
@@ -112,24 +109,24 @@ Clock::time_point Termination::deadline() const
     return m_state->deadline;
 }
 
-std::optional<KillResultCode> Termination::advance()
+std::optional<KillAnswer> Termination::advance()
 {
-    const KillResultCode ended =
-        m_state->forced ? KillResultCode::ForceKilled : KillResultCode::Terminated;
-    if (hasEnded(m_state->process)) {
-        return ended;
+    State &state = *m_state;
+    if (state.process.hasEnded()) {
+        return state.forced ? KillResultCode::ForceKilled : KillResultCode::Terminated;
     }
-    if (Clock::now() < m_state->deadline) {
+    if (Clock::now() < state.deadline) {
         return std::nullopt;
     }
-    if (m_state->forced) {
-        return ended;
+    if (state.forced) {
+        return KillError{ETIMEDOUT, nameOf(state.pid) + " was sent SIGKILL and has not ended"};
     }
-    if (const int code = sendSignal(m_state->process, SIGKILL); code != 0) {
-        return code == ESRCH ? KillResultCode::Terminated : KillResultCode::PermissionDenied;
+    if (const int code = state.process.sendSignal(SIGKILL); code != 0) {
+        return code == ESRCH ? KillAnswer(KillResultCode::Terminated)
+                             : resultOfFailure<KillAnswer>("signal", state.pid, code);
     }
-    m_state->forced = true;
-    m_state->deadline = Clock::now() + m_state->patience.afterForcing;
+    state.forced = true;
+    state.deadline = Clock::now() + state.patience.afterForcing;
     return std::nullopt;
 }
 
@@ -141,91 +138,121 @@ ProcessTerminator::ProcessTerminator(ListenerInventory &inventory)
 ProcessTerminator::ProcessTerminator(ListenerInventory &inventory, Patience patience)
     : m_inventory(inventory)
     , m_patience(patience)
+    , m_root(ProcFs::openRoot())
+    , m_hasOwnNumbers(ProcFs::numbering(m_root.get()) == ProcFs::Numbering::Own)
 {
 }
 
-ProcessTerminator::Started ProcessTerminator::begin(std::int32_t pid,
-                                                    std::optional<std::int32_t> caller)
-{
-    return begin(pid, m_inventory.told(pid), caller);
-}
-
-ProcessTerminator::Started ProcessTerminator::begin(const ProcessIdentity &process,
-                                                    std::optional<std::int32_t> caller)
-{
-    return begin(process.pid, process, caller);
-}
-
-ProcessTerminator::Started ProcessTerminator::begin(std::int32_t pid, const Expected &expected,
-                                                    std::optional<std::int32_t> caller)
+ProcessTerminator::Admitted ProcessTerminator::admit(std::int32_t pid, const ProcessIdentity *meant,
+                                                     std::optional<std::int32_t> caller) const
 {
     if (pid <= 0) {
         return KillResultCode::NotFound;
     }
-    const FileDescriptor root = ProcFs::openRoot();
-    if (pid == initProcess || pid == ::getpid() || pid == caller ||
-        ProcFs::numbering(root.get()) == ProcFs::Numbering::Foreign) {
+    if (pid == initProcess || pid == ::getpid() || pid == caller || !m_hasOwnNumbers) {
         return KillResultCode::PermissionDenied;
     }
-    FileDescriptor process = openProcessDescriptor(pid);
+    ProcessDescriptor process = ProcessDescriptor::open(pid);
     if (!process) {
-        return codeForNoDescriptor(errno);
+        return resultOfFailure<Admitted>("open", pid, errno);
     }
-    if (const std::optional<KillResultCode> refused = refusal(pid, expected, process)) {
-        return *refused;
+    if (meant == nullptr) {
+        return process.hasEnded() ? KillResultCode::NotFound : KillResultCode::PermissionDenied;
     }
-    // The process that was looked at is the one that will be signalled.
-    if (ProcFs::numberOf(root.get(), process.get()) != pid) {
-        return hasEnded(process) ? KillResultCode::NotFound : KillResultCode::PermissionDenied;
+    const std::optional<ProcessIdentity> found =
+        ProcessIdentification::of(m_root.get(), process, pid);
+    if (!found) {
+        const int code = errno;
+        return process.hasEnded() ? Admitted(KillResultCode::NotFound)
+                                  : couldNot("look at", pid, code);
+    }
+    if (!isSameProcess(*meant, *found)) {
+        return KillResultCode::NotFound;
+    }
+    return Target{pid, process.release()};
+}
+
+ProcessTerminator::Started ProcessTerminator::start(Target target, const Ownership &ownership) const
+{
+    ProcessDescriptor process(std::move(target.process));
+    const std::int32_t pid = target.pid;
+    if (process.hasEnded()) {
+        return KillResultCode::NotFound;
+    }
+    // It lives, so that whatever was seen under its identifier meanwhile is itself.
+    if (ownership.kind == Ownership::Kind::ForOthers) {
+        return KillResultCode::PermissionDenied;
+    }
+    if (ownership.kind != Ownership::Kind::Seen) {
+        if (const std::optional<KillAnswer> refused = refusalOfUnseen(pid)) {
+            return toStarted(*refused);
+        }
+    }
+    if (SessionGuard::part(pid)) {
+        return KillResultCode::PermissionDenied;
+    }
+    errno = 0;
+    if (ProcFs::numberOf(m_root.get(), process.get()) != pid) {
+        return process.hasEnded()
+                   ? KillResultCode::NotFound
+                   : resultOfFailure<Started>("look at", pid, errno != 0 ? errno : EPERM);
     }
     // A stopped process would never get to handle the signal.
-    const bool stopped = isStopped(root.get(), pid);
-    if (const int code = sendSignal(process, SIGTERM); code != 0) {
-        return codeForFailure(code);
+    const bool stopped = isStopped(m_root.get(), pid);
+    if (const int code = process.sendSignal(SIGTERM); code != 0) {
+        return resultOfFailure<Started>("signal", pid, code);
     }
     if (stopped) {
-        sendSignal(process, SIGCONT);
+        static_cast<void>(process.sendSignal(SIGCONT));
     }
-    auto state = std::make_unique<Termination::State>();
-    state->process = std::move(process);
-    state->patience = m_patience;
-    state->deadline = Clock::now() + m_patience.beforeForcing;
-    return Termination(std::move(state));
+    return Termination(std::make_unique<Termination::State>(Termination::State{
+        pid, std::move(process), m_patience, Clock::now() + m_patience.beforeForcing}));
 }
 
-/// The answer to give instead of ending the process behind the descriptor; nothing when it is the
-/// one that was meant, and listens. The inventory looks at the process after the descriptor was
-/// opened, and the process still lives after that look: so both are the same.
-std::optional<KillResultCode> ProcessTerminator::refusal(std::int32_t pid, const Expected &expected,
-                                                         const FileDescriptor &process) const
+/// The answer for a living process that a scan did not see to own a listener; nothing when it does
+/// own one. A scan takes what it could not look at for not there: that a listener is gone is said
+/// only when just that was seen, and a listener that is there gets a second look. What a group led
+/// to may be a client of the server.
+std::optional<KillAnswer> ProcessTerminator::refusalOfUnseen(std::int32_t pid) const
 {
-    const std::variant<Ownership, ListingError> looked = m_inventory.ownership(pid);
-    if (hasEnded(process)) {
+    const std::variant<bool, int> held = m_inventory.holdsListener(pid);
+    if (const int *code = std::get_if<int>(&held)) {
+        return isShortage(*code) ? KillAnswer(couldNot("look at", pid, *code))
+                                 : KillResultCode::PermissionDenied;
+    }
+    if (!std::get<bool>(held)) {
         return KillResultCode::NotFound;
     }
-    const auto *ownership = std::get_if<Ownership>(&looked);
-    if (ownership == nullptr) {
-        return KillResultCode::PermissionDenied;
+    const std::variant<Ownership, ListingError> again = m_inventory.ownership(pid);
+    if (const auto *error = std::get_if<ListingError>(&again)) {
+        return KillError{error->code, error->message};
     }
-    const bool owns = ownership->kind != Ownership::Kind::None;
-    if (expected && (!owns || ownership->process != *expected)) {
-        return KillResultCode::NotFound;
-    }
-    // What a group led to may be a client of the server, and a service manager holds its sockets
-    // for others.
-    const bool mayEnd = ownership->kind == Ownership::Kind::Seen && !SessionGuard::part(pid);
-    return mayEnd ? std::nullopt : std::optional(KillResultCode::PermissionDenied);
+    const bool isSeen = std::get<Ownership>(again).kind == Ownership::Kind::Seen;
+    return isSeen ? std::nullopt : std::optional<KillAnswer>(KillResultCode::PermissionDenied);
 }
 
-KillResultCode ProcessTerminator::terminate(std::int32_t pid, std::optional<std::int32_t> caller)
+KillAnswer ProcessTerminator::terminate(const ProcessIdentity &process,
+                                        std::optional<std::int32_t> caller)
 {
-    return resultOf(begin(pid, caller));
-}
-
-KillResultCode ProcessTerminator::terminate(const ProcessIdentity &process,
-                                            std::optional<std::int32_t> caller)
-{
-    return resultOf(begin(process, caller));
+    Admitted admitted = admit(process.pid, &process, caller);
+    if (const auto *code = std::get_if<KillResultCode>(&admitted)) {
+        return *code;
+    }
+    if (auto *error = std::get_if<KillError>(&admitted)) {
+        return std::move(*error);
+    }
+    const std::variant<Ownership, ListingError> found = m_inventory.ownership(process.pid);
+    if (const auto *error = std::get_if<ListingError>(&found)) {
+        return KillError{error->code, error->message};
+    }
+    Started started = start(std::get<Target>(std::move(admitted)), std::get<Ownership>(found));
+    if (auto *termination = std::get_if<Termination>(&started)) {
+        return waitFor(*termination);
+    }
+    if (const auto *code = std::get_if<KillResultCode>(&started)) {
+        return *code;
+    }
+    return std::get<KillError>(std::move(started));
 }
 
 } // namespace Tarnwick

@@ -8,11 +8,9 @@
 #include "Helper/linux/HelperBus.h"
 #include "Helper/linux/SystemdEventLoop.h"
 
-#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <memory>
-#include <optional>
 #include <string>
 #include <variant>
 
@@ -46,12 +44,7 @@ int main()
         ListenerInventory inventory;
         ProcessTerminator terminator(inventory);
         SystemdEventLoop loop;
-        HelperService service(
-            loop, {.list = [&inventory] { return inventory.list(); },
-                   .beginToEnd =
-                       [&terminator](std::int32_t pid, std::optional<std::int32_t> caller) {
-                           return terminator.begin(pid, caller);
-                       }});
+        HelperService service(loop, HelperService::workOf(inventory, terminator));
         HelperBus::Opened opened = HelperBus::open(loop, service);
         if (const auto *why = std::get_if<std::string>(&opened)) {
             return fail(why->c_str());
