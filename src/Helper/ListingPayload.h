@@ -6,6 +6,7 @@
 #include "Helper/ProcessReport.h"
 #include "Shared/RawPortInfo.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,13 @@ public:
     [[nodiscard]] const std::string &bytes() const { return m_bytes; }
 
     [[nodiscard]] const SharedProcessReport &report() const { return m_report; }
+
+    /// What a client gets that was shown @p before, null for one that never listed, where that
+    /// differs from bytes(). A client recognises a listener by identifier, port and name, and takes
+    /// one whose program was replaced for the old one. So the sockets of a process that has become
+    /// another program, or another process, under its identifier since are left out this once: the
+    /// client sees them go, and takes them up anew with its next listing.
+    [[nodiscard]] std::optional<std::string> bytesAfter(const ProcessReport *before) const;
 
 private:
     std::string m_bytes;

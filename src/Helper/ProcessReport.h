@@ -16,6 +16,8 @@ namespace Tarnwick {
 struct ReportedProcess
 {
     ProcessIdentity process;
+    /// Differs when the reported name or executable does.
+    std::uint64_t program = 0;
 };
 
 /// The owners that one listing reported: which process each identifier in it stands for. It never

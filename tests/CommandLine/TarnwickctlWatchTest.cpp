@@ -3,13 +3,16 @@
 
 #include "tests/CommandLine/ListeningChild.h"
 #include "tests/CommandLine/ProgramPaths.h"
+#include "tests/Support/Puppet.h"
 #include "tests/Support/RunningProgram.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstddef>
 #include <optional>
+#include <string>
 
 #include <termios.h>
 
@@ -54,6 +57,25 @@ TEST(TarnwickctlWatch, WritesALineForEachChange)
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.output, Not(HasSubstr("\x1b")));
     EXPECT_EQ(result.errors, "");
+}
+
+TEST(TarnwickctlWatch, WritesNoLineForAListenerThatRenamesItself)
+{
+    Puppet server;
+    const std::string port = std::to_string(server.listen().port);
+    RunningProgram program(watch({"--interval", "0.2"}));
+    EXPECT_TRUE(program.shows(" :" + port + " "));
+    server.rename("renamed");
+    server.retitle("renamed: serving");
+    // What comes now was seen after that.
+    std::optional<ListeningChild> child(std::in_place);
+    EXPECT_TRUE(program.shows("+ :" + child->portText() + " shop-server "));
+    child.reset();
+    EXPECT_TRUE(program.shows("- :"));
+    program.signal(SIGTERM);
+    const std::string output = program.finish().output;
+    const std::size_t first = output.find(" :" + port + " ");
+    EXPECT_EQ(output.find(" :" + port + " ", first + 1), std::string::npos) << output;
 }
 
 TEST(TarnwickctlWatch, WritesAnObjectForEachChange)

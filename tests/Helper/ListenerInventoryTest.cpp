@@ -303,6 +303,38 @@ TEST_F(ListenerInventoryTest, FallsBackToTheTablesOfTheKernel)
     EXPECT_EQ(on(list(tables), port).size(), 2U);
 }
 
+TEST_F(ListenerInventoryTest, KeepsTheFirstNameOfAListenerThatRenamesItself)
+{
+    Puppet server;
+    const Puppet::Listener listener = server.listen();
+    const std::string name = only(list(m_inventory), listener.port).processName;
+    server.rename("renamed");
+    server.retitle("renamed: serving");
+    EXPECT_EQ(only(list(m_inventory), listener.port).processName, name);
+    // Also for what it listens on anew.
+    server.close(listener.descriptor);
+    const int port = server.listen().port;
+    EXPECT_EQ(only(list(m_inventory), port).processName, name);
+}
+
+TEST_F(ListenerInventoryTest, NamesAListenerAnewThatBecameAnotherProgram)
+{
+    const TemporaryCopy copies;
+    Puppet server;
+    const int port = server.listen().port;
+    static_cast<void>(list(m_inventory));
+    const SharedProcessReport before = m_inventory.report();
+    server.exec(copies.copy(Puppet::program(), "successor"), {"successor"});
+    const RawPortInfo record = only(list(m_inventory), port);
+    EXPECT_EQ(record.processName, "successor");
+    const SharedProcessReport after = m_inventory.report();
+    const ReportedProcess *then = before->find(server.pid());
+    const ReportedProcess *now = after->find(server.pid());
+    ASSERT_TRUE(then != nullptr && now != nullptr);
+    EXPECT_TRUE(isSameProcess(then->process, now->process));
+    EXPECT_NE(then->program, now->program);
+}
+
 TEST_F(ListenerInventoryTest, ReportsWhichProcessesTheLatestListingNames)
 {
     Puppet server;

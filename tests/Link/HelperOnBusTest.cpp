@@ -5,6 +5,7 @@
 #include "tests/Link/HelperFixture.h"
 #include "tests/Link/ReplyForger.h"
 #include "tests/Support/OtherUser.h"
+#include "tests/Support/TemporaryCopy.h"
 #include "tests/Support/TemporaryFolder.h"
 
 #include <chrono>
@@ -12,6 +13,7 @@
 #include <limits>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -24,6 +26,17 @@ using Clock = BusCaller::Clock;
 
 class HelperOnBus : public HelperFixture
 {
+protected:
+    /// What listens on @p port goes by, according to an answer; empty when nothing does.
+    [[nodiscard]] static std::string nameOn(const BusCaller::Answer &answer, int port)
+    {
+        for (const RawPortInfo &record : answer.records().value_or(std::vector<RawPortInfo>())) {
+            if (record.port == port) {
+                return record.processName;
+            }
+        }
+        return {};
+    }
 };
 
 TEST_F(HelperOnBus, ListsAListenerAsSoonAsItListens)
@@ -78,6 +91,52 @@ TEST_F(HelperOnBus, RefusesWhatOnlyAnotherClientWasShown)
     EXPECT_EQ(m_caller.kill(server.pid()).code, 2);
     EXPECT_FALSE(server.hasEnded());
     EXPECT_EQ(other.kill(server.pid()).code, 0);
+}
+
+TEST_F(HelperOnBus, KeepsTheNameOfAListenerThatRenamesItself)
+{
+    Puppet server;
+    const int port = server.listen().port;
+    const std::string name = nameOn(m_caller.list(), port);
+    ASSERT_NE(name, "");
+    server.rename("renamed");
+    server.retitle("renamed: serving");
+    EXPECT_EQ(nameOn(m_caller.list(), port), name);
+    BusCaller newcomer(m_bus.address());
+    EXPECT_EQ(nameOn(newcomer.list(), port), name);
+}
+
+TEST_F(HelperOnBus, LeavesAListenerThatBecameAnotherProgramOutOnceForEachClient)
+{
+    const TemporaryCopy copies;
+    Puppet server;
+    const int port = server.listen().port;
+    BusCaller other(m_bus.address());
+    ASSERT_EQ(owner(m_caller.list(), port), server.pid());
+    ASSERT_EQ(owner(other.list(), port), server.pid());
+    server.exec(copies.copy(Puppet::program(), "successor"), {"successor"});
+
+    BusCaller newcomer(m_bus.address());
+    EXPECT_EQ(nameOn(newcomer.list(), port), "successor");
+    // These two wait together, and so share a scan.
+    const auto first = m_caller.askForList();
+    const auto second = m_caller.askForList();
+    EXPECT_EQ(owner(m_caller.answer(first), port), std::nullopt);
+    EXPECT_EQ(nameOn(m_caller.answer(second), port), "successor");
+    EXPECT_EQ(owner(other.list(), port), std::nullopt);
+    EXPECT_EQ(nameOn(other.list(), port), "successor");
+    EXPECT_EQ(nameOn(m_caller.list(), port), "successor");
+}
+
+TEST_F(HelperOnBus, EndsAListenerThatItLeftOutSinceItBecameAnotherProgram)
+{
+    const TemporaryCopy copies;
+    Puppet server;
+    const int port = server.listen().port;
+    ASSERT_EQ(owner(m_caller.list(), port), server.pid());
+    server.exec(copies.copy(Puppet::program(), "successor"), {"successor"});
+    ASSERT_EQ(owner(m_caller.list(), port), std::nullopt);
+    EXPECT_EQ(m_caller.kill(server.pid()).code, 0);
 }
 
 TEST_F(HelperOnBus, ForcesAStubbornListenerAfterThreeSecondsAndListsMeanwhile)

@@ -189,22 +189,30 @@ TEST_F(LiveCoreTest, FollowsASocketThatIsPassedOn)
     EXPECT_TRUE(awaitGone(giver, listener.port));
 }
 
-TEST_F(LiveCoreTest, LosesAListenerThatBecameAnotherProgramUntilItListensAnew)
+TEST_F(LiveCoreTest, KeepsAListenerThatRenamesItself)
+{
+    Puppet puppet;
+    const Puppet::Listener listener = puppet.listen();
+    ASSERT_TRUE(awaitShown(puppet, listener.port));
+    const std::string name = processOn(listener.port);
+    puppet.rename("renamed");
+    puppet.retitle("renamed: serving");
+    ASSERT_TRUE(awaitScan());
+    ASSERT_TRUE(awaitScan());
+    EXPECT_TRUE(shows(puppet, listener.port));
+    EXPECT_EQ(processOn(listener.port), name);
+}
+
+TEST_F(LiveCoreTest, TakesUpAnewAListenerThatBecameAnotherProgram)
 {
     const TemporaryCopy copies;
     Puppet puppet;
     const Puppet::Listener listener = puppet.listen();
     ASSERT_TRUE(awaitShown(puppet, listener.port));
     puppet.exec(copies.copy(Puppet::program(), "successor"), {"successor"});
-    EXPECT_TRUE(awaitGone(puppet, listener.port));
+    EXPECT_TRUE(await([&] { return processOn(listener.port) == "successor"; }));
     ASSERT_TRUE(awaitScan());
-    EXPECT_FALSE(shows(puppet, listener.port));
-
-    puppet.close(listener.descriptor);
-    ASSERT_TRUE(awaitScan());
-    puppet.listen(Puppet::Family::V4, listener.descriptor, listener.port);
-    EXPECT_TRUE(awaitShown(puppet, listener.port));
-    EXPECT_EQ(processOn(listener.port), "successor");
+    EXPECT_TRUE(shows(puppet, listener.port));
 }
 
 TEST_F(LiveCoreTest, ForgetsAListenerThatTheHelperEnded)
@@ -239,11 +247,11 @@ TEST_F(LiveCoreTest, StaysRightThoughTheHelperIsKilledAgainAndAgain)
         EXPECT_TRUE(awaitShown(child, listener.port)) << round;
         EXPECT_TRUE(awaitGone(parent, listener.port)) << round;
 
-        // A listener that becomes another program leaves the list.
+        // A listener that becomes another program is taken up anew.
         child.exec(successor, {"successor"});
-        EXPECT_TRUE(awaitGone(child, listener.port)) << round;
+        EXPECT_TRUE(await([&] { return processOn(listener.port) == "successor"; })) << round;
         EXPECT_TRUE(awaitScan()) << round;
-        EXPECT_FALSE(shows(child, listener.port)) << round;
+        EXPECT_TRUE(shows(child, listener.port)) << round;
         EXPECT_TRUE(shows(constant, constantPort)) << round;
     }
     EXPECT_THAT(m_log.messages(),

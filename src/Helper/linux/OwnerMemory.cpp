@@ -347,7 +347,8 @@ std::vector<ReportedProcess> OwnerMemory::reported() const
     reported.reserve(m_processes.size());
     for (const auto &[pid, process] : m_processes) {
         if (process.inspector) {
-            reported.push_back({process.inspector->identity()});
+            reported.push_back(
+                {process.inspector->identity(), process.inspector->details().program});
         }
     }
     return reported;

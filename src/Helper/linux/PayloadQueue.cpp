@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <string>
 
 namespace Tarnwick {
@@ -95,7 +96,8 @@ int PayloadQueue::sendLatest(const BusMessage &request)
     if (!m_clients.contains(client)) {
         return 0;
     }
-    const int sent = replyWithBytes(m_bus, request.get(), m_latest->bytes());
+    const std::optional<std::string> reduced = m_latest->bytesAfter(m_clients.shown(client).get());
+    const int sent = replyWithBytes(m_bus, request.get(), reduced ? *reduced : m_latest->bytes());
     if (sent >= 0) {
         m_clients.show(client, m_latest->report());
         m_clients.answered(client);

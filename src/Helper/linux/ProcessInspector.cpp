@@ -11,7 +11,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
+#include <functional>
 #include <utility>
 
 #include <unistd.h>
@@ -59,6 +61,9 @@ void readLinkAgain(int directory, const char *name, std::string &known, bool &ch
 {
     std::array<char, 4096> target;
     const ssize_t got = ::readlinkat(directory, name, target.data(), target.size());
+    if (got < 0 && errno != EACCES && errno != EPERM && errno != ENOENT) {
+        return; // says nothing about the link
+    }
     const std::string_view read(target.data(), got > 0 ? static_cast<std::size_t>(got) : 0);
     if (read != known) {
         known = read;
@@ -296,8 +301,8 @@ void ProcessInspector::describe()
     const std::vector<std::string> arguments = splitArguments(m_rawCommandLine);
     const std::string path = m_rawExecutable.empty() ? ForeignExecutable::find(comm, arguments)
                                                      : withoutDeletedMark(m_rawExecutable);
-    m_details.processName = RecordBounds::name(ProcessName::from(comm, path, arguments));
-    m_details.commandPath = RecordBounds::path(path);
+    describeProgram(RecordBounds::name(ProcessName::from(comm, path, arguments)),
+                    RecordBounds::path(path));
     m_details.cwd = RecordBounds::path(withoutDeletedMark(m_rawDirectory));
     m_details.arguments = RecordBounds::arguments(arguments);
     m_details.originArguments.clear();
@@ -305,6 +310,23 @@ void ProcessInspector::describe()
         m_details.originArguments = RecordBounds::arguments(splitArguments(m_rawLeaderCommandLine));
     }
     m_details.recordCost = RecordBounds::cost(m_details);
+}
+
+/// A process may call itself what it likes, whenever it likes; to whoever follows its listeners it
+/// would be another. So the first name stays until it becomes another program. No path is none to
+/// be had.
+void ProcessInspector::describeProgram(std::string name, std::string path)
+{
+    const bool isSame = m_described && (path.empty() || m_details.commandPath.empty() ||
+                                        path == m_details.commandPath);
+    if (!path.empty()) {
+        m_details.commandPath = std::move(path);
+    }
+    if (!isSame) {
+        m_details.processName = std::move(name);
+        m_details.program =
+            std::hash<std::string>()(m_details.commandPath + '\0' + m_details.processName);
+    }
 }
 
 std::vector<std::string> ProcessInspector::splitArguments(std::string_view commandLine)

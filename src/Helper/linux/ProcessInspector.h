@@ -24,11 +24,12 @@ namespace Tarnwick {
 /// What a listing tells of a process. All texts are UTF-8 and within the bounds of a record.
 struct ProcessDetails
 {
-    std::string processName;
+    std::string processName; ///< the first that this program went by
     std::string commandPath;
     std::string cwd;
     std::vector<std::string> arguments;
     std::vector<std::string> originArguments;
+    std::uint64_t program = 0; ///< as in ReportedProcess
     std::uint64_t memoryBytes = 0;
     Timestamp startedAt;
     std::size_t recordCost = 0; ///< of a record with these texts, see RecordBounds
@@ -113,6 +114,7 @@ private:
     void readLeader(Reading reading, bool &changed);
     void followLeader(pid_t leader);
     void describe();
+    void describeProgram(std::string name, std::string path);
 
     int m_root;
     ProcFs::Numbering m_numbering;
