@@ -12,6 +12,7 @@ enum class ExitCode {
     Usage = 2,        ///< the arguments were wrong or not enough to act on
     NotPermitted = 3, ///< the system, or the guard on system services, did not allow it
     Failed = 4,       ///< the listing, the output or a kill failed
+    PortTaken = 5,    ///< the process has ended, and another one listens on its port
     NotEnded = 6,     ///< the process was sent SIGKILL and lives on
 };
 

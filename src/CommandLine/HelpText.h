@@ -53,6 +53,7 @@ inline constexpr std::string_view killExamples = "Examples:\n"
                                                  "  2 wrong usage\n"
                                                  "  3 not permitted\n"
                                                  "  4 failed\n"
+                                                 "  5 stopped, but another process has the port\n"
                                                  "  6 sent SIGKILL, and has not ended yet";
 
 } // namespace Tarnwick::HelpText

@@ -13,6 +13,7 @@
 #include <iterator>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 
 namespace Tarnwick {
@@ -74,10 +75,17 @@ ExitCode exitCodeOf(KillResultCode result)
 
 KillCommand::KillCommand(KillArguments arguments, const Console &console, ListenerSource &source,
                          ProcessEnder &ender)
+    : KillCommand(std::move(arguments), console, source, ender, Release{})
+{
+}
+
+KillCommand::KillCommand(KillArguments arguments, const Console &console, ListenerSource &source,
+                         ProcessEnder &ender, Release release)
     : m_arguments(std::move(arguments))
     , m_console(console)
     , m_source(source)
     , m_ender(ender)
+    , m_release(release)
 {
 }
 
@@ -103,8 +111,7 @@ ExitCode KillCommand::run()
     for (const std::int32_t pid : m_arguments.pids) {
         gravest = std::max(gravest, stopProcess(pid));
     }
-    tellWhoHoldsThePortsNow();
-    return gravest;
+    return std::max(gravest, checkFreedPorts());
 }
 
 /// What the user agrees to is the end of the processes of this listing. Answering takes time, in
@@ -112,6 +119,7 @@ ExitCode KillCommand::run()
 void KillCommand::noteWhoIsShown()
 {
     for (const Listener &listener : m_listeners) {
+        m_before.emplace(listener.entry.port, listener.entry.pid);
         const auto pid = static_cast<std::int32_t>(listener.entry.pid);
         if (const std::optional<ProcessIdentity> shown = m_ender.identity(pid)) {
             m_shown.emplace(pid, *shown);
@@ -276,25 +284,49 @@ void KillCommand::listOwners(const std::vector<Listener> &owners) const
     }
 }
 
-void KillCommand::tellWhoHoldsThePortsNow()
+/// Whether a port that was to be freed has another owner than before. Who shared it with the
+/// process that was chosen stays.
+bool KillCommand::isTaken(const PortEntry &holder) const
+{
+    return m_freed.contains(holder.port) && !m_before.contains({holder.port, holder.pid});
+}
+
+ExitCode KillCommand::checkFreedPorts()
 {
     if (m_freed.empty()) {
-        return;
+        return ExitCode::Done;
     }
-    Listing listing = m_source.list();
-    auto *records = std::get_if<std::vector<RawPortInfo>>(&listing);
-    if (records == nullptr) {
-        return;
+    const auto deadline = std::chrono::steady_clock::now() + m_release.atMost;
+    for (;;) {
+        Listing listing = m_source.list();
+        if (const auto *error = std::get_if<ListingError>(&listing)) {
+            m_console.sayError(error->message);
+            return ExitCode::Failed;
+        }
+        m_listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)));
+        mergeEqual(m_listeners);
+        const bool anyTaken =
+            std::any_of(m_listeners.begin(), m_listeners.end(),
+                        [this](const Listener &listener) { return isTaken(listener.entry); });
+        if (!anyTaken || std::chrono::steady_clock::now() + m_release.interval > deadline) {
+            return tellWhoHoldsTheFreedPorts();
+        }
+        std::this_thread::sleep_for(m_release.interval);
     }
-    m_listeners = listenersFrom(std::move(*records));
-    mergeEqual(m_listeners);
+}
+
+ExitCode KillCommand::tellWhoHoldsTheFreedPorts()
+{
+    ExitCode code = ExitCode::Done;
     for (const Listener &listener : m_listeners) {
         const PortEntry &holder = listener.entry;
         if (m_freed.contains(holder.port)) {
             m_console.say("Port " + std::to_string(holder.port) + " is still held by " +
                           processText(holder) + ".");
+            code = isTaken(holder) ? ExitCode::PortTaken : code;
         }
     }
+    return code;
 }
 
 } // namespace Tarnwick

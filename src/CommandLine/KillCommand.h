@@ -9,10 +9,12 @@
 #include "CommandLine/ListenerSource.h"
 #include "CommandLine/ProcessEnder.h"
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <set>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Tarnwick {
@@ -22,8 +24,18 @@ namespace Tarnwick {
 class KillCommand
 {
 public:
+    /// How long a port may take to be released: what inherited the socket of a process that has
+    /// ended, such as its workers, ends a little later.
+    struct Release
+    {
+        std::chrono::milliseconds interval{50}; ///< between two listings
+        std::chrono::milliseconds atMost{1000};
+    };
+
     KillCommand(KillArguments arguments, const Console &console, ListenerSource &source,
                 ProcessEnder &ender);
+    KillCommand(KillArguments arguments, const Console &console, ListenerSource &source,
+                ProcessEnder &ender, Release release);
 
     [[nodiscard]] ExitCode run();
 
@@ -41,16 +53,20 @@ private:
     [[nodiscard]] std::string_view hintForPrivilege() const;
     void describe(const PortEntry &owner) const;
     void listOwners(const std::vector<Listener> &owners) const;
-    void tellWhoHoldsThePortsNow();
+    [[nodiscard]] ExitCode checkFreedPorts();
+    [[nodiscard]] bool isTaken(const PortEntry &holder) const;
+    [[nodiscard]] ExitCode tellWhoHoldsTheFreedPorts();
 
     KillArguments m_arguments;
     const Console &m_console;
     ListenerSource &m_source;
     ProcessEnder &m_ender;
-    std::vector<Listener> m_listeners;               ///< merged
-    std::map<std::int64_t, ProcessIdentity> m_shown; ///< by process identifier
-    std::set<std::int64_t> m_handled;                ///< processes asked about already
-    std::set<std::int64_t> m_freed;                  ///< ports whose owner has ended
+    Release m_release;
+    std::vector<Listener> m_listeners;                        ///< merged
+    std::map<std::int64_t, ProcessIdentity> m_shown;          ///< by process identifier
+    std::set<std::int64_t> m_handled;                         ///< processes asked about already
+    std::set<std::int64_t> m_freed;                           ///< ports whose owner has ended
+    std::set<std::pair<std::int64_t, std::int64_t>> m_before; ///< port and process, at the start
 };
 
 } // namespace Tarnwick

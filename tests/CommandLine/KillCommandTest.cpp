@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 
 namespace Tarnwick {
 
@@ -25,6 +26,8 @@ struct KillCommandTest : testing::Test
     TestConsole test;
     PreparedListings listings;
     NotedEnds ends;
+    KillCommand::Release release{.interval = std::chrono::milliseconds(1),
+                                 .atMost = std::chrono::milliseconds(20)};
 
     /// What listens before, and after nothing.
     void listening(std::vector<RawPortInfo> records)
@@ -34,7 +37,7 @@ struct KillCommandTest : testing::Test
 
     ExitCode run(KillArguments arguments)
     {
-        return KillCommand(std::move(arguments), test.console, listings, ends).run();
+        return KillCommand(std::move(arguments), test.console, listings, ends, release).run();
     }
 
     ExitCode kill(std::vector<std::int64_t> ports, bool yes = false)
@@ -223,9 +226,38 @@ TEST_F(KillCommandTest, TellsWhoHoldsThePortNow)
     listings.listings = {
         std::vector{record(3000, 4711, "node")},
         std::vector{record(3000, 4712, "node"), record(3000, 4712, "node"), record(3001, 5, "x")}};
-    EXPECT_EQ(kill({3000}, true), ExitCode::Done);
+    EXPECT_EQ(kill({3000}, true), ExitCode::PortTaken);
+    EXPECT_EQ(test.output.written, "[kill] :3000 terminated\n");
     EXPECT_THAT(test.errors.written, EndsWith("Port 3000 is still held by node (pid 4712).\n"));
     EXPECT_THAT(test.errors.written, Not(HasSubstr("3001 is still")));
+}
+
+TEST_F(KillCommandTest, WaitsForThePortToBeReleased)
+{
+    release.atMost = std::chrono::seconds(30);
+    listings.listings = {std::vector{record(3000, 4711, "node")},
+                         std::vector{record(3000, 4712, "node")},
+                         std::vector{record(3000, 4712, "node")}, std::vector<RawPortInfo>{}};
+    EXPECT_EQ(kill({3000}, true), ExitCode::Done);
+    EXPECT_THAT(test.errors.written, Not(HasSubstr("still held")));
+    EXPECT_EQ(listings.asked, 4);
+}
+
+TEST_F(KillCommandTest, LeavesThePortToWhomItWasSharedWith)
+{
+    const RawPortInfo vite = record(3000, 4712, "vite");
+    listings.listings = {std::vector{record(3000, 4711, "node"), vite}, std::vector{vite}};
+    EXPECT_EQ(run({.ports = {}, .pids = {4711}, .yes = true}), ExitCode::Done);
+    EXPECT_THAT(test.errors.written, EndsWith("Port 3000 is still held by vite (pid 4712).\n"));
+    EXPECT_EQ(listings.asked, 2);
+}
+
+TEST_F(KillCommandTest, FailsWhenItCannotSeeWhetherThePortIsFree)
+{
+    listings.listings = {std::vector{record(3000, 4711, "node")},
+                         ListingError{.code = EMFILE, .message = "no descriptors left"}};
+    EXPECT_EQ(kill({3000}, true), ExitCode::Failed);
+    EXPECT_THAT(test.errors.written, EndsWith("tarnwickctl: no descriptors left\n"));
 }
 
 TEST_F(KillCommandTest, SaysThatAProcessDoesNotEnd)

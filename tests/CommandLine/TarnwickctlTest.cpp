@@ -289,7 +289,8 @@ TEST(TarnwickctlKill, TellsWhoHoldsThePortNow)
 {
     ListeningChild child({.hasChild = true});
     const auto result = runTarnwickctl({"kill", "--yes", child.portText()});
-    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.exitCode, 5);
+    EXPECT_EQ(result.output, "[kill] :" + child.portText() + " terminated\n");
     EXPECT_THAT(result.errors, HasSubstr("Port " + child.portText() + " is still held by "));
     EXPECT_EQ(child.endedBy(), SIGTERM);
 }
