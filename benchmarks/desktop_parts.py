@@ -8,7 +8,7 @@ import random
 import socket
 import time
 
-from desktop import command_line, expect
+from desktop import expect
 from desktop_programs import (
     PEERS,
     Peer,
@@ -16,6 +16,7 @@ from desktop_programs import (
     proportional_megabytes,
 )
 from desktop_report import MB, compare, row
+from desktop_search import keys_that_change
 from listing_load import Load, Shape
 
 CORNER = (0, 799)  # where the pointer is on nothing
@@ -37,6 +38,12 @@ def load(bin_folder, listeners):
         Shape(processes=processes, listening=processes, listeners=each, descriptors=each + 3, before=0),
         seed=listeners,
     )
+
+
+def searched_everywhere(bin_folder):
+    """What the search finds all rows of a load by: the name and the path of its executable."""
+    program = os.path.realpath(os.path.join(bin_folder, "inventory-load"))
+    return [os.path.basename(program), program]
 
 
 class Desktop:
@@ -150,18 +157,21 @@ class Desktop:
             self.tarnwick.start_closed()
             self.tarnwick.open_panel()
             self.session.settle(REST)
-            rows = self._search(sorted(listeners.owners), size, rounds)
+            chosen = keys_that_change(sorted(listeners.owners), searched_everywhere(bin_folder))
+            expect(chosen, "there are keys that change the list")
+            rows = self._search(*chosen, size, rounds)
             if size == 10000:
                 rows += self._scroll(size, rounds)
             self.tarnwick.close_panel()
             self.tarnwick.stop()
         return rows
 
-    def _search(self, ports, size, rounds):
-        wanted = self._digits_that_change(ports)
+    def _search(self, before, wanted, size, rounds):
         self.screen.hold("Control_L")
         self.screen.key("f")
         self.screen.release("Control_L")
+        for key in before:
+            self.screen.key(key)
         self.session.settle()
         typed, erased = [], []
         for _ in range(rounds):
@@ -172,16 +182,6 @@ class Desktop:
             row(f"key typed in the search to list, {size:,} entries", typed, target=KEYSTROKE),
             row(f"key erased in the search to list, {size:,} entries", erased, target=KEYSTROKE),
         ]
-
-    @staticmethod
-    def _digits_that_change(ports):
-        """Two that some ports end with, and neither the first row nor what all rows say has the
-        first of them: the command that started this benchmark, which they are listed with."""
-        everywhere = command_line(os.getpgrp()) + str(ports[0])
-        found = (str(port)[-2:] for port in ports if str(port)[-2] not in everywhere)
-        digits = next(found, None)
-        expect(digits, "there is a digit to search for that is not in the command line")
-        return digits
 
     def _scroll(self, size, rounds):
         self.screen.point(self.tarnwick.rows.middle)
