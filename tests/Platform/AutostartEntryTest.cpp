@@ -53,6 +53,9 @@ public:
     AsOrdinaryUser &operator=(const AsOrdinaryUser &) = delete;
 };
 
+/// What the launcher of entries ends with where a session's own is missing.
+constexpr int notHere = 77;
+
 class AutostartEntryTest : public testing::Test
 {
 protected:
@@ -76,8 +79,13 @@ protected:
     TemporaryFolder m_folder;
     fs::path m_program = makeProgram("tarnwick");
     fs::path m_autostart = m_folder.path() / "config" / "autostart";
-    AutostartEntry m_entry{m_autostart, m_program};
+    fs::path m_system = m_folder.path() / "etc" / "autostart"; ///< is not there at first
+    AutostartEntry::Folders m_folders{.user = m_autostart,
+                                      .system = {m_folder.path() / "none", m_system}};
+    AutostartEntry m_entry{m_folders, m_program};
     fs::path m_file = m_autostart / "com.velmora.tarnwick.desktop";
+    fs::path m_systemFile = m_system / "com.velmora.tarnwick.desktop";
+    ScopedEnvironment m_desktop{"XDG_CURRENT_DESKTOP", std::nullopt};
 };
 
 TEST_F(AutostartEntryTest, IsNotRegisteredWithoutAFile)
@@ -115,12 +123,66 @@ TEST_F(AutostartEntryTest, ReadsTheFileEachTime)
     EXPECT_EQ(m_entry.status(), Status::Enabled);
 }
 
-TEST_F(AutostartEntryTest, HonoursTheSwitchOfTheDesktopsSettings)
+TEST_F(AutostartEntryTest, HonoursTheSwitchOfGnomesSettingsWhereTheSessionReadsIt)
 {
     write(m_file, entryText("X-GNOME-Autostart-enabled=false\n"));
+    EXPECT_EQ(m_entry.status(), Status::Enabled);
+    const ScopedEnvironment desktop("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
     EXPECT_EQ(m_entry.status(), Status::NotRegistered);
     ASSERT_EQ(m_entry.registerApplication(), std::nullopt);
     EXPECT_EQ(m_entry.status(), Status::Enabled);
+}
+
+TEST_F(AutostartEntryTest, IsSwitchedOffWhereItIsMeantForOtherDesktops)
+{
+    for (const char *const line : {"OnlyShowIn=KDE;\n", "NotShowIn=XFCE;MATE;\n"}) {
+        write(m_file, entryText(line));
+        const ScopedEnvironment desktop("XDG_CURRENT_DESKTOP", "XFCE");
+        EXPECT_EQ(m_entry.status(), Status::NotRegistered);
+        ASSERT_EQ(m_entry.registerApplication(), std::nullopt);
+        EXPECT_EQ(m_entry.status(), Status::Enabled);
+        const ScopedEnvironment other("XDG_CURRENT_DESKTOP", "KDE");
+        EXPECT_EQ(m_entry.status(), Status::Enabled);
+    }
+}
+
+TEST_F(AutostartEntryTest, IsEnabledByAnEntryForAllUsers)
+{
+    write(m_systemFile, entryText());
+    EXPECT_EQ(m_entry.status(), Status::Enabled);
+    write(m_systemFile, entryText("Hidden=true\n"));
+    EXPECT_EQ(m_entry.status(), Status::NotRegistered);
+    write(m_systemFile, "[Desktop Entry]\nType=Application\nName=x\nExec=/bin/true\n");
+    EXPECT_EQ(m_entry.status(), Status::NotFound);
+}
+
+TEST_F(AutostartEntryTest, HidesAnEntryForAllUsers)
+{
+    write(m_systemFile, entryText());
+    ASSERT_EQ(m_entry.unregisterApplication(), std::nullopt);
+    EXPECT_EQ(m_entry.status(), Status::NotRegistered);
+    EXPECT_THAT(read(m_file), HasSubstr("\nHidden=true\n"));
+    ASSERT_EQ(m_entry.registerApplication(), std::nullopt);
+    EXPECT_EQ(m_entry.status(), Status::Enabled);
+    ASSERT_EQ(m_entry.unregisterApplication(), std::nullopt);
+    EXPECT_EQ(m_entry.status(), Status::NotRegistered);
+    EXPECT_EQ(read(m_systemFile), entryText());
+}
+
+TEST_F(AutostartEntryTest, HidesNothingWhereNothingWouldStartIt)
+{
+    write(m_systemFile, entryText("Hidden=true\n"));
+    ASSERT_EQ(m_entry.registerApplication(), std::nullopt);
+    ASSERT_EQ(m_entry.unregisterApplication(), std::nullopt);
+    EXPECT_FALSE(fs::exists(m_file));
+    EXPECT_EQ(m_entry.status(), Status::NotRegistered);
+}
+
+TEST_F(AutostartEntryTest, TakesTheMostImportantEntryForAllUsers)
+{
+    write(m_folder.path() / "none" / m_file.filename(), entryText("Hidden=true\n"));
+    write(m_systemFile, entryText());
+    EXPECT_EQ(m_entry.status(), Status::NotRegistered);
 }
 
 TEST_F(AutostartEntryTest, IsSwitchedOnAgainWhenItWasHidden)
@@ -270,36 +332,78 @@ TEST_F(AutostartEntryTest, FailsInTheSystemsWordsWhereNoFolderCanBe)
 
 TEST_F(AutostartEntryTest, RefusesAPathThatNoEntryCanHold)
 {
-    AutostartEntry entry(m_autostart, m_folder.path() / "odd\xff");
+    AutostartEntry entry(m_folders, m_folder.path() / "odd\xff");
     EXPECT_TRUE(entry.registerApplication());
     EXPECT_FALSE(fs::exists(m_file));
 }
 
-class AutostartEntryPathTest : public AutostartEntryTest,
-                               public testing::WithParamInterface<const char *>
+/// By launcher and path.
+class AutostartEntryPathTest
+    : public AutostartEntryTest,
+      public testing::WithParamInterface<std::tuple<const char *, const char *>>
 {
+protected:
+    /// The status of what starts the entry as that launcher does.
+    std::optional<int> launch()
+    {
+        ChildProcess launcher({launchEntryProgram, std::get<0>(GetParam()), m_file.string()},
+                              {.output = m_output, .environment = {}});
+        return launcher.awaitEnd(patience);
+    }
+
+    fs::path m_output = m_folder.path() / "output";
 };
 
-TEST_P(AutostartEntryPathTest, IsStartedByADesktopWithItsArgument)
+TEST_P(AutostartEntryPathTest, IsStartedWithItsArgument)
 {
-    const fs::path program = makeProgram(GetParam());
-    AutostartEntry entry(m_autostart, program);
+    const fs::path program = makeProgram(std::get<1>(GetParam()) + "/tarnwick"s);
+    AutostartEntry entry(m_folders, program);
     ASSERT_EQ(entry.registerApplication(), std::nullopt);
-    const fs::path output = m_folder.path() / "output";
-    ChildProcess launcher({launchEntryProgram, m_file.string()},
-                          {.output = output, .environment = {}});
-    ASSERT_EQ(launcher.awaitEnd(patience), 0) << read(output) << read(m_file);
+    const std::optional<int> status = launch();
+    if (status == notHere) {
+        GTEST_SKIP() << std::get<0>(GetParam()) << " is not here";
+    }
+    ASSERT_EQ(status, 0) << read(m_output) << read(m_file);
     const fs::path ran = program.string() + ".ran";
-    ASSERT_TRUE(awaitOutside([&ran] { return fs::exists(ran); })) << read(m_file);
+    ASSERT_TRUE(awaitOutside([&ran] { return fs::exists(ran); })) << read(m_output) << read(m_file);
     EXPECT_EQ(read(ran), "--login-item\n");
     EXPECT_EQ(entry.status(), Status::Enabled);
 }
 
-INSTANTIATE_TEST_SUITE_P(Paths, AutostartEntryPathTest,
-                         testing::Values("plain", "with blanks  in it", "\"quoted\" 'twice'",
-                                         "back\\slash\\\\es", "$HOME `id`", "100% %f %%", "a=b",
-                                         "50%=c", "ends \\", "tab\tand\nline", "ünïcode ☃",
-                                         "~tilde;&|<>()#*?[]{}!^"));
+INSTANTIATE_TEST_SUITE_P(
+    Paths, AutostartEntryPathTest,
+    testing::Combine(testing::Values("glib", "dex", "systemd"),
+                     testing::Values("plain", "with blanks  in it", "\"quoted\" 'twice'", "it's",
+                                     "back\\slash\\\\es", "$HOME `id`", "100% %f %%", "a=b",
+                                     "50%=c", "ends \\", "tab\tand\nline", "ünïcode ☃", "-x: @y",
+                                     "~tilde;&|<>()#*?[]{}!^")));
+
+/// By launcher.
+class AutostartEntrySessionTest : public AutostartEntryTest,
+                                  public testing::WithParamInterface<const char *>
+{
+};
+
+TEST_P(AutostartEntrySessionTest, IsEnabledWhereTheSessionStartsIt)
+{
+    for (const char *const lines :
+         {"", "OnlyShowIn=KDE;\n", "OnlyShowIn=XFCE;KDE;\n", "NotShowIn=XFCE;\n",
+          "NotShowIn=KDE;GNOME;\n", "Hidden=true\n", "X-GNOME-Autostart-enabled=false\n"}) {
+        write(m_file, entryText(lines));
+        for (const char *const desktop : {"XFCE", "KDE", "x:XFCE", ""}) {
+            const ScopedEnvironment current("XDG_CURRENT_DESKTOP", desktop);
+            ChildProcess launcher({launchEntryProgram, GetParam(), m_file.string()},
+                                  {.output = {}, .environment = {}});
+            const std::optional<int> status = launcher.awaitEnd(patience);
+            if (status == notHere) {
+                GTEST_SKIP() << GetParam() << " is not here";
+            }
+            EXPECT_EQ(m_entry.status() == Status::Enabled, status == 0) << lines << desktop;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Launchers, AutostartEntrySessionTest, testing::Values("glib", "systemd"));
 
 TEST(LoginItem, OfThisApplicationLiesInTheUsersAutostartFolder)
 {

@@ -97,7 +97,7 @@ protected:
     TemporaryFolder m_folder;
     fs::path m_source = m_folder.path() / "Down loads" / "Tarn'wick";
     fs::path m_applications = m_folder.path() / "opt";
-    fs::path m_autostart = m_folder.path() / "autostart";
+    AutostartEntry::Folders m_autostart{.user = m_folder.path() / "autostart", .system = {}};
     fs::path m_userApplications = m_folder.path() / "home" / "Applications";
     RecordedLog m_log;
     ScopedEnvironment m_path{"PATH",

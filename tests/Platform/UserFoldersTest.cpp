@@ -5,10 +5,16 @@
 
 #include "tests/Support/ScopedEnvironment.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
 
 namespace Tarnwick {
 namespace {
+
+using testing::ElementsAre;
 
 TEST(UserFolders, AreWhereTheEnvironmentSays)
 {
@@ -25,6 +31,21 @@ TEST(UserFolders, LieBelowTheHomeFolderWithoutAnAbsolutePathInTheEnvironment)
     const ScopedEnvironment state("XDG_STATE_HOME", std::nullopt);
     EXPECT_EQ(UserFolders::configuration(), "/home/ann/.config");
     EXPECT_EQ(UserFolders::state(), "/home/ann/.local/state");
+}
+
+TEST(UserFolders, OfTheSystemAreWhereTheEnvironmentSays)
+{
+    const ScopedEnvironment folders("XDG_CONFIG_DIRS", "/first::relative:/second/");
+    EXPECT_THAT(UserFolders::systemConfigurations(), ElementsAre("/first", "/second/"));
+}
+
+TEST(UserFolders, OfTheSystemAreTheUsualOneWithoutAnEnvironment)
+{
+    for (const std::optional<std::string> &value :
+         {std::optional<std::string>(), std::optional<std::string>("")}) {
+        const ScopedEnvironment folders("XDG_CONFIG_DIRS", value);
+        EXPECT_THAT(UserFolders::systemConfigurations(), ElementsAre("/etc/xdg"));
+    }
 }
 
 } // namespace

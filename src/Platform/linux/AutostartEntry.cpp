@@ -3,9 +3,11 @@
 
 #include "Platform/linux/AutostartEntry.h"
 
+#include "Platform/linux/CurrentDesktop.h"
 #include "Platform/linux/DesktopEntry.h"
 #include "Platform/linux/UserFolders.h"
 #include "Shared/FileDescriptor.h"
+#include "Shared/ShellQuoting.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -14,6 +16,7 @@
 #include <QString>
 #include <QStringDecoder>
 
+#include <algorithm>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -25,6 +28,9 @@
 namespace Tarnwick {
 
 namespace {
+
+constexpr const char *folderName = "autostart";
+constexpr const char *fileName = "com.velmora.tarnwick.desktop";
 
 constexpr QByteArrayView typeKey = "Type";
 constexpr QByteArrayView nameKey = "Name";
@@ -65,21 +71,37 @@ Content read(const std::filesystem::path &path)
     return {.failure = file.errorString().toStdString()};
 }
 
+/// Whether every desktop reads @p application between double quotes as what it is. They disagree
+/// about quotes, backslashes, dollar and percent signs, and systemd runs no program whose path has
+/// a quote or a control character in it.
+bool isPlain(const QByteArray &application)
+{
+    constexpr QByteArrayView special = "\"'`$\\%\x7f";
+    return std::none_of(application.begin(), application.end(), [special](char character) {
+        return (character >= 0 && character < ' ') || special.contains(character);
+    });
+}
+
 /// The command line that starts @p application.
 QByteArray commandFor(const QByteArray &application)
 {
-    QByteArray command = DesktopEntry::quotedArgument(application) + " --login-item";
-    if (!application.contains('%')) {
-        return command;
+    if (isPlain(application)) {
+        return DesktopEntry::quotedArgument(application) + " --login-item";
     }
-    // GLib looks whether there is a program before it takes "%%" for one character, so the program
-    // must be another one.
-    return "/bin/sh -c " + DesktopEntry::quotedArgument(R"(exec "$0" "$@")") + ' ' + command;
+    // In letters that no parser takes for anything else. There is none for a quotation that GLib,
+    // systemd's generator and dex(1) agree on, nor for an expansion: systemd loses its dollar sign.
+    const std::string script =
+        "exec " + ShellQuoting::quote(application.toStdString()) + " --login-item";
+    return "/bin/sh -c " +
+           DesktopEntry::quotedArgument("echo " + QByteArray::fromStdString(script).toBase64() +
+                                        " | base64 -d | sh");
 }
 
 bool isSwitchedOff(const DesktopEntry &entry)
 {
-    return entry.is(hiddenKey, true) || entry.is(enabledKey, false);
+    const CurrentDesktop desktop = CurrentDesktop::ofSession();
+    return entry.is(hiddenKey, true) || !desktop.shows(entry) ||
+           (desktop.readsAutostartEnabled() && entry.is(enabledKey, false));
 }
 
 /// The path of what a desktop finds as @p program; empty when it finds nothing.
@@ -109,34 +131,63 @@ bool starts(const DesktopEntry &entry, const QByteArray &application)
 std::unique_ptr<LoginItem> LoginItem::ofThisApplication()
 {
     return std::make_unique<AutostartEntry>(
-        AutostartEntry::userFolder(),
+        AutostartEntry::Folders::ofSession(),
         QFile::encodeName(QCoreApplication::applicationFilePath()).toStdString());
 }
 
-std::filesystem::path AutostartEntry::userFolder()
+AutostartEntry::Folders AutostartEntry::Folders::ofSession()
 {
-    return UserFolders::configuration() / "autostart";
+    Folders folders{.user = UserFolders::configuration() / folderName, .system = {}};
+    for (const std::filesystem::path &configuration : UserFolders::systemConfigurations()) {
+        folders.system.push_back(configuration / folderName);
+    }
+    return folders;
 }
 
-AutostartEntry::AutostartEntry(std::filesystem::path folder,
-                               const std::filesystem::path &application)
-    : m_folder(std::move(folder))
+AutostartEntry::AutostartEntry(Folders folders, const std::filesystem::path &application)
+    : m_folders(std::move(folders))
     , m_application(application.string().c_str())
 {
 }
 
 std::filesystem::path AutostartEntry::file() const
 {
-    return m_folder / "com.velmora.tarnwick.desktop";
+    return m_folders.user / fileName;
+}
+
+std::optional<std::filesystem::path> AutostartEntry::systemFile() const
+{
+    for (const std::filesystem::path &folder : m_folders.system) {
+        std::error_code failed;
+        if (std::filesystem::exists(folder / fileName, failed)) {
+            return folder / fileName;
+        }
+    }
+    return std::nullopt;
+}
+
+bool AutostartEntry::isStartedBySystem() const
+{
+    const std::optional<std::filesystem::path> found = systemFile();
+    if (!found) {
+        return false;
+    }
+    const std::optional<DesktopEntry> entry = read(*found).entry;
+    return !entry || !entry->is(hiddenKey, true);
 }
 
 LoginItem::Status AutostartEntry::status() const
 {
+    std::filesystem::path effective = file();
     std::error_code failed;
-    if (!std::filesystem::exists(file(), failed) && !failed) {
-        return Status::NotRegistered;
+    if (!std::filesystem::exists(effective, failed) && !failed) {
+        const std::optional<std::filesystem::path> found = systemFile();
+        if (!found) {
+            return Status::NotRegistered;
+        }
+        effective = *found;
     }
-    const std::optional<DesktopEntry> entry = read(file()).entry;
+    const std::optional<DesktopEntry> entry = read(effective).entry;
     if (entry && isSwitchedOff(*entry)) {
         return Status::NotRegistered;
     }
@@ -151,25 +202,30 @@ LoginItem::Failure AutostartEntry::registerApplication()
         return std::string(m_application) + ": " +
                std::make_error_code(std::errc::illegal_byte_sequence).message();
     }
-    std::error_code failed;
-    std::filesystem::create_directories(m_folder, failed);
-    if (failed) {
-        return failureText(failed.message());
-    }
     const Content old = read(file());
     if (old.failure) {
         return failureText(*old.failure);
     }
     DesktopEntry entry = old.entry.value_or(DesktopEntry());
+    describe(entry);
+    entry.remove(hiddenKey);
+    entry.set(enabledKey, "true");
+    CurrentDesktop::ofSession().makeShow(entry);
+    return write(entry.text());
+}
+
+void AutostartEntry::describe(DesktopEntry &entry) const
+{
     entry.set(typeKey, "Application");
     if (!entry.value(nameKey)) {
         entry.set(nameKey, "Tarnwick");
     }
     entry.set(execKey, commandFor(m_application));
-    entry.set(tryExecKey, m_application);
-    entry.remove(hiddenKey);
-    entry.set(enabledKey, "true");
-    return write(entry.text());
+    if (isPlain(m_application)) {
+        entry.set(tryExecKey, m_application);
+    } else {
+        entry.remove(tryExecKey); // not everybody unescapes it
+    }
 }
 
 LoginItem::Failure AutostartEntry::unregisterApplication()
@@ -178,8 +234,13 @@ LoginItem::Failure AutostartEntry::unregisterApplication()
     if (old.failure) {
         return failureText(*old.failure);
     }
-    if (!old.entry || !old.entry->hasMoreThan(ownKeys())) {
+    const bool isHiding = isStartedBySystem();
+    if (!isHiding && (!old.entry || !old.entry->hasMoreThan(ownKeys()))) {
         return erase();
+    }
+    if (!old.entry) {
+        old.entry.emplace();
+        describe(*old.entry); // without a command it would be no entry for some
     }
     old.entry->set(hiddenKey, "true");
     return write(old.entry->text());
@@ -187,6 +248,11 @@ LoginItem::Failure AutostartEntry::unregisterApplication()
 
 LoginItem::Failure AutostartEntry::write(const QByteArray &text) const
 {
+    std::error_code failed;
+    std::filesystem::create_directories(m_folders.user, failed);
+    if (failed) {
+        return failureText(failed.message());
+    }
     QSaveFile target(QFile::decodeName(file().c_str()));
     if (!target.open(QIODevice::WriteOnly) || target.write(text) != text.size() ||
         !target.commit()) {
@@ -209,7 +275,7 @@ LoginItem::Failure AutostartEntry::erase() const
 
 void AutostartEntry::synchroniseFolder() const
 {
-    const FileDescriptor folder(::open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const FileDescriptor folder(::open(m_folders.user.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder) {
         ::fsync(folder.get());
     }

@@ -95,7 +95,7 @@ std::unique_ptr<ApplicationBundle> ApplicationBundle::ofThisApplication()
         .executable = QFile::encodeName(QCoreApplication::applicationFilePath()).toStdString(),
         .applications = "/opt/",
         .userApplications = home + "/Applications",
-        .autostart = AutostartEntry::userFolder()});
+        .autostart = AutostartEntry::Folders::ofSession()});
 }
 
 PortableCopy::PortableCopy(Places places)

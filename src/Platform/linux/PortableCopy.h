@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Platform/ApplicationBundle.h"
+#include "Platform/linux/AutostartEntry.h"
 
 #include <filesystem>
 #include <optional>
@@ -21,9 +22,9 @@ public:
     struct Places
     {
         std::filesystem::path executable;
-        std::string applications;        ///< as in ApplicationBundle
-        std::string userApplications;    ///< as in ApplicationBundle
-        std::filesystem::path autostart; ///< the folder of what starts with the session
+        std::string applications;          ///< as in ApplicationBundle
+        std::string userApplications;      ///< as in ApplicationBundle
+        AutostartEntry::Folders autostart; ///< of what starts with the session
     };
 
     explicit PortableCopy(Places places);

@@ -6,7 +6,10 @@
 #include <QDir>
 #include <QFile>
 
+#include <cstddef>
 #include <cstdlib>
+#include <string_view>
+#include <utility>
 
 namespace Tarnwick::UserFolders {
 
@@ -29,6 +32,22 @@ path folder(const char *variable, const char *belowHome)
 path configuration()
 {
     return folder("XDG_CONFIG_HOME", ".config");
+}
+
+std::vector<path> systemConfigurations()
+{
+    const char *const value = std::getenv("XDG_CONFIG_DIRS");
+    const bool isSet = value != nullptr && *value != '\0';
+    std::string_view rest = isSet ? value : "/etc/xdg";
+    std::vector<path> folders;
+    while (!rest.empty()) {
+        const std::size_t end = rest.find(':');
+        if (path one(rest.substr(0, end)); one.is_absolute()) {
+            folders.push_back(std::move(one));
+        }
+        rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+    }
+    return folders;
 }
 
 path state()
