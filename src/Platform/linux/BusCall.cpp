@@ -4,6 +4,7 @@
 #include "Platform/linux/BusCall.h"
 
 #include "Platform/linux/BusNames.h"
+#include "Platform/linux/ReplySender.h"
 
 #include <QDBusPendingCallWatcher>
 #include <QObject>
@@ -29,7 +30,7 @@ struct Call
 /// sender, for a bus that is gone.
 bool isFrom(const QString &callee, const QDBusMessage &reply)
 {
-    const QString sender = reply.service();
+    const QString sender = replySender(reply);
     return sender == callee || (reply.type() == QDBusMessage::ErrorMessage &&
                                 (sender.isEmpty() || sender == BusNames::busService));
 }
@@ -47,7 +48,7 @@ void finish(const std::shared_ptr<Call> &call, const QDBusMessage &reply)
     } else {
         call->replied(QDBusMessage::createError(
             forgedReply,
-            QStringLiteral("a reply came from %1 instead of %2").arg(reply.service(), callee)));
+            QStringLiteral("a reply came from %1 instead of %2").arg(replySender(reply), callee)));
     }
 }
 

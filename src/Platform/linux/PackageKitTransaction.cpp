@@ -3,6 +3,8 @@
 
 #include "Platform/linux/PackageKitTransaction.h"
 
+#include "Platform/linux/ReplySender.h"
+
 #include <QCoreApplication>
 #include <QDBusObjectPath>
 
@@ -92,7 +94,7 @@ void PackageKitTransaction::send(const QDBusMessage &message, Answered answered)
 void PackageKitTransaction::created(const QDBusMessage &reply)
 {
     m_path = reply.arguments().value(0).value<QDBusObjectPath>().path();
-    m_owner = reply.service();
+    m_owner = replySender(reply);
     if (m_hasEnded || m_path.isEmpty()) {
         fail("PackageKit made no transaction");
         return;
