@@ -8,8 +8,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <limits>
 #include <set>
+#include <utility>
 #include <vector>
+
+#include <linux/netlink.h>
 
 namespace Tarnwick {
 namespace {
@@ -58,6 +63,32 @@ TEST(SocketDump, RefusesATableThatIsNone)
     }
     EXPECT_TRUE(SocketDump::parseTable("", sockets));
     EXPECT_TRUE(SocketDump::parseTable(heading, sockets));
+}
+
+TEST(SocketDump, TakesOnlyANegatedErrorNumberForTheReasonOfAnEnd)
+{
+    constexpr std::uint32_t sequence = 7;
+    for (const auto &[told, expected] : {std::pair(0, 0),
+                                         {-EINVAL, EINVAL},
+                                         {EINVAL, EBADMSG},
+                                         {-4096, EBADMSG},
+                                         {std::numeric_limits<int>::min(), EBADMSG}}) {
+        struct
+        {
+            nlmsghdr header{};
+            int code = 0;
+        } message;
+        message.header.nlmsg_len = sizeof(message);
+        message.header.nlmsg_type = NLMSG_DONE;
+        message.header.nlmsg_seq = sequence;
+        message.code = told;
+        const std::string_view bytes(reinterpret_cast<const char *>(&message), sizeof(message));
+        std::vector<ListeningSocket> sockets;
+        SocketDump::Progress progress;
+        SocketDump::parseMessages(bytes, sequence, sockets, progress);
+        EXPECT_TRUE(progress.isOver);
+        EXPECT_EQ(progress.error, expected) << told;
+    }
 }
 
 TEST(SocketDump, SaysTheSameThroughDiagnosticsAndTables)

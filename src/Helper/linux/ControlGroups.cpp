@@ -74,20 +74,6 @@ void forEachDirectory(int directory, const Visit &visit)
     }
 }
 
-void parseProcesses(std::string_view list, std::vector<pid_t> &found)
-{
-    while (!list.empty()) {
-        pid_t pid = 0;
-        const auto parsed = std::from_chars(list.data(), list.data() + list.size(), pid);
-        // A process outside of this namespace of identifiers is listed as 0.
-        if (parsed.ec == std::errc{} && pid > 0) {
-            found.push_back(pid);
-        }
-        list.remove_prefix(std::min(list.size(), list.find('\n')));
-        list.remove_prefix(list.empty() ? 0 : 1);
-    }
-}
-
 FileDescriptor openGroup(int root, const std::string &path)
 {
     return ProcFs::openDirectory(root, ("." + path).c_str());
@@ -211,6 +197,20 @@ void ControlGroups::collect(int directory, unsigned depth, std::vector<pid_t> &f
             collect(child.get(), depth + 1, found);
         }
     });
+}
+
+void ControlGroups::parseProcesses(std::string_view list, std::vector<pid_t> &found)
+{
+    while (!list.empty()) {
+        pid_t pid = 0;
+        const auto parsed = std::from_chars(list.data(), list.data() + list.size(), pid);
+        // A process outside of this namespace of identifiers is listed as 0.
+        if (parsed.ec == std::errc{} && pid > 0) {
+            found.push_back(pid);
+        }
+        list.remove_prefix(std::min(list.size(), list.find('\n')));
+        list.remove_prefix(list.empty() ? 0 : 1);
+    }
 }
 
 std::string ControlGroups::unit(std::string_view path)

@@ -57,6 +57,9 @@ public:
     /// The group of the service that a socket unit's group makes way for; nothing for other groups.
     [[nodiscard]] static std::optional<std::string> serviceOfSocketUnit(std::string_view path);
 
+    /// Appends the processes that the text of a cgroup.procs file lists.
+    static void parseProcesses(std::string_view list, std::vector<pid_t> &found);
+
     /// The mount point of the unified hierarchy that the text of a mountinfo file names, if any.
     [[nodiscard]] static std::optional<std::string> mountPoint(std::string_view mountInfo);
 

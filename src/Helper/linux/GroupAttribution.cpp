@@ -71,30 +71,6 @@ std::vector<pid_t> identifiers(const std::vector<GroupMember> &members)
     return pids;
 }
 
-/// The users in the line "Uid:" of /proc/PID/status: real, effective, saved, file system.
-std::vector<uid_t> parseUsers(std::string_view status)
-{
-    constexpr std::string_view key = "\nUid:";
-    std::vector<uid_t> users;
-    const std::size_t line = status.find(key);
-    if (line == std::string_view::npos) {
-        return users;
-    }
-    status.remove_prefix(line + key.size());
-    status = status.substr(0, status.find('\n'));
-    while (!status.empty()) {
-        status.remove_prefix(std::min(status.size(), status.find_first_not_of("\t ")));
-        uid_t user = 0;
-        const auto parsed = std::from_chars(status.data(), status.data() + status.size(), user);
-        if (parsed.ec != std::errc{}) {
-            break;
-        }
-        users.push_back(user);
-        status.remove_prefix(static_cast<std::size_t>(parsed.ptr - status.data()));
-    }
-    return users;
-}
-
 } // namespace
 
 GroupAttribution::Answer GroupAttribution::owner(const ListeningSocket &socket)
@@ -284,7 +260,7 @@ void GroupAttribution::complete(GroupMember &member) const
     member.readable = mayLookInto(member.pid);
     std::string status;
     ProcFs::readFile(directory.get(), "status", status, longestStatus);
-    member.users = parseUsers(status);
+    member.users = ProcFs::parseUsers(status);
 }
 
 } // namespace Tarnwick

@@ -255,6 +255,29 @@ std::optional<Stat> parseStat(std::string_view text)
     return stat;
 }
 
+std::vector<uid_t> parseUsers(std::string_view status)
+{
+    constexpr std::string_view key = "\nUid:";
+    std::vector<uid_t> users;
+    const std::size_t line = status.find(key);
+    if (line == std::string_view::npos) {
+        return users;
+    }
+    status.remove_prefix(line + key.size());
+    status = status.substr(0, status.find('\n'));
+    while (!status.empty()) {
+        status.remove_prefix(std::min(status.size(), status.find_first_not_of("\t ")));
+        uid_t user = 0;
+        const auto parsed = std::from_chars(status.data(), status.data() + status.size(), user);
+        if (parsed.ec != std::errc{}) {
+            break;
+        }
+        users.push_back(user);
+        status.remove_prefix(static_cast<std::size_t>(parsed.ptr - status.data()));
+    }
+    return users;
+}
+
 std::optional<Stat> stat(int root, pid_t pid)
 {
     const FileDescriptor directory = openProcess(root, pid);

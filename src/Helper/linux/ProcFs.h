@@ -91,6 +91,10 @@ bool readLink(int directory, const char *name, std::string &target);
 
 [[nodiscard]] std::optional<Stat> parseStat(std::string_view text);
 
+/// The users in the line "Uid:" of the text of PID/status: real, effective, saved, file system.
+/// None when there is no such line.
+[[nodiscard]] std::vector<uid_t> parseUsers(std::string_view status);
+
 /// The stat of a process, by identifier or in its open directory.
 [[nodiscard]] std::optional<Stat> stat(int root, pid_t pid);
 [[nodiscard]] std::optional<Stat> stat(int processDirectory);

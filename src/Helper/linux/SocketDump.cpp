@@ -59,14 +59,15 @@ ListeningSocket fromMessage(std::string_view payload)
 }
 
 /// The errno that ended a dump early, 0 when it is whole: both the end of a dump and an error begin
-/// with it, negated.
+/// with it, negated. EBADMSG when it is none.
 int endOfDump(std::string_view payload)
 {
+    constexpr int maximumErrno = 4095; // MAX_ERRNO of the kernel's include/linux/err.h
     int code = 0;
     if (payload.size() >= sizeof(code)) {
         std::memcpy(&code, payload.data(), sizeof(code));
     }
-    return -code;
+    return code <= 0 && code >= -maximumErrno ? -code : EBADMSG;
 }
 
 /// Splits a line of a table at its blanks.
@@ -215,7 +216,8 @@ int SocketDump::request(std::uint16_t type, std::uint8_t family)
 
 int SocketDump::receive(std::vector<ListeningSocket> &sockets, bool &interrupted)
 {
-    for (;;) {
+    Progress progress;
+    while (!progress.isOver) {
         const ssize_t got = ::recv(m_netlink.get(), m_buffer.data(), m_buffer.size(), 0);
         if (got < 0 && errno == EINTR) {
             continue;
@@ -223,33 +225,46 @@ int SocketDump::receive(std::vector<ListeningSocket> &sockets, bool &interrupted
         if (got <= 0) {
             return got < 0 ? errno : ECONNRESET;
         }
-        std::string_view messages(m_buffer.data(), static_cast<std::size_t>(got));
-        while (messages.size() >= sizeof(nlmsghdr)) {
-            nlmsghdr header{};
-            std::memcpy(&header, messages.data(), sizeof(header));
-            if (header.nlmsg_len < sizeof(header) || header.nlmsg_len > messages.size()) {
-                return EBADMSG;
-            }
-            const std::string_view payload =
-                messages.substr(sizeof(header), header.nlmsg_len - sizeof(header));
-            messages.remove_prefix(
-                std::min<std::size_t>(messages.size(), NLMSG_ALIGN(header.nlmsg_len)));
-            if (header.nlmsg_seq != m_sequence) {
-                continue;
-            }
-            interrupted = interrupted || (header.nlmsg_flags & NLM_F_DUMP_INTR) != 0;
-            if (header.nlmsg_type == NLMSG_DONE) {
-                return endOfDump(payload);
-            }
-            if (header.nlmsg_type == NLMSG_ERROR) {
-                const int code = endOfDump(payload);
-                return code != 0 ? code : EBADMSG;
-            }
-            if (payload.size() < sizeof(inet_diag_msg)) {
-                return EBADMSG;
-            }
-            sockets.push_back(fromMessage(payload));
+        parseMessages(std::string_view(m_buffer.data(), static_cast<std::size_t>(got)), m_sequence,
+                      sockets, progress);
+    }
+    interrupted = interrupted || progress.isInterrupted;
+    return progress.error;
+}
+
+void SocketDump::parseMessages(std::string_view messages, std::uint32_t sequence,
+                               std::vector<ListeningSocket> &sockets, Progress &progress)
+{
+    const auto end = [&progress](int error) {
+        progress.isOver = true;
+        progress.error = error;
+    };
+    while (messages.size() >= sizeof(nlmsghdr)) {
+        nlmsghdr header{};
+        std::memcpy(&header, messages.data(), sizeof(header));
+        if (header.nlmsg_len < sizeof(header) || header.nlmsg_len > messages.size()) {
+            return end(EBADMSG);
         }
+        const std::string_view payload =
+            messages.substr(sizeof(header), header.nlmsg_len - sizeof(header));
+        messages.remove_prefix(
+            std::min<std::size_t>(messages.size(), NLMSG_ALIGN(header.nlmsg_len)));
+        if (header.nlmsg_seq != sequence) {
+            continue;
+        }
+        progress.isInterrupted =
+            progress.isInterrupted || (header.nlmsg_flags & NLM_F_DUMP_INTR) != 0;
+        if (header.nlmsg_type == NLMSG_DONE) {
+            return end(endOfDump(payload));
+        }
+        if (header.nlmsg_type == NLMSG_ERROR) {
+            const int code = endOfDump(payload);
+            return end(code != 0 ? code : EBADMSG);
+        }
+        if (payload.size() < sizeof(inet_diag_msg)) {
+            return end(EBADMSG);
+        }
+        sockets.push_back(fromMessage(payload));
     }
 }
 

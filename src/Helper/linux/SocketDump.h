@@ -48,6 +48,19 @@ public:
     /// line is not what that file holds.
     static bool parseTable(std::string_view table, std::vector<ListeningSocket> &sockets);
 
+    /// How far a dump of socket diagnostics has come.
+    struct Progress
+    {
+        bool isOver = false;        ///< its end or an error has come
+        int error = 0;              ///< errno of the failure, or 0
+        bool isInterrupted = false; ///< sockets came or went meanwhile: it may not be consistent
+    };
+
+    /// Appends the sockets that the messages of one datagram tell of, as netlink(7) lays them out.
+    /// Those of another request than that with @p sequence are passed over.
+    static void parseMessages(std::string_view messages, std::uint32_t sequence,
+                              std::vector<ListeningSocket> &sockets, Progress &progress);
+
 private:
     /// errno of the failure, or 0.
     [[nodiscard]] int listByDiagnostics(std::vector<ListeningSocket> &sockets);
