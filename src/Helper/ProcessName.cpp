@@ -79,7 +79,7 @@ std::string ProcessName::from(std::string_view comm, std::string_view executable
     const std::string_view file = baseName(executable);
     const std::string_view called = arguments.empty() ? std::string_view{} : calledAs(arguments[0]);
     if (isMultiCall(file) && called == file && arguments.size() > 1 &&
-        !arguments[1].starts_with('-') && !arguments[1].empty()) {
+        !arguments[1].starts_with('-') && !baseName(arguments[1]).empty()) {
         return std::string(baseName(arguments[1]));
     }
     for (const std::string_view name : possibleNames(executable, arguments)) {
@@ -94,7 +94,8 @@ std::string ProcessName::from(std::string_view comm, std::string_view executable
         return std::string(comm);
     }
     if (!file.empty()) {
-        return std::string(isShortFor(called) || isMultiCall(file) ? called : file);
+        const bool isCommand = isMultiCall(file) && !called.empty();
+        return std::string(isShortFor(called) || isCommand ? called : file);
     }
     if (!comm.empty()) {
         return std::string(comm);

@@ -71,6 +71,13 @@ TEST(ProcessName, IsTheCommandsWithinAMultiCallBinary)
     EXPECT_EQ(nameOf("renamed", "/bin/busybox", {"/usr/sbin/httpd"}), "httpd");
 }
 
+TEST(ProcessName, IsTheMultiCallBinarysWhereItIsCalledByNoName)
+{
+    EXPECT_EQ(nameOf("busybox", "/bin/busybox", {"busybox", "/srv/"}), "busybox");
+    EXPECT_EQ(nameOf("renamed", "/bin/busybox", {"/"}), "busybox");
+    EXPECT_EQ(nameOf("renamed", "/bin/busybox", {}), "busybox");
+}
+
 TEST(ProcessName, LeavesOutTheDashOfALoginShell)
 {
     EXPECT_EQ(nameOf("bash", "", {"-bash"}), "bash");
