@@ -83,6 +83,18 @@ TEST_F(HelperConnectionTest, EndsAListener)
     EXPECT_THAT(m_log.messages(), IsEmpty());
 }
 
+TEST_F(HelperConnectionTest, EndsAListenerThatAHelperShowedWhichHasEnded)
+{
+    Puppet puppet;
+    const int port = puppet.listen().port;
+    ASSERT_TRUE(lists(puppet.pid(), port));
+    RunningHelper(m_bus).signal(SIGKILL);
+    ASSERT_TRUE(awaitLines(1));
+    EXPECT_EQ(outcome(kill(puppet.pid())), KillResult::Terminated);
+    EXPECT_TRUE(puppet.awaitEnd());
+    EXPECT_THAT(m_log.messages(), ElementsAre(interrupted));
+}
+
 TEST_F(HelperConnectionTest, TellsWhatTheHelperRefuses)
 {
     EXPECT_EQ(outcome(kill(1)), KillResult::PermissionDenied);

@@ -30,7 +30,7 @@ protected:
 
     std::optional<KillResult> killAnswered(const std::string &answer)
     {
-        const ScriptedHelper helper(m_bus, "silence", answer);
+        const ScriptedHelper helper(m_bus, "payload\t[]", answer);
         return outcome(kill(42));
     }
 
@@ -56,6 +56,26 @@ TEST_F(ScriptedHelperTest, GetsOneRequestForEachCall)
     EXPECT_THAT(helper.requests(),
                 ElementsAre("ListListeningPorts", "KillProcess", "ListListeningPorts"));
     EXPECT_THAT(m_log.messages(), IsEmpty());
+}
+
+TEST_F(ScriptedHelperTest, ListsOnceBeforeTheFirstKillsOfAConnection)
+{
+    const ScriptedHelper helper(m_bus, "payload\t[]", "code\t0");
+    const std::vector<Kill> first{kill(42), kill(43)};
+    EXPECT_EQ(outcome(first[0]), KillResult::Terminated);
+    EXPECT_EQ(outcome(first[1]), KillResult::Terminated);
+    EXPECT_EQ(outcome(kill(44)), KillResult::Terminated);
+    EXPECT_THAT(helper.requests(),
+                ElementsAre("ListListeningPorts", "KillProcess", "KillProcess", "KillProcess"));
+    EXPECT_THAT(m_log.messages(), IsEmpty());
+}
+
+TEST_F(ScriptedHelperTest, DoesNotKillWhereTheHelperCannotList)
+{
+    const ScriptedHelper helper(m_bus, "error\tSystem.Error.EMFILE\tNo", "code\t0");
+    EXPECT_EQ(outcome(kill(42)), KillResult::XpcUnavailable);
+    EXPECT_THAT(m_log.messages(), ElementsAre("[helper] killProcess error: No"));
+    EXPECT_THAT(helper.requests(), ElementsAre("ListListeningPorts"));
 }
 
 TEST_F(ScriptedHelperTest, HandsThePayloadOn)
@@ -94,10 +114,11 @@ TEST_F(ScriptedHelperTest, TakesAnErrorOfTheBusForALostReply)
 
 TEST_F(ScriptedHelperTest, KeepsTheConnectionAfterALostReply)
 {
-    const ScriptedHelper helper(m_bus, "error\torg.freedesktop.DBus.Error.Failed\tNo", "code\t0");
-    const Scan lost = scan();
+    const ScriptedHelper helper(m_bus, "payload\t[]",
+                                "error\torg.freedesktop.DBus.Error.Failed\tNo");
+    const Kill lost = kill(42);
     ASSERT_TRUE(awaitLines(1));
-    EXPECT_EQ(outcome(kill(42)), KillResult::Terminated);
+    EXPECT_EQ(outcome(scan()), Records());
     EXPECT_THAT(m_log.messages(), ElementsAre("[helper] proxy error: No"));
 }
 
@@ -152,7 +173,7 @@ TEST_F(ScriptedHelperTest, TakesAKillWithAnErrorAsUnavailable)
 
 TEST_F(ScriptedHelperTest, LosesAKillWithoutACode)
 {
-    const ScriptedHelper helper(m_bus, "silence", "nothing");
+    const ScriptedHelper helper(m_bus, "payload\t[]", "nothing");
     const Kill lost = kill(42);
     ASSERT_TRUE(awaitLines(1));
     EXPECT_THAT(m_log.messages(), ElementsAre(StartsWith("[helper] proxy error: ")));

@@ -21,47 +21,125 @@ constexpr const char *helperEnded = "the helper has ended";
 } // namespace
 
 /// Where requests go: they are kept until the helper was found, then sent, and refused after the
-/// connection has ended. Shared by the connection and its proxies.
-struct BusHelperConnection::Requests
+/// connection has ended. The helper kills only what it has reported, so kills wait until it has
+/// answered a listing over this connection, and one is requested for that where none was. Shared by
+/// the connection and its proxies.
+struct BusHelperConnection::Requests : std::enable_shared_from_this<Requests>
 {
-    /// Sends one, or tells that it cannot be sent when there is no link.
-    using Request = std::function<void(const std::shared_ptr<BusLink> &link, const QString &owner,
-                                       const std::string &refusal)>;
+    struct Peer
+    {
+        std::shared_ptr<BusLink> link;
+        QString owner; ///< the helper's unique name
+    };
+    struct Kill
+    {
+        std::int32_t pid = 0;
+        HelperProxy::KillReply reply;
+        ErrorHandler failed;
+    };
+    /// Sends a request, or reports the refusal when there is no peer.
+    using Request =
+        std::function<void(const std::optional<Peer> &peer, const std::string &refusal)>;
 
-    std::shared_ptr<BusLink> link; ///< absent before the helper was found and after the end
-    QString owner;
+    std::optional<Peer> peer;           ///< absent before the helper was found and after the end
     std::optional<std::string> refusal; ///< why nothing can be sent any more
     std::vector<Request> waiting;
+    bool hasListed = false;  ///< the helper has answered a listing
+    std::vector<Kill> kills; ///< waiting for that
 
+    void list(HelperProxy::ListReply reply, ErrorHandler failed)
+    {
+        add([self = shared_from_this(), reply = std::move(reply),
+             failed = std::move(failed)](const std::optional<Peer> &to, const std::string &why) {
+            if (to) {
+                self->sendList(*to, reply, failed);
+            } else {
+                failed(why);
+            }
+        });
+    }
+
+    void kill(Kill kill)
+    {
+        add([self = shared_from_this(), kill = std::move(kill)](const std::optional<Peer> &to,
+                                                                const std::string &why) {
+            if (to) {
+                self->sendKill(*to, kill);
+            } else {
+                kill.failed(why);
+            }
+        });
+    }
+
+    void sendTo(Peer found)
+    {
+        peer = std::move(found);
+        sendWaiting();
+    }
+
+    void refuse(std::string why)
+    {
+        peer.reset();
+        refusal = std::move(why);
+        sendWaiting();
+    }
+
+private:
     void add(Request request)
     {
-        if (link || refusal) {
-            request(link, owner, refusal.value_or(std::string()));
+        if (peer || refusal) {
+            request(peer, refusal.value_or(std::string()));
         } else {
             waiting.push_back(std::move(request));
         }
     }
 
-    void sendTo(std::shared_ptr<BusLink> openLink, QString helper)
-    {
-        link = std::move(openLink);
-        owner = std::move(helper);
-        handOver();
-    }
-
-    void refuse(std::string why)
-    {
-        link.reset();
-        refusal = std::move(why);
-        handOver();
-    }
-
-private:
-    void handOver()
+    void sendWaiting()
     {
         for (const Request &request : std::exchange(waiting, {})) {
-            request(link, owner, refusal.value_or(std::string()));
+            request(peer, refusal.value_or(std::string()));
         }
+    }
+
+    void sendList(const Peer &to, HelperProxy::ListReply reply, ErrorHandler failed)
+    {
+        const auto listed = [self = shared_from_this(),
+                             reply = std::move(reply)](std::optional<QByteArray> payload,
+                                                       std::optional<HelperError> error) {
+            self->hasListed = self->hasListed || !error;
+            reply(std::move(payload), std::move(error));
+        };
+        HelperCall::listListeningPorts(to.link, to.owner, listed, std::move(failed));
+    }
+
+    void sendKill(const Peer &to, const Kill &kill)
+    {
+        if (hasListed) {
+            HelperCall::killProcess(to.link, to.owner, kill.pid, kill.reply, kill.failed);
+            return;
+        }
+        kills.push_back(kill);
+        if (kills.size() > 1) {
+            return;
+        }
+        // What the listing holds is of no use here.
+        const auto listed = [self = shared_from_this(),
+                             to](const std::optional<QByteArray> &,
+                                 const std::optional<HelperError> &error) {
+            for (const Kill &each : std::exchange(self->kills, {})) {
+                if (error) {
+                    each.reply(0, error);
+                } else {
+                    self->sendKill(to, each);
+                }
+            }
+        };
+        const auto failed = [self = shared_from_this()](const std::string &why) {
+            for (const Kill &each : std::exchange(self->kills, {})) {
+                each.failed(why);
+            }
+        };
+        sendList(to, listed, failed);
     }
 };
 
@@ -76,28 +154,12 @@ public:
 
     void listListeningPorts(ListReply reply) override
     {
-        m_requests->add([reply = std::move(reply),
-                         failed = m_failed](const std::shared_ptr<BusLink> &link,
-                                            const QString &owner, const std::string &refusal) {
-            if (link) {
-                HelperCall::listListeningPorts(link, owner, reply, failed);
-            } else {
-                failed(refusal);
-            }
-        });
+        m_requests->list(std::move(reply), m_failed);
     }
 
     void killProcess(std::int32_t pid, KillReply reply) override
     {
-        m_requests->add([pid, reply = std::move(reply),
-                         failed = m_failed](const std::shared_ptr<BusLink> &link,
-                                            const QString &owner, const std::string &refusal) {
-            if (link) {
-                HelperCall::killProcess(link, owner, pid, reply, failed);
-            } else {
-                failed(refusal);
-            }
-        });
+        m_requests->kill({.pid = pid, .reply = std::move(reply), .failed = m_failed});
     }
 
 private:
@@ -181,7 +243,7 @@ void BusHelperConnection::found(PeerSearch::Result result)
         end(m_interrupted, helperEnded);
         return;
     }
-    m_requests->sendTo(m_link, m_owner);
+    m_requests->sendTo({.link = m_link, .owner = m_owner});
 }
 
 void BusHelperConnection::ownerChanged(const QString &from, const QString &to)
