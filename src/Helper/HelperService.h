@@ -77,6 +77,9 @@ public:
     /// together.
     void killProcess(const KillRequest &request, KillReply reply);
 
+    /// Whether no process is being terminated.
+    [[nodiscard]] bool isIdle() const { return m_endings.empty(); }
+
     static constexpr std::chrono::milliseconds longestWait{50};
 
 private:

@@ -19,6 +19,9 @@ inline constexpr std::string_view serviceName = "com.velmora.tarnwick.helper";
 inline constexpr std::string_view objectPath = "/com/velmora/tarnwick/helper";
 inline constexpr std::string_view interfaceName = "com.velmora.tarnwick.helper";
 
+/// The argument that has the helper take its name over from another helper.
+inline constexpr std::string_view replaceOption = "--replace";
+
 } // namespace HelperProtocol
 
 /// The helper's answer to a kill.

@@ -90,9 +90,11 @@ TEST_F(HelperInterface, IsTheOneThatIsPublished)
 {
     const std::vector<std::string> expected = interfaceIn(published());
     EXPECT_EQ(interfaceIn(introspect()), expected);
-    EXPECT_EQ(expected, (std::vector<std::string>{"method ListListeningPorts  ",
-                                                  "arg listeners ay out", "method KillProcess  ",
-                                                  "arg pid i in", "arg result i out"}));
+    EXPECT_EQ(expected, (std::vector<std::string>{
+                            "property Version s ",
+                            "annotation org.freedesktop.DBus.Property.EmitsChangedSignal  ",
+                            "method ListListeningPorts  ", "arg listeners ay out",
+                            "method KillProcess  ", "arg pid i in", "arg result i out"}));
 }
 
 } // namespace

@@ -1,11 +1,17 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
+#include "Shared/Version.h"
 #include "tests/Link/HelperFixture.h"
 #include "tests/Support/HelperProgram.h"
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include <poll.h>
 
 namespace Tarnwick {
 namespace {
@@ -19,6 +25,19 @@ class HelperLife : public HelperFixture
 {
 protected:
     void TearDown() override {}
+
+    /// Whether @p owner, a unique name, comes to have the helper's name no more.
+    [[nodiscard]] bool becomesReplaced(const std::string &owner) const
+    {
+        const auto deadline = Clock::now() + seconds(20);
+        while (m_caller.owner("com.velmora.tarnwick.helper") == owner) {
+            if (Clock::now() > deadline) {
+                return false;
+            }
+            ::poll(nullptr, 0, 2);
+        }
+        return true;
+    }
 };
 
 TEST_F(HelperLife, EndsThirtySecondsAfterItsLastClientHasLeft)
@@ -59,6 +78,50 @@ TEST_F(HelperLife, LeavesItsPlaceToTheOneThatWasFirst)
     EXPECT_EQ(second.output(),
               "tarnwick-helper: com.velmora.tarnwick.helper is taken by another process\n");
     EXPECT_TRUE(m_caller.list().records().has_value());
+}
+
+TEST_F(HelperLife, EndsAtOnceWhenItIsReplacedAndHasNoClient)
+{
+    const HelperProcess second(m_bus, {"--replace"});
+    EXPECT_EQ(m_helper.awaitEnd(seconds(10)), 0) << m_helper.output();
+    EXPECT_TRUE(m_caller.list().records().has_value()) << second.output();
+}
+
+TEST_F(HelperLife, ServesItsClientsThoughItIsReplaced)
+{
+    const std::string first = m_caller.owner("com.velmora.tarnwick.helper");
+    static_cast<void>(m_caller.list());
+    const HelperProcess second(m_bus, {"--replace"});
+    ASSERT_TRUE(becomesReplaced(first));
+    EXPECT_TRUE(m_caller.answer(m_caller.askForList(first)).records().has_value());
+    EXPECT_FALSE(m_helper.hasEnded());
+    m_caller.leave();
+    EXPECT_EQ(m_helper.awaitEnd(seconds(10)), 0) << m_helper.output();
+}
+
+TEST_F(HelperLife, FinishesAKillBeforeItEnds)
+{
+    Puppet server;
+    server.listen();
+    server.ignoreSignal(SIGTERM);
+    static_cast<void>(m_caller.list());
+    m_caller.askToKill(server.pid());
+    static_cast<void>(m_caller.list()); // the kill was received before
+    m_caller.leave();
+    const HelperProcess second(m_bus, {"--replace"});
+    EXPECT_EQ(m_helper.awaitEnd(seconds(20)), 0) << m_helper.output();
+    EXPECT_TRUE(server.hasEnded());
+}
+
+TEST_F(HelperLife, SaysItsVersion)
+{
+    char *told = nullptr;
+    ASSERT_GE(sd_bus_get_property_string(m_caller.bus(), "com.velmora.tarnwick.helper",
+                                         "/com/velmora/tarnwick/helper",
+                                         "com.velmora.tarnwick.helper", "Version", nullptr, &told),
+              0);
+    const std::unique_ptr<char, decltype(&std::free)> text(told, &std::free);
+    EXPECT_EQ(text.get(), version);
 }
 
 TEST_F(HelperLife, SaysWhyItCannotStartWithoutABus)

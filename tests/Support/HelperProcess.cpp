@@ -13,8 +13,19 @@
 
 namespace Tarnwick {
 
-HelperProcess::HelperProcess(const PrivateBus &bus)
-    : m_process({program().string()},
+namespace {
+
+std::vector<std::string> commandWith(const std::vector<std::string> &arguments)
+{
+    std::vector<std::string> command{HelperProcess::program().string()};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return command;
+}
+
+} // namespace
+
+HelperProcess::HelperProcess(const PrivateBus &bus, const std::vector<std::string> &arguments)
+    : m_process(commandWith(arguments),
                 {.output = m_folder.path() / "output", .environment = bus.environment()})
 {
 }

@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <sys/types.h>
 
@@ -23,7 +24,7 @@ class HelperProcess
 {
 public:
     /// Started when the constructor returns, though perhaps not yet on the bus.
-    explicit HelperProcess(const PrivateBus &bus);
+    explicit HelperProcess(const PrivateBus &bus, const std::vector<std::string> &arguments = {});
 
     /// The program that the build made.
     [[nodiscard]] static std::filesystem::path program();

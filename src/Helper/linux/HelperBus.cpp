@@ -4,6 +4,7 @@
 #include "Helper/linux/HelperBus.h"
 
 #include "Shared/HelperProtocol.h"
+#include "Shared/Version.h"
 
 #include <array>
 #include <cerrno>
@@ -21,12 +22,15 @@ namespace {
 const std::string serviceName(HelperProtocol::serviceName);
 
 // Of the D-Bus specification, "org.freedesktop.DBus.RequestName".
+constexpr std::uint32_t nameFlagAllowReplacement = 1;
+constexpr std::uint32_t nameFlagReplaceExisting = 2;
 constexpr std::uint32_t nameFlagDoNotQueue = 4;
 constexpr int nameReplyExists = 3;
 
 /// The interface as sd-bus checks it: a request with other arguments never reaches the channel.
-const std::array<sd_bus_vtable, 4> operations{{
+const std::array<sd_bus_vtable, 5> operations{{
     SD_BUS_VTABLE_START(0),
+    SD_BUS_PROPERTY("Version", "s", &HelperBus::onGetVersion, 0, SD_BUS_VTABLE_PROPERTY_CONST),
     SD_BUS_METHOD_WITH_ARGS("ListListeningPorts", SD_BUS_NO_ARGS, SD_BUS_RESULT("ay", listeners),
                             &HelperBus::onListListeningPorts, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_METHOD_WITH_ARGS("KillProcess", SD_BUS_ARGS("i", pid), SD_BUS_RESULT("i", result),
@@ -42,7 +46,7 @@ std::string failure(const char *what, int result)
 } // namespace
 
 HelperBus::Opened HelperBus::open(SystemdEventLoop &loop, HelperService &service,
-                                  EventLoop::Clock::duration patience)
+                                  EventLoop::Clock::duration patience, Claim claim)
 {
     sd_bus *opened = nullptr;
     if (const int failed = sd_bus_open_user(&opened); failed < 0) {
@@ -55,7 +59,7 @@ HelperBus::Opened HelperBus::open(SystemdEventLoop &loop, HelperService &service
         return failure("cannot listen to the session bus", failed);
     }
     auto channel = std::make_unique<HelperBus>(std::move(bus), loop, service, patience);
-    if (std::string failed = channel->claimName(); !failed.empty()) {
+    if (std::string failed = channel->claimName(claim); !failed.empty()) {
         return failed;
     }
     return channel;
@@ -80,15 +84,23 @@ HelperBus::HelperBus(BusHandle bus, SystemdEventLoop &loop, HelperService &servi
 
 int HelperBus::onMessage(sd_bus_message *message, void *channel, sd_bus_error * /*error*/)
 {
+    auto &self = *static_cast<HelperBus *>(channel);
+    const char *name = nullptr;
+    if (sd_bus_message_is_signal(message, BusDaemonCalls::service, "NameLost") > 0 &&
+        BusDaemonCalls::isFromDaemon(message) && sd_bus_message_read(message, "s", &name) > 0 &&
+        name == serviceName) {
+        self.nameLost();
+        return 0;
+    }
     // Also who asks for what we do not offer is somebody to stay for.
     const char *sender = sd_bus_message_get_sender(message);
     if (sd_bus_message_is_method_call(message, nullptr, nullptr) > 0 && sender != nullptr) {
-        static_cast<HelperBus *>(channel)->m_clients.meet(sender);
+        self.m_clients.meet(sender);
     }
     return 0;
 }
 
-std::string HelperBus::claimName()
+std::string HelperBus::claimName(Claim claim)
 {
     const std::string path(HelperProtocol::objectPath);
     const std::string interface(HelperProtocol::interfaceName);
@@ -99,7 +111,9 @@ std::string HelperBus::claimName()
         return failure("cannot offer the interface", failed);
     }
     m_interface.reset(slot);
-    const int claimed = m_daemon.requestName(serviceName, nameFlagDoNotQueue);
+    const std::uint32_t flags = nameFlagDoNotQueue | nameFlagAllowReplacement |
+                                (claim == Claim::Replace ? nameFlagReplaceExisting : 0);
+    const int claimed = m_daemon.requestName(serviceName, flags);
     if (claimed == nameReplyExists) {
         return serviceName + " is taken by another process";
     }
@@ -115,6 +129,13 @@ int HelperBus::onListListeningPorts(sd_bus_message *request, void *channel,
 int HelperBus::onKillProcess(sd_bus_message *request, void *channel, sd_bus_error * /*error*/)
 {
     return static_cast<HelperBus *>(channel)->receive(request, &HelperBus::kill);
+}
+
+int HelperBus::onGetVersion(sd_bus * /*bus*/, const char * /*path*/, const char * /*interface*/,
+                            const char * /*property*/, sd_bus_message *reply, void * /*channel*/,
+                            sd_bus_error * /*error*/)
+{
+    return sd_bus_message_append(reply, "s", std::string(version).c_str());
 }
 
 int HelperBus::receive(sd_bus_message *request, Operation operation)
@@ -162,10 +183,25 @@ void HelperBus::clientsChanged()
 {
     tidyUpLater();
     if (m_clients.isEmpty()) {
-        m_alone = m_loop.at(EventLoop::Clock::now() + m_patience, [this] { giveNameUp(); });
+        const auto patience = m_hasLostName ? EventLoop::Clock::duration::zero() : m_patience;
+        m_alone = m_loop.at(EventLoop::Clock::now() + patience, [this] { giveNameUp(); });
     } else {
         m_alone.reset();
     }
+}
+
+void HelperBus::nameLost()
+{
+    if (!m_leaving && !m_hasLostName) {
+        m_hasLostName = true;
+        clientsChanged();
+    }
+}
+
+bool HelperBus::isDone() const
+{
+    // A kill goes on though the one who asked for it has left.
+    return m_clients.allAnswered() && m_service.isIdle();
 }
 
 void HelperBus::tidyUpLater()
@@ -183,7 +219,9 @@ void HelperBus::tidyUpLater()
 void HelperBus::giveNameUp()
 {
     // From now on the bus starts another helper for whoever asks; who asked before is answered.
-    static_cast<void>(sd_bus_release_name(m_bus.get(), serviceName.c_str()));
+    if (!m_hasLostName) {
+        static_cast<void>(sd_bus_release_name(m_bus.get(), serviceName.c_str()));
+    }
     m_leaving = m_loop.afterEachRound([this] { leaveWhenDone(); });
 }
 
@@ -193,7 +231,7 @@ void HelperBus::leaveWhenDone()
     std::uint64_t unsent = 0;
     static_cast<void>(sd_bus_get_n_queued_read(m_bus.get(), &unread));
     static_cast<void>(sd_bus_get_n_queued_write(m_bus.get(), &unsent));
-    if (unread == 0 && unsent == 0 && m_clients.allAnswered() && m_lastWord == 0) {
+    if (unread == 0 && unsent == 0 && isDone() && m_lastWord == 0) {
         // What the bus sent before its answer to this has been read when that comes.
         m_lastWord = m_daemon.call("GetId", [this](sd_bus_message *) { onLastWord(); });
     }
@@ -202,7 +240,7 @@ void HelperBus::leaveWhenDone()
 void HelperBus::onLastWord()
 {
     m_lastWord = 0;
-    if (m_clients.allAnswered()) {
+    if (isDone()) {
         m_loop.leave(0);
     }
 }

@@ -7,6 +7,7 @@
 #include "Helper/ProcessTerminator.h"
 #include "Helper/linux/HelperBus.h"
 #include "Helper/linux/SystemdEventLoop.h"
+#include "Shared/HelperProtocol.h"
 
 #include <cstdio>
 #include <exception>
@@ -35,9 +36,10 @@ int fail(const char *why)
 
 } // namespace
 
-int main()
+int main(int argc, char **argv)
 {
     using namespace Tarnwick;
+    const bool replaces = argc > 1 && argv[1] == HelperProtocol::replaceOption;
     keepMemoryLow();
     raiseDescriptorLimit();
     try {
@@ -45,7 +47,9 @@ int main()
         ProcessTerminator terminator(inventory);
         SystemdEventLoop loop;
         HelperService service(loop, HelperService::workOf(inventory, terminator));
-        HelperBus::Opened opened = HelperBus::open(loop, service);
+        HelperBus::Opened opened =
+            HelperBus::open(loop, service, HelperBus::usualPatience,
+                            replaces ? HelperBus::Claim::Replace : HelperBus::Claim::IfFree);
         if (const auto *why = std::get_if<std::string>(&opened)) {
             return fail(why->c_str());
         }
