@@ -4,6 +4,7 @@
 #include "App/UnansweredCalls.h"
 #include "Platform/linux/BusLink.h"
 #include "tests/Link/ClientFixture.h"
+#include "tests/Platform/Polling.h"
 #include "tests/Support/Puppet.h"
 #include "tests/Support/TemporaryCopy.h"
 
@@ -70,7 +71,7 @@ TEST_F(HelperConnectionTest, StartsTheHelperFromBesideAndListsAListener)
     EXPECT_TRUE(lists(puppet.pid(), port));
     EXPECT_THAT(m_log.messages(), IsEmpty());
     const RunningHelper helper(m_bus);
-    EXPECT_TRUE(m_program.isRunBy(helper.pid()));
+    EXPECT_EQ(m_program.relationOf(helper.pid()), HelperProgram::Relation::Same);
 }
 
 TEST_F(HelperConnectionTest, EndsAListener)
@@ -272,37 +273,75 @@ TEST_F(HelperConnectionTest, RefusesEveryCallThatWaitedForAHelperThatCannotBeSta
     EXPECT_FALSE(ending.isThere());
 }
 
-TEST_F(HelperConnectionTest, HoldsAProgramForTheHelperThoughItWasReplaced)
+TEST_F(HelperConnectionTest, ReplacesTheHelperAtOnceWhoseProgramWasUpgraded)
 {
     const TemporaryCopy copies;
     m_program.path = copies.copy(HelperProcess::program(), "tarnwick-helper");
     connect();
-    const RunningHelper helper(m_bus);
-
+    const RunningHelper former(m_bus);
     fs::remove(m_program.path);
-    EXPECT_TRUE(outcome(Scan(makeClient()->xpcScan())).has_value());
-    fs::copy_file("/bin/true", m_program.path);
-    EXPECT_TRUE(outcome(Scan(makeClient()->xpcScan())).has_value());
-    EXPECT_EQ(RunningHelper(m_bus).pid(), helper.pid());
+    static_cast<void>(copies.copy(HelperProcess::program(), "tarnwick-helper"));
+
+    // The application that was there before keeps the helper that it has.
+    const std::unique_ptr<HelperClient> upgraded = makeClient();
+    EXPECT_TRUE(outcome(Scan(upgraded->xpcScan())).has_value());
+    const RunningHelper current(m_bus);
+    EXPECT_NE(current.pid(), former.pid());
+    EXPECT_TRUE(outcome(scan()).has_value());
+    EXPECT_FALSE(former.hasEnded());
+    m_client.reset();
+    EXPECT_TRUE(awaitOutside([&former] { return former.hasEnded(); }));
     EXPECT_THAT(m_log.messages(), IsEmpty());
 }
 
-TEST_F(HelperConnectionTest, DoesNotHoldACopyElsewhereForTheHelper)
+TEST_F(HelperConnectionTest, ReplacesTheHelperOfAnotherCopyAtOnce)
 {
     connect();
-    const RunningHelper helper(m_bus);
+    const RunningHelper theirs(m_bus);
+    m_client.reset();
+    const TemporaryCopy copies;
+    m_program.path = copies.copy(HelperProcess::program(), "tarnwick-helper");
+    m_client = makeClient();
+    const auto start = std::chrono::steady_clock::now();
+    connect();
+    // Left to itself, it would have stayed for half a minute.
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
+    const RunningHelper ours(m_bus);
+    EXPECT_NE(ours.pid(), theirs.pid());
+    EXPECT_TRUE(awaitOutside([&theirs] { return theirs.hasEnded(); }));
+}
+
+TEST_F(HelperConnectionTest, LetsTwoCopiesKeepTheirHelpers)
+{
+    connect();
+    const RunningHelper first(m_bus);
     const TemporaryCopy copies;
     m_program.path = copies.copy(HelperProcess::program(), "tarnwick-helper");
     const std::unique_ptr<HelperClient> other = makeClient();
-    const Scan listing(other->xpcScan());
+    ASSERT_TRUE(outcome(Scan(other->xpcScan())).has_value());
+    const RunningHelper second(m_bus);
+    for (int round = 0; round < 5; ++round) {
+        EXPECT_TRUE(outcome(scan()).has_value());
+        EXPECT_TRUE(outcome(Scan(other->xpcScan())).has_value());
+    }
+    EXPECT_FALSE(first.hasEnded());
+    EXPECT_EQ(RunningHelper(m_bus).pid(), second.pid());
+    EXPECT_THAT(m_log.messages(), IsEmpty());
+}
+
+TEST_F(HelperConnectionTest, SaysThatAnUpgradedHelperCannotBeReplaced)
+{
+    const TemporaryCopy copies;
+    m_program.path = copies.copy(HelperProcess::program(), "tarnwick-helper");
+    connect();
+    const RunningHelper helper(m_bus);
+    fs::remove(m_program.path);
+    const std::unique_ptr<HelperClient> other = makeClient();
+    const Scan lost(other->xpcScan());
     ASSERT_TRUE(awaitLines(2));
-    EXPECT_THAT(
-        m_log.messages(),
-        ElementsAre(invalidated,
-                    "[helper] proxy error: com.velmora.tarnwick.helper belongs to process " +
-                        std::to_string(helper.pid()) + ", which does not run " +
-                        m_program.path.string()));
-    EXPECT_FALSE(listing.isThere());
+    EXPECT_THAT(m_log.messages(), ElementsAre(invalidated, "[helper] proxy error: cannot start " +
+                                                               m_program.path.string()));
+    EXPECT_FALSE(lost.isThere());
 }
 
 TEST_F(HelperConnectionTest, SurvivesAClientThatGoesWhileItConnects)

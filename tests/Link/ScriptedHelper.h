@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -24,8 +25,9 @@ namespace Tarnwick {
 class ScriptedHelper
 {
 public:
-    ScriptedHelper(const PrivateBus &bus, const std::string &listing, const std::string &kill)
-        : m_process({scriptedHelperProgram, listing, kill},
+    ScriptedHelper(const PrivateBus &bus, const std::string &listing, const std::string &kill,
+                   const std::filesystem::path &program = scriptedHelperProgram)
+        : m_process({program.string(), listing, kill},
                     {.output = m_folder.path() / "output", .environment = bus.environment()})
     {
         EXPECT_TRUE(BusCaller(bus.address()).awaitHelper());

@@ -4,6 +4,7 @@
 #include "tests/Link/ScriptedHelper.h"
 #include "tests/Link/ClientFixture.h"
 #include "tests/Shared/SampleRecord.h"
+#include "tests/Support/TemporaryCopy.h"
 
 #include <utility>
 
@@ -210,6 +211,34 @@ TEST_F(ScriptedHelperTest, AsksNothingOfAProgramThatIsNotOurs)
     // What it got before this request of the test's own, it would have written down.
     EXPECT_EQ(BusCaller(m_bus.address()).kill(42).code, 0);
     EXPECT_THAT(other.requests(), ElementsAre("KillProcess"));
+}
+
+TEST_F(ScriptedHelperTest, NeitherReplacesNorAsksAStrangerWithTheHelpersFileName)
+{
+    const TemporaryCopy copies;
+    const ScriptedHelper other(
+        m_bus, "payload\t[]", "code\t0",
+        copies.copy(std::exchange(m_program.path, HelperProcess::program()), "tarnwick-helper"));
+    const Kill ending = kill(42);
+    ASSERT_TRUE(awaitLines(2));
+    EXPECT_THAT(m_log.messages(),
+                ElementsAre(invalidated,
+                            StartsWith("[helper] proxy error: com.velmora.tarnwick.helper belongs "
+                                       "to process " +
+                                       std::to_string(other.pid()))));
+    EXPECT_FALSE(ending.isThere());
+    EXPECT_EQ(BusCaller(m_bus.address()).kill(42).code, 0);
+    EXPECT_THAT(other.requests(), ElementsAre("KillProcess"));
+}
+
+TEST_F(ScriptedHelperTest, LogsOnceThatListingsAreOverdue)
+{
+    const ScriptedHelper helper(m_bus, "silence", "silence");
+    const std::vector<Scan> scans{scan(), scan()};
+    ASSERT_TRUE(awaitLines(1));
+    EXPECT_FALSE(
+        await([this] { return m_log.messages().size() > 1; }, std::chrono::milliseconds(500)));
+    EXPECT_THAT(m_log.messages(), ElementsAre("[helper] a listing has not been answered for 10 s"));
 }
 
 TEST_F(ScriptedHelperTest, FindsOursWhenTheOtherProgramHasEnded)

@@ -2,18 +2,35 @@
 // SPDX-License-Identifier: MIT
 
 #include "Platform/linux/HelperProgram.h"
+#include "tests/Platform/FuseProgram.h"
+#include "tests/Platform/Polling.h"
+#include "tests/Support/ChildProcess.h"
 #include "tests/Support/Puppet.h"
 #include "tests/Support/TemporaryCopy.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <fstream>
+#include <future>
+#include <string>
 
 #include <unistd.h>
 
 using namespace Tarnwick;
+using Relation = HelperProgram::Relation;
 
 namespace fs = std::filesystem;
+
+namespace {
+
+fs::path runningProgram(pid_t pid)
+{
+    std::error_code failed;
+    return fs::read_symlink("/proc/" + std::to_string(pid) + "/exe", failed);
+}
+
+} // namespace
 
 TEST(HelperProgram, IsTheOneBesideTheApplicationWhereThereIsOne)
 {
@@ -36,67 +53,95 @@ TEST(HelperProgram, IsElseTheInstalledOne)
     EXPECT_NE(program.path.parent_path(), folder.path() / "bin");
 }
 
-TEST(HelperProgram, IsRunByAProcessOfItWhateverPathItWasStartedBy)
+TEST(HelperProgram, IsWhatAProcessOfItRunsWhateverPathItWasStartedBy)
 {
     const TemporaryCopy copies;
     const fs::path path = copies.copy(Puppet::program(), "tarnwick-helper");
     const fs::path link = copies.folder() / "link";
     fs::create_symlink(path, link);
     const Puppet puppet(link);
-    EXPECT_TRUE((HelperProgram{.path = path}.isRunBy(puppet.pid())));
-    EXPECT_TRUE((HelperProgram{.path = link}.isRunBy(puppet.pid())));
+    EXPECT_EQ((HelperProgram{.path = path}.relationOf(puppet.pid())), Relation::Same);
+    EXPECT_EQ((HelperProgram{.path = link}.relationOf(puppet.pid())), Relation::Same);
 }
 
-TEST(HelperProgram, IsNotRunByAProcessOfAnEqualFileElsewhere)
+TEST(HelperProgram, KnowsAnotherCopyByItsName)
 {
-    const TemporaryCopy copies;
-    const fs::path path = copies.copy(Puppet::program(), "tarnwick-helper");
-    const Puppet other;
-    EXPECT_FALSE((HelperProgram{.path = path}.isRunBy(other.pid())));
+    const TemporaryCopy ours;
+    const TemporaryCopy theirs;
+    const fs::path path = ours.copy(Puppet::program(), "tarnwick-helper");
+    const fs::path other = theirs.copy(Puppet::program(), "tarnwick-helper");
+    const Puppet puppet(other);
+    EXPECT_EQ((HelperProgram{.path = path}.relationOf(puppet.pid())), Relation::OtherCopy);
+    fs::remove(other);
+    EXPECT_EQ((HelperProgram{.path = path}.relationOf(puppet.pid())), Relation::OtherCopy);
 }
 
-TEST(HelperProgram, IsRunByAProcessOfAFileThatWasDeletedThere)
+TEST(HelperProgram, KnowsAFileThatWasDeletedOrReplacedAtItsPath)
 {
     const TemporaryCopy copies;
     const fs::path path = copies.copy(Puppet::program(), "tarnwick-helper");
     const Puppet puppet(path);
     fs::remove(path);
-    EXPECT_TRUE((HelperProgram{.path = path}.isRunBy(puppet.pid())));
-    const Puppet other;
-    EXPECT_FALSE((HelperProgram{.path = path}.isRunBy(other.pid())));
-}
-
-TEST(HelperProgram, IsRunByAProcessOfAFileThatWasReplacedThere)
-{
-    const TemporaryCopy copies;
-    const fs::path path = copies.copy(Puppet::program(), "tarnwick-helper");
-    const Puppet puppet(path);
+    EXPECT_EQ((HelperProgram{.path = path}.relationOf(puppet.pid())), Relation::Former);
     fs::rename(copies.copy(Puppet::program(), "new"), path);
-    EXPECT_TRUE((HelperProgram{.path = path}.isRunBy(puppet.pid())));
+    EXPECT_EQ((HelperProgram{.path = path}.relationOf(puppet.pid())), Relation::Former);
 }
 
-TEST(HelperProgram, IsNotRunByAProcessOfAFileThatWasDeletedElsewhere)
+TEST(HelperProgram, TakesAnyOtherProgramForAStranger)
 {
     const TemporaryCopy copies;
     const fs::path path = copies.copy(Puppet::program(), "tarnwick-helper");
     const fs::path gone = copies.copy(Puppet::program(), "gone");
-    const Puppet puppet(gone);
+    const Puppet other;
+    const Puppet deleted(gone);
     fs::remove(gone);
-    EXPECT_FALSE((HelperProgram{.path = path}.isRunBy(puppet.pid())));
+    EXPECT_EQ((HelperProgram{.path = path}.relationOf(other.pid())), Relation::Stranger);
+    EXPECT_EQ((HelperProgram{.path = path}.relationOf(deleted.pid())), Relation::Stranger);
 }
 
-TEST(HelperProgram, IsNotRunByNobody)
+TEST(HelperProgram, TakesWhatCannotBeLookedIntoForAStranger)
 {
     const HelperProgram program{.path = Puppet::program()};
-    EXPECT_FALSE(program.isRunBy(0));
-    EXPECT_FALSE(program.isRunBy(-1));
-    EXPECT_FALSE(program.isRunBy(::getpid()));
-    EXPECT_FALSE((HelperProgram{.path = "/nowhere/tarnwick-helper"}.isRunBy(::getpid())));
+    Puppet puppet;
+    EXPECT_EQ(program.relationOf(0), Relation::Stranger);
+    EXPECT_EQ(program.relationOf(-1), Relation::Stranger);
+    EXPECT_EQ(program.relationOf(::getpid()), Relation::Stranger);
+    EXPECT_EQ(program.relationOf(puppet.makeZombie()), Relation::Stranger);
+    EXPECT_EQ((HelperProgram{.path = "/nowhere/tarnwick-helper"}.relationOf(::getpid())),
+              Relation::Stranger);
 }
 
-TEST(HelperProgram, IsNotRunByAProcessThatHasEnded)
+TEST(HelperProgram, DoesNotWaitForTheFileSystemThatAnotherProcessRunsFrom)
 {
-    Puppet puppet;
-    const pid_t zombie = puppet.makeZombie();
-    EXPECT_FALSE((HelperProgram{.path = Puppet::program()}.isRunBy(zombie)));
+    const TemporaryCopy copies;
+    const HelperProgram program{.path = copies.copy(Puppet::program(), "tarnwick-helper")};
+    FuseProgram theirs("/bin/sleep", "tarnwick-helper");
+    if (!theirs.isMounted()) {
+        GTEST_SKIP() << "this user cannot serve a file system";
+    }
+    const ChildProcess process({theirs.path().string(), "60"}, {});
+    ASSERT_TRUE(awaitOutside([&] { return runningProgram(process.pid()) == theirs.path(); }));
+    theirs.pause();
+    auto relation =
+        std::async(std::launch::async, [&] { return program.relationOf(process.pid()); });
+    EXPECT_EQ(relation.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    theirs.resume();
+    EXPECT_EQ(relation.get(), Relation::OtherCopy);
+}
+
+TEST(HelperProgram, TakesTheSamePathInAnotherMountNamespaceForAStranger)
+{
+    const TemporaryCopy copies;
+    const fs::path path = copies.copy(Puppet::program(), "tarnwick-helper");
+    const fs::path disguised = copies.copy("/bin/sleep", "disguised");
+    const ChildProcess process({"unshare", "--mount", "sh", "-c",
+                                "mount --bind \"$1\" \"$2\" && exec \"$2\" 60", "sh",
+                                disguised.string(), path.string()},
+                               {});
+    if (!awaitOutside(
+            [&] { return process.hasEnded() || runningProgram(process.pid()) == path; }) ||
+        process.hasEnded()) {
+        GTEST_SKIP() << "this user cannot make a mount namespace";
+    }
+    EXPECT_EQ((HelperProgram{.path = path}.relationOf(process.pid())), Relation::Stranger);
 }

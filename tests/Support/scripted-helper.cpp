@@ -7,8 +7,8 @@
 //
 // LISTING is one of: payload TEXT, nothing, number, error NAME TEXT, silence; KILL is one of: code
 // NUMBER, nothing, error NAME TEXT, silence. Each with its operands is one argument, with a tab
-// between. Without arguments it takes no name, and stays. The members of the requests that it gets
-// are written to standard output, one a line. It ends with the bus.
+// between. Without arguments it takes no name, and stays. The members of the requests of its
+// interface that it gets are written to standard output, one a line. It ends with the bus.
 
 #include "Helper/linux/BusHandles.h"
 #include "Shared/HelperProtocol.h"
@@ -87,13 +87,17 @@ struct Script
         if (type != SD_BUS_MESSAGE_METHOD_CALL) {
             return 0;
         }
+        if (sd_bus_message_is_method_call(message, HelperProtocol::interfaceName.data(), nullptr) <=
+            0) {
+            return 0; // what every object on a bus answers
+        }
         const char *member = sd_bus_message_get_member(message);
         std::printf("%s\n", member);
         std::fflush(stdout);
         const auto &table = static_cast<Script *>(script)->answers;
         const auto words = table.find(member);
         if (words == table.end()) {
-            return 0; // what every object on a bus answers
+            return 0;
         }
         const int replied = replies().at(words->second[0])(message, words->second);
         return replied < 0 ? replied : 1;

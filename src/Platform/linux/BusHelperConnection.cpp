@@ -5,9 +5,12 @@
 
 #include "Platform/linux/BusNames.h"
 #include "Platform/linux/HelperCall.h"
+#include "Shared/AppLog.h"
+#include "Shared/Version.h"
 
 #include <QCoreApplication>
 #include <QPointer>
+#include <QTimer>
 
 #include <optional>
 #include <utility>
@@ -17,6 +20,15 @@ namespace Tarnwick {
 namespace {
 
 constexpr const char *helperEnded = "the helper has ended";
+
+/// Helpers of other copies and of former files are replaced before: this one is all there is.
+void logOtherVersion(const std::string &helper)
+{
+    if (!helper.empty() && helper != version) {
+        AppLog::log("[helper] version " + helper + " runs, the application is " +
+                    std::string(version));
+    }
+}
 
 } // namespace
 
@@ -45,12 +57,25 @@ struct BusHelperConnection::Requests : std::enable_shared_from_this<Requests>
     std::optional<std::string> refusal; ///< why nothing can be sent any more
     std::vector<Request> waiting;
     bool hasListed = false;  ///< the helper has answered a listing
+    bool isOverdue = false;  ///< and the log says so
     std::vector<Kill> kills; ///< waiting for that
 
-    void list(HelperProxy::ListReply reply, ErrorHandler failed)
+    void list(HelperProxy::ListReply listed, ErrorHandler lost)
     {
-        add([self = shared_from_this(), reply = std::move(reply),
-             failed = std::move(failed)](const std::optional<Peer> &to, const std::string &why) {
+        const std::shared_ptr<QTimer> alarm = startAlarm();
+        const auto reply = [self = shared_from_this(), alarm,
+                            listed = std::move(listed)](std::optional<QByteArray> payload,
+                                                        std::optional<HelperError> error) {
+            alarm->stop();
+            self->isOverdue = false;
+            listed(std::move(payload), std::move(error));
+        };
+        const auto failed = [alarm, lost = std::move(lost)](const std::string &why) {
+            alarm->stop();
+            lost(why);
+        };
+        add([self = shared_from_this(), reply, failed](const std::optional<Peer> &to,
+                                                       const std::string &why) {
             if (to) {
                 self->sendList(*to, reply, failed);
             } else {
@@ -85,6 +110,21 @@ struct BusHelperConnection::Requests : std::enable_shared_from_this<Requests>
     }
 
 private:
+    [[nodiscard]] std::shared_ptr<QTimer> startAlarm()
+    {
+        auto alarm = std::make_shared<QTimer>();
+        alarm->setSingleShot(true);
+        alarm->callOnTimeout([self = weak_from_this()] {
+            const std::shared_ptr<Requests> requests = self.lock();
+            if (requests && !std::exchange(requests->isOverdue, true)) {
+                AppLog::log("[helper] a listing has not been answered for " +
+                            std::to_string(overdueAfter.count()) + " s");
+            }
+        });
+        alarm->start(overdueAfter);
+        return alarm;
+    }
+
     void add(Request request)
     {
         if (peer || refusal) {
@@ -243,6 +283,7 @@ void BusHelperConnection::found(PeerSearch::Result result)
         end(m_interrupted, helperEnded);
         return;
     }
+    HelperCall::version(m_link, m_owner, &logOtherVersion);
     m_requests->sendTo({.link = m_link, .owner = m_owner});
 }
 
@@ -252,7 +293,7 @@ void BusHelperConnection::ownerChanged(const QString &from, const QString &to)
         // The search may find all the same who has left: its answers come a way of their own.
         m_departed.insert(from);
         m_search->ownerChanged(to);
-    } else if (from == m_owner) {
+    } else if (from == m_owner && to.isEmpty()) {
         end(m_interrupted, helperEnded);
     }
 }

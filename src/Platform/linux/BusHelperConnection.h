@@ -11,6 +11,7 @@
 #include <QSet>
 #include <QString>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -21,12 +22,17 @@ namespace Tarnwick {
 /// The helper connection over the session bus. It is interrupted when the helper leaves the bus
 /// (when it has ended), and invalidated when the bus itself is gone or cannot be reached, the
 /// helper cannot be started, or the process that has its name is not ours. Requests wait until the
-/// helper was found. Main thread.
+/// helper was found, and go to it also when another copy's helper has taken its name over. A line
+/// in the log says when the helper is of another version, and when a listing is overdue. Main
+/// thread.
 class BusHelperConnection : public QObject, public HelperConnection
 {
 public:
     explicit BusHelperConnection(HelperProgram program);
     ~BusHelperConnection() override;
+
+    /// A listing that takes longer is logged, once until the next one is answered.
+    static constexpr std::chrono::seconds overdueAfter{10};
 
     void setInvalidationHandler(Handler handler) override;
     void setInterruptionHandler(Handler handler) override;

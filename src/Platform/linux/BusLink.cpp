@@ -181,6 +181,12 @@ void BusLink::observe(const QString &name, Observer observer)
     BusSignals::shared().observe(m_connection, name, handler);
 }
 
+void BusLink::observeOwner(const QString &name)
+{
+    addMatch(ruleForOwner(name));
+    BusSignals::shared().receiveOwner(m_connection, name);
+}
+
 void BusLink::stopObserving()
 {
     BusSignals::shared().forget(m_connection);

@@ -60,6 +60,8 @@ public:
     /// Has @p observer told whenever @p name changes its owner (empty for none), and when the
     /// connection is gone. What is asked afterwards is answered after the changes before it.
     void observe(const QString &name, Observer observer);
+    /// The same for one more name, the observer being there already.
+    void observeOwner(const QString &name);
     void stopObserving();
 
     /// Has the observer, who is there already, told when anybody sends such a signal.

@@ -17,6 +17,8 @@ inline const QString busPath = QStringLiteral("/org/freedesktop/DBus");
 inline const QString localPath = QStringLiteral("/org/freedesktop/DBus/Local");
 inline const QString localInterface = QStringLiteral("org.freedesktop.DBus.Local");
 
+inline const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+
 inline const QString nameOwnerChanged = QStringLiteral("NameOwnerChanged");
 /// The error of a name that nobody has.
 inline const QString nameHasNoOwner = QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner");

@@ -23,6 +23,11 @@ void BusSignals::observe(QDBusConnection &connection, const QString &name, Handl
     m_handlers[connection.name()] = std::move(handler);
     connection.connect(QString(), BusNames::localPath, BusNames::localInterface,
                        BusNames::disconnected, this, SLOT(received(QDBusMessage)));
+    receiveOwner(connection, name);
+}
+
+void BusSignals::receiveOwner(QDBusConnection &connection, const QString &name)
+{
     connection.connect(QString(), BusNames::busPath, BusNames::busService,
                        BusNames::nameOwnerChanged, {name}, QString(), this,
                        SLOT(received(QDBusMessage)));

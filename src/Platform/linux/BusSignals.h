@@ -32,6 +32,9 @@ public:
     /// @p connection.
     void observe(QDBusConnection &connection, const QString &name, Handler handler);
 
+    /// Has the handler for @p connection told of the owner of one more name.
+    void receiveOwner(QDBusConnection &connection, const QString &name);
+
     /// Has the handler for @p connection told of one more signal, whoever sends it.
     void receive(QDBusConnection &connection, const QString &path, const QString &interface,
                  const QString &member);

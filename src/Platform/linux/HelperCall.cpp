@@ -8,6 +8,7 @@
 #include "Platform/linux/SystemError.h"
 
 #include <QCoreApplication>
+#include <QDBusVariant>
 #include <QLatin1String>
 
 #include <optional>
@@ -100,6 +101,19 @@ void killProcess(const std::shared_ptr<BusLink> &link, const QString &owner, std
     };
     // A kill is asked for once, whatever the answer.
     send(link, request(owner, "KillProcess", {pid}), replied, BusCall::AfterForgery::Fail);
+}
+
+void version(const std::shared_ptr<BusLink> &link, const QString &owner,
+             std::function<void(const std::string &version)> reply)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        owner, BusNames::helperPath(), BusNames::propertiesInterface, QStringLiteral("Get"));
+    call << BusNames::helperInterface() << QStringLiteral("Version");
+    const auto replied = [reply = std::move(reply)](const QDBusMessage &answer) {
+        const auto value = answer.arguments().value(0).value<QDBusVariant>();
+        reply(isError(answer) ? std::string() : value.variant().toString().toStdString());
+    };
+    send(link, call, replied, BusCall::AfterForgery::CallAgain);
 }
 
 } // namespace Tarnwick::HelperCall

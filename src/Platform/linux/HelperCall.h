@@ -9,7 +9,9 @@
 #include <QString>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <string>
 
 namespace Tarnwick::HelperCall {
 
@@ -23,5 +25,9 @@ void listListeningPorts(const std::shared_ptr<BusLink> &link, const QString &own
                         HelperProxy::ListReply reply, HelperConnection::ErrorHandler failed);
 void killProcess(const std::shared_ptr<BusLink> &link, const QString &owner, std::int32_t pid,
                  HelperProxy::KillReply reply, HelperConnection::ErrorHandler failed);
+
+/// Asks which version of Tarnwick the helper at @p owner belongs to; empty when it does not say.
+void version(const std::shared_ptr<BusLink> &link, const QString &owner,
+             std::function<void(const std::string &version)> reply);
 
 } // namespace Tarnwick::HelperCall

@@ -6,6 +6,7 @@
 #include "Platform/linux/InstallFolders.h"
 
 #include <string>
+#include <string_view>
 #include <system_error>
 
 namespace Tarnwick {
@@ -13,6 +14,16 @@ namespace Tarnwick {
 namespace {
 
 constexpr const char *programName = "tarnwick-helper";
+
+/// proc(5): what the kernel adds to the path of a file that is deleted.
+constexpr std::string_view deletedMark = " (deleted)";
+
+/// What a link of procfs says; empty when it may not be read.
+std::string linkText(const std::filesystem::path &link)
+{
+    std::error_code failed;
+    return std::filesystem::read_symlink(link, failed).string();
+}
 
 } // namespace
 
@@ -27,17 +38,23 @@ HelperProgram HelperProgram::besideApplication(const std::filesystem::path &fold
             .isInstalled = true};
 }
 
-bool HelperProgram::isRunBy(pid_t pid) const
+HelperProgram::Relation HelperProgram::relationOf(pid_t pid) const
 {
-    const std::filesystem::path link = "/proc/" + std::to_string(pid) + "/exe";
-    std::error_code failed;
-    if (std::filesystem::equivalent(link, path, failed)) {
-        return true;
+    const std::filesystem::path process = "/proc/" + std::to_string(pid);
+    std::string running = linkText(process / "exe");
+    const bool isDeleted = running.ends_with(deletedMark);
+    if (isDeleted) {
+        running.resize(running.size() - deletedMark.size());
     }
-    // proc(5): what the kernel adds to the name of a file that is gone.
-    const std::filesystem::path running = std::filesystem::read_symlink(link, failed);
-    const std::filesystem::path ours = std::filesystem::weakly_canonical(path, failed);
-    return !failed && running == ours.string() + " (deleted)";
+    std::error_code failed;
+    const std::filesystem::path own = std::filesystem::weakly_canonical(path, failed);
+    if (!failed && running == own.string() &&
+        linkText(process / "ns/mnt") == linkText("/proc/self/ns/mnt")) {
+        return isDeleted ? Relation::Former : Relation::Same;
+    }
+    return std::filesystem::path(running).filename() == programName && running != own.string()
+               ? Relation::OtherCopy
+               : Relation::Stranger;
 }
 
 } // namespace Tarnwick

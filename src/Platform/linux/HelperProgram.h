@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 
 #include <sys/types.h>
@@ -20,10 +21,19 @@ struct HelperProgram
     /// The helper of the application whose executable lies in @p folder.
     [[nodiscard]] static HelperProgram besideApplication(const std::filesystem::path &folder);
 
-    /// Whether process @p pid runs this program. A process whose program was replaced at the same
-    /// place since, as an upgrade does, still counts as running it. False for what may not be
-    /// looked into.
-    [[nodiscard]] bool isRunBy(pid_t pid) const;
+    /// What another process runs, compared with this program.
+    enum class Relation : std::uint8_t {
+        Same,      ///< this program
+        Former,    ///< a file that was at this program's path and is deleted: it was upgraded since
+        OtherCopy, ///< a program of the same name elsewhere, another copy of the application's
+        Stranger,  ///< anything else, and what may not be looked into
+    };
+
+    /// Compares by what the kernel tells of @p pid in /proc, by text: no file that the process runs
+    /// is opened or looked up, for it may lie on a file system that the process itself serves. A
+    /// path in another mount namespace says nothing of ours, so Same and Former share our
+    /// namespace.
+    [[nodiscard]] Relation relationOf(pid_t pid) const;
 };
 
 } // namespace Tarnwick

@@ -69,11 +69,11 @@ void PeerSearch::startThroughBus()
                    });
 }
 
-void PeerSearch::startProgram()
+void PeerSearch::startProgram(const QStringList &arguments)
 {
     qint64 pid = 0;
     const QString path = QString::fromStdString(m_program.path.string());
-    if (!QProcess::startDetached(path, {}, QStringLiteral("/"), &pid)) {
+    if (!QProcess::startDetached(path, arguments, QStringLiteral("/"), &pid)) {
         fail(QStringLiteral("cannot start %1").arg(path));
         return;
     }
@@ -107,22 +107,40 @@ void PeerSearch::ownerChanged(const QString &owner)
 
 void PeerSearch::verify(const QString &owner)
 {
-    m_link->askBus(QStringLiteral("GetConnectionUnixProcessID"), {owner}, this,
-                   [this, owner](const QDBusMessage &reply) {
-                       if (reply.type() != QDBusMessage::ReplyMessage) {
-                           fail(reply.errorMessage());
-                           return;
-                       }
-                       const uint pid = reply.arguments().value(0).toUInt();
-                       if (m_program.isRunBy(static_cast<pid_t>(pid))) {
-                           succeed(owner);
-                       } else {
-                           fail(QStringLiteral("%1 belongs to process %2, which does not run %3")
-                                    .arg(BusNames::helperService())
-                                    .arg(pid)
-                                    .arg(QString::fromStdString(m_program.path.string())));
-                       }
-                   });
+    m_link->observeOwner(owner);
+    const auto identified = [this, owner](const QDBusMessage &reply) {
+        if (reply.type() != QDBusMessage::ReplyMessage) {
+            fail(reply.errorMessage());
+            return;
+        }
+        const uint pid = reply.arguments().value(0).toUInt();
+        const QString mismatch = QStringLiteral("%1 belongs to process %2, which does not run %3")
+                                     .arg(BusNames::helperService())
+                                     .arg(pid)
+                                     .arg(QString::fromStdString(m_program.path.string()));
+        switch (m_program.relationOf(static_cast<pid_t>(pid))) {
+        case HelperProgram::Relation::Same:
+            succeed(owner);
+            break;
+        case HelperProgram::Relation::Former:
+        case HelperProgram::Relation::OtherCopy:
+            replace(mismatch);
+            break;
+        case HelperProgram::Relation::Stranger:
+            fail(mismatch);
+            break;
+        }
+    };
+    m_link->askBus(QStringLiteral("GetConnectionUnixProcessID"), {owner}, this, identified);
+}
+
+void PeerSearch::replace(const QString &why)
+{
+    if (std::exchange(m_hasReplaced, true)) {
+        fail(why);
+    } else {
+        startProgram({QLatin1String(HelperProtocol::replaceOption.data())});
+    }
 }
 
 void PeerSearch::fail(const QString &why)

@@ -10,6 +10,7 @@
 #include <QDBusMessage>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 #include <memory>
@@ -20,9 +21,11 @@ class QSocketNotifier;
 namespace Tarnwick {
 
 /// Finds our helper on the bus, and starts it when it is not there: through the bus where it is
-/// installed, else as a program. Ends with the unique name of a process that is our helper, or with
-/// the reason why there is none. Nothing is sent to a process before it is known to be ours. Main
-/// thread; destroying it ends the search.
+/// installed, else as a program. A helper of another copy of the application, or one that was
+/// upgraded since it started, is replaced: ours is started to take the name over, which the other
+/// one allows. Ends with the unique name of a process that is our helper, whose owner changes the
+/// link then reports, or with the reason why there is none. Nothing is sent to a process before it
+/// is known to be ours. Main thread; destroying it ends the search.
 class PeerSearch : public QObject
 {
 public:
@@ -44,7 +47,8 @@ public:
 private:
     void askForOwner(bool mayStart);
     void startThroughBus();
-    void startProgram();
+    void startProgram(const QStringList &arguments = {});
+    void replace(const QString &why);
     void programEnded();
     void verify(const QString &owner);
     void fail(const QString &why);
@@ -53,7 +57,8 @@ private:
     std::shared_ptr<BusLink> m_link;
     HelperProgram m_program;
     Found m_found;
-    FileDescriptor m_started; ///< the program that was started, while its name is awaited
+    bool m_hasReplaced = false; ///< once for each search, so that two copies do not alternate
+    FileDescriptor m_started;   ///< the program that was started, while its name is awaited
     std::unique_ptr<QSocketNotifier> m_startedEnds;
 };
 
