@@ -10,9 +10,7 @@
 
 #include <QCoreApplication>
 #include <QPointer>
-#include <QTimer>
 
-#include <optional>
 #include <utility>
 
 namespace Tarnwick {
@@ -32,161 +30,10 @@ void logOtherVersion(const std::string &helper)
 
 } // namespace
 
-/// Where requests go: they are kept until the helper was found, then sent, and refused after the
-/// connection has ended. The helper kills only what it has reported, so kills wait until it has
-/// answered a listing over this connection, and one is requested for that where none was. Shared by
-/// the connection and its proxies.
-struct BusHelperConnection::Requests : std::enable_shared_from_this<Requests>
-{
-    struct Peer
-    {
-        std::shared_ptr<BusLink> link;
-        QString owner; ///< the helper's unique name
-    };
-    struct Kill
-    {
-        std::int32_t pid = 0;
-        HelperProxy::KillReply reply;
-        ErrorHandler failed;
-    };
-    /// Sends a request, or reports the refusal when there is no peer.
-    using Request =
-        std::function<void(const std::optional<Peer> &peer, const std::string &refusal)>;
-
-    std::optional<Peer> peer;           ///< absent before the helper was found and after the end
-    std::optional<std::string> refusal; ///< why nothing can be sent any more
-    std::vector<Request> waiting;
-    bool hasListed = false;  ///< the helper has answered a listing
-    bool isOverdue = false;  ///< and the log says so
-    std::vector<Kill> kills; ///< waiting for that
-
-    void list(HelperProxy::ListReply listed, ErrorHandler lost)
-    {
-        const std::shared_ptr<QTimer> alarm = startAlarm();
-        const auto reply = [self = shared_from_this(), alarm,
-                            listed = std::move(listed)](std::optional<QByteArray> payload,
-                                                        std::optional<HelperError> error) {
-            alarm->stop();
-            self->isOverdue = false;
-            listed(std::move(payload), std::move(error));
-        };
-        const auto failed = [alarm, lost = std::move(lost)](const std::string &why) {
-            alarm->stop();
-            lost(why);
-        };
-        add([self = shared_from_this(), reply, failed](const std::optional<Peer> &to,
-                                                       const std::string &why) {
-            if (to) {
-                self->sendList(*to, reply, failed);
-            } else {
-                failed(why);
-            }
-        });
-    }
-
-    void kill(Kill kill)
-    {
-        add([self = shared_from_this(), kill = std::move(kill)](const std::optional<Peer> &to,
-                                                                const std::string &why) {
-            if (to) {
-                self->sendKill(*to, kill);
-            } else {
-                kill.failed(why);
-            }
-        });
-    }
-
-    void sendTo(Peer found)
-    {
-        peer = std::move(found);
-        sendWaiting();
-    }
-
-    void refuse(std::string why)
-    {
-        peer.reset();
-        refusal = std::move(why);
-        sendWaiting();
-    }
-
-private:
-    [[nodiscard]] std::shared_ptr<QTimer> startAlarm()
-    {
-        auto alarm = std::make_shared<QTimer>();
-        alarm->setSingleShot(true);
-        alarm->callOnTimeout([self = weak_from_this()] {
-            const std::shared_ptr<Requests> requests = self.lock();
-            if (requests && !std::exchange(requests->isOverdue, true)) {
-                AppLog::log("[helper] a listing has not been answered for " +
-                            std::to_string(overdueAfter.count()) + " s");
-            }
-        });
-        alarm->start(overdueAfter);
-        return alarm;
-    }
-
-    void add(Request request)
-    {
-        if (peer || refusal) {
-            request(peer, refusal.value_or(std::string()));
-        } else {
-            waiting.push_back(std::move(request));
-        }
-    }
-
-    void sendWaiting()
-    {
-        for (const Request &request : std::exchange(waiting, {})) {
-            request(peer, refusal.value_or(std::string()));
-        }
-    }
-
-    void sendList(const Peer &to, HelperProxy::ListReply reply, ErrorHandler failed)
-    {
-        const auto listed = [self = shared_from_this(),
-                             reply = std::move(reply)](std::optional<QByteArray> payload,
-                                                       std::optional<HelperError> error) {
-            self->hasListed = self->hasListed || !error;
-            reply(std::move(payload), std::move(error));
-        };
-        HelperCall::listListeningPorts(to.link, to.owner, listed, std::move(failed));
-    }
-
-    void sendKill(const Peer &to, const Kill &kill)
-    {
-        if (hasListed) {
-            HelperCall::killProcess(to.link, to.owner, kill.pid, kill.reply, kill.failed);
-            return;
-        }
-        kills.push_back(kill);
-        if (kills.size() > 1) {
-            return;
-        }
-        // What the listing holds is of no use here.
-        const auto listed = [self = shared_from_this(),
-                             to](const std::optional<QByteArray> &,
-                                 const std::optional<HelperError> &error) {
-            for (const Kill &each : std::exchange(self->kills, {})) {
-                if (error) {
-                    each.reply(0, error);
-                } else {
-                    self->sendKill(to, each);
-                }
-            }
-        };
-        const auto failed = [self = shared_from_this()](const std::string &why) {
-            for (const Kill &each : std::exchange(self->kills, {})) {
-                each.failed(why);
-            }
-        };
-        sendList(to, listed, failed);
-    }
-};
-
 class BusHelperConnection::Proxy : public HelperProxy
 {
 public:
-    Proxy(std::shared_ptr<Requests> requests, ErrorHandler failed)
+    Proxy(std::shared_ptr<HelperRequests> requests, ErrorHandler failed)
         : m_requests(std::move(requests))
         , m_failed(std::move(failed))
     {
@@ -203,7 +50,7 @@ public:
     }
 
 private:
-    std::shared_ptr<Requests> m_requests;
+    std::shared_ptr<HelperRequests> m_requests;
     ErrorHandler m_failed;
 };
 
@@ -215,7 +62,7 @@ std::unique_ptr<HelperConnection> HelperConnection::toHelper()
 
 BusHelperConnection::BusHelperConnection(HelperProgram program)
     : m_program(std::move(program))
-    , m_requests(std::make_shared<Requests>())
+    , m_requests(std::make_shared<HelperRequests>())
 {
 }
 
@@ -225,7 +72,7 @@ BusHelperConnection::~BusHelperConnection()
         m_link->stopObserving(); // calls in flight keep it
     }
     // Who still waits for the helper is not left without a word.
-    if (!m_requests->refusal) {
+    if (!m_requests->isRefused()) {
         m_requests->refuse("the connection was given up");
     }
 }
@@ -300,10 +147,10 @@ void BusHelperConnection::ownerChanged(const QString &from, const QString &to)
 
 void BusHelperConnection::end(Handler &handler, const std::string &why)
 {
-    if (m_requests->refusal) {
+    if (m_requests->isRefused()) {
         return;
     }
-    const std::shared_ptr<Requests> requests = m_requests;
+    const std::shared_ptr<HelperRequests> requests = m_requests;
     // First the end, then what was lost with it: the order in which the bus tells of both.
     if (const Handler told = std::exchange(handler, nullptr)) {
         told();

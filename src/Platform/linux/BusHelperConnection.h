@@ -5,17 +5,16 @@
 
 #include "Platform/HelperConnection.h"
 #include "Platform/linux/HelperProgram.h"
+#include "Platform/linux/HelperRequests.h"
 #include "Platform/linux/PeerSearch.h"
 
 #include <QObject>
 #include <QSet>
 #include <QString>
 
-#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace Tarnwick {
 
@@ -31,9 +30,6 @@ public:
     explicit BusHelperConnection(HelperProgram program);
     ~BusHelperConnection() override;
 
-    /// A listing that takes longer is logged, once until the next one is answered.
-    static constexpr std::chrono::seconds overdueAfter{10};
-
     void setInvalidationHandler(Handler handler) override;
     void setInterruptionHandler(Handler handler) override;
     void resume() override;
@@ -41,7 +37,6 @@ public:
 
 private:
     class Proxy;
-    struct Requests;
 
     void opened(std::shared_ptr<BusLink> link, const QString &failure);
     void ownerChanged(const QString &from, const QString &to);
@@ -53,7 +48,7 @@ private:
     Handler m_interrupted;
     std::shared_ptr<BusLink> m_link;
     std::unique_ptr<PeerSearch> m_search;
-    std::shared_ptr<Requests> m_requests;
+    std::shared_ptr<HelperRequests> m_requests;
     QString m_owner;          ///< the helper's unique name, once it was found
     QSet<QString> m_departed; ///< who gave the helper's name up before that
 };
