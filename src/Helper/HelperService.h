@@ -77,8 +77,8 @@ public:
     /// together.
     void killProcess(const KillRequest &request, KillReply reply);
 
-    /// Whether no process is being terminated.
-    [[nodiscard]] bool isIdle() const { return m_endings.empty(); }
+    /// Whether no kill was requested that goes on.
+    [[nodiscard]] bool isIdle() const { return m_endings.empty() && m_kills.empty(); }
 
     static constexpr std::chrono::milliseconds longestWait{50};
 
