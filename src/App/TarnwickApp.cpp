@@ -12,12 +12,14 @@
 #include "App/MoveToApplications.h"
 #include "App/Preferences.h"
 #include "App/SettingsWindowOpener.h"
+#include "App/UpdateAnnouncement.h"
 #include "App/UpdateWindow.h"
 #include "App/UpdaterController.h"
 #include "Core/NetworkMonitor.h"
 #include "Core/NeverDestroyed.h"
 #include "Platform/ApplicationBundle.h"
 #include "Platform/FileViewer.h"
+#include "Platform/Notifier.h"
 #include "Platform/OrdinaryWindow.h"
 #include "Platform/Popover.h"
 #include "Platform/SingleInstance.h"
@@ -148,6 +150,7 @@ private:
                                                    haveIcon();
                                                    return OrdinaryWindow::make(window);
                                                });
+                        m_announcement.emplace(UpdaterController::shared(), *m_notifier);
                     },
                 .checkForUpdates = [] { UpdaterController::shared().checkForUpdates(); },
                 .revealLog = [] { HelperClient::revealLogInFinder(*FileViewer::ofThisDesktop()); },
@@ -167,7 +170,9 @@ private:
     std::unique_ptr<Popover> m_popover = Popover::make(view("RootView"), panelSize);
     std::unique_ptr<OrdinaryWindow> m_settingsWindow = OrdinaryWindow::make(settingsWindow());
     std::unique_ptr<StatusItem> m_statusItem = StatusItem::make();
+    std::unique_ptr<Notifier> m_notifier = Notifier::ofThisDesktop();
     std::optional<UpdateWindow> m_updateWindow;
+    std::optional<UpdateAnnouncement> m_announcement;
     std::optional<AppDelegate> m_delegate;
 };
 

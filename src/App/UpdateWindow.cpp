@@ -11,8 +11,6 @@ namespace Tarnwick {
 
 namespace {
 
-using Stage = UpdaterController::Stage;
-
 OrdinaryWindow::Description description()
 {
     return {.content = QUrl(QStringLiteral("qrc:/qt/qml/Tarnwick/UI/UpdatesRootView.qml")),
@@ -28,27 +26,32 @@ UpdateWindow::UpdateWindow(UpdaterController &controller, OrdinaryWindow::Maker 
     , m_make(std::move(make))
 {
     connect(&m_controller, &UpdaterController::stageChanged, this, &UpdateWindow::follow);
+    connect(&m_controller, &UpdaterController::askedFor, this, &UpdateWindow::bringForward);
 }
 
 UpdateWindow::~UpdateWindow() = default;
 
 void UpdateWindow::follow()
 {
-    const Stage stage = m_controller.stage();
-    if (stage == Stage::None) {
+    if (m_controller.stage() == UpdaterController::Stage::None) {
         m_window.reset();
-    } else if (!m_window || stage == Stage::Checking || stage == Stage::Installing) {
-        bringForward();
+    } else if (!m_window) {
+        window().showWithoutFocus();
     }
 }
 
 void UpdateWindow::bringForward()
 {
+    window().show();
+}
+
+OrdinaryWindow &UpdateWindow::window()
+{
     if (!m_window) {
         m_window = m_make(description());
         m_window->setClosedHandler([this] { m_controller.dismiss(); });
     }
-    m_window->show();
+    return *m_window;
 }
 
 } // namespace Tarnwick

@@ -15,7 +15,7 @@ class UpdaterController;
 
 /// The small window that shows what a check for updates has come to: there while the controller has
 /// something to show, and made anew each time, for that is seldom. It comes forward when the user
-/// asks and when there is news after the user has closed it. Main thread.
+/// asks; with what nobody asked for it appears without the keyboard. Main thread.
 class UpdateWindow : public QObject
 {
     Q_OBJECT
@@ -28,6 +28,7 @@ public:
 private:
     void follow();
     void bringForward();
+    OrdinaryWindow &window();
 
     UpdaterController &m_controller;
     OrdinaryWindow::Maker m_make;

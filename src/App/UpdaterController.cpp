@@ -15,19 +15,31 @@ namespace Tarnwick {
 
 namespace {
 
-UpdaterController::Stage stageOf(UpdateResult::Kind kind)
+using Stage = UpdaterController::Stage;
+using Kind = UpdateResult::Kind;
+
+Stage stageOf(Kind kind, bool isOfInstallation)
 {
     switch (kind) {
-    case UpdateResult::Kind::UpToDate:
-        return UpdaterController::Stage::UpToDate;
-    case UpdateResult::Kind::Available:
-        return UpdaterController::Stage::Available;
-    case UpdateResult::Kind::Installed:
-        return UpdaterController::Stage::Installed;
-    case UpdateResult::Kind::Failed:
+    case Kind::UpToDate:
+        return Stage::UpToDate;
+    case Kind::Available:
+        return Stage::Available;
+    case Kind::Held:
+        return Stage::Held;
+    case Kind::Installed:
+        return Stage::Installed;
+    case Kind::Unavailable:
+        return Stage::Unavailable;
+    case Kind::Failed:
         break;
     }
-    return UpdaterController::Stage::Failed;
+    return isOfInstallation ? Stage::InstallationFailed : Stage::CheckFailed;
+}
+
+QString availabilityOf(const QString &version)
+{
+    return QStringLiteral("Tarnwick %1 is available.").arg(version);
 }
 
 } // namespace
@@ -95,11 +107,14 @@ void UpdaterController::setAutomaticallyChecksForUpdates(bool automatically)
     }
 }
 
+QString UpdaterController::availability() const
+{
+    return m_available ? availabilityOf(m_available->version) : QString();
+}
+
 void UpdaterController::checkForUpdates()
 {
-    if (!m_isAvailable) {
-        return;
-    }
+    Q_EMIT askedFor();
     if (m_installing) {
         show(Stage::Installing, *m_installing, QString());
         return;
@@ -108,9 +123,31 @@ void UpdaterController::checkForUpdates()
     m_updater->checkForUpdates();
 }
 
+void UpdaterController::showUpdate(Showing showing)
+{
+    if (!m_available || m_installing) {
+        return;
+    }
+    if (showing == Showing::ForUser) {
+        Q_EMIT askedFor();
+    }
+    if (m_stage == Stage::Checking) {
+        return; // which is about to say the same
+    }
+    show(Stage::Available, m_available->version, m_available->details);
+}
+
+void UpdaterController::markSeen()
+{
+    if (m_available) {
+        m_updater->recordSeen(m_available->version.toStdString());
+    }
+}
+
 void UpdaterController::installUpdate()
 {
     if (m_stage == Stage::Available) {
+        markSeen();
         m_installing = m_version;
         show(Stage::Installing, *m_installing, QString());
         m_updater->installUpdate();
@@ -121,22 +158,41 @@ void UpdaterController::dismiss()
 {
     if (m_stage == Stage::Checking) {
         m_updater->cancelCheck();
+    } else if (m_stage == Stage::Available) {
+        markSeen();
     }
     show(Stage::None, QString(), QString());
 }
 
 void UpdaterController::take(const UpdateResult &result)
 {
-    using Kind = UpdateResult::Kind;
+    keepAvailable(result);
     const bool isOfInstallation = std::exchange(m_installing, std::nullopt).has_value();
-    // Whoever has closed the window meanwhile wants to know of news only: of an update, and of what
-    // became of its installation.
-    const bool isNews = result.kind == Kind::Available || isOfInstallation;
-    if (m_stage == Stage::None && !isNews) {
-        return;
+    // Nobody waits for the result of an automatic check, nor for that of a check whose window was
+    // closed. What became of an installation is shown in any case.
+    const bool isAwaited = m_stage == Stage::Checking || isOfInstallation;
+    if (!isAwaited && result.kind == Kind::Available && !result.isSeen) {
+        Q_EMIT updateFound();
     }
-    show(stageOf(result.kind), QString::fromStdString(result.version),
-         QString::fromStdString(result.text));
+    if (m_stage != Stage::None || isOfInstallation) {
+        show(stageOf(result.kind, isOfInstallation), QString::fromStdString(result.version),
+             QString::fromStdString(result.text));
+    }
+}
+
+void UpdaterController::keepAvailable(const UpdateResult &result)
+{
+    if (result.kind == Kind::Failed || result.kind == Kind::Unavailable) {
+        return; // which says nothing of what is available
+    }
+    std::optional<Update> available;
+    if (result.kind == Kind::Available) {
+        available = {QString::fromStdString(result.version), QString::fromStdString(result.text)};
+    }
+    if (available != m_available) {
+        m_available = std::move(available);
+        Q_EMIT availableChanged();
+    }
 }
 
 void UpdaterController::show(Stage stage, const QString &version, const QString &details)
@@ -157,14 +213,20 @@ QString UpdaterController::headline() const
     case Stage::UpToDate:
         return QStringLiteral("Tarnwick is up to date.");
     case Stage::Available:
-        return QStringLiteral("Tarnwick %1 is available.").arg(m_version);
+        return availabilityOf(m_version);
+    case Stage::Held:
+        return QStringLiteral("Tarnwick %1 is held back.").arg(m_version);
     case Stage::Installing:
         return QStringLiteral("Installing Tarnwick %1…").arg(m_version);
     case Stage::Installed:
         return QStringLiteral("Tarnwick %1 is installed. It takes effect with the next start.")
             .arg(m_version);
-    case Stage::Failed:
+    case Stage::CheckFailed:
+        return QStringLiteral("The check for updates failed.");
+    case Stage::InstallationFailed:
         return QStringLiteral("The update could not be completed.");
+    case Stage::Unavailable:
+        return QStringLiteral("Tarnwick cannot check for updates here.");
     }
     return {};
 }

@@ -15,9 +15,9 @@
 namespace Tarnwick {
 
 /// The platform's updater as views see it: whether there is one, whether a check may start, the
-/// choice of automatic checks, and what a check has come to, for the small window that shows it. It
-/// has no logic of updates of its own. What the updater reports on other threads arrives here on
-/// the main thread. Main thread.
+/// choice of automatic checks, the update that is available, and what a check has come to, for the
+/// small window that shows it. It has no logic of updates of its own. What the updater reports on
+/// other threads arrives here on the main thread. Main thread.
 class UpdaterController : public QObject
 {
     Q_OBJECT
@@ -25,6 +25,7 @@ class UpdaterController : public QObject
     Q_PROPERTY(bool canCheckForUpdates READ canCheckForUpdates NOTIFY canCheckForUpdatesChanged)
     Q_PROPERTY(bool automaticallyChecksForUpdates READ automaticallyChecksForUpdates WRITE
                    setAutomaticallyChecksForUpdates NOTIFY automaticallyChecksForUpdatesChanged)
+    Q_PROPERTY(QString availability READ availability NOTIFY availableChanged)
     Q_PROPERTY(Tarnwick::UpdaterController::Stage stage READ stage NOTIFY stageChanged)
     Q_PROPERTY(QString version READ version NOTIFY stageChanged)
     Q_PROPERTY(QString headline READ headline NOTIFY stageChanged)
@@ -37,11 +38,20 @@ public:
         Checking,
         UpToDate,
         Available,
+        Held, ///< there is an update that the system does not install
         Installing,
         Installed,
-        Failed,
+        CheckFailed,
+        InstallationFailed,
+        Unavailable, ///< no updater works for this copy
     };
     Q_ENUM(Stage)
+
+    /// Why the window shows something.
+    enum class Showing : std::uint8_t {
+        ForUser, ///< who wants to see it now: it comes forward
+        Unasked, ///< it takes no keyboard from anybody
+    };
 
     /// Starts @p updater.
     explicit UpdaterController(std::unique_ptr<Updater> updater, QObject *parent = nullptr);
@@ -60,17 +70,26 @@ public:
     [[nodiscard]] bool automaticallyChecksForUpdates() const;
     void setAutomaticallyChecksForUpdates(bool automatically);
 
+    /// That there is an update to install, in one sentence, whether or not the window shows it;
+    /// empty when there is none.
+    [[nodiscard]] QString availability() const;
+
     [[nodiscard]] Stage stage() const { return m_stage; }
-    /// Of the update that is available, being installed or installed; empty otherwise.
+    /// Of the update that is available, held back, being installed or installed; empty otherwise.
     [[nodiscard]] const QString &version() const { return m_version; }
     /// The stage in one sentence.
     [[nodiscard]] QString headline() const;
-    /// What is new in an update, or the updater's words on a failure; empty otherwise.
+    /// What is new in an update, or why the stage is what it is; may be empty.
     [[nodiscard]] const QString &details() const { return m_details; }
 
-    /// The user's check; while a check or an installation runs, that is shown instead. Nothing
-    /// without a working updater.
+    /// The user's check; while a check or an installation runs, that is shown instead. Without a
+    /// working updater it comes to why there is none.
     Q_INVOKABLE void checkForUpdates();
+    /// Shows the update that is available; nothing when none is.
+    Q_INVOKABLE void showUpdate() { showUpdate(Showing::ForUser); }
+    void showUpdate(Showing showing);
+    /// The user has seen that the update is available: it is announced no more.
+    void markSeen();
     /// Installs what is available.
     Q_INVOKABLE void installUpdate();
     /// The user has closed the window: there is nothing to show until something happens. A check
@@ -81,12 +100,26 @@ Q_SIGNALS:
     void isAvailableChanged();
     void canCheckForUpdatesChanged();
     void automaticallyChecksForUpdatesChanged();
+    void availableChanged();
     void stageChanged();
+    /// The user has asked for what the window shows; before stageChanged().
+    void askedFor();
+    /// An automatic check has found an update that the user has not seen.
+    void updateFound();
 
 private:
+    struct Update
+    {
+        QString version;
+        QString details;
+
+        friend bool operator==(const Update &, const Update &) = default;
+    };
+
     void setFound();
     void setCanCheckForUpdates(bool can);
     void take(const UpdateResult &result);
+    void keepAvailable(const UpdateResult &result);
     void show(Stage stage, const QString &version, const QString &details);
 
     std::unique_ptr<Updater> m_updater;
@@ -95,6 +128,7 @@ private:
     Stage m_stage = Stage::None;
     QString m_version;
     QString m_details;
+    std::optional<Update> m_available;   ///< also while the window is closed
     std::optional<QString> m_installing; ///< the version, also while the window is closed
 };
 

@@ -36,6 +36,10 @@ public:
     /// the screen, and loads its content.
     virtual void show() = 0;
 
+    /// Shows it without taking the keyboard from another window. Nothing while it is shown, nor on
+    /// displays that know no such way, as those of Wayland.
+    virtual void showWithoutFocus() = 0;
+
     /// Called when the user has closed it. The handler may destroy this object.
     virtual void setClosedHandler(Handler handler) = 0;
 

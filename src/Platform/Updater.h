@@ -13,11 +13,19 @@ namespace Tarnwick {
 /// What a check for updates, or the installation of one, has come to.
 struct UpdateResult
 {
-    enum class Kind : std::uint8_t { UpToDate, Available, Installed, Failed };
+    enum class Kind : std::uint8_t {
+        UpToDate,
+        Available,
+        Held, ///< there is an update that the system does not install
+        Installed,
+        Failed,
+        Unavailable, ///< no updater works for this copy of the application
+    };
 
     Kind kind = Kind::UpToDate;
-    std::string version; ///< of what is available or was installed
-    std::string text;    ///< what is new, or why it failed in the updater's own words; may be empty
+    std::string version; ///< of what is available, held back or was installed
+    std::string text;    ///< what is new, or why it is so, in words for the user; may be empty
+    bool isSeen = false; ///< the user has seen this update already: see Updater::recordSeen()
 
     friend bool operator==(const UpdateResult &, const UpdateResult &) = default;
 };
@@ -35,10 +43,9 @@ public:
         std::function<void()> found;
         /// Called with the first value as soon as it starts, then with every change.
         std::function<void(bool can)> canCheckForUpdates;
-        /// What every check and installation that the user asked for has come to; of automatic
-        /// checks only updates that were found, and that there is none any more after one was told
-        /// of. Never called by an updater that has windows of its
-        /// own for that.
+        /// The result of every check and installation that the user asked for; of automatic checks
+        /// only updates that were found, and that there is none any more after one was reported.
+        /// Never called by an updater that has windows of its own for that.
         std::function<void(const UpdateResult &result)> ended;
     };
 
@@ -55,8 +62,8 @@ public:
     /// Kept between runs.
     virtual void setAutomaticallyChecksForUpdates(bool automatically) = 0;
 
-    /// Looks for an update as the user wishes; a check that runs already becomes the user's. Nothing
-    /// while an installation runs.
+    /// Looks for an update as the user wishes; a check that runs already becomes the user's. Where
+    /// no updater works, the result says why. Nothing while an installation runs.
     virtual void checkForUpdates() = 0;
 
     /// The user does not want the check that runs any more: nothing is told of it, and it ends.
@@ -66,6 +73,9 @@ public:
     /// Lets the platform install the update that was last told of. What comes of it is told in
     /// every case: it fails when there is none, and while a check or an installation runs.
     virtual void installUpdate() = 0;
+
+    /// The user has seen that @p version is available. Kept between runs.
+    virtual void recordSeen(const std::string &version) = 0;
 
     /// The updater of this platform. It is not yet started.
     [[nodiscard]] static std::unique_ptr<Updater> forThisApplication();

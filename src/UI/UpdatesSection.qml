@@ -23,6 +23,33 @@ FormSection {
     Hairline {
         width: parent.width
     }
+    OnDemand {
+        when: root.updater.availability.length > 0
+
+        Item {
+            width: root.width - 28
+            height: show.height + 12
+
+            PlainText {
+                anchors.verticalCenter: show.verticalCenter
+                width: parent.width - show.width - 12
+                text: root.updater.availability
+                font.pixelSize: Theme.bodySize
+                elide: Text.ElideRight
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+            PushButton {
+                id: show
+
+                anchors.right: parent.right
+                y: 10
+                label: "Show Update"
+                isProminent: true
+                onClicked: root.updater.showUpdate()
+            }
+        }
+    }
     Item {
         width: parent.width
         height: check.height + 16

@@ -64,10 +64,12 @@ TEST_F(UpdateWindowTest, IsNotThereBeforeAnythingHappens)
     EXPECT_EQ(m_windows.made, 0);
 }
 
-TEST_F(UpdateWindowTest, StaysAwayWithoutAWorkingUpdater)
+TEST_F(UpdateWindowTest, OpensWithoutAWorkingUpdaterTooToSayWhy)
 {
     m_controller->checkForUpdates();
-    EXPECT_EQ(m_windows.made, 0);
+    report(Kind::Unavailable);
+    EXPECT_EQ(m_windows.shown, 1);
+    EXPECT_EQ(m_windows.alive, 1);
 }
 
 TEST_F(UpdateWindowTest, OpensWhenTheUserChecks)
@@ -89,11 +91,33 @@ TEST_F(UpdateWindowTest, TakesNoKeyboardAgainWhenTheCheckEnds)
     EXPECT_EQ(m_windows.alive, 1);
 }
 
-TEST_F(UpdateWindowTest, OpensWhenAnAutomaticCheckHasFoundAnUpdate)
+TEST_F(UpdateWindowTest, StaysAwayWhenAnAutomaticCheckHasFoundAnUpdate)
 {
     find();
     report(Kind::Available);
+    EXPECT_EQ(m_windows.made, 0);
+}
+
+TEST_F(UpdateWindowTest, OpensWithAnUpdateWhenTheUserWantsToSeeIt)
+{
+    find();
+    report(Kind::Available);
+    m_controller->showUpdate();
     EXPECT_EQ(m_windows.shown, 1);
+    EXPECT_EQ(m_windows.shownWithoutFocus, 0);
+}
+
+TEST_F(UpdateWindowTest, TakesNoKeyboardWhereNobodyAskedForIt)
+{
+    find();
+    report(Kind::Available);
+    m_controller->showUpdate(UpdaterController::Showing::Unasked);
+    EXPECT_EQ(m_windows.shownWithoutFocus, 1);
+    m_controller->installUpdate();
+    m_windows.closed();
+    report(Kind::Installed);
+    EXPECT_EQ(m_windows.shownWithoutFocus, 2);
+    EXPECT_EQ(m_windows.shown, 0);
 }
 
 TEST_F(UpdateWindowTest, ComesForwardWhenTheUserChecksAgain)
@@ -131,7 +155,7 @@ TEST_F(UpdateWindowTest, GoesWhenTheUserClosesIt)
     EXPECT_EQ(m_controller->stage(), Stage::None);
 }
 
-TEST_F(UpdateWindowTest, ComesBackWithNewsOnly)
+TEST_F(UpdateWindowTest, StaysAwayAfterTheUserHasClosedIt)
 {
     find();
     m_controller->checkForUpdates();
@@ -143,5 +167,5 @@ TEST_F(UpdateWindowTest, ComesBackWithNewsOnly)
     report(Kind::Failed);
     EXPECT_EQ(m_windows.alive, 0);
     report(Kind::Available);
-    EXPECT_EQ(m_windows.alive, 1);
+    EXPECT_EQ(m_windows.alive, 0);
 }

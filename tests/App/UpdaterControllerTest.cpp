@@ -12,6 +12,7 @@
 
 #include <QSignalSpy>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <string>
@@ -53,6 +54,13 @@ protected:
     {
         m_updater->handlers.ended({.kind = kind, .version = version, .text = text});
         turn();
+    }
+    /// What the user's check finds.
+    void findUpdate(const std::string &version, const std::string &text = {})
+    {
+        m_controller->checkForUpdates();
+        report(Kind::Available, version, text);
+        m_updater->calls.pop_back();
     }
     void allow(bool can)
     {
@@ -114,9 +122,16 @@ TEST_F(UpdaterControllerTest, HasNoWorkingUpdaterBeforeOneWasFound)
     EXPECT_FALSE(m_controller->automaticallyChecksForUpdates());
     m_controller->setAutomaticallyChecksForUpdates(false);
     EXPECT_TRUE(m_updater->isAutomatic);
+}
+
+TEST_F(UpdaterControllerTest, SaysWhyThereIsNoWorkingUpdaterToWhoeverChecks)
+{
     m_controller->checkForUpdates();
-    EXPECT_THAT(m_updater->calls, ElementsAre("start"));
-    EXPECT_EQ(m_controller->stage(), Stage::None);
+    EXPECT_THAT(m_updater->calls, ElementsAre("start", "check"));
+    report(Kind::Unavailable, {}, "PackageKit is not installed.");
+    EXPECT_EQ(m_controller->stage(), Stage::Unavailable);
+    EXPECT_EQ(m_controller->headline(), "Tarnwick cannot check for updates here.");
+    EXPECT_EQ(m_controller->details(), "PackageKit is not installed.");
 }
 
 TEST_F(UpdaterControllerTest, TellsWhenAWorkingUpdaterWasFound)
@@ -164,13 +179,13 @@ TEST_F(UpdaterControllerTest, ShowsAnAutomaticCheckThatRunsAndMakesItTheUsers)
 TEST_F(UpdaterControllerTest, ShowsTheInstallationThatRunsToWhoeverChecks)
 {
     find();
-    report(Kind::Available, "1.3.0");
+    findUpdate("1.3.0");
     m_controller->installUpdate();
     m_controller->dismiss();
     m_controller->checkForUpdates();
     EXPECT_EQ(m_controller->stage(), Stage::Installing);
     EXPECT_EQ(m_controller->version(), "1.3.0");
-    EXPECT_THAT(m_updater->calls, ElementsAre("start", "install"));
+    EXPECT_THAT(m_updater->calls, ElementsAre("start", "seen 1.3.0", "install"));
 }
 
 TEST_F(UpdaterControllerTest, CancelsTheCheckWhoseCourseIsDismissed)
@@ -181,7 +196,8 @@ TEST_F(UpdaterControllerTest, CancelsTheCheckWhoseCourseIsDismissed)
     EXPECT_THAT(m_updater->calls, ElementsAre("start", "check", "cancel"));
     report(Kind::Available, "1.3.0");
     m_controller->dismiss();
-    EXPECT_EQ(m_updater->calls.size(), 3U);
+    EXPECT_THAT(m_updater->calls, testing::Not(testing::Contains("install")));
+    EXPECT_EQ(std::count(m_updater->calls.begin(), m_updater->calls.end(), "cancel"), 1);
 }
 
 TEST_F(UpdaterControllerTest, ShowsThatThereIsNothingNew)
@@ -197,14 +213,14 @@ TEST_F(UpdaterControllerTest, ShowsThatThereIsNothingNew)
 TEST_F(UpdaterControllerTest, ShowsAndInstallsAnUpdate)
 {
     find();
-    report(Kind::Available, "1.3.0", "Faster.");
+    findUpdate("1.3.0", "Faster.");
     EXPECT_EQ(m_controller->stage(), Stage::Available);
     EXPECT_EQ(m_controller->version(), "1.3.0");
     EXPECT_EQ(m_controller->headline(), "Tarnwick 1.3.0 is available.");
     EXPECT_EQ(m_controller->details(), "Faster.");
     m_controller->installUpdate();
     EXPECT_EQ(m_controller->stage(), Stage::Installing);
-    EXPECT_THAT(m_updater->calls, ElementsAre("start", "install"));
+    EXPECT_THAT(m_updater->calls, ElementsAre("start", "seen 1.3.0", "install"));
     report(Kind::Installed, "1.3.0");
     EXPECT_EQ(m_controller->stage(), Stage::Installed);
     EXPECT_EQ(m_controller->version(), "1.3.0");
@@ -224,21 +240,36 @@ TEST_F(UpdaterControllerTest, ShowsAFailureInTheUpdatersOwnWords)
     find();
     m_controller->checkForUpdates();
     report(Kind::Failed, {}, "Cannot reach deb.example.org");
-    EXPECT_EQ(m_controller->stage(), Stage::Failed);
+    EXPECT_EQ(m_controller->stage(), Stage::CheckFailed);
+    EXPECT_EQ(m_controller->headline(), "The check for updates failed.");
     EXPECT_EQ(m_controller->details(), "Cannot reach deb.example.org");
+}
+
+TEST_F(UpdaterControllerTest, SaysThatAnUpdateIsHeldBackAndInstallsItNot)
+{
+    find();
+    m_controller->checkForUpdates();
+    report(Kind::Held, "1.3.0", "It is on hold.");
+    EXPECT_EQ(m_controller->stage(), Stage::Held);
+    EXPECT_EQ(m_controller->headline(), "Tarnwick 1.3.0 is held back.");
+    EXPECT_EQ(m_controller->details(), "It is on hold.");
+    EXPECT_EQ(m_controller->availability(), "");
+    m_controller->installUpdate();
+    EXPECT_THAT(m_updater->calls, ElementsAre("start", "check"));
 }
 
 TEST_F(UpdaterControllerTest, ShowsWhatBecameOfAnInstallationAfterItWasDismissed)
 {
     find();
-    report(Kind::Available, "2.0");
+    findUpdate("2.0");
     m_controller->installUpdate();
     m_controller->dismiss();
     report(Kind::Failed, {}, "no space left");
-    EXPECT_EQ(m_controller->stage(), Stage::Failed);
+    EXPECT_EQ(m_controller->stage(), Stage::InstallationFailed);
+    EXPECT_EQ(m_controller->headline(), "The update could not be completed.");
 }
 
-TEST_F(UpdaterControllerTest, ShowsNothingAfterItWasDismissedUnlessThereIsNews)
+TEST_F(UpdaterControllerTest, ShowsNothingAfterItWasDismissed)
 {
     find();
     m_controller->checkForUpdates();
@@ -248,8 +279,59 @@ TEST_F(UpdaterControllerTest, ShowsNothingAfterItWasDismissedUnlessThereIsNews)
     report(Kind::UpToDate);
     EXPECT_EQ(m_controller->stage(), Stage::None);
     EXPECT_EQ(m_controller->headline(), "");
-    report(Kind::Available, "2.0");
+}
+
+TEST_F(UpdaterControllerTest, AnnouncesWhatAnAutomaticCheckHasFoundAndShowsItOnDemand)
+{
+    find();
+    const QSignalSpy announced(m_controller.get(), &UpdaterController::updateFound);
+    report(Kind::Available, "2.0", "Faster.");
+    EXPECT_EQ(announced.count(), 1);
+    EXPECT_EQ(m_controller->stage(), Stage::None);
+    EXPECT_EQ(m_controller->availability(), "Tarnwick 2.0 is available.");
+    m_controller->showUpdate();
     EXPECT_EQ(m_controller->stage(), Stage::Available);
+    EXPECT_EQ(m_controller->details(), "Faster.");
+    m_controller->installUpdate();
+    report(Kind::Installed, "2.0");
+    EXPECT_EQ(m_controller->availability(), "");
+}
+
+TEST_F(UpdaterControllerTest, CountsAnUpdateAsSeenOnlyWhenTheUserHasReactedToIt)
+{
+    find();
+    report(Kind::Available, "2.0");
+    m_controller->showUpdate(UpdaterController::Showing::Unasked);
+    EXPECT_THAT(m_updater->calls, ElementsAre("start"));
+    m_controller->dismiss();
+    EXPECT_THAT(m_updater->calls, ElementsAre("start", "seen 2.0"));
+    EXPECT_EQ(m_controller->availability(), "Tarnwick 2.0 is available.");
+}
+
+TEST_F(UpdaterControllerTest, AnnouncesNothingThatTheUserHasSeenOrWaitsFor)
+{
+    find();
+    const QSignalSpy announced(m_controller.get(), &UpdaterController::updateFound);
+    m_updater->handlers.ended(
+        {.kind = Kind::Available, .version = "2.0", .text = {}, .isSeen = true});
+    turn();
+    EXPECT_EQ(m_controller->availability(), "Tarnwick 2.0 is available.");
+    m_controller->checkForUpdates();
+    report(Kind::Available, "2.1");
+    EXPECT_EQ(m_controller->stage(), Stage::Available);
+    EXPECT_EQ(announced.count(), 0);
+}
+
+TEST_F(UpdaterControllerTest, ForgetsAnUpdateThatIsThereNoMoreAndKeepsItOverAFailure)
+{
+    find();
+    report(Kind::Available, "2.0");
+    report(Kind::Failed);
+    EXPECT_EQ(m_controller->availability(), "Tarnwick 2.0 is available.");
+    report(Kind::UpToDate);
+    EXPECT_EQ(m_controller->availability(), "");
+    m_controller->showUpdate();
+    EXPECT_EQ(m_controller->stage(), Stage::None);
 }
 
 } // namespace

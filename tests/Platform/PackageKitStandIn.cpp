@@ -87,7 +87,7 @@ void PackageKitStandIn::play(const QDBusMessage &message, const Script &script)
                 0U, script.updateText, script.changeLog, 0U, QString(), QString()});
     }
     if (!script.error.isEmpty()) {
-        emitTo(message, QStringLiteral("ErrorCode"), {4U, script.error});
+        emitTo(message, QStringLiteral("ErrorCode"), {script.errorCode, script.error});
     }
     playEnd(message, script);
 }

@@ -32,6 +32,7 @@ public:
         QString updateText;
         QString changeLog;
         QString error;          ///< the details of a signal ErrorCode; none when empty
+        unsigned errorCode = 4; ///< PkErrorEnum
         unsigned exit = 1;      ///< PkExitEnum
         QString refusal;        ///< a D-Bus error instead of everything else
         bool neverEnds = false; ///< no signal Finished

@@ -23,6 +23,10 @@ using testing::Not;
 
 // How grave an update is, and below it what it is.
 constexpr unsigned blocked = 0x50009;
+// PkErrorEnum.
+constexpr unsigned notAuthorized = 48;
+
+const char *const notPackaged = "This copy of Tarnwick was not installed by a package manager";
 
 TEST_F(PackageKitUpdaterTest, AsksWhichPackageHoldsTheExecutable)
 {
@@ -38,20 +42,41 @@ TEST_F(PackageKitUpdaterTest, IsAbsentWhereNoPackageHoldsTheExecutable)
     m_kit->scripts["SearchFiles"].packages.clear();
     m_updater->start(handlersFor(m_told));
     ASSERT_TRUE(await([this] { return !m_kit->calls.empty(); }));
-    m_kit->scripts["SearchFiles"].packages = {{1, ownPackage}};
-    ASSERT_TRUE(isAnotherOneFound());
+    EXPECT_EQ(check()->kind, Kind::Unavailable);
+    EXPECT_THAT(m_told.results.back().text, testing::StartsWith(notPackaged));
+    EXPECT_THAT(m_told.results.back().text, testing::EndsWith("/usr/bin/tarnwick"));
     EXPECT_FALSE(m_told.isFound);
-    m_updater->checkForUpdates();
     EXPECT_THAT(m_told.canCheck, ElementsAre(true));
 }
 
 TEST_F(PackageKitUpdaterTest, IsAbsentForACopyOutsideThePackageManagersFoldersWithoutAsking)
 {
-    const auto copy = makeUpdater("/home/ann/Downloads/Tarnwick/tarnwick");
-    copy->start(handlersFor(m_told));
+    m_updater = makeUpdater("/home/ann/Downloads/Tarnwick/tarnwick");
+    m_updater->start(handlersFor(m_told));
+    EXPECT_EQ(check()->kind, Kind::Unavailable);
+    EXPECT_THAT(m_told.results.back().text, testing::StartsWith(notPackaged));
     ASSERT_TRUE(isAnotherOneFound());
     EXPECT_FALSE(m_told.isFound);
     EXPECT_THAT(m_kit->calls, ElementsAre("SearchFiles"));
+}
+
+TEST_F(PackageKitUpdaterTest, ChecksForTheUserWhoAsksBeforeItHasFoundItsPackage)
+{
+    m_updater->start(handlersFor(m_told));
+    EXPECT_EQ(check(), UpdateResult());
+    EXPECT_THAT(m_kit->calls, ElementsAre("SearchFiles", "RefreshCache", "GetUpdates"));
+    EXPECT_TRUE(m_told.isFound);
+}
+
+TEST_F(PackageKitUpdaterTest, TellsNothingOfACheckThatWasCancelledBeforeItHasFoundItsPackage)
+{
+    m_updater->start(handlersFor(m_told));
+    m_updater->checkForUpdates();
+    m_updater->cancelCheck();
+    ASSERT_TRUE(isAnotherOneFound());
+    ASSERT_TRUE(await([this] { return m_told.isFound; }));
+    EXPECT_THAT(m_told.results, IsEmpty());
+    EXPECT_THAT(m_kit->calls, Not(Contains("RefreshCache")));
 }
 
 TEST_F(PackageKitUpdaterTest, FetchesTheListsFirstWhenTheUserAsks)
@@ -103,11 +128,42 @@ TEST_F(PackageKitUpdaterTest, OffersAnUpdateWithoutItsTextWhenThatCannotBeHad)
     EXPECT_EQ(check(), (UpdateResult{.kind = Kind::Available, .version = "1.3.0", .text = ""}));
 }
 
-TEST_F(PackageKitUpdaterTest, OffersNoUpdateThatTheSystemHoldsBack)
+TEST_F(PackageKitUpdaterTest, SaysThatTheSystemHoldsAnUpdateBackAndOffersItNot)
 {
     m_kit->scripts["GetUpdates"].packages = {{blocked, update}};
     start();
-    EXPECT_EQ(check(), UpdateResult());
+    const std::optional<UpdateResult> result = check();
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->kind, Kind::Held);
+    EXPECT_EQ(result->version, "1.3.0");
+    EXPECT_THAT(result->text, testing::StartsWith("The system holds this update back"));
+    EXPECT_EQ(install()->kind, Kind::Failed);
+}
+
+TEST_F(PackageKitUpdaterTest, AsksTheListsThatThereAreWhenTheRefreshIsRefused)
+{
+    m_kit->scripts["RefreshCache"].error = QStringLiteral("Failed to obtain authentication.");
+    m_kit->scripts["RefreshCache"].errorCode = notAuthorized;
+    m_kit->scripts["RefreshCache"].exit = 2;
+    start();
+    UpdateResult upToDate;
+    upToDate.text = "The lists of packages could not be refreshed, so they may be old: "
+                    "Failed to obtain authentication.";
+    EXPECT_EQ(check(), upToDate);
+    offerUpdate();
+    m_kit->scripts["GetUpdateDetail"].updateText = QStringLiteral("Faster.");
+    EXPECT_EQ(check(), (UpdateResult{.kind = Kind::Available,
+                                     .version = "1.3.0",
+                                     .text = upToDate.text + "\n\nFaster."}));
+    EXPECT_EQ(install()->kind, Kind::Installed);
+}
+
+TEST_F(PackageKitUpdaterTest, AsksTheListsThatThereAreWhenThePolicyForbidsTheRefresh)
+{
+    m_kit->scripts["RefreshCache"].refusal = QStringLiteral("no");
+    offerUpdate();
+    start();
+    EXPECT_EQ(check()->kind, Kind::Available);
 }
 
 TEST_F(PackageKitUpdaterTest, TellsAFailureInTheServicesOwnWords)
@@ -155,7 +211,7 @@ TEST_F(PackageKitUpdaterTest, FailsWhenTheServiceEndsMidway)
     const std::optional<UpdateResult> result = check();
     ASSERT_TRUE(result);
     EXPECT_EQ(result->kind, Kind::Failed);
-    EXPECT_NE(result->text, "");
+    EXPECT_EQ(result->text, "PackageKit ended before it was done.");
     EXPECT_TRUE(m_told.canCheck.back());
 }
 
@@ -170,6 +226,8 @@ TEST_F(PackageKitUpdaterTest, FailsWhenTheBusGoesAndChecksAgainWhenItIsBack)
     ASSERT_TRUE(nextResult(m_told, 0));
     EXPECT_EQ(m_told.results.back().kind, Kind::Failed);
     EXPECT_EQ(check()->kind, Kind::Failed);
+    EXPECT_THAT(m_told.results.back().text,
+                testing::StartsWith("The system bus cannot be reached: "));
     bus().start();
     m_kit.emplace(bus().address());
     EXPECT_EQ(check(), UpdateResult());
@@ -254,6 +312,34 @@ TEST_F(PackageKitUpdaterTest, ChecksByItselfOnceADay)
     ASSERT_TRUE(await([this] { return m_told.canCheck.size() == 5; }));
 }
 
+TEST_F(PackageKitUpdaterTest, SaysOfAnUpdateWhetherTheUserHasSeenIt)
+{
+    offerUpdate();
+    start();
+    EXPECT_FALSE(check()->isSeen);
+    m_updater->recordSeen("1.3.0");
+    EXPECT_TRUE(check()->isSeen);
+    m_updater->recordSeen("1.2.9");
+    EXPECT_FALSE(check()->isSeen);
+}
+
+TEST_F(PackageKitUpdaterTest, ReportsAnUpdateThatIsKnownAgainAfterTheNextStart)
+{
+    offerUpdate();
+    m_updater->setAutomaticallyChecksForUpdates(true);
+    start();
+    ASSERT_TRUE(nextResult(m_told, 0));
+    m_updater = makeUpdater("/usr/bin/tarnwick");
+    start();
+    EXPECT_EQ(nextResult(m_told, 1)->version, "1.3.0");
+    EXPECT_EQ(install()->kind, Kind::Installed);
+    m_updater = makeUpdater("/usr/bin/tarnwick");
+    m_told.isFound = false;
+    start();
+    ASSERT_TRUE(isAnotherOneFound());
+    EXPECT_EQ(m_told.results.size(), 3U);
+}
+
 TEST_F(PackageKitUpdaterTest, MayGoWhileACheckRuns)
 {
     start();
@@ -273,8 +359,12 @@ TEST_F(SystemBusFixture, AnUpdaterIsAbsentWherePackageKitIs)
     Told alone;
     const auto updater = makeUpdater("/usr/bin/tarnwick");
     updater->start(handlersFor(alone));
-    ASSERT_FALSE(await([&alone] { return alone.isFound; }, std::chrono::milliseconds(300)));
     updater->checkForUpdates();
+    const std::optional<UpdateResult> result = nextResult(alone, 0);
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->kind, Kind::Unavailable);
+    EXPECT_EQ(result->text, "PackageKit is not installed or not running.");
+    EXPECT_FALSE(alone.isFound);
     EXPECT_THAT(alone.canCheck, ElementsAre(true));
 }
 

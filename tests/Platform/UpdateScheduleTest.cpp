@@ -35,7 +35,7 @@ TEST_F(UpdateScheduleTest, IsAutomaticAndDueAtFirst)
 
 TEST_F(UpdateScheduleTest, IsDueOnceADay)
 {
-    schedule().recordCheck();
+    schedule().recordCheck({});
     EXPECT_FALSE(schedule().isDue());
     passHours(23);
     EXPECT_FALSE(schedule().isDue());
@@ -54,9 +54,32 @@ TEST_F(UpdateScheduleTest, IsNeverDueWhenTheUserWantsNoAutomaticChecks)
 
 TEST_F(UpdateScheduleTest, IsNotPutOffByALastCheckInTheFuture)
 {
-    schedule().recordCheck();
+    schedule().recordCheck({});
     passHours(-48);
     EXPECT_TRUE(schedule().isDue());
+}
+
+TEST_F(UpdateScheduleTest, IsDueAtTheNextStartAfterAnUpdateWasFound)
+{
+    schedule().recordCheck({});
+    EXPECT_FALSE(schedule().isDueAtStart());
+    schedule().recordCheck(QStringLiteral("1.3.0"));
+    EXPECT_TRUE(schedule().isDueAtStart());
+    EXPECT_FALSE(schedule().isDue());
+    schedule().setAutomatic(false);
+    EXPECT_FALSE(schedule().isDueAtStart());
+    schedule().setAutomatic(true);
+    schedule().recordCheck({});
+    EXPECT_FALSE(schedule().isDueAtStart());
+}
+
+TEST_F(UpdateScheduleTest, RemembersWhichUpdateTheUserHasSeen)
+{
+    EXPECT_FALSE(schedule().isSeen(QStringLiteral("1.3.0")));
+    EXPECT_FALSE(schedule().isSeen({}));
+    schedule().recordSeen(QStringLiteral("1.3.0"));
+    EXPECT_TRUE(schedule().isSeen(QStringLiteral("1.3.0")));
+    EXPECT_FALSE(schedule().isSeen(QStringLiteral("1.4.0")));
 }
 
 TEST_F(UpdateScheduleTest, TakesADamagedFileForNone)

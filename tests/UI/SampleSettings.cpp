@@ -20,7 +20,9 @@ Kind kindOf(const QString &name)
 {
     static const QHash<QString, Kind> kinds{{QStringLiteral("upToDate"), Kind::UpToDate},
                                             {QStringLiteral("available"), Kind::Available},
+                                            {QStringLiteral("held"), Kind::Held},
                                             {QStringLiteral("installed"), Kind::Installed},
+                                            {QStringLiteral("unavailable"), Kind::Unavailable},
                                             {QStringLiteral("failed"), Kind::Failed}};
     return kinds.value(name);
 }

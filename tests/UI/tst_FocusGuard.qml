@@ -114,6 +114,16 @@ FocusScope {
                     "General that cannot check": () => {
                         view.selectedTab = SettingsView.General;
                         allowCheck(false);
+                    },
+                    "General with an update": () => {
+                        view.selectedTab = SettingsView.General;
+                        check();
+                        come("available", UpdaterController.Available);
+                    },
+                    "General without an update": () => {
+                        view.selectedTab = SettingsView.General;
+                        check();
+                        come("upToDate", UpdaterController.UpToDate);
                     }
                 },
                 "updates": {

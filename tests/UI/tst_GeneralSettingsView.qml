@@ -148,6 +148,19 @@ FocusScope {
             mouseClick(named(view, "Check Now"));
             compare(sample.requests, ["check"]);
         }
+        function test_saysThatAnUpdateIsAvailableForAsLongAsItIs(): void {
+            sample.updater.dismiss();
+            verify(!named(view, "Show Update"));
+            sample.endCheck("available", "1.3.0", "");
+            tryVerify(() => textItem(view, "Tarnwick 1.3.0 is available."));
+            compare(sample.updater.stage, UpdaterController.None);
+            mouseClick(named(view, "Show Update"));
+            compare(sample.updater.stage, UpdaterController.Available);
+            sample.updater.dismiss();
+            verify(textItem(view, "Tarnwick 1.3.0 is available."));
+            sample.endCheck("upToDate", "", "");
+            tryVerify(() => !named(view, "Show Update"));
+        }
         function test_cannotCheckWhileTheUpdaterCannot(): void {
             const button = named(view, "Check Now");
             verify(button.enabled);

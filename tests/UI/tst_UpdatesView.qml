@@ -74,7 +74,7 @@ FocusScope {
             verify(textItem(view, "Faster."));
             compare(buttons(), ["Later", "Install"]);
             mouseClick(named(view, "Install"));
-            compare(sample.requests, ["install"]);
+            compare(sample.requests, ["seen 1.3.0", "install"]);
             verify(textItem(view, "Installing Tarnwick 1.3.0…"));
             verify(bar().visible);
             compare(buttons(), ["Close"]);
@@ -85,9 +85,35 @@ FocusScope {
             verify(!bar().visible);
         }
         function test_showsAFailureInItsOwnWords(): void {
-            come("failed", "", "Could not resolve host", UpdaterController.Failed);
-            verify(textItem(view, "The update could not be completed."));
+            come("failed", "", "Could not resolve host", UpdaterController.CheckFailed);
+            verify(textItem(view, "The check for updates failed."));
             verify(textItem(view, "Could not resolve host"));
+            compare(buttons(), ["Close"]);
+            sample.updater.checkForUpdates();
+            come("available", "1.3.0", "", UpdaterController.Available);
+            sample.updater.installUpdate();
+            come("failed", "", "No space left", UpdaterController.InstallationFailed);
+            verify(textItem(view, "The update could not be completed."));
+            compare(buttons(), ["Close"]);
+        }
+        function test_saysWhyThereIsNothingToInstall_data() {
+            return [
+                {
+                    tag: "held",
+                    stage: UpdaterController.Held,
+                    headline: "Tarnwick 1.3.0 is held back."
+                },
+                {
+                    tag: "unavailable",
+                    stage: UpdaterController.Unavailable,
+                    headline: "Tarnwick cannot check for updates here."
+                }
+            ];
+        }
+        function test_saysWhyThereIsNothingToInstall(data): void {
+            come(data.tag, "1.3.0", "The reason.", data.stage);
+            verify(textItem(view, data.headline));
+            verify(textItem(view, "The reason."));
             compare(buttons(), ["Close"]);
         }
         function test_installsNothingOnWhatTheUserWasTyping(): void {

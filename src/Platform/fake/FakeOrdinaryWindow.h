@@ -20,6 +20,7 @@ public:
         int made = 0;
         int alive = 0;
         int shown = 0;
+        int shownWithoutFocus = 0;
         Description description; ///< of the one made last
         Handler closed;          ///< what the user's closing it does
     };
@@ -41,6 +42,7 @@ public:
     }
 
     void show() override { ++m_record.shown; }
+    void showWithoutFocus() override { ++m_record.shownWithoutFocus; }
     void setClosedHandler(Handler handler) override { m_record.closed = std::move(handler); }
 
 private:

@@ -29,6 +29,7 @@ public:
     void checkForUpdates() override { calls.emplace_back("check"); }
     void cancelCheck() override { calls.emplace_back("cancel"); }
     void installUpdate() override { calls.emplace_back("install"); }
+    void recordSeen(const std::string &version) override { calls.push_back("seen " + version); }
 
     Handlers handlers;
     bool isAutomatic = false;

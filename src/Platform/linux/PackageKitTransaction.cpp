@@ -3,6 +3,7 @@
 
 #include "Platform/linux/PackageKitTransaction.h"
 
+#include "Platform/linux/PackageKitFailure.h"
 #include "Platform/linux/ReplySender.h"
 
 #include <QCoreApplication>
@@ -22,12 +23,15 @@ const QString transactionInterface = QStringLiteral("org.freedesktop.PackageKit.
 constexpr unsigned exitSuccess = 1;
 constexpr unsigned exitCancelled = 3;
 constexpr unsigned infoBlocked = 9;
+// PkErrorEnum.
+constexpr unsigned errorNotAuthorized = 48;
 // Newer versions put how grave an update is into the upper half.
 constexpr unsigned infoMask = 0xffff;
 
 const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
 
-constexpr const char *busIsGone = "the system bus is gone";
+constexpr const char *busIsGone = "The connection to the system bus was lost.";
+constexpr const char *daemonEnded = "PackageKit ended before it was done.";
 constexpr const char *cancelled = "PackageKit: cancelled";
 constexpr const char *silent = "PackageKit has not answered for a long time.";
 
@@ -78,7 +82,7 @@ void PackageKitTransaction::send(const QDBusMessage &message, Answered answered)
 {
     const auto replied = [this, answered = std::move(answered)](const QDBusMessage &reply) {
         if (reply.type() != QDBusMessage::ReplyMessage) {
-            fail(reply.errorMessage().toStdString());
+            failWith(reply);
         } else if (answered) {
             answered(reply);
         }
@@ -114,7 +118,7 @@ void PackageKitTransaction::listen()
     m_bus->observe(service, {.ownerChanged =
                                  [this](const QString &from, const QString &) {
                                      if (!m_owner.isEmpty() && from == m_owner) {
-                                         fail("PackageKit has ended");
+                                         fail(daemonEnded);
                                      }
                                  },
                              .ended = [this] { fail(busIsGone); },
@@ -157,6 +161,7 @@ void PackageKitTransaction::updateDetailTold(const QDBusMessage &signal)
 void PackageKitTransaction::errorTold(const QDBusMessage &signal)
 {
     m_outcome.failure = signal.arguments().value(1).toString().trimmed().toStdString();
+    m_outcome.isRefused = signal.arguments().value(0).toUInt() == errorNotAuthorized;
 }
 
 void PackageKitTransaction::finished(const QDBusMessage &signal)
@@ -196,6 +201,14 @@ void PackageKitTransaction::fail(const std::string &words)
     if (!m_hasEnded) {
         m_outcome.failure = words;
         end();
+    }
+}
+
+void PackageKitTransaction::failWith(const QDBusMessage &error)
+{
+    if (!m_hasEnded) {
+        m_outcome.isRefused = PackageKitFailure::isRefusal(error.errorName());
+        fail(PackageKitFailure::words(error.errorName(), error.errorMessage()));
     }
 }
 

@@ -47,8 +47,9 @@ public:
 
     struct Outcome
     {
-        std::optional<std::string> failure; ///< in the words of PackageKit or of the bus
-        std::vector<Package> packages;      ///< those that it told of, in order
+        std::optional<std::string> failure; ///< in words for the user
+        bool isRefused = false; ///< the failure: the system, or the user, did not allow the request
+        std::vector<Package> packages; ///< those that it told of, in order
         QString updateText;
         QString changeLog;
     };
@@ -77,6 +78,7 @@ private:
     void told(const QDBusMessage &signal);
     void giveUp(const std::string &words);
     void fail(const std::string &words);
+    void failWith(const QDBusMessage &error);
     void end();
 
     void packageTold(const QDBusMessage &signal);

@@ -4,7 +4,9 @@
 #include "Platform/linux/PackageKitUpdater.h"
 
 #include "Core/MainThread.h"
+#include "Platform/linux/PackageKitFailure.h"
 #include "Platform/linux/PackageKitRequests.h"
+#include "Platform/linux/PackageKitResults.h"
 #include "Platform/linux/UserFolders.h"
 
 #include <QCoreApplication>
@@ -17,9 +19,10 @@
 #include <chrono>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 namespace Tarnwick {
+
+using namespace PackageKitResults;
 
 namespace {
 
@@ -37,56 +40,6 @@ bool mayBePackaged(const std::filesystem::path &executable)
     return std::any_of(
         packagedFolders.begin(), packagedFolders.end(),
         [text = executable.string()](std::string_view folder) { return text.starts_with(folder); });
-}
-
-QString nameIn(const QString &packageId)
-{
-    return packageId.section(u';', 0, 0);
-}
-
-QString versionIn(const QString &packageId)
-{
-    return packageId.section(u';', 1, 1);
-}
-
-UpdateResult failed(const std::string &words)
-{
-    return {.kind = UpdateResult::Kind::Failed, .version = {}, .text = words};
-}
-
-UpdateResult available(const QString &update, const PackageKitTransaction::Outcome &details)
-{
-    // Without the text, which is an extra, the update is as good.
-    const QString text = details.updateText.isEmpty() ? details.changeLog : details.updateText;
-    return {.kind = UpdateResult::Kind::Available,
-            .version = versionIn(update).toStdString(),
-            .text = text.trimmed().toStdString()};
-}
-
-UpdateResult installed(const QString &update)
-{
-    return {.kind = UpdateResult::Kind::Installed,
-            .version = versionIn(update).toStdString(),
-            .text = {}};
-}
-
-bool hasVersion(const std::vector<PackageKitTransaction::Package> &packages, const QString &version)
-{
-    return std::any_of(packages.begin(), packages.end(),
-                       [&version](const PackageKitTransaction::Package &one) {
-                           return versionIn(one.id) == version;
-                       });
-}
-
-/// The update of @p package among @p outcome's; empty when there is none.
-QString updateOf(const QString &package, const PackageKitTransaction::Outcome &outcome)
-{
-    const auto &packages = outcome.packages;
-    const auto update = std::find_if(packages.begin(), packages.end(),
-                                     [&package](const PackageKitTransaction::Package &one) {
-                                         return !one.isBlocked && nameIn(one.id) == package;
-                                     });
-    return update == packages.end() ? QString() : update->id;
 }
 
 } // namespace
@@ -140,6 +93,10 @@ void PackageKitUpdater::start(Handlers handlers)
 
 void PackageKitUpdater::findPackage()
 {
+    if (m_isSearching || !m_package.isEmpty()) {
+        return;
+    }
+    m_isSearching = true;
     const Running search = makeActivity(m_patience.check);
     openBus(search,
             [self = Self(this), search, executable = QFile::decodeName(m_executable.c_str())] {
@@ -172,19 +129,31 @@ QCoro::Task<void> PackageKitUpdater::findPackage(Self self, Running activity, QS
     if (!self) {
         co_return;
     }
-    self->m_hasSearchFailed = outcome.failure.has_value();
-    if (outcome.failure) {
-        self->m_everyHour.start();
-        co_return;
+    self->searched(outcome);
+}
+
+void PackageKitUpdater::searched(const Transaction::Outcome &outcome)
+{
+    m_isSearching = false;
+    m_hasSearchFailed = outcome.failure.has_value();
+    const bool isCheckWanted = std::exchange(m_isCheckWanted, false);
+    if (outcome.failure || outcome.packages.empty()) {
+        // What has no package will have none in an hour either.
+        outcome.failure ? m_everyHour.start() : m_everyHour.stop();
+        if (isCheckWanted) {
+            m_handlers.ended(outcome.failure ? unavailable(*outcome.failure)
+                                             : notPackaged(m_executable));
+        }
+        return;
     }
-    if (outcome.packages.empty()) {
-        self->m_everyHour.stop();
-        co_return;
+    m_package = nameIn(outcome.packages.front().id);
+    m_handlers.found();
+    m_everyHour.start();
+    if (isCheckWanted) {
+        beginCheck(Occasion::User);
+    } else if (m_schedule.isDueAtStart()) {
+        beginCheck(Occasion::Schedule);
     }
-    self->m_package = nameIn(outcome.packages.front().id);
-    self->m_handlers.found();
-    self->m_everyHour.start();
-    self->checkIfDue();
 }
 
 bool PackageKitUpdater::automaticallyChecksForUpdates() const
@@ -200,6 +169,15 @@ void PackageKitUpdater::setAutomaticallyChecksForUpdates(bool automatically)
 
 void PackageKitUpdater::checkForUpdates()
 {
+    if (!mayBePackaged(m_executable)) {
+        m_handlers.ended(notPackaged(m_executable));
+        return;
+    }
+    if (m_package.isEmpty()) {
+        m_isCheckWanted = true;
+        findPackage();
+        return;
+    }
     if (m_check) {
         m_check->occasion = Occasion::User; // who wants to know what comes of it
         return;
@@ -209,6 +187,7 @@ void PackageKitUpdater::checkForUpdates()
 
 void PackageKitUpdater::cancelCheck()
 {
+    m_isCheckWanted = false;
     if (!m_check) {
         return;
     }
@@ -218,6 +197,11 @@ void PackageKitUpdater::cancelCheck()
         check->transaction->cancel();
     }
     setBusy(false);
+}
+
+void PackageKitUpdater::recordSeen(const std::string &version)
+{
+    m_schedule.recordSeen(QString::fromStdString(version));
 }
 
 void PackageKitUpdater::checkIfDue()
@@ -263,14 +247,15 @@ QCoro::Task<void> PackageKitUpdater::check(Self self, Running activity)
     self->conclude(finding, occasion);
 }
 
-void PackageKitUpdater::conclude(const Finding &finding, Occasion occasion)
+void PackageKitUpdater::conclude(Finding finding, Occasion occasion)
 {
-    // What a failed check would have found, nobody knows: what was told of can be installed still.
+    // What a failed check would have found, nobody knows: what was reported can be installed still.
     const bool hasSucceeded = finding.result.kind != UpdateResult::Kind::Failed;
     const bool wasOffered = !m_updateId.isEmpty();
     if (hasSucceeded) {
         m_updateId = finding.updateId;
-        m_schedule.recordCheck();
+        m_schedule.recordCheck(versionIn(m_updateId));
+        finding.result.isSeen = m_schedule.isSeen(versionIn(m_updateId));
     }
     const bool isNews = hasSucceeded && (wasOffered || !m_updateId.isEmpty());
     if (isNews || occasion == Occasion::User) {
@@ -281,28 +266,38 @@ void PackageKitUpdater::conclude(const Finding &finding, Occasion occasion)
 QCoro::Task<PackageKitUpdater::Finding> PackageKitUpdater::look(Running activity, QString package)
 {
     const bool isInteractive = activity->occasion == Occasion::User;
-    Finding finding;
+    Transaction::Outcome refreshed;
     if (isInteractive) {
-        const Transaction::Outcome refreshed =
-            co_await run(activity, PackageKitRequests::refreshCache());
-        if (refreshed.failure) {
-            finding.result = failed(*refreshed.failure);
-            co_return finding;
+        refreshed = co_await run(activity, PackageKitRequests::refreshCache());
+        // Who may not refresh the lists may still read them.
+        if (refreshed.failure && !refreshed.isRefused) {
+            co_return Finding{failed(*refreshed.failure), {}};
         }
     }
+    Finding finding = co_await lookInLists(std::move(activity), std::move(package), isInteractive);
+    if (refreshed.failure && finding.result.kind != UpdateResult::Kind::Failed) {
+        finding.result = withOldLists(std::move(finding.result), *refreshed.failure);
+    }
+    co_return finding;
+}
+
+QCoro::Task<PackageKitUpdater::Finding>
+PackageKitUpdater::lookInLists(Running activity, QString package, bool isInteractive)
+{
     const Transaction::Outcome updates =
         co_await run(activity, PackageKitRequests::getUpdates(isInteractive));
     if (updates.failure) {
-        finding.result = failed(*updates.failure);
-        co_return finding;
+        co_return Finding{failed(*updates.failure), {}};
     }
-    finding.updateId = updateOf(package, updates);
-    if (!finding.updateId.isEmpty()) {
-        const Transaction::Outcome details = co_await run(
-            activity, PackageKitRequests::getUpdateDetail(finding.updateId, isInteractive));
-        finding.result = available(finding.updateId, details);
+    if (const Package *const update = updateOf(package, updates, Choice::Installable)) {
+        const Transaction::Outcome details =
+            co_await run(activity, PackageKitRequests::getUpdateDetail(update->id, isInteractive));
+        co_return Finding{available(update->id, details), update->id};
     }
-    co_return finding;
+    if (const Package *const update = updateOf(package, updates, Choice::HeldBack)) {
+        co_return Finding{held(update->id), {}};
+    }
+    co_return Finding{};
 }
 
 void PackageKitUpdater::installUpdate()
@@ -332,6 +327,7 @@ QCoro::Task<void> PackageKitUpdater::install(Self self, Running activity)
     }
     if (result.kind == UpdateResult::Kind::Installed) {
         self->m_updateId.clear();
+        self->m_schedule.recordCheck({});
     }
     self->setBusy(false);
     self->m_handlers.ended(result);
@@ -347,7 +343,7 @@ QCoro::Task<UpdateResult> PackageKitUpdater::update(Running activity, QString up
     // The service may end in success when the package manager below it could do nothing.
     const Transaction::Outcome now =
         co_await run(activity, PackageKitRequests::resolveInstalled(nameIn(update)));
-    if (!now.failure && !hasVersion(now.packages, versionIn(update))) {
+    if (!now.failure && !isInstalled(update, now)) {
         co_return failed("PackageKit did not install the update");
     }
     co_return installed(update);
@@ -358,7 +354,7 @@ QCoro::Task<PackageKitTransaction::Outcome> PackageKitUpdater::run(Running activ
 {
     if (!activity->link) {
         Transaction::Outcome outcome;
-        outcome.failure = activity->failure.toStdString();
+        outcome.failure = PackageKitFailure::noBus(activity->failure);
         co_return outcome;
     }
     request.patience = activity->patience;

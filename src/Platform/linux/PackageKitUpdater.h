@@ -23,9 +23,9 @@ namespace Tarnwick {
 
 /// Updates through PackageKit on the system bus: looks whether there is a newer package of the one
 /// that this application came with, and hands it over to be installed, for which the system may ask
-/// for a password. It works where PackageKit is and a package holds the executable. An automatic
-/// check asks for what the package manager knows already; the user's lets it fetch its lists of
-/// packages first. Main thread.
+/// for a password. It works where PackageKit is and a package holds the executable, and says why
+/// not elsewhere. An automatic check asks for what the package manager knows already; the user's
+/// lets it fetch its lists of packages first, where that is allowed. Main thread.
 class PackageKitUpdater : public QObject, public Updater
 {
     Q_OBJECT
@@ -56,6 +56,7 @@ public:
     void checkForUpdates() override;
     void cancelCheck() override;
     void installUpdate() override;
+    void recordSeen(const std::string &version) override;
 
     /// Makes the automatic check if one is due, or searches for the own package again where that
     /// has failed; the updater does this by itself every hour.
@@ -72,6 +73,8 @@ private:
     [[nodiscard]] static QCoro::Task<Transaction::Outcome> run(Running activity,
                                                                Transaction::Request request);
     [[nodiscard]] static QCoro::Task<Finding> look(Running activity, QString package);
+    [[nodiscard]] static QCoro::Task<Finding> lookInLists(Running activity, QString package,
+                                                          bool isInteractive);
     static QCoro::Task<void> findPackage(Self self, Running activity, QString executable);
     static QCoro::Task<void> check(Self self, Running activity);
     [[nodiscard]] static QCoro::Task<UpdateResult> update(Running activity, QString update);
@@ -80,8 +83,9 @@ private:
     [[nodiscard]] static Running makeActivity(std::chrono::milliseconds patience);
     void openBus(const Running &activity, std::function<void()> opened) const;
     void findPackage();
+    void searched(const Transaction::Outcome &outcome);
     void beginCheck(Occasion occasion);
-    void conclude(const Finding &finding, Occasion occasion);
+    void conclude(Finding finding, Occasion occasion);
     void setBusy(bool isBusy);
 
     std::filesystem::path m_executable;
@@ -93,7 +97,9 @@ private:
     QString m_package;              ///< the name of ours; empty until it was found
     QString m_updateId;             ///< of the update that is available; empty when none is
     Running m_check;                ///< null while none runs
-    bool m_hasSearchFailed = false; ///< the last search for our package
+    bool m_isSearching = false;     ///< for our package
+    bool m_hasSearchFailed = false; ///< the last search for it
+    bool m_isCheckWanted = false;   ///< by the user, once our package was found
     bool m_isBusy = false;
 };
 

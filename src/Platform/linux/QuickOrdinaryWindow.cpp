@@ -3,6 +3,8 @@
 
 #include "Platform/linux/QuickOrdinaryWindow.h"
 
+#include "Platform/linux/X11Display.h"
+
 #include <QCursor>
 #include <QEvent>
 #include <QGuiApplication>
@@ -15,6 +17,10 @@
 namespace Tarnwick {
 
 namespace {
+
+/// The property by which Qt's widgets show a window without activating it (Qt::
+/// WA_ShowWithoutActivating): on X11 its _NET_WM_USER_TIME is then 0.
+constexpr const char *withoutFocus = "_q_showWithoutActivating";
 
 /// The screen that the user looks at, as far as can be known.
 const QScreen &currentScreen()
@@ -63,9 +69,22 @@ void QuickOrdinaryWindow::show()
     if (m_view->windowStates().testFlag(Qt::WindowMinimized)) {
         m_view->showNormal();
     }
+    m_view->setProperty(withoutFocus, false);
     m_view->show();
     m_view->raise();
     m_view->requestActivate();
+}
+
+void QuickOrdinaryWindow::showWithoutFocus()
+{
+    if (x11Display() == nullptr || (m_view && m_view->isVisible())) {
+        return;
+    }
+    if (!m_view) {
+        makeView();
+    }
+    m_view->setProperty(withoutFocus, true);
+    m_view->show();
 }
 
 void QuickOrdinaryWindow::makeView()

@@ -23,6 +23,7 @@ public:
     ~QuickOrdinaryWindow() override;
 
     void show() override;
+    void showWithoutFocus() override;
     void setClosedHandler(Handler handler) override;
 
 protected:

@@ -16,6 +16,8 @@ namespace {
 
 constexpr QLatin1String automaticKey("automaticallyChecksForUpdates");
 constexpr QLatin1String lastCheckKey("lastCheck");
+constexpr QLatin1String availableKey("availableVersion");
+constexpr QLatin1String seenKey("seenVersion");
 constexpr std::chrono::milliseconds period = std::chrono::hours(24);
 
 } // namespace
@@ -48,9 +50,30 @@ bool UpdateSchedule::isDue() const
     return !last.isValid() || last > now || last.addMSecs(period.count()) <= now;
 }
 
-void UpdateSchedule::recordCheck()
+bool UpdateSchedule::isDueAtStart() const
+{
+    return isDue() || (isAutomatic() && m_store.contains(availableKey));
+}
+
+void UpdateSchedule::recordCheck(const QString &availableVersion)
 {
     m_store.setValue(lastCheckKey, m_now().toUTC().toString(Qt::ISODate));
+    if (availableVersion.isEmpty()) {
+        m_store.remove(availableKey);
+    } else {
+        m_store.setValue(availableKey, availableVersion);
+    }
+    m_store.sync();
+}
+
+bool UpdateSchedule::isSeen(const QString &version) const
+{
+    return !version.isEmpty() && m_store.value(seenKey).toString() == version;
+}
+
+void UpdateSchedule::recordSeen(const QString &version)
+{
+    m_store.setValue(seenKey, version);
     m_store.sync();
 }
 

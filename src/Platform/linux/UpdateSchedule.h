@@ -28,8 +28,17 @@ public:
     /// was set back, does not put it off.
     [[nodiscard]] bool isDue() const;
 
-    /// A check has succeeded just now: one that failed is not the day's.
-    void recordCheck();
+    /// Whether the first check of a run shall be made at once: also when the last check has found
+    /// an update, which only a check makes known to this run.
+    [[nodiscard]] bool isDueAtStart() const;
+
+    /// A check has succeeded just now, and has found @p availableVersion, empty for none. One that
+    /// failed is not the day's.
+    void recordCheck(const QString &availableVersion);
+
+    /// Whether the user has seen that @p version is available.
+    [[nodiscard]] bool isSeen(const QString &version) const;
+    void recordSeen(const QString &version);
 
 private:
     QSettings m_store;

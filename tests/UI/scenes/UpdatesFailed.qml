@@ -10,6 +10,7 @@ UpdatesView {
 
     function prepare(): void {
         sample.findUpdater();
+        sample.updater.checkForUpdates();
         sample.endCheck("failed", "", "Failed to fetch https://packages.example.org/dists/stable/InRelease: Could not resolve host");
     }
 

@@ -10,6 +10,7 @@ UpdatesView {
 
     function prepare(): void {
         sample.findUpdater();
+        sample.updater.checkForUpdates();
         sample.endCheck("available", "1.3.0", "");
     }
 

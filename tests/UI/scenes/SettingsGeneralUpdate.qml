@@ -1,0 +1,26 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+import QtQuick
+import Tarnwick.UI
+import Tarnwick.UITest
+
+SettingsView {
+    id: root
+
+    function prepare(): void {
+        sample.findUpdater();
+        sample.endCheck("available", "1.3.0", "");
+    }
+
+    width: 620
+    height: 500
+    settings: sample.model
+    launchAtLogin: sample.launchAtLogin
+    updater: sample.updater
+    about: sample.about
+
+    SampleSettings {
+        id: sample
+    }
+}
