@@ -3,6 +3,7 @@
 
 #include "Platform/linux/QuickOrdinaryWindow.h"
 
+#include "Platform/linux/Workspaces.h"
 #include "Platform/linux/X11Display.h"
 
 #include <QCursor>
@@ -70,6 +71,7 @@ void QuickOrdinaryWindow::show()
         m_view->showNormal();
     }
     m_view->setProperty(withoutFocus, false);
+    Workspaces::bringToUser(*m_view);
     m_view->show();
     m_view->raise();
     m_view->requestActivate();
