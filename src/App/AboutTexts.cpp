@@ -14,21 +14,21 @@ QString shortVersion(const QVariantMap &information)
     return version.typeId() == QMetaType::QString ? version.toString() : QStringLiteral("\u2014");
 }
 
-AboutTexts::AboutTexts(const QVariantMap &information, QObject *parent)
+AboutTexts::AboutTexts(const QVariantMap &information, const SystemTexts &system, QObject *parent)
     : QObject(parent)
     , m_version(QStringLiteral("Version ") + shortVersion(information))
+    , m_description(system.description)
 {
+}
+
+QString AboutTexts::whereItLives()
+{
+    return SystemTexts::ofThisSystem().whereItLives;
 }
 
 QString AboutTexts::name()
 {
     return QStringLiteral("Tarnwick");
-}
-
-QString AboutTexts::description()
-{
-    return QStringLiteral("Native macOS menu bar utility for developers. Shows every listening "
-                          "port, classified by tier, with one-click kill.");
 }
 
 } // namespace Tarnwick

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "Platform/SystemTexts.h"
+
 #include <QObject>
 #include <QString>
 #include <QVariantMap>
@@ -13,7 +15,8 @@ namespace Tarnwick {
 /// "CFBundleShortVersionString", or a dash where it has none.
 [[nodiscard]] QString shortVersion(const QVariantMap &information);
 
-/// What the About pane says. Main thread.
+/// What the application says of itself, in the About pane and in the bubble of the first run. Main
+/// thread.
 class AboutTexts : public QObject
 {
     Q_OBJECT
@@ -22,7 +25,9 @@ class AboutTexts : public QObject
     Q_PROPERTY(QString description READ description CONSTANT)
 
 public:
-    explicit AboutTexts(const QVariantMap &information, QObject *parent = nullptr);
+    explicit AboutTexts(const QVariantMap &information,
+                        const SystemTexts &system = SystemTexts::ofThisSystem(),
+                        QObject *parent = nullptr);
 
     /// Those of the program, made with the first call.
     [[nodiscard]] static AboutTexts &shared();
@@ -30,10 +35,13 @@ public:
     [[nodiscard]] static QString name();
     /// With the word before it.
     [[nodiscard]] const QString &version() const { return m_version; }
-    [[nodiscard]] static QString description();
+    [[nodiscard]] const QString &description() const { return m_description; }
+    /// Where its icon is, on this system.
+    [[nodiscard]] static QString whereItLives();
 
 private:
     QString m_version;
+    QString m_description;
 };
 
 } // namespace Tarnwick

@@ -12,6 +12,7 @@ Rectangle {
 
     /// Whether the bubble is above the icon, for want of room below it.
     property bool isAbove: false
+    property string text: SystemWording.whereItLives
 
     signal dismiss
 
@@ -30,7 +31,7 @@ Rectangle {
     border.width: 1
     border.color: Theme.border
     Accessible.role: Accessible.Button
-    Accessible.name: "Tarnwick lives in your menu bar. Click anywhere to dismiss."
+    Accessible.name: root.text + " Click anywhere to dismiss."
     Accessible.onPressAction: root.dismiss()
 
     Column {
@@ -44,7 +45,7 @@ Rectangle {
         }
         PlainText {
             anchors.horizontalCenter: parent.horizontalCenter
-            text: "Tarnwick lives in your menu bar."
+            text: root.text
             color: "white"
             font.pixelSize: 12
             font.weight: Font.Medium

@@ -13,12 +13,12 @@ const QString versionKey = QStringLiteral("CFBundleShortVersionString");
 
 TEST(AboutTexts, TellNameVersionAndPurpose)
 {
-    const AboutTexts texts({{versionKey, "1.2.0"}});
-    EXPECT_EQ(texts.name(), "Tarnwick");
-    EXPECT_EQ(texts.version(), "Version 1.2.0");
-    EXPECT_EQ(texts.description(),
-              "Native macOS menu bar utility for developers. Shows every listening port, "
-              "classified by tier, with one-click kill.");
+    for (const SystemTexts *system : {&SystemTexts::ofMac(), &SystemTexts::ofLinux()}) {
+        const AboutTexts texts({{versionKey, "1.2.0"}}, *system);
+        EXPECT_EQ(texts.name(), "Tarnwick");
+        EXPECT_EQ(texts.version(), "Version 1.2.0");
+        EXPECT_EQ(texts.description(), system->description);
+    }
 }
 
 TEST(AboutTexts, ShowADashForAMissingVersion)

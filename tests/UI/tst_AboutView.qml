@@ -27,7 +27,7 @@ Item {
     ViewTestCase {
         name: "AboutView"
 
-        readonly property string description: "Native macOS menu bar utility for developers. Shows every listening port, classified by tier, with one-click kill."
+        readonly property string description: "Native Linux tray utility for developers. Shows every listening port, classified by tier, with one-click kill."
 
         function test_namesTheApplication(): void {
             compareFont(textItem(view, "Tarnwick").font, 17, Font.Bold, 0);

@@ -36,10 +36,10 @@ Item {
         }
         function test_saysWhereTheApplicationLives(): void {
             compareFont(textItem(bubble, "↑").font, 22, Font.DemiBold, 0);
-            compareFont(textItem(bubble, "Tarnwick lives in your menu bar.").font, 12, Font.Medium, 0);
+            compareFont(textItem(bubble, bubble.text).font, 12, Font.Medium, 0);
             compareFont(textItem(bubble, "CLICK ANYWHERE TO DISMISS").font, 9, Font.Normal, 1.5);
             compareColor(textItem(bubble, "↑").color, 74, 222, 128, 1);
-            compareColor(textItem(bubble, "Tarnwick lives in your menu bar.").color, 255, 255, 255, 1);
+            compareColor(textItem(bubble, bubble.text).color, 255, 255, 255, 1);
             compareColor(textItem(bubble, "CLICK ANYWHERE TO DISMISS").color, 255, 255, 255, 0.55);
         }
         function test_pointsToTheIconBelowItToo(): void {
@@ -49,6 +49,10 @@ Item {
             compareFont(arrow.font, 22, Font.DemiBold, 0);
             tryVerify(() => arrow.mapToItem(bubble, 0, 0).y > textItem(bubble, "CLICK ANYWHERE TO DISMISS").mapToItem(bubble, 0, 0).y);
             test_fitsItsSize();
+        }
+        function test_saysSoInTheWordsOfTheSystem(): void {
+            compare(bubble.text, "Tarnwick lives in your system tray.");
+            compare(bubble.Accessible.name, "Tarnwick lives in your system tray. Click anywhere to dismiss.");
         }
         function test_fitsItsSize(): void {
             compare(Qt.size(bubble.implicitWidth, bubble.implicitHeight), Qt.size(260, 96));
