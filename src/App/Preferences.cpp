@@ -3,6 +3,8 @@
 
 #include "App/Preferences.h"
 
+#include "Core/StoredBool.h"
+
 #include <QSettings>
 #include <QString>
 #include <QVariant>
@@ -16,13 +18,9 @@ constexpr QLatin1StringView pollIntervalKey{"pollInterval"};
 constexpr QLatin1StringView onboardingKey{"hasSeenMenuBarOnboarding"};
 constexpr QLatin1StringView declinedKey{"declinedMoveToApplications"};
 
-/// A file keeps a truth value as a word. Anything but the two words is of another type.
 bool isTrue(const QVariant &value)
 {
-    return value.typeId() == QMetaType::Bool
-               ? value.toBool()
-               : value.typeId() == QMetaType::QString &&
-                     value.toString().compare(QLatin1StringView("true"), Qt::CaseInsensitive) == 0;
+    return storedBool(value).value_or(false);
 }
 
 } // namespace
@@ -37,9 +35,9 @@ bool Preferences::showSystemPortsByDefault() const
     return isTrue(m_store.value(showSystemPortsKey));
 }
 
-void Preferences::setShowSystemPortsByDefault(bool show)
+bool Preferences::setShowSystemPortsByDefault(bool show)
 {
-    m_store.setValue(showSystemPortsKey, show);
+    return keep(showSystemPortsKey, show);
 }
 
 std::optional<double> Preferences::pollInterval() const
@@ -52,9 +50,9 @@ std::optional<double> Preferences::pollInterval() const
     return std::nullopt;
 }
 
-void Preferences::setPollInterval(double seconds)
+bool Preferences::setPollInterval(double seconds)
 {
-    m_store.setValue(pollIntervalKey, seconds);
+    return keep(pollIntervalKey, seconds);
 }
 
 bool Preferences::hasSeenMenuBarOnboarding() const
@@ -64,8 +62,7 @@ bool Preferences::hasSeenMenuBarOnboarding() const
 
 void Preferences::setHasSeenMenuBarOnboarding()
 {
-    m_store.setValue(onboardingKey, true);
-    m_store.sync();
+    keep(onboardingKey, true);
 }
 
 bool Preferences::declinedMoveToApplications() const
@@ -75,8 +72,22 @@ bool Preferences::declinedMoveToApplications() const
 
 void Preferences::setDeclinedMoveToApplications()
 {
-    m_store.setValue(declinedKey, true);
-    m_store.sync();
+    keep(declinedKey, true);
+}
+
+QString Preferences::file() const
+{
+    return m_store.fileName();
+}
+
+bool Preferences::keep(const QString &key, const QVariant &value)
+{
+    m_store.setValue(key, value);
+    // The status of a store remembers its first failure for good. Another one of the same file has
+    // a status of its own, and stores what the first one holds.
+    QSettings writer(m_store.fileName(), m_store.format());
+    writer.sync();
+    return writer.status() == QSettings::NoError;
 }
 
 } // namespace Tarnwick

@@ -3,16 +3,19 @@
 
 #pragma once
 
+#include <QString>
+
 #include <optional>
 
 class QSettings;
+class QVariant;
 
 namespace Tarnwick {
 
 /// The user's preferences as they are kept between runs. A value that is missing, damaged or of
 /// another type reads as its default; a store that cannot be written keeps what is written until
-/// the program ends. What is set is read back at once, and stored when the event loop next runs
-/// unless it says otherwise. Main thread.
+/// the program ends. What is set is read back at once, and stored when the call returns. Main
+/// thread.
 class Preferences
 {
 public:
@@ -28,23 +31,28 @@ public:
 
     /// Whether the listeners of the system are shown from the start; false by default.
     [[nodiscard]] bool showSystemPortsByDefault() const;
-    void setShowSystemPortsByDefault(bool show);
+    /// Whether it could be stored.
+    bool setShowSystemPortsByDefault(bool show);
 
     /// The period of scans in seconds, when one is stored that is allowed.
     [[nodiscard]] std::optional<double> pollInterval() const;
-    void setPollInterval(double seconds);
+    /// Whether it could be stored.
+    bool setPollInterval(double seconds);
 
     /// Whether the first-run bubble has had its chance; false by default.
     [[nodiscard]] bool hasSeenMenuBarOnboarding() const;
-    /// Stored when the call returns.
     void setHasSeenMenuBarOnboarding();
 
     /// Whether the user wants the application to stay where it is; false by default.
     [[nodiscard]] bool declinedMoveToApplications() const;
-    /// Stored when the call returns.
     void setDeclinedMoveToApplications();
 
+    /// Where all of this is stored.
+    [[nodiscard]] QString file() const;
+
 private:
+    bool keep(const QString &key, const QVariant &value);
+
     QSettings &m_store;
 };
 

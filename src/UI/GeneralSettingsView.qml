@@ -67,6 +67,10 @@ Item {
                         checked: root.settings.showSystemPortsByDefault
                         onToggled: checked => root.settings.showSystemPortsByDefault = checked
                     }
+                    FailureCaption {
+                        width: parent.width
+                        text: root.settings.showSystemPortsFailure
+                    }
                 }
                 FormSection {
                     width: sections.width

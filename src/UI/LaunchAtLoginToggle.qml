@@ -25,15 +25,8 @@ Column {
         checked: root.launchAtLogin.isEnabled
         onToggled: checked => root.launchAtLogin.isEnabled = checked
     }
-    PlainText {
+    FailureCaption {
         width: root.width
-        visible: text.length > 0
-        bottomPadding: 9
         text: root.launchAtLogin.errorMessage
-        color: Theme.killRed
-        font.pixelSize: Theme.captionSize
-        wrapMode: Text.Wrap
-        Accessible.role: Accessible.AlertMessage
-        Accessible.name: text
     }
 }

@@ -55,4 +55,9 @@ Column {
         Accessible.role: Accessible.StaticText
         Accessible.name: text
     }
+    FailureCaption {
+        width: root.width
+        bottomPadding: 0
+        text: root.settings.pollIntervalFailure
+    }
 }

@@ -28,7 +28,7 @@ bool SettingsModel::showSystemPortsByDefault() const
 
 void SettingsModel::setShowSystemPortsByDefault(bool show)
 {
-    m_preferences.setShowSystemPortsByDefault(show);
+    setFailure(m_showSystemPortsFailure, m_preferences.setShowSystemPortsByDefault(show));
     m_state.setShowSystemPorts(show);
     Q_EMIT showSystemPortsByDefaultChanged();
 }
@@ -44,7 +44,7 @@ void SettingsModel::setPollInterval(double seconds)
     if (seconds == pollInterval() && seconds == m_monitor.pollInterval()) {
         return;
     }
-    m_preferences.setPollInterval(seconds);
+    setFailure(m_pollIntervalFailure, m_preferences.setPollInterval(seconds));
     m_monitor.setPollInterval(seconds);
     m_monitor.stop();
     MainThread::post(m_monitor.start);
@@ -64,6 +64,19 @@ double SettingsModel::shortestPollInterval()
 double SettingsModel::longestPollInterval()
 {
     return Preferences::longestPollInterval;
+}
+
+void SettingsModel::setFailure(QString &failure, bool isStored)
+{
+    const QString now =
+        isStored ? QString()
+                 : QStringLiteral("This choice holds until Tarnwick quits, since it could not be "
+                                  "saved: %1 cannot be written.")
+                       .arg(m_preferences.file());
+    if (now != failure) {
+        failure = now;
+        Q_EMIT failuresChanged();
+    }
 }
 
 } // namespace Tarnwick

@@ -23,6 +23,9 @@ class SettingsModel : public QObject
     QML_UNCREATABLE("it needs the services of the application")
     Q_PROPERTY(bool showSystemPortsByDefault READ showSystemPortsByDefault WRITE
                    setShowSystemPortsByDefault NOTIFY showSystemPortsByDefaultChanged FINAL)
+    Q_PROPERTY(
+        QString showSystemPortsFailure READ showSystemPortsFailure NOTIFY failuresChanged FINAL)
+    Q_PROPERTY(QString pollIntervalFailure READ pollIntervalFailure NOTIFY failuresChanged FINAL)
     Q_PROPERTY(double pollInterval READ pollInterval WRITE setPollInterval NOTIFY
                    pollIntervalChanged FINAL)
     Q_PROPERTY(QString pollIntervalText READ pollIntervalText NOTIFY pollIntervalChanged FINAL)
@@ -59,14 +62,23 @@ public:
     [[nodiscard]] static double longestPollInterval();
     [[nodiscard]] static double pollIntervalStep() { return 1.0; }
 
+    // Why the last choice could not be stored, in a sentence; empty when it was.
+    [[nodiscard]] const QString &showSystemPortsFailure() const { return m_showSystemPortsFailure; }
+    [[nodiscard]] const QString &pollIntervalFailure() const { return m_pollIntervalFailure; }
+
 Q_SIGNALS:
     void showSystemPortsByDefaultChanged();
     void pollIntervalChanged();
+    void failuresChanged();
 
 private:
+    void setFailure(QString &failure, bool isStored);
+
     Preferences &m_preferences;
     AppState &m_state;
     Monitor m_monitor;
+    QString m_showSystemPortsFailure;
+    QString m_pollIntervalFailure;
 };
 
 } // namespace Tarnwick

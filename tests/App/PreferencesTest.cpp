@@ -84,6 +84,18 @@ TEST_F(PreferencesTest, ReadWhatIsStored)
     EXPECT_TRUE(hasSeenOnboarding());
 }
 
+TEST_F(PreferencesTest, TakeTheWordsThatPeopleWriteForATruthValue)
+{
+    for (const char *word : {"1", "yes", "on", "TRUE"}) {
+        write(std::string("[General]\nshowSystemPortsByDefault=") + word + "\n");
+        EXPECT_TRUE(showsSystemPorts()) << word;
+    }
+    for (const char *word : {"0", "no", "off", "False"}) {
+        write(std::string("[General]\nshowSystemPortsByDefault=") + word + "\n");
+        EXPECT_FALSE(showsSystemPorts()) << word;
+    }
+}
+
 TEST_F(PreferencesTest, TakeATruthValueOfAnotherTypeForAbsent)
 {
     write("[General]\nshowSystemPortsByDefault=7\nhasSeenMenuBarOnboarding=true, true\n");
@@ -176,4 +188,30 @@ TEST_F(PreferencesTest, HoldInMemoryWhatCannotBeStored)
     Preferences preferences(store);
     preferences.setHasSeenMenuBarOnboarding();
     EXPECT_TRUE(preferences.hasSeenMenuBarOnboarding());
+}
+
+TEST_F(PreferencesTest, TellWhetherAChoiceCouldBeStored)
+{
+    std::filesystem::create_directory(file());
+    QSettings store(QString::fromStdString(file().string()), QSettings::IniFormat);
+    Preferences preferences(store);
+    EXPECT_FALSE(preferences.setShowSystemPortsByDefault(true));
+    EXPECT_FALSE(preferences.setPollInterval(5.0));
+    EXPECT_TRUE(preferences.showSystemPortsByDefault());
+    EXPECT_EQ(preferences.file().toStdString(), file().string());
+    std::filesystem::remove(file());
+    EXPECT_TRUE(preferences.setShowSystemPortsByDefault(true));
+    EXPECT_TRUE(showsSystemPorts());
+    EXPECT_EQ(pollInterval(), 5.0);
+}
+
+TEST_F(PreferencesTest, TellWhetherAChoiceCouldBeStoredInTheSystemsOwnStore)
+{
+    // The kind of store that the application has.
+    QSettings store(QString::fromStdString(file().string()), QSettings::NativeFormat);
+    Preferences preferences(store);
+    EXPECT_TRUE(preferences.setPollInterval(5.0));
+    std::filesystem::remove(file());
+    std::filesystem::create_directory(file());
+    EXPECT_FALSE(preferences.setPollInterval(6.0));
 }

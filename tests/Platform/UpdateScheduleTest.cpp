@@ -52,6 +52,13 @@ TEST_F(UpdateScheduleTest, IsNeverDueWhenTheUserWantsNoAutomaticChecks)
     EXPECT_TRUE(schedule().isDue());
 }
 
+TEST_F(UpdateScheduleTest, TakesTheWordsThatPeopleWriteForTheirChoice)
+{
+    std::filesystem::create_directories(m_file.parent_path());
+    std::ofstream(m_file) << "[General]\nautomaticallyChecksForUpdates=no\n";
+    EXPECT_FALSE(schedule().isAutomatic());
+}
+
 TEST_F(UpdateScheduleTest, IsNotPutOffByALastCheckInTheFuture)
 {
     schedule().recordCheck({});

@@ -5,6 +5,8 @@
 
 #include "Platform/fake/FakeUpdater.h"
 
+#include <QDir>
+#include <QFile>
 #include <QHash>
 
 #include <string>
@@ -95,6 +97,19 @@ void SampleSettings::store(const QString &name, const QVariant &value)
     m_store.setValue(name, value);
     Q_EMIT m_model.pollIntervalChanged();
     Q_EMIT m_model.showSystemPortsByDefaultChanged();
+}
+
+void SampleSettings::allowStoring(bool can) const
+{
+    // A folder in the place of the file: not even root can write it.
+    const QDir folder(m_folder.path());
+    const QString name = QStringLiteral("tarnwick.conf");
+    if (can) {
+        folder.rmdir(name);
+    } else {
+        QFile::remove(folder.filePath(name));
+        folder.mkdir(name);
+    }
 }
 
 void SampleSettings::findUpdater() const

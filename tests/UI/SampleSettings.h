@@ -60,6 +60,9 @@ public:
     Q_INVOKABLE QVariant stored(const QString &name) const { return m_store.value(name); }
     Q_INVOKABLE void store(const QString &name, const QVariant &value);
 
+    /// Whether the preferences can be stored.
+    Q_INVOKABLE void allowStoring(bool can) const;
+
     // What the updater reports; it arrives from the event loop.
     Q_INVOKABLE void findUpdater() const;
     Q_INVOKABLE void allowCheck(bool can) const;

@@ -91,6 +91,27 @@ FocusScope {
             compare(sample.stored("showSystemPortsByDefault"), false);
             verify(!sample.stateShowsSystemPorts);
         }
+        function alerts() {
+            return all(view, item => item.Accessible.role === Accessible.AlertMessage && item.visible);
+        }
+        function test_saysUnderTheControlThatItsChoiceCouldNotBeSaved(): void {
+            compare(alerts(), []);
+            sample.allowStoring(false);
+            const toggle = named(view, "Show system ports by default");
+            mouseClick(toggle);
+            verify(toggle.checked && sample.stateShowsSystemPorts);
+            compare(alerts().length, 1);
+            verify(alerts()[0].text.startsWith("This choice holds until Tarnwick quits, since it could not be saved: /"));
+            verify(alerts()[0].mapToItem(view, 0, 0).y >= toggle.mapToItem(view, 0, toggle.height).y);
+            slider().forceActiveFocus();
+            keyClick(Qt.Key_Right);
+            compare(alerts().length, 2);
+            sample.allowStoring(true);
+            mouseClick(toggle);
+            slider().forceActiveFocus();
+            keyClick(Qt.Key_Left);
+            compare(alerts(), []);
+        }
         function test_storesTheIntervalAndStartsTheMonitorAnew(): void {
             slider().forceActiveFocus();
             keyClick(Qt.Key_Right);

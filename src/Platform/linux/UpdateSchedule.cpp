@@ -3,6 +3,8 @@
 
 #include "Platform/linux/UpdateSchedule.h"
 
+#include "Core/StoredBool.h"
+
 #include <QFile>
 #include <QLatin1String>
 #include <QVariant>
@@ -30,7 +32,7 @@ UpdateSchedule::UpdateSchedule(const std::filesystem::path &file, Clock now)
 
 bool UpdateSchedule::isAutomatic() const
 {
-    return m_store.value(automaticKey).toString() != QLatin1String("false");
+    return storedBool(m_store.value(automaticKey)).value_or(true);
 }
 
 void UpdateSchedule::setAutomatic(bool automatic)
