@@ -9,6 +9,7 @@
 #include "Shared/Version.h"
 #include "tests/Installer/InstallProgram.h"
 #include "tests/Platform/Polling.h"
+#include "tests/Support/ChildProcess.h"
 #include "tests/Support/RecordedLog.h"
 #include "tests/Support/ScopedEnvironment.h"
 #include "tests/Support/TemporaryFolder.h"
@@ -16,8 +17,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QSettings>
+#include <QTimer>
 
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -129,6 +134,25 @@ TEST_F(PortableCopyTest, StartsNotWithTheSessionUnlessItDidBefore)
     ASSERT_EQ(old.unregisterApplication(), std::nullopt);
     EXPECT_EQ(agreeIn(m_source), Outcome::Moved);
     EXPECT_FALSE(fs::exists(old.file()));
+}
+
+TEST_F(PortableCopyTest, IsOpenedAfterTheEndOfTheInstance)
+{
+    ChildProcess instance({"sleep", "600"}, {.output = {}, .environment = {}});
+    const PortableCopy copy({.executable = m_source / "bin" / "tarnwick",
+                             .applications = m_applications.string() + "/",
+                             .userApplications = m_userApplications,
+                             .autostart = m_autostart,
+                             .instance = instance.pid()});
+    ChildProcess opener({"/bin/sh", "-c", copy.openCommand(m_source)},
+                        {.output = {}, .environment = {}});
+    const fs::path ran = m_source / "bin" / "tarnwick.ran";
+    EXPECT_EQ(opener.awaitEnd(std::chrono::milliseconds(300)), std::nullopt);
+    EXPECT_FALSE(fs::exists(ran));
+    instance.signal(SIGKILL);
+    ASSERT_TRUE(instance.awaitEnd(std::chrono::seconds(60)));
+    EXPECT_EQ(opener.awaitEnd(std::chrono::seconds(60)), 0);
+    EXPECT_TRUE(fs::exists(ran));
 }
 
 TEST_F(PortableCopyTest, MayHaveItsExecutableBesideTheMarker)
@@ -260,6 +284,24 @@ TEST_F(PortableCopyTest, StaysWhereItIsWhenTheQuestionForThePasswordIsCancelled)
     EXPECT_TRUE(store.allKeys().isEmpty());
     EXPECT_EQ(lastMessage(), "[app] not moved to " + (m_applications / "Tarn'wick").string() +
                                  ": the administrator's password was not given");
+}
+
+TEST_F(PortableCopyTest, EndsTheMoveWhenTheApplicationQuits)
+{
+    writeProgram(m_folder.path() / "bin" / "pkexec",
+                 "touch '" + (m_folder.path() / "asked").string() + "'; exec cat > /dev/null\n");
+    Outcome outcome = Outcome::Moved;
+    QTimer::singleShot(0, qApp, [this, &outcome] { outcome = agreeIn(m_source); });
+    QTimer tick;
+    QObject::connect(&tick, &QTimer::timeout, [this] {
+        if (triedToMove()) {
+            QCoreApplication::quit();
+        }
+    });
+    tick.start(std::chrono::milliseconds(5));
+    EXPECT_EQ(QCoreApplication::exec(), 0);
+    EXPECT_EQ(outcome, Outcome::Stays);
+    EXPECT_TRUE(fs::is_empty(m_applications));
 }
 
 TEST_F(PortableCopyTest, EndsTheApplicationOnceItsEventLoopRuns)

@@ -24,6 +24,8 @@
 #include <system_error>
 #include <utility>
 
+#include <unistd.h>
+
 namespace Tarnwick {
 
 namespace {
@@ -95,7 +97,8 @@ std::unique_ptr<ApplicationBundle> ApplicationBundle::ofThisApplication()
         .executable = QFile::encodeName(QCoreApplication::applicationFilePath()).toStdString(),
         .applications = "/opt/",
         .userApplications = home + "/Applications",
-        .autostart = AutostartEntry::Folders::ofSession()});
+        .autostart = AutostartEntry::Folders::ofSession(),
+        .instance = ::getpid()});
 }
 
 PortableCopy::PortableCopy(Places places)
@@ -125,7 +128,11 @@ ApplicationBundle::Privileged PortableCopy::runPrivileged(const BundleCopy &copy
                   {textOf(copy.source), textOf(copy.applications),
                    textOf(m_places.executable.lexically_relative(copy.source).string())});
     while (process.state() != QProcess::NotRunning) {
-        loop.exec();
+        constexpr int applicationEnds = -1;
+        if (loop.exec() == applicationEnds) {
+            process.terminate(); // the installation undoes itself
+            process.waitForFinished(-1);
+        }
     }
     const bool isDone = process.error() == QProcess::UnknownError &&
                         process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
@@ -150,7 +157,12 @@ void PortableCopy::takeAlong(const std::string &path)
 
 std::string PortableCopy::openCommand(const std::string &path) const
 {
-    return ShellQuoting::quote(executableIn(path).string());
+    const std::string program = ShellQuoting::quote(executableIn(path).string());
+    if (!m_places.instance) {
+        return program;
+    }
+    const std::string instance = std::to_string(*m_places.instance);
+    return "timeout 10 tail --pid=" + instance + " -s 0.1 -f /dev/null; " + program;
 }
 
 path PortableCopy::executableIn(const std::filesystem::path &path) const

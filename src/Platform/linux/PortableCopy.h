@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <optional>
 
+#include <sys/types.h>
+
 namespace Tarnwick {
 
 /// The application's folder on Linux. One that can be moved as a whole says so by a file named
@@ -25,6 +27,7 @@ public:
         std::string applications;          ///< as in ApplicationBundle
         std::string userApplications;      ///< as in ApplicationBundle
         AutostartEntry::Folders autostart; ///< of what starts with the session
+        std::optional<pid_t> instance{};   ///< that is to have ended when a copy is opened
     };
 
     explicit PortableCopy(Places places);
@@ -39,6 +42,7 @@ public:
     /// A failure changes nothing, and is logged in one line.
     Privileged runPrivileged(const BundleCopy &copy) override;
     void takeAlong(const std::string &path) override;
+    /// Waits up to 10 s for the end of the instance: a copy that met it would leave all to it.
     [[nodiscard]] std::string openCommand(const std::string &path) const override;
     void launch(const std::string &program, const std::vector<std::string> &arguments) override;
     void terminate() override;
