@@ -7,12 +7,12 @@
 #include <string>
 #include <string_view>
 
-/// How the process that reads a portable copy, as the user, speaks with the one that installs it,
-/// as the administrator. The first sends `begin`; for each file a header line and as many bytes as
-/// it says; `complete`. The second then has a whole copy under a temporary name, and answers with
-/// that name on one line. When the first has seen that the copy runs it sends `commit`; the second
-/// ends with status 0 once the copy has its place. Whatever else either gets, and the end of its
-/// input, undoes everything.
+/// The protocol between the process that reads a portable copy, as the user, and the one that
+/// installs it, as the administrator. The first sends the line `begin`; for each file a header line
+/// (size in bytes, mode, path) and the bytes; the line `complete`. The second then has a whole copy
+/// under a temporary name, and replies with that name on one line. Once that copy has run, the
+/// first sends the line `commit`, and the second exits with status 0 when the copy is in place.
+/// Any other input, and the end of it, undoes everything.
 namespace Tarnwick::CopyProtocol {
 
 inline constexpr std::string_view begin = "tarnwick-copy 1";
