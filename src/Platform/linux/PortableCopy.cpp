@@ -79,7 +79,7 @@ std::string lastLineOf(QProcess &process)
 /// Why the installer failed.
 std::string reasonOf(QProcess &process)
 {
-    const std::string line = lastLineOf(process);
+    std::string line = lastLineOf(process);
     if (!line.empty()) {
         return line;
     }
@@ -157,7 +157,7 @@ void PortableCopy::takeAlong(const std::string &path)
 
 std::string PortableCopy::openCommand(const std::string &path) const
 {
-    const std::string program = ShellQuoting::quote(executableIn(path).string());
+    std::string program = ShellQuoting::quote(executableIn(path).string());
     if (!m_places.instance) {
         return program;
     }
