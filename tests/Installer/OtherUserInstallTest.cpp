@@ -54,7 +54,7 @@ protected:
     int installAsOtherUser()
     {
         const std::string folder = (m_folder.path() / "pipes").string();
-        ChildProcess privileged({"/bin/sh", "-c", "cd \"$0\"; \"$@\" < in > out; echo $? > status",
+        ChildProcess privileged({"/bin/sh", "-c", R"(cd "$0"; "$@" < in > out; echo $? > status)",
                                  folder, installProgram, "--receive", m_applications,
                                  m_target.filename()},
                                 {.output = m_folder.path() / "said", .environment = {}});
