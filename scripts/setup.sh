@@ -34,12 +34,16 @@ require() {
             apt-get install -y -qq --no-install-recommends $missing > /dev/null
 }
 
-# build PRESET [TARGET...] configures where that was not done yet, and builds.
+# build PRESET [TARGET...] configures where that was not done yet, and builds. Warnings are errors
+# where the environment says CI=true, as continuous integration does: another compiler's warning keeps
+# nobody else from building.
 build() {
-    local preset=$1
+    local preset=$1 werror=OFF
     shift
-    if [ ! -e "build/$preset/build.ninja" ]; then
-        cmake --preset "$preset" > "build-$preset.log" 2>&1 || {
+    [ "${CI-}" != true ] || werror=ON
+    if [ ! -e "build/$preset/build.ninja" ] \
+        || ! grep -q "^TARNWICK_WERROR:[A-Z]*=$werror$" "build/$preset/CMakeCache.txt"; then
+        cmake --preset "$preset" -D "TARNWICK_WERROR=$werror" > "build-$preset.log" 2>&1 || {
             cat "build-$preset.log" >&2
             rm -f "build-$preset.log"
             return 1

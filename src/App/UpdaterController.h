@@ -8,7 +8,6 @@
 #include <QObject>
 #include <QString>
 
-#include <cstdint>
 #include <memory>
 #include <optional>
 
@@ -33,7 +32,8 @@ class UpdaterController : public QObject
 
 public:
     /// What there is to show; the window is there while it is another than None.
-    enum class Stage : std::uint8_t {
+    /// Its type is one that the registration of types for QML knows.
+    enum class Stage : quint8 {
         None,
         Checking,
         UpToDate,

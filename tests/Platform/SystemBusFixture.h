@@ -11,6 +11,9 @@
 
 #include <gtest/gtest.h>
 
+#include <QDateTime>
+#include <QTimeZone>
+
 #include <optional>
 #include <string>
 #include <utility>
@@ -67,7 +70,7 @@ protected:
 
     TemporaryFolder m_folder;
     PackageKitUpdater::Patience m_patience; ///< of updaters that are made from then on
-    QDateTime m_now{QDate(2026, 3, 1), QTime(12, 0), Qt::UTC};
+    QDateTime m_now{QDate(2026, 3, 1), QTime(12, 0), QTimeZone::utc()};
 };
 
 } // namespace Tarnwick

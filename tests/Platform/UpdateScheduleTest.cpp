@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QTimeZone>
+
 #include <filesystem>
 #include <fstream>
 
@@ -24,7 +26,7 @@ protected:
 
     TemporaryFolder m_folder;
     std::filesystem::path m_file = m_folder.path() / "state" / "tarnwick" / "updater.conf";
-    QDateTime m_now{QDate(2026, 3, 1), QTime(12, 0), Qt::UTC};
+    QDateTime m_now{QDate(2026, 3, 1), QTime(12, 0), QTimeZone::utc()};
 };
 
 TEST_F(UpdateScheduleTest, IsAutomaticAndDueAtFirst)
