@@ -5,6 +5,15 @@
 from desktop import Rect
 
 
+# What newer versions of the accessibility interface call roles, in the words of the older ones.
+ROLES = {"button": "push button"}
+
+
+def role_of(node):
+    name = node.getRoleName()
+    return ROLES.get(name, name)
+
+
 class Accessibility:
     """For a desktop whose programs are accessible."""
 
@@ -15,10 +24,10 @@ class Accessibility:
 
         def search(node, inside):
             try:
-                matches = role in (None, node.getRoleName()) and name in (None, node.name)
+                matches = role in (None, role_of(node)) and name in (None, node.name)
                 if matches and inside:
                     found.append(node)
-                inside = inside or node.getRoleName() == within
+                inside = inside or role_of(node) == within
                 for index in range(node.childCount):
                     child = node.getChildAtIndex(index)
                     if child:

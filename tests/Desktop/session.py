@@ -60,7 +60,10 @@ class Session(Desktop, Accessibility):
         """The tray of a desktop ("panel", StatusNotifierItem), or one that embeds ("trayer")."""
         self._tray_kind = kind or self._tray_kind
         if self._tray_kind == "panel":
-            self.start("tray", ["xfce4-panel", "--disable-wm-check"])
+            # Newer panels look for their plugins among the data, under no path but this one.
+            data = self.environment["XDG_DATA_DIRS"] + ":/usr/share"
+            self.start("tray", ["xfce4-panel", "--disable-wm-check"],
+                       environment={"XDG_DATA_DIRS": data})
             wait_for("there is a tray", lambda: "boolean true" in self.run(
                 "dbus-send", "--session", "--print-reply=literal", "--dest=org.kde.StatusNotifierWatcher",
                 "/StatusNotifierWatcher", "org.freedesktop.DBus.Properties.Get",
