@@ -11,6 +11,7 @@
 #include <chrono>
 #include <csignal>
 #include <exception>
+#include <new>
 #include <span>
 
 #include <fcntl.h>
@@ -53,6 +54,10 @@ int main(int argc, char **argv)
         });
         const std::span<const char *const> arguments(argv, static_cast<std::size_t>(argc));
         return static_cast<int>(program.run(arguments.subspan(argc > 0 ? 1 : 0)));
+    } catch (const std::bad_alloc &) {
+        // Written as it stands: what puts texts together takes memory.
+        static_cast<void>(errors.write("tarnwickctl: no memory left\n"));
+        return static_cast<int>(ExitCode::Failed);
     } catch (const std::exception &exception) {
         console.sayError(exception.what());
         return static_cast<int>(ExitCode::Failed);

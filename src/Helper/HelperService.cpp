@@ -3,7 +3,9 @@
 
 #include "Helper/HelperService.h"
 
+#include <cerrno>
 #include <cstddef>
+#include <new>
 #include <utility>
 
 namespace Tarnwick {
@@ -53,8 +55,8 @@ HelperService::~HelperService() = default;
 
 void HelperService::listListeningPorts(ListReply reply)
 {
-    m_listReplies.push_back(std::move(reply));
     awaitRound();
+    m_listReplies.push_back(std::move(reply));
 }
 
 void HelperService::killProcess(const KillRequest &request, KillReply reply)
@@ -79,12 +81,12 @@ void HelperService::killProcess(const KillRequest &request, KillReply reply)
         ending->second->replies.push_back(std::move(reply));
         return;
     }
+    awaitRound();
     const auto place =
         m_kills
             .try_emplace(pid, Waiting{std::get<ProcessTerminator::Target>(std::move(admitted)), {}})
             .first;
     place->second.replies.push_back(std::move(reply));
-    awaitRound();
 }
 
 void HelperService::awaitRound()
@@ -110,6 +112,25 @@ void HelperService::doRound()
     answerListings(listReplies, scan);
 }
 
+HelperService::ListAnswer HelperService::payload(const ScanResult &found)
+{
+    try {
+        return std::make_shared<const ListingPayload>(found.records, found.report);
+    } catch (const std::bad_alloc &) {
+        return ListingError{ENOMEM, "no memory left"};
+    }
+}
+
+ProcessTerminator::Started HelperService::terminate(ProcessTerminator::Target target,
+                                                    const Ownership &ownership)
+{
+    try {
+        return m_work.start(std::move(target), ownership);
+    } catch (const std::bad_alloc &) {
+        return KillError{ENOMEM, "no memory left"};
+    }
+}
+
 void HelperService::answerListings(const std::vector<ListReply> &replies, const Scan &scan)
 {
     if (replies.empty()) {
@@ -121,7 +142,7 @@ void HelperService::answerListings(const std::vector<ListReply> &replies, const 
     } else {
         const auto &found = std::get<ScanResult>(scan);
         m_report = found.report;
-        answer = std::make_shared<const ListingPayload>(found.records, found.report);
+        answer = payload(found);
     }
     for (const ListReply &reply : replies) {
         reply(answer);
@@ -137,7 +158,7 @@ void HelperService::start(WaitingKills kills, const Scan &scan)
             continue;
         }
         const Ownership &ownership = std::get<ScanResult>(scan).ownerships[index++];
-        ProcessTerminator::Started started = m_work.start(std::move(waiting.target), ownership);
+        ProcessTerminator::Started started = terminate(std::move(waiting.target), ownership);
         if (const auto *code = std::get_if<KillResultCode>(&started)) {
             replyToAll(waiting.replies, *code);
         } else if (const auto *failed = std::get_if<KillError>(&started)) {

@@ -94,6 +94,10 @@ private:
     void awaitRound();
     void doRound();
     void answerListings(const std::vector<ListReply> &replies, const Scan &scan);
+    /// What these do, or an error where memory runs out on the way.
+    [[nodiscard]] static ListAnswer payload(const ScanResult &found);
+    [[nodiscard]] ProcessTerminator::Started terminate(ProcessTerminator::Target target,
+                                                       const Ownership &ownership);
     void start(WaitingKills kills, const Scan &scan);
     void await(Termination termination, std::int32_t pid, std::vector<KillReply> replies);
     void advance(std::int32_t pid);

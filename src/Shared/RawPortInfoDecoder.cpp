@@ -3,6 +3,7 @@
 
 #include "Shared/RawPortInfoDecoder.h"
 
+#include "Shared/CheckedAllocator.h"
 #include "Shared/RawRecordBuilder.h"
 #include "Shared/Utf8.h"
 
@@ -194,7 +195,7 @@ RawPortInfo::Decoded RawPortInfoDecoder::decode(std::string_view payload)
                                rapidjson::kParseNumbersAsStringsFlag;
     ListingHandler handler(payload.size());
     rapidjson::MemoryStream stream(payload.data(), payload.size());
-    rapidjson::Reader reader;
+    rapidjson::GenericReader<rapidjson::UTF8<>, rapidjson::UTF8<>, CheckedAllocator> reader;
     const rapidjson::ParseResult result = reader.Parse<flags>(stream, handler);
 
     if (result.Code() == rapidjson::kParseErrorTermination) {

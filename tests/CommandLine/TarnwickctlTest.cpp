@@ -108,6 +108,33 @@ TEST(Tarnwickctl, BoundsItsMemoryWhateverAProcessCallsItself)
               listeners);
 }
 
+TEST(Tarnwickctl, SaysThatThereIsNoMemoryLeft)
+{
+    if (isSanitized) {
+        GTEST_SKIP() << "a sanitizer reserves more memory than is left";
+    }
+    const Puppet server = verboseServer();
+    const auto runWith = [](int kibibytes, const char *argument) {
+        return run({"/bin/sh", "-c",
+                    "ulimit -v " + std::to_string(kibibytes) + R"(; exec "$0" "$1")",
+                    std::string(programPath), argument});
+    };
+    int least = 4000;
+    while (runWith(least, "--version").exitCode != 0) {
+        least += 1000;
+    }
+    bool hasFailed = false;
+    for (const int left : {1000, 2000, 4000, 8000, 16'000, 24'000, 32'000, 64'000, 200'000}) {
+        const auto result = runWith(least + left, "--json");
+        if (result.exitCode != 0) {
+            EXPECT_EQ(result.exitCode, 4) << left;
+            EXPECT_EQ(result.errors, "tarnwickctl: no memory left\n");
+            hasFailed = true;
+        }
+    }
+    EXPECT_TRUE(hasFailed);
+}
+
 TEST(Tarnwickctl, TellsItsVersionAndHelps)
 {
     const auto told = runTarnwickctl({"--version"});

@@ -44,6 +44,8 @@ public:
     /// Resident memory now, and the most there ever was, in kB.
     [[nodiscard]] std::size_t residentMemory() const { return memory("VmRSS:"); }
     [[nodiscard]] std::size_t peakMemory() const { return memory("VmHWM:"); }
+    /// The address space, in kB.
+    [[nodiscard]] std::size_t virtualMemory() const { return memory("VmSize:"); }
     [[nodiscard]] bool hasOpen(const std::filesystem::path &file) const;
 
 private:

@@ -25,4 +25,16 @@ inline Puppet hostileServer()
     return server;
 }
 
+/// A process whose listeners fill a listing, without anything that is unusual.
+inline Puppet verboseServer()
+{
+    constexpr int listeners = 400;
+    std::vector<std::string> arguments(600, std::string(100, 'x'));
+    Puppet server(Puppet::program(), arguments);
+    for (int count = 0; count < listeners; ++count) {
+        server.listen();
+    }
+    return server;
+}
+
 } // namespace Tarnwick

@@ -3,6 +3,8 @@
 
 #include "Helper/linux/BusClients.h"
 
+#include "Helper/linux/CallFromC.h"
+
 #include <algorithm>
 #include <unordered_set>
 #include <utility>
@@ -250,7 +252,8 @@ int BusClients::onMessage(sd_bus_message *message, void *clients, sd_bus_error *
 {
     if (sd_bus_message_is_signal(message, BusDaemonCalls::service, "NameOwnerChanged") > 0 &&
         BusDaemonCalls::isFromDaemon(message)) {
-        static_cast<BusClients *>(clients)->ownerChanged(message);
+        auto &self = *static_cast<BusClients *>(clients);
+        return callFromC(message, [&self, message] { self.ownerChanged(message); });
     }
     return 0;
 }

@@ -3,6 +3,8 @@
 
 #include "Helper/linux/BusDaemonCalls.h"
 
+#include "Helper/linux/CallFromC.h"
+
 #include <cerrno>
 #include <string_view>
 #include <utility>
@@ -97,12 +99,13 @@ int BusDaemonCalls::onMessage(sd_bus_message *message, void *calls, sd_bus_error
     if (sd_bus_message_get_reply_cookie(message, &id) < 0 || !isFromDaemon(message)) {
         return 0;
     }
-    if (const auto place = pending.find(id); place != pending.end()) {
-        const Replied replied = std::move(place->second);
-        pending.erase(place);
-        replied(message);
+    const auto place = pending.find(id);
+    if (place == pending.end()) {
+        return 0;
     }
-    return 0;
+    const Replied replied = std::move(place->second);
+    pending.erase(place);
+    return callFromC(message, [&replied, message] { replied(message); });
 }
 
 } // namespace Tarnwick

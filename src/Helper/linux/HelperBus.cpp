@@ -3,13 +3,16 @@
 
 #include "Helper/linux/HelperBus.h"
 
+#include "Helper/linux/CallFromC.h"
 #include "Shared/HelperProtocol.h"
 #include "Shared/Version.h"
 
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include <malloc.h>
@@ -79,25 +82,35 @@ HelperBus::HelperBus(BusHandle bus, SystemdEventLoop &loop, HelperService &servi
     sd_bus_slot *slot = nullptr;
     sd_bus_add_filter(m_bus.get(), &slot, &HelperBus::onMessage, this);
     m_filter.reset(slot);
+    // Without memory sd-bus closes the connection, and then tries for ever to report that.
+    m_disconnect = m_loop.afterEachRound([this] {
+        if (sd_bus_is_open(m_bus.get()) <= 0) {
+            m_loop.leave(EXIT_FAILURE);
+        }
+    });
     clientsChanged();
 }
 
 int HelperBus::onMessage(sd_bus_message *message, void *channel, sd_bus_error * /*error*/)
 {
     auto &self = *static_cast<HelperBus *>(channel);
+    return callFromC(self.m_loop.event(), [&self, message] { self.receiveMessage(message); });
+}
+
+void HelperBus::receiveMessage(sd_bus_message *message)
+{
     const char *name = nullptr;
     if (sd_bus_message_is_signal(message, BusDaemonCalls::service, "NameLost") > 0 &&
         BusDaemonCalls::isFromDaemon(message) && sd_bus_message_read(message, "s", &name) > 0 &&
         name == serviceName) {
-        self.nameLost();
-        return 0;
+        nameLost();
+        return;
     }
     // Also who asks for what we do not offer is somebody to stay for.
     const char *sender = sd_bus_message_get_sender(message);
     if (sd_bus_message_is_method_call(message, nullptr, nullptr) > 0 && sender != nullptr) {
-        self.m_clients.meet(sender);
+        m_clients.meet(sender);
     }
-    return 0;
 }
 
 std::string HelperBus::claimName(Claim claim)
@@ -123,12 +136,19 @@ std::string HelperBus::claimName(Claim claim)
 int HelperBus::onListListeningPorts(sd_bus_message *request, void *channel,
                                     sd_bus_error * /*error*/)
 {
-    return static_cast<HelperBus *>(channel)->receive(request, &HelperBus::list);
+    return static_cast<HelperBus *>(channel)->receiveFromC(request, &HelperBus::list);
 }
 
 int HelperBus::onKillProcess(sd_bus_message *request, void *channel, sd_bus_error * /*error*/)
 {
-    return static_cast<HelperBus *>(channel)->receive(request, &HelperBus::kill);
+    return static_cast<HelperBus *>(channel)->receiveFromC(request, &HelperBus::kill);
+}
+
+int HelperBus::receiveFromC(sd_bus_message *request, Operation operation)
+{
+    int result = 0;
+    const int failed = callFromC(m_loop.event(), [&] { result = receive(request, operation); });
+    return failed < 0 ? failed : result;
 }
 
 int HelperBus::onGetVersion(sd_bus * /*bus*/, const char * /*path*/, const char * /*interface*/,
@@ -156,7 +176,11 @@ int HelperBus::receive(sd_bus_message *request, Operation operation)
             m_clients.answered(client);
             return;
         }
-        (this->*operation)(request, *identity);
+        try {
+            (this->*operation)(request, *identity);
+        } catch (const std::bad_alloc &) {
+            m_replies.answerWithError(request, ENOMEM, "no memory left");
+        }
     });
     return 1;
 }

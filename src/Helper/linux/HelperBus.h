@@ -55,7 +55,9 @@ private:
     using Operation = void (HelperBus::*)(const BusMessage &request,
                                           const BusClients::Identity &client);
 
+    void receiveMessage(sd_bus_message *message);
     [[nodiscard]] std::string claimName(Claim claim);
+    int receiveFromC(sd_bus_message *request, Operation operation);
     int receive(sd_bus_message *request, Operation operation);
     void list(const BusMessage &request, const BusClients::Identity &client);
     void kill(const BusMessage &request, const BusClients::Identity &client);
@@ -83,6 +85,7 @@ private:
     std::unique_ptr<EventLoop::Wait> m_leaving;
     BusDaemonCalls::Id m_lastWord = 0; ///< while leaving, a call of the bus daemon
     std::unique_ptr<EventLoop::Wait> m_tidying;
+    std::unique_ptr<EventLoop::Wait> m_disconnect;
 };
 
 } // namespace Tarnwick

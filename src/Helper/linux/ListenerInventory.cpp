@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 #include <unordered_set>
 
 namespace Tarnwick {
@@ -57,6 +58,7 @@ struct ListenerInventory::Private
         }
     };
 
+    [[nodiscard]] Scan scan(const ScanRequest &request);
     [[nodiscard]] std::optional<ListingError> update(ProcessInspector::Reading least);
     [[nodiscard]] Questions questions(ProcessCensus::Pulse pulse);
     void resolve(const Questions &questions, int attemptsLeft);
@@ -82,6 +84,7 @@ struct ListenerInventory::Private
     std::vector<ListeningSocket> sockets;
     SharedProcessReport report = std::make_shared<const ProcessReport>();
     Clock::time_point nextAudit;
+    bool isInterrupted = false; ///< the last scan was not finished
 };
 
 ListenerInventory::ListenerInventory()
@@ -98,23 +101,41 @@ ListenerInventory::~ListenerInventory() = default;
 
 Scan ListenerInventory::scan(const ScanRequest &request)
 {
-    using Reading = ProcessInspector::Reading;
     Private &d = *m_private;
+    try {
+        if (d.isInterrupted) {
+            d.census = ProcessCensus(d.root.get());
+            d.groups = ControlGroups();
+            d.isInterrupted = false;
+        }
+        return d.scan(request);
+    } catch (const std::bad_alloc &) {
+        // Half a scan is not to be built upon.
+        d.memory.startOver();
+        d.sockets = {};
+        d.isInterrupted = true;
+        return ListingError{ENOMEM, "no memory left"};
+    }
+}
+
+Scan ListenerInventory::Private::scan(const ScanRequest &request)
+{
+    using Reading = ProcessInspector::Reading;
     const Reading least =
         request.owners.empty() ? Reading::WhatMayHaveChanged : Reading::Everything;
-    if (std::optional<ListingError> error = d.update(least)) {
+    if (std::optional<ListingError> error = update(least)) {
         return *std::move(error);
     }
     ScanResult result;
-    result.ownerships = d.memory.ownerships(request.owners);
+    result.ownerships = memory.ownerships(request.owners);
     if (request.records) {
-        result.records = d.memory.records(d.sockets);
+        result.records = memory.records(sockets);
     }
-    d.memory.finish();
+    memory.finish();
     if (request.records) {
-        d.report = std::make_shared<const ProcessReport>(d.memory.reported());
+        report = std::make_shared<const ProcessReport>(memory.reported());
     }
-    result.report = d.report;
+    result.report = report;
     return result;
 }
 

@@ -341,6 +341,15 @@ void OwnerMemory::finish()
                   [this](const auto &entry) { return entry.second.ownsAt != m_listing; });
 }
 
+void OwnerMemory::startOver() noexcept
+{
+    m_places.clear();
+    m_sockets.clear();
+    m_processes.clear();
+    m_open = 0;
+    m_listing = 0;
+}
+
 std::vector<ReportedProcess> OwnerMemory::reported() const
 {
     std::vector<ReportedProcess> reported;

@@ -89,6 +89,10 @@ public:
     /// The owners that the listing which was finished last found.
     [[nodiscard]] std::vector<ReportedProcess> reported() const;
 
+    /// Forgets all sockets and processes: for a listing that could not be finished. The next one is
+    /// like the first.
+    void startOver() noexcept;
+
     [[nodiscard]] std::uint64_t listing() const { return m_listing; }
 
 private:

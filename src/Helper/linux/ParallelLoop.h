@@ -6,7 +6,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
-#include <system_error>
+#include <exception>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -17,7 +18,8 @@ enum class Parallel { No, WhereItHelps };
 
 /// Calls @p body with each index below @p count, on this thread and, where that helps, on a few
 /// more. Returns when all calls have. The indices are handed out one by one, so that one long piece
-/// of work does not hold up the others' share. @p body must not throw.
+/// of work does not hold up the others' share. What @p body throws ends the loop and comes out of
+/// it, once all threads have ended.
 template<class Body>
 void parallelLoop(std::size_t count, Parallel parallel, const Body &body)
 {
@@ -25,9 +27,16 @@ void parallelLoop(std::size_t count, Parallel parallel, const Body &body)
     constexpr unsigned mostThreads = 4;
 
     std::atomic<std::size_t> next{0};
-    const auto work = [&next, &body, count] {
-        for (std::size_t index = next++; index < count; index = next++) {
-            body(index);
+    std::exception_ptr thrown;
+    std::once_flag noted;
+    const auto work = [&] {
+        try {
+            for (std::size_t index = next++; index < count; index = next++) {
+                body(index);
+            }
+        } catch (...) {
+            next = count;
+            std::call_once(noted, [&thrown] { thrown = std::current_exception(); });
         }
     };
     std::vector<std::thread> others;
@@ -37,13 +46,16 @@ void parallelLoop(std::size_t count, Parallel parallel, const Body &body)
             for (unsigned thread = 1; thread < threads && thread < count; ++thread) {
                 others.emplace_back(work);
             }
-        } catch (const std::system_error &) {
-            // No more threads for this user: those that there are do the work.
+        } catch (const std::exception &) {
+            // No more threads for this user, or no memory: those that there are do the work.
         }
     }
     work();
     for (std::thread &other : others) {
         other.join();
+    }
+    if (thrown) {
+        std::rethrow_exception(thrown);
     }
 }
 

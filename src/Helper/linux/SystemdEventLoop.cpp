@@ -3,6 +3,8 @@
 
 #include "Helper/linux/SystemdEventLoop.h"
 
+#include "Helper/linux/CallFromC.h"
+
 #include <cstdint>
 #include <ctime>
 #include <system_error>
@@ -33,12 +35,13 @@ public:
 
     [[nodiscard]] sd_event_source **source() { return &m_source; }
 
-    static int call(void *wait)
+    static int call(sd_event_source *source, void *wait)
     {
-        // A copy, since the task may destroy its wait.
-        const EventLoop::Task task = static_cast<SystemdWait *>(wait)->m_task;
-        task();
-        return 0;
+        return callFromC(sd_event_source_get_event(source), [wait] {
+            // A copy, since the task may destroy its wait.
+            const EventLoop::Task task = static_cast<SystemdWait *>(wait)->m_task;
+            task();
+        });
     }
 
 private:
@@ -46,20 +49,19 @@ private:
     sd_event_source *m_source = nullptr;
 };
 
-int onEvent(sd_event_source * /*source*/, void *wait)
+int onEvent(sd_event_source *source, void *wait)
 {
-    return SystemdWait::call(wait);
+    return SystemdWait::call(source, wait);
 }
 
-int onTime(sd_event_source * /*source*/, std::uint64_t /*now*/, void *wait)
+int onTime(sd_event_source *source, std::uint64_t /*now*/, void *wait)
 {
-    return SystemdWait::call(wait);
+    return SystemdWait::call(source, wait);
 }
 
-int onReadable(sd_event_source * /*source*/, int /*descriptor*/, std::uint32_t /*events*/,
-               void *wait)
+int onReadable(sd_event_source *source, int /*descriptor*/, std::uint32_t /*events*/, void *wait)
 {
-    return SystemdWait::call(wait);
+    return SystemdWait::call(source, wait);
 }
 
 } // namespace
