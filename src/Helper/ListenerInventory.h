@@ -9,8 +9,10 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -30,8 +32,9 @@ struct Ownership
 {
     /// The later, the more certain.
     enum class Kind {
-        None,      ///< it owns none
-        Presumed,  ///< it may not be looked into; only its control group led to it
+        None, ///< it owns none
+        /// It cannot be looked into, now or at all: its control group or an earlier look led to it.
+        Presumed,
         ForOthers, ///< a service manager, which holds them for services that do not run
         Seen       ///< it was seen just now to have one of them open
     };
@@ -77,6 +80,12 @@ public:
         /// The interval grows so that such a look takes no more than one part in this many of the
         /// time.
         int auditShare = 500;
+        /// The most work of one search for owners, in looks at a descriptor, and that on one
+        /// process. What is found by then is told, and of other sockets no owner.
+        std::uint64_t mostWork = 2'000'000;
+        std::uint64_t mostWorkOnProcess = 200'000;
+        /// Takes lines for the diagnostic log: what failed in a listing, each kind once in an hour.
+        std::function<void(std::string_view line)> log{};
     };
 
     ListenerInventory();
@@ -86,8 +95,9 @@ public:
     ListenerInventory &operator=(const ListenerInventory &) = delete;
 
     /// What is wanted, as of one moment. There is a record for each listening socket, ordered by
-    /// port. A socket whose owner nobody can tell is there with `pid` 0. Fails only when the
-    /// sockets themselves cannot be listed.
+    /// port. A socket whose owner nobody can tell is there with `pid` 0. An owner that cannot be
+    /// checked for the moment, because the system is short of descriptors or memory, stays what it
+    /// was. Fails only when the sockets themselves cannot be listed.
     [[nodiscard]] Scan scan(const ScanRequest &request);
 
     /// The records of a scan of their own.

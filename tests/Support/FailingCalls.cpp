@@ -5,17 +5,17 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <mutex>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include <linux/filter.h>
 #include <linux/seccomp.h>
-#include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
@@ -93,52 +93,63 @@ FailingCalls::FailingCalls()
 {
 }
 
+/// Answers the kernel's notifications, in a thread of its own, until the process ends: nobody else
+/// could let the calls through.
+struct FailingCalls::Supervisor
+{
+    [[nodiscard]] int answer(long number);
+    void run();
+
+    std::mutex mutex;
+    std::optional<unsigned> skipped; ///< how many calls go through before the one that fails
+    std::optional<long> each;
+    int code = 0;
+    std::optional<long> failed;
+    std::atomic<int> listener{-1}; ///< -2 when there is none
+};
+
 FailingCalls::FailingCalls(std::span<const long> calls)
-    : m_stop(::eventfd(0, EFD_CLOEXEC))
+    : m_supervisor(std::make_shared<Supervisor>())
 {
     // The supervisor exists before the filter, which is therefore not upon it.
-    m_supervisor = std::thread([this] { supervise(); });
+    std::thread([supervisor = m_supervisor] { supervisor->run(); }).detach();
     const int listener = installFilter(calls);
-    m_listener = listener >= 0 ? listener : -2;
-    m_listener.notify_one();
+    m_supervisor->listener = listener >= 0 ? listener : -2;
+    m_supervisor->listener.notify_one();
     if (listener < 0) {
-        m_supervisor.join();
         throw std::runtime_error("no notifications of system calls to be had");
     }
 }
 
 FailingCalls::~FailingCalls()
 {
-    // The watched calls of this process fail with ENOSYS from here on.
-    const std::uint64_t one = 1;
-    static_cast<void>(::write(m_stop.get(), &one, sizeof(one)));
-    m_supervisor.join();
+    static_cast<void>(stop());
 }
 
 void FailingCalls::fail(unsigned skipped, int code)
 {
-    const std::lock_guard lock(m_mutex);
-    m_skipped = skipped;
-    m_each.reset();
-    m_code = code;
-    m_failed.reset();
+    const std::lock_guard lock(m_supervisor->mutex);
+    m_supervisor->skipped = skipped;
+    m_supervisor->each.reset();
+    m_supervisor->code = code;
+    m_supervisor->failed.reset();
 }
 
 void FailingCalls::failEach(long number, int code)
 {
-    const std::lock_guard lock(m_mutex);
-    m_skipped.reset();
-    m_each = number;
-    m_code = code;
-    m_failed.reset();
+    const std::lock_guard lock(m_supervisor->mutex);
+    m_supervisor->skipped.reset();
+    m_supervisor->each = number;
+    m_supervisor->code = code;
+    m_supervisor->failed.reset();
 }
 
 std::optional<long> FailingCalls::stop()
 {
-    const std::lock_guard lock(m_mutex);
-    m_skipped.reset();
-    m_each.reset();
-    return std::exchange(m_failed, std::nullopt);
+    const std::lock_guard lock(m_supervisor->mutex);
+    m_supervisor->skipped.reset();
+    m_supervisor->each.reset();
+    return std::exchange(m_supervisor->failed, std::nullopt);
 }
 
 std::string FailingCalls::name(long number)
@@ -150,44 +161,34 @@ std::string FailingCalls::name(long number)
 }
 
 /// The errno to answer a call with; 0 lets it through.
-int FailingCalls::answer(long number)
+int FailingCalls::Supervisor::answer(long number)
 {
-    const std::lock_guard lock(m_mutex);
-    const bool isTheOne = m_skipped == 0U || m_each == number;
-    if (m_skipped) {
-        m_skipped = *m_skipped == 0 ? std::nullopt : std::optional(*m_skipped - 1);
+    const std::lock_guard lock(mutex);
+    const bool isTheOne = skipped == 0U || each == number;
+    if (skipped) {
+        skipped = *skipped == 0 ? std::nullopt : std::optional(*skipped - 1);
     }
     if (!isTheOne) {
         return 0;
     }
-    m_failed = number;
-    return m_code;
+    failed = number;
+    return code;
 }
 
-void FailingCalls::supervise()
+void FailingCalls::Supervisor::run()
 {
-    m_listener.wait(-1);
-    if (m_listener < 0) {
-        return;
-    }
-    const FileDescriptor listener(m_listener);
-    for (;;) {
-        std::array<pollfd, 2> waiting{pollfd{.fd = listener.get(), .events = POLLIN, .revents = 0},
-                                      pollfd{.fd = m_stop.get(), .events = POLLIN, .revents = 0}};
-        ::poll(waiting.data(), waiting.size(), -1);
-        if (waiting[1].revents != 0) {
-            return;
-        }
+    listener.wait(-1);
+    while (listener >= 0) {
         seccomp_notif call = {};
-        if (::ioctl(listener.get(), SECCOMP_IOCTL_NOTIF_RECV, &call) != 0) {
+        if (::ioctl(listener, SECCOMP_IOCTL_NOTIF_RECV, &call) != 0) {
             continue;
         }
-        const int code = answer(call.data.nr);
+        const int error = answer(call.data.nr);
         seccomp_notif_resp response = {};
         response.id = call.id;
-        response.error = -code;
-        response.flags = code == 0 ? SECCOMP_USER_NOTIF_FLAG_CONTINUE : 0;
-        ::ioctl(listener.get(), SECCOMP_IOCTL_NOTIF_SEND, &response);
+        response.error = -error;
+        response.flags = error == 0 ? SECCOMP_USER_NOTIF_FLAG_CONTINUE : 0;
+        ::ioctl(listener, SECCOMP_IOCTL_NOTIF_SEND, &response);
     }
 }
 

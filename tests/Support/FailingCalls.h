@@ -3,14 +3,10 @@
 
 #pragma once
 
-#include "Shared/FileDescriptor.h"
-
-#include <atomic>
-#include <mutex>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
-#include <thread>
 
 namespace Tarnwick {
 
@@ -43,18 +39,8 @@ public:
     [[nodiscard]] static std::string name(long number);
 
 private:
-    void supervise();
-    [[nodiscard]] int answer(long number);
-
-    std::mutex m_mutex;
-    std::optional<unsigned> m_skipped; ///< how many calls go through before the one that fails
-    std::optional<long> m_each;
-    int m_code = 0;
-    std::optional<long> m_failed;
-
-    std::atomic<int> m_listener{-1};
-    FileDescriptor m_stop; ///< ends the supervisor when written to
-    std::thread m_supervisor;
+    struct Supervisor;
+    std::shared_ptr<Supervisor> m_supervisor; ///< shared with its thread
 };
 
 } // namespace Tarnwick

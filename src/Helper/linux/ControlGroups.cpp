@@ -4,9 +4,11 @@
 #include "Helper/linux/ControlGroups.h"
 
 #include "Helper/linux/ProcFs.h"
+#include "Helper/linux/SystemFailures.h"
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <memory>
@@ -63,15 +65,19 @@ void forEachDirectory(int directory, const Visit &visit)
     FileDescriptor own = ProcFs::openDirectory(directory, ".");
     const std::unique_ptr<DIR, CloseDirectory> stream(own ? ::fdopendir(own.get()) : nullptr);
     if (!stream) {
+        SystemFailures::note("fdopendir", errno);
         return;
     }
     own.release();
-    while (const dirent *entry = ::readdir(stream.get())) {
+    errno = 0;
+    for (const dirent *entry = ::readdir(stream.get()); entry != nullptr;
+         errno = 0, entry = ::readdir(stream.get())) {
         const std::string_view name = entry->d_name;
         if (entry->d_type == DT_DIR && name != "." && name != "..") {
             visit(entry->d_ino, entry->d_name);
         }
     }
+    SystemFailures::note("getdents64", errno);
 }
 
 FileDescriptor openGroup(int root, const std::string &path)

@@ -15,7 +15,8 @@ namespace Tarnwick {
 
 namespace {
 
-constexpr std::size_t longestCommandLine = 64UL * 1024;
+/// What is compared of a command line; each socket of a group has those of all members compared.
+constexpr std::size_t longestCommandLine = 16UL * 1024;
 /// With fewer processes to look at than this, threads cost more than they save.
 constexpr std::size_t worthThreads = 128;
 
@@ -170,8 +171,9 @@ std::vector<GroupMember> GroupAttribution::members(const std::string &path) cons
     std::vector<GroupMember> found;
     for (const pid_t pid : m_groups.processes(path)) {
         if (m_accessTo(pid) != Access::HoldsNothing) {
-            found.push_back(
-                {.stat = {}, .pid = pid, .commandLine = {}, .users = {}, .readable = false});
+            GroupMember member;
+            member.pid = pid;
+            found.push_back(std::move(member));
         }
     }
     const Parallel parallel = found.size() >= worthThreads ? Parallel::WhereItHelps : Parallel::No;
@@ -201,10 +203,12 @@ std::vector<GroupMember> GroupAttribution::candidates(const std::string &path, s
     // A group of strangers may be the whole machine: look closer only at those who name the port.
     const bool all = !ControlGroups::isShared(path);
     std::vector<GroupMember> found;
-    for (const GroupMember &member : entry->second) {
+    for (GroupMember &member : entry->second) {
         if (all || namesPort(member.commandLine, port)) {
+            if (!member.complete) {
+                complete(member);
+            }
             found.push_back(member);
-            complete(found.back());
         }
     }
     return found;
@@ -261,6 +265,7 @@ void GroupAttribution::complete(GroupMember &member) const
     std::string status;
     ProcFs::readFile(directory.get(), "status", status, longestStatus);
     member.users = ProcFs::parseUsers(status);
+    member.complete = true;
 }
 
 } // namespace Tarnwick

@@ -29,6 +29,7 @@ struct GroupMember
     std::string commandLine;  ///< arguments, each ended by a NUL
     std::vector<uid_t> users; ///< real, effective, saved, and of the file system
     bool readable = false;    ///< its descriptors could be searched, and do not have the socket
+    bool complete = false;    ///< whether all of this has been read
 };
 
 /// Finds the owner of a socket whose holders may not be looked at, for they belong to other users:
@@ -95,7 +96,7 @@ private:
     int m_procRoot;
     ControlGroups &m_groups;
     AccessTo m_accessTo;
-    /// Of this look; of each member the command line only.
+    /// Of this look; of each member the command line at least.
     std::map<std::string, std::vector<GroupMember>> m_members;
     /// Of this look, too; two at most of each group.
     std::map<std::string, std::vector<GroupMember>> m_strangers;

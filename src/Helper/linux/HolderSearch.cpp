@@ -4,9 +4,11 @@
 #include "Helper/linux/HolderSearch.h"
 
 #include "Helper/linux/ParallelLoop.h"
+#include "Helper/linux/SystemFailures.h"
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <iterator>
 #include <string>
@@ -38,7 +40,9 @@ constexpr std::size_t worthThreadsForCounts = 256;
 std::int64_t sizeOf(int descriptors)
 {
     struct stat status = {};
-    return ::fstat(descriptors, &status) == 0 ? status.st_size : 0;
+    const bool told = ::fstat(descriptors, &status) == 0;
+    SystemFailures::note("fstat", told ? 0 : errno);
+    return told ? status.st_size : 0;
 }
 
 bool kernelTellsCounts(int root)
@@ -53,17 +57,69 @@ FileDescriptor openDescriptors(int root, pid_t pid, pid_t thread)
     return ProcFs::openDirectoryOfProcess(root, pid, name);
 }
 
-/// Whether two threads have the same descriptors (kcmp(2)); it is taken for granted where the
-/// kernel does not tell.
-bool shareDescriptors(pid_t left, pid_t right)
+/// Threads of a process, each with descriptors of its own, in the order in which kcmp(2) puts their
+/// tables: so a search among them takes few comparisons, however many they are.
+class DescriptorTables
 {
-    return ::syscall(SYS_kcmp, left, right, KCMP_FILES, 0, 0) <= 0;
-}
+public:
+    explicit DescriptorTables(pid_t first)
+        : m_first(first)
+    {
+    }
+
+    /// Adds the table of @p thread. False when it is known already; that is taken for granted where
+    /// the kernel does not compare, or the thread has ended.
+    [[nodiscard]] bool add(pid_t thread)
+    {
+        // Nearly all threads share the descriptors of the first.
+        if (m_first != 0 && compare(thread, m_first) == Order::Equal) {
+            return false;
+        }
+        std::size_t from = 0;
+        std::size_t to = m_others.size();
+        while (from < to) {
+            const std::size_t middle = from + (to - from) / 2;
+            const Order order = compare(thread, m_others[middle]);
+            if (order == Order::Equal) {
+                return false;
+            }
+            (order == Order::Less ? to : from) = order == Order::Less ? middle : middle + 1;
+        }
+        m_others.insert(m_others.begin() + static_cast<std::ptrdiff_t>(from), thread);
+        return true;
+    }
+
+    [[nodiscard]] std::uint64_t comparisons() const { return m_comparisons; }
+
+private:
+    enum class Order { Equal, Less, Greater };
+
+    [[nodiscard]] Order compare(pid_t left, pid_t right)
+    {
+        ++m_comparisons;
+        const long order = ::syscall(SYS_kcmp, left, right, KCMP_FILES, 0, 0);
+        SystemFailures::note("kcmp", order < 0 ? errno : 0);
+        switch (order) {
+        case 1:
+            return Order::Less;
+        case 2:
+            return Order::Greater;
+        default:
+            return Order::Equal;
+        }
+    }
+
+    pid_t m_first; ///< 0 for none
+    std::vector<pid_t> m_others;
+    std::uint64_t m_comparisons = 0;
+};
 
 } // namespace
 
-HolderSearch::HolderSearch(int root, std::span<const ListeningSocket> sockets)
+HolderSearch::HolderSearch(int root, std::span<const ListeningSocket> sockets, const Limits &limits)
     : m_root(root)
+    , m_limits(limits)
+    , m_deadline(std::chrono::steady_clock::now() + limits.time)
     , m_countsTold(kernelTellsCounts(root))
 {
     m_index.reserve(sockets.size());
@@ -81,7 +137,8 @@ const HolderSearch::Visited &HolderSearch::visit(pid_t pid)
     if (known != m_visited.end() && known->second.complete) {
         return known->second;
     }
-    std::array<Stretch, 1> whole{Stretch{.pid = pid, .to = everything, .result = {}, .found = {}}};
+    std::array<Stretch, 1> whole{Stretch{
+        .pid = pid, .to = everything, .allowance = m_limits.process, .result = {}, .found = {}}};
     run(whole);
     return m_visited[pid];
 }
@@ -126,6 +183,7 @@ void HolderSearch::visitBand(std::vector<Progress> &unfinished, unsigned end)
                              .from = progress.looked,
                              .to = end,
                              .missing = progress.descriptors - progress.hits,
+                             .allowance = m_limits.process - progress.work,
                              .result = {},
                              .hits = 0,
                              .found = {}});
@@ -138,15 +196,22 @@ void HolderSearch::visitRest(std::vector<Progress> &unfinished)
     // As many numbers as descriptors are missing: a table without gaps is then read to its end
     // without the directory being listed, which costs nearly half as much as the links themselves.
     std::vector<Stretch> pieces;
+    // Who has few descriptors is not to wait, and then be left out, for one who has very many.
+    std::stable_sort(unfinished.begin(), unfinished.end(),
+                     [](const Progress &left, const Progress &right) {
+                         return left.descriptors < right.descriptors;
+                     });
     for (const Progress &progress : unfinished) {
-        const auto missing =
-            static_cast<unsigned>(std::max<std::int64_t>(0, progress.descriptors - progress.hits));
+        const std::int64_t allowed = static_cast<std::int64_t>(m_limits.process - progress.work);
+        const auto missing = static_cast<unsigned>(
+            std::clamp<std::int64_t>(progress.descriptors - progress.hits, 0, allowed));
         const unsigned end = progress.looked + missing;
         for (unsigned from = progress.looked; from < end; from += longestStretch) {
             pieces.push_back({.pid = progress.pid,
                               .from = from,
                               .to = std::min(from + longestStretch, end),
                               .missing = std::min(longestStretch, missing),
+                              .allowance = longestStretch,
                               .result = {},
                               .hits = 0,
                               .found = {}});
@@ -166,6 +231,7 @@ void HolderSearch::advance(std::vector<Progress> &unfinished, std::span<Stretch>
         for (; stretch != stretches.end() && stretch->pid == progress.pid; ++stretch) {
             progress.looked = stretch->to;
             progress.hits += stretch->hits;
+            progress.work = std::min(m_limits.process, progress.work + stretch->work);
             progress.descriptors = std::max(progress.descriptors, stretch->result.descriptors);
         }
         Visited &visited = m_visited[progress.pid];
@@ -198,8 +264,23 @@ void HolderSearch::run(std::span<Stretch> stretches)
     }
 }
 
-void HolderSearch::look(Stretch &stretch) const
+/// Whether there is work left for a stretch that has done this much; if not, it is cut.
+bool HolderSearch::mayWork(std::uint64_t done, std::uint64_t allowance)
 {
+    constexpr std::uint64_t betweenLooksAtTheClock = 256;
+    const bool isLate =
+        done % betweenLooksAtTheClock == 0 && std::chrono::steady_clock::now() > m_deadline;
+    const bool may = done < allowance && m_work + done < m_limits.total && !isLate;
+    m_cut = m_cut || !may;
+    return may;
+}
+
+void HolderSearch::look(Stretch &stretch)
+{
+    if (!mayWork(0, stretch.allowance)) {
+        stretch.result.complete = true;
+        return;
+    }
     const FileDescriptor descriptors = openDescriptors(m_root, stretch.pid, stretch.thread);
     if (!descriptors) {
         stretch.result.complete = true;
@@ -209,12 +290,17 @@ void HolderSearch::look(Stretch &stretch) const
     if (m_countsTold) {
         stretch.result.descriptors = sizeOf(descriptors.get());
     }
+    lookAtNumbers(descriptors.get(), stretch);
+    m_work += stretch.work;
+}
+
+void HolderSearch::lookAtNumbers(int descriptors, Stretch &stretch)
+{
     if (stretch.to == everything) {
         std::vector<ProcFs::NumberedEntry> entries;
-        ProcFs::readNumbers(descriptors.get(), entries);
+        ProcFs::readNumbers(descriptors, entries, stretch.from + stretch.allowance + 1);
         for (const ProcFs::NumberedEntry &entry : entries) {
-            if (entry.number >= stretch.from &&
-                !lookAtNumber(descriptors.get(), entry.number, stretch)) {
+            if (entry.number >= stretch.from && !lookAtNumber(descriptors, entry.number, stretch)) {
                 return;
             }
         }
@@ -224,15 +310,20 @@ void HolderSearch::look(Stretch &stretch) const
     // Where the stretch begins the process, how many there are is known only now.
     const std::int64_t missing = stretch.from == 0 ? stretch.result.descriptors : stretch.missing;
     for (unsigned number = stretch.from; number < stretch.to && stretch.hits < missing; ++number) {
-        if (!lookAtNumber(descriptors.get(), number, stretch)) {
+        if (!lookAtNumber(descriptors, number, stretch)) {
             return;
         }
     }
 }
 
-/// False when the process is not ours to look at.
-bool HolderSearch::lookAtNumber(int descriptors, unsigned number, Stretch &stretch) const
+/// False when the process is not ours to look at, or nothing more is to be done for it.
+bool HolderSearch::lookAtNumber(int descriptors, unsigned number, Stretch &stretch)
 {
+    if (!mayWork(stretch.work, stretch.allowance)) {
+        stretch.result.complete = true;
+        return false;
+    }
+    ++stretch.work;
     const ProcFs::Descriptor seen = ProcFs::descriptor(descriptors, number);
     if (seen.kind == ProcFs::Descriptor::Kind::Denied) {
         stretch.result.readable = false;
@@ -261,46 +352,65 @@ void HolderSearch::visitThreads(std::span<const ProcFs::ProcessEntry> processes)
     if (ProcFs::numbering(m_root) == ProcFs::Numbering::Foreign) {
         return;
     }
-    std::vector<std::vector<Holder>> found(processes.size());
+    struct Threaded
+    {
+        std::size_t threads = 0;
+        pid_t pid = 0;
+        std::vector<Holder> found;
+    };
+    std::vector<Threaded> threaded(processes.size());
     const Parallel parallel =
         processes.size() >= worthThreadsForCounts ? Parallel::WhereItHelps : Parallel::No;
     parallelLoop(processes.size(), parallel, [&](std::size_t at) {
         const auto known = m_visited.find(processes[at].pid);
-        if (known != m_visited.end() && known->second.readable &&
-            ProcFs::threadCount(m_root, processes[at].pid) > 1) {
-            lookAtThreads(processes[at].pid, found[at]);
+        if (known != m_visited.end() && known->second.readable) {
+            threaded[at].pid = processes[at].pid;
+            threaded[at].threads = ProcFs::threadCount(m_root, processes[at].pid);
         }
     });
-    for (const std::vector<Holder> &holders : found) {
-        m_holders.insert(m_holders.end(), holders.begin(), holders.end());
-        m_sorted = m_sorted && holders.empty();
+    std::erase_if(threaded, [](const Threaded &process) { return process.threads <= 1; });
+    std::stable_sort(
+        threaded.begin(), threaded.end(),
+        [](const Threaded &left, const Threaded &right) { return left.threads < right.threads; });
+    parallelLoop(threaded.size(), parallel,
+                 [&](std::size_t at) { lookAtThreads(threaded[at].pid, threaded[at].found); });
+    for (const Threaded &process : threaded) {
+        m_holders.insert(m_holders.end(), process.found.begin(), process.found.end());
+        m_sorted = m_sorted && process.found.empty();
     }
 }
 
-void HolderSearch::lookAtThreads(pid_t pid, std::vector<Holder> &found) const
+void HolderSearch::lookAtThreads(pid_t pid, std::vector<Holder> &found)
 {
     std::vector<ProcFs::NumberedEntry> threads;
     const FileDescriptor folder = ProcFs::openDirectoryOfProcess(m_root, pid, "/task");
-    if (!folder || !ProcFs::readNumbers(folder.get(), threads)) {
+    if (!folder || !ProcFs::readNumbers(folder.get(), threads, m_limits.process)) {
         return;
     }
-    // One thread for each set of descriptors; a process without any has lost its main thread.
-    std::vector<pid_t> different;
-    if (m_visited.at(pid).descriptors != 0) {
-        different.push_back(pid);
-    }
+    // A process without any descriptors has lost its main thread.
+    DescriptorTables tables(m_visited.at(pid).descriptors != 0 ? pid : 0);
+    std::uint64_t work = 0;
     for (const ProcFs::NumberedEntry &entry : threads) {
         const auto thread = static_cast<pid_t>(entry.number);
-        const bool isKnown =
-            thread == pid || std::any_of(different.begin(), different.end(), [thread](pid_t other) {
-                return shareDescriptors(other, thread);
-            });
-        if (!isKnown) {
-            Stretch stretch{
-                .pid = pid, .thread = thread, .to = everything, .result = {}, .found = {}};
+        const std::uint64_t before = tables.comparisons();
+        if (!mayWork(work, m_limits.process)) {
+            return;
+        }
+        const bool isNew = thread != pid && tables.add(thread);
+        const std::uint64_t compared = tables.comparisons() - before;
+        m_work += compared;
+        work += compared;
+        if (isNew) {
+            Stretch stretch{.pid = pid,
+                            .thread = thread,
+                            .to = everything,
+                            .allowance = m_limits.process - std::min(work, m_limits.process),
+                            .result = {},
+                            .found = {}};
             look(stretch);
+            work += costOfProcess + stretch.work;
+            m_work += costOfProcess;
             found.insert(found.end(), stretch.found.begin(), stretch.found.end());
-            different.push_back(thread);
         }
     }
 }

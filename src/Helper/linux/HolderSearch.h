@@ -6,6 +6,8 @@
 #include "Helper/linux/ProcFs.h"
 #include "Helper/linux/SocketDump.h"
 
+#include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -38,6 +40,10 @@ struct Holder
 ///
 /// PID/fd is what the main thread has. A thread may have descriptors of its own (CLONE_FILES of
 /// unshare(2)), and a main thread that has ended has none any more: only visitThreads() sees those.
+///
+/// Other processes decide how much there is to look at. So the work on each process and on all of
+/// them is bounded, and processes with much to look at come last: one with a great many descriptors
+/// or threads costs the others nothing but time, and of that not much.
 class HolderSearch
 {
 public:
@@ -51,8 +57,26 @@ public:
         bool complete = false; ///< whether all of its descriptors have been looked at
     };
 
+    /// The most that a search does. Work is counted in looks at a descriptor, each of which takes
+    /// about a microsecond, and in steps that cost as much.
+    struct Limits
+    {
+        std::uint64_t process = 200'000; ///< work on one process
+        std::uint64_t total = 2'000'000; ///< work on all
+        std::chrono::milliseconds time{3000};
+    };
+
     /// @p sockets must outlive the search; those with inode 0 are never found.
-    HolderSearch(int root, std::span<const ListeningSocket> sockets);
+    HolderSearch(int root, std::span<const ListeningSocket> sockets)
+        : HolderSearch(root, sockets, Limits())
+    {
+    }
+    HolderSearch(int root, std::span<const ListeningSocket> sockets, const Limits &limits);
+
+    /// Whether a limit kept the search from looking at something.
+    [[nodiscard]] bool isCut() const { return m_cut; }
+    /// The work done up to now.
+    [[nodiscard]] std::uint64_t work() const { return m_work; }
 
     /// Looks at all descriptors of @p pid, unless that was done before.
     const Visited &visit(pid_t pid);
@@ -95,10 +119,12 @@ private:
         pid_t pid = 0;
         pid_t thread = 0;
         unsigned from = 0;
-        unsigned to = 0;          ///< one past the last; `everything` for all from `from` on
-        std::int64_t missing = 0; ///< ends early when it has met this many descriptors
+        unsigned to = 0;             ///< one past the last; `everything` for all from `from` on
+        std::int64_t missing = 0;    ///< ends early when it has met this many descriptors
+        std::uint64_t allowance = 0; ///< the most work to do
         Visited result;
         std::int64_t hits = 0; ///< numbers in use
+        std::uint64_t work = 0;
         std::vector<Holder> found;
     };
     static constexpr unsigned everything = ~0U;
@@ -110,12 +136,15 @@ private:
         unsigned looked = 0;   ///< numbers below this have been looked at
         std::int64_t hits = 0; ///< how many of them are in use
         std::int64_t descriptors = -1;
+        std::uint64_t work = 0; ///< done on it
     };
 
     void run(std::span<Stretch> stretches);
-    void look(Stretch &stretch) const;
-    void lookAtThreads(pid_t pid, std::vector<Holder> &found) const;
-    bool lookAtNumber(int descriptors, unsigned number, Stretch &stretch) const;
+    void look(Stretch &stretch);
+    void lookAtNumbers(int descriptors, Stretch &stretch);
+    void lookAtThreads(pid_t pid, std::vector<Holder> &found);
+    bool lookAtNumber(int descriptors, unsigned number, Stretch &stretch);
+    [[nodiscard]] bool mayWork(std::uint64_t done, std::uint64_t allowance);
     [[nodiscard]] std::vector<Progress>
     begin(std::span<const ProcFs::ProcessEntry> processes) const;
     void visitBand(std::vector<Progress> &unfinished, unsigned end);
@@ -123,6 +152,10 @@ private:
     void advance(std::vector<Progress> &unfinished, std::span<Stretch> stretches);
 
     int m_root;
+    Limits m_limits;
+    std::chrono::steady_clock::time_point m_deadline;
+    std::atomic<std::uint64_t> m_work{0};
+    std::atomic<bool> m_cut{false};
     bool m_countsTold; ///< whether this kernel tells the number of descriptors
     std::vector<Indexed> m_index;
     std::unordered_map<pid_t, Visited> m_visited;

@@ -3,6 +3,7 @@
 
 #include "Helper/ListenerInventory.h"
 
+#include "Helper/HourlyLog.h"
 #include "Helper/linux/BootClock.h"
 #include "Helper/linux/ControlGroups.h"
 #include "Helper/linux/GroupAttribution.h"
@@ -12,12 +13,15 @@
 #include "Helper/linux/ProcFs.h"
 #include "Helper/linux/ProcessCensus.h"
 #include "Helper/linux/SocketDump.h"
+#include "Helper/linux/SystemFailures.h"
 #include "Shared/Utf8.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <new>
 #include <unordered_set>
+#include <utility>
 
 namespace Tarnwick {
 
@@ -27,6 +31,8 @@ using Clock = std::chrono::steady_clock;
 
 /// The longest pause between two searches for an owner that could not be found, in listings.
 constexpr std::uint64_t longestPause = 64;
+/// How often the owners of a listing are searched for, when some end meanwhile or a search fails.
+constexpr int attempts = 3;
 
 } // namespace
 
@@ -35,6 +41,8 @@ struct ListenerInventory::Private
     explicit Private(const Options &options)
         : auditInterval(options.auditInterval)
         , auditShare(options.auditShare)
+        , limits({.process = options.mostWorkOnProcess, .total = options.mostWork})
+        , log(options.log)
         , root(ProcFs::openRoot())
         , dump(options.source)
         , census(root.get())
@@ -66,6 +74,7 @@ struct ListenerInventory::Private
     void look(OwnerResolution &resolution, GroupAttribution &attribution,
               const Questions &questions);
     [[nodiscard]] bool anyDue(const Places &places);
+    void logFailures();
     [[nodiscard]] bool leadsToOwner(GroupAttribution &attribution, OwnerResolution &resolution,
                                     std::uint32_t place) const;
     void attribute(GroupAttribution &attribution, const Places &places);
@@ -75,6 +84,8 @@ struct ListenerInventory::Private
 
     std::chrono::seconds auditInterval;
     int auditShare;
+    HolderSearch::Limits limits;
+    HourlyLog log;
     FileDescriptor root;
     SocketDump dump;
     ControlGroups groups;
@@ -174,6 +185,7 @@ std::optional<ListingError> ListenerInventory::Private::update(ProcessInspector:
         return ListingError{ENOENT, "cannot read /proc: is it mounted?"};
     }
     if (std::optional<ListingError> error = dump.list(sockets)) {
+        logFailures();
         return error;
     }
     clock.update();
@@ -181,10 +193,17 @@ std::optional<ListingError> ListenerInventory::Private::update(ProcessInspector:
     const ProcessCensus::Pulse pulse = census.pulse();
     memory.check(sockets, clock, pulse.othersRun ? ProcessInspector::Reading::Everything : least);
     if (const Questions asked = questions(pulse); !asked.none()) {
-        constexpr int attempts = 3;
         resolve(asked, attempts);
     }
+    logFailures();
     return std::nullopt;
+}
+
+void ListenerInventory::Private::logFailures()
+{
+    for (const SystemFailures::Failure &failure : SystemFailures::take()) {
+        log.log(std::string("[helper] ") + failure.call + ": " + std::strerror(failure.code));
+    }
 }
 
 ListenerInventory::Private::Questions
@@ -193,10 +212,11 @@ ListenerInventory::Private::questions(ProcessCensus::Pulse pulse)
     Questions questions;
     Places open;
     for (std::uint32_t place = 0; place < sockets.size(); ++place) {
-        const KnownSocket &known = memory.socket(place);
+        KnownSocket &known = memory.socket(place);
         if (memory.isNew(place)) {
             questions.fresh.push_back(place);
-        } else if (known.attribution != KnownSocket::Attribution::None && !known.verified) {
+        } else if ((known.attribution != KnownSocket::Attribution::None && !known.verified) ||
+                   std::exchange(known.unsure, false)) {
             questions.lost.push_back(place);
         } else if (known.isOpen()) {
             open.push_back(place);
@@ -323,7 +343,8 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
     }
     memory.makeRoom();
     groups.beginLook();
-    OwnerResolution resolution(root.get(), sockets, census.take(), groups);
+    const std::uint64_t failures = SystemFailures::count();
+    OwnerResolution resolution(root.get(), sockets, census.take(), groups, limits);
     for (const std::uint32_t place : wanted) {
         resolution.want(place);
     }
@@ -339,12 +360,26 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
                                         : GroupAttribution::Access::Unknown;
     });
     look(resolution, attribution, questions);
+    const bool failed = SystemFailures::count() != failures;
+    if (failed && attemptsLeft == attempts) {
+        resolve(questions, attemptsLeft - 1);
+        return;
+    }
+    const bool isCut = resolution.search().isCut();
+    if (isCut) {
+        log.log("[helper] the search for owners was cut short",
+                " after " + std::to_string(resolution.search().work()) + " descriptors");
+    }
 
     Places unowned;
     Questions ended;
     for (const std::uint32_t place : wanted) {
         const std::optional<SocketOwner> owner = resolution.owner(place);
         KnownSocket &known = memory.socket(place);
+        known.unsure = failed;
+        if ((failed || isCut) && known.verified && !known.isOpen()) {
+            continue; // what was missed may be just this owner
+        }
         if (owner && memory.assign(place, owner->pid, KnownSocket::Attribution::Held, clock)) {
             known.descriptor = owner->descriptor;
             known.thread = owner->thread;
@@ -413,7 +448,14 @@ void ListenerInventory::Private::attribute(GroupAttribution &attribution, const 
             continue;
         }
         KnownSocket &known = memory.socket(place);
+        const std::uint64_t failures = SystemFailures::count();
         GroupAttribution::Answer answer = attribution.owner(sockets[place]);
+        if (SystemFailures::count() != failures) {
+            known.unsure = true;
+            if (known.verified) {
+                continue;
+            }
+        }
         known.group = std::move(answer.group);
         known.unit = Utf8::sanitized(answer.unit);
         known.groupList = groups.processList(known.group);

@@ -4,6 +4,7 @@
 #include "Helper/linux/OwnerMemory.h"
 
 #include "Helper/RecordBounds.h"
+#include "Helper/linux/SystemFailures.h"
 
 #include <algorithm>
 #include <array>
@@ -46,10 +47,10 @@ RawPortInfo recordOf(const ListeningSocket &socket, const ProcessInspector &owne
     return record;
 }
 
-RawPortInfo recordWithoutOwner(const ListeningSocket &socket, const KnownSocket &known)
+RawPortInfo recordWithoutOwner(std::uint16_t port, const KnownSocket &known)
 {
     RawPortInfo record;
-    record.port = socket.port;
+    record.port = port;
     record.processName = known.unit.empty() ? "unknown" : RecordBounds::name(known.unit);
     record.processStartedAt = known.firstSeen;
     return record;
@@ -84,6 +85,7 @@ void OwnerMemory::check(std::span<const ListeningSocket> sockets, const BootCloc
             m_processes[known.owner].places.push_back(place);
         }
         known.verified = false;
+        known.kept = false;
         known.vanished = false;
         known.lastListing = isNew ? 0 : m_listing;
         m_places.push_back(&known);
@@ -99,13 +101,20 @@ void OwnerMemory::check(std::span<const ListeningSocket> sockets, const BootCloc
 void OwnerMemory::verify(Process &process, std::span<const ListeningSocket> sockets,
                          const BootClock &clock, ProcessInspector::Reading reading)
 {
-    if (!process.inspector || !refresh(process, clock, reading)) {
+    const std::uint64_t failures = SystemFailures::count();
+    const bool lives = process.inspector && refresh(process, clock, reading);
+    if (process.inspector && !lives && SystemFailures::count() != failures) {
+        keep(process);
+        return;
+    }
+    if (!lives) {
         forget(process);
         return;
     }
     process.readAt = m_listing;
     for (const std::uint32_t place : process.places) {
         KnownSocket &known = *m_places[place];
+        const std::uint64_t before = SystemFailures::count();
         if (known.attribution == KnownSocket::Attribution::Grouped) {
             known.verified = !process.inspector->isEnding();
             continue;
@@ -114,9 +123,24 @@ void OwnerMemory::verify(Process &process, std::span<const ListeningSocket> sock
             known.seen =
                 process.inspector->holds(known.descriptor, sockets[place].inode, known.thread);
         }
-        known.verified = known.seen;
+        known.kept = !known.seen && SystemFailures::count() != before;
+        known.verified = known.seen || known.kept;
     }
     releaseIfTooMany(process);
+}
+
+/// Leaves the owner of its sockets what it was; whether it still is could not be found out.
+void OwnerMemory::keep(Process &process)
+{
+    for (const std::uint32_t place : process.places) {
+        m_places[place]->seen = false;
+        m_places[place]->kept = true;
+        m_places[place]->verified = true;
+    }
+    if (process.inspector->isOpen()) {
+        process.inspector->release();
+        --m_open;
+    }
 }
 
 bool OwnerMemory::refresh(Process &process, const BootClock &clock,
@@ -223,6 +247,7 @@ bool OwnerMemory::assign(std::size_t place, pid_t pid, KnownSocket::Attribution 
     known.attribution = attribution;
     known.owner = pid;
     known.verified = true;
+    known.kept = false;
     known.seen = false;
     return true;
 }
@@ -240,7 +265,7 @@ std::size_t OwnerMemory::recordCost(const KnownSocket &known) const
 {
     const ProcessInspector *process = owner(known);
     return process != nullptr ? process->details().recordCost
-                              : RecordBounds::cost(recordWithoutOwner({}, known));
+                              : RecordBounds::cost(recordWithoutOwner(0, known));
 }
 
 /// What one record may cost: whatever it does, unless all are too large together.
@@ -278,7 +303,7 @@ std::vector<RawPortInfo> OwnerMemory::records(std::span<const ListeningSocket> s
         const ProcessInspector *process = owner(known);
         if (process == nullptr) {
             records.push_back(
-                RecordBounds::shortened(recordWithoutOwner(sockets[place], known), share));
+                RecordBounds::shortened(recordWithoutOwner(sockets[place].port, known), share));
         } else if (process->details().recordCost <= share) {
             records.push_back(recordOf(sockets[place], *process));
         } else {
@@ -304,7 +329,7 @@ std::vector<Ownership> OwnerMemory::ownerships(std::span<const std::int32_t> pid
             continue;
         }
         Ownership::Kind kind = Ownership::Kind::Seen;
-        if (known->attribution != KnownSocket::Attribution::Held) {
+        if (known->attribution != KnownSocket::Attribution::Held || known->kept) {
             kind = Ownership::Kind::Presumed;
         } else if (known->manager) {
             kind = Ownership::Kind::ForOthers;

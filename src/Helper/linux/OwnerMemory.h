@@ -36,6 +36,8 @@ struct KnownSocket
     /// The owner only keeps it for others, or was handed it: another holder would take its place.
     bool provisional = false;
     bool verified = false; ///< in this listing
+    bool kept = false;     ///< it could not be verified in this listing, and is told as it was
+    bool unsure = false;   ///< the search for its owner failed at something that may pass
     bool vanished = false; ///< closed while this listing was made
     bool seen = false;     ///< the owner was seen to have it when it had run last
     Timestamp firstSeen;
@@ -51,8 +53,8 @@ struct KnownSocket
 };
 
 /// Remembers the sockets that listen and the processes that own them. One check of each tells
-/// whether what is remembered still holds. Keeps the files of as many processes open as this
-/// process may.
+/// whether what is remembered still holds; where the check itself fails for a moment
+/// (SystemFailures), it does. Keeps the files of as many processes open as this process may.
 class OwnerMemory
 {
 public:
@@ -104,6 +106,7 @@ private:
         std::uint64_t ownsAt = 0;          ///< the listing in which it owned something last
     };
 
+    void keep(Process &process);
     void verify(Process &process, std::span<const ListeningSocket> sockets, const BootClock &clock,
                 ProcessInspector::Reading reading);
     [[nodiscard]] bool refresh(Process &process, const BootClock &clock,

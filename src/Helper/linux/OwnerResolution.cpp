@@ -19,12 +19,12 @@ constexpr pid_t initProcess = 1;
 
 OwnerResolution::OwnerResolution(int root, std::span<const ListeningSocket> sockets,
                                  std::span<const ProcFs::ProcessEntry> processes,
-                                 ControlGroups &groups)
+                                 ControlGroups &groups, const HolderSearch::Limits &limits)
     : m_root(root)
     , m_numbering(ProcFs::numbering(root))
     , m_processes(processes)
     , m_sockets(sockets)
-    , m_search(root, sockets)
+    , m_search(root, sockets, limits)
     , m_membership(groups)
     , m_roles(root)
 {

@@ -46,7 +46,8 @@ class OwnerResolution
 public:
     /// @p sockets, @p processes, all that there are, and @p groups must outlive it.
     OwnerResolution(int root, std::span<const ListeningSocket> sockets,
-                    std::span<const ProcFs::ProcessEntry> processes, ControlGroups &groups);
+                    std::span<const ProcFs::ProcessEntry> processes, ControlGroups &groups,
+                    const HolderSearch::Limits &limits = HolderSearch::Limits());
 
     /// Names a socket whose owner is to be found.
     void want(std::uint32_t socket);

@@ -3,6 +3,8 @@
 
 #include "Helper/linux/ProcFs.h"
 
+#include "Helper/linux/SystemFailures.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -38,6 +40,25 @@ private:
     std::array<char, 48> m_text;
 };
 
+/// Makes a system call again for as long as signals interrupt it, and twice when it fails otherwise
+/// in a way that may pass; such failures are noted. @p name is the call's, a literal.
+template<class Call>
+auto retried(const char *name, const Call &call)
+{
+    constexpr int repetitions = 2;
+    for (int repeated = 0;; repeated += errno == EINTR ? 0 : 1) {
+        const auto result = call();
+        if (result >= 0 || !SystemFailures::isTransient(errno)) {
+            return result;
+        }
+        if (repeated == repetitions) {
+            SystemFailures::note(name, errno);
+            return result;
+        }
+        SystemFailures::noteRepeated(name, errno);
+    }
+}
+
 template<class Number>
 bool takeNumber(std::string_view &text, Number &number)
 {
@@ -63,13 +84,13 @@ bool Stat::isKernelThread() const
 
 FileDescriptor openRoot()
 {
-    return FileDescriptor(::open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return openDirectory(AT_FDCWD, "/proc");
 }
 
 Numbering numbering(int root)
 {
     std::array<char, 32> link;
-    const ssize_t got = ::readlinkat(root, "self", link.data(), link.size());
+    const ssize_t got = readLinkAt(root, "self", link.data(), link.size());
     pid_t own = 0;
     std::from_chars(link.data(), link.data() + std::max<ssize_t>(0, got), own);
     return own == ::getpid() ? Numbering::Own : Numbering::Foreign;
@@ -108,7 +129,7 @@ std::vector<ProcessEntry> processes(int root)
     return found;
 }
 
-bool readNumbers(int directory, std::vector<NumberedEntry> &entries)
+bool readNumbers(int directory, std::vector<NumberedEntry> &entries, std::uint64_t enough)
 {
     // One entry as getdents64(2) lays it out; the name, NUL-terminated, follows.
     struct Entry
@@ -128,7 +149,9 @@ bool readNumbers(int directory, std::vector<NumberedEntry> &entries)
     entries.clear();
     ::lseek(directory, 0, SEEK_SET);
     for (bool any = false;; any = true) {
-        const long got = ::syscall(SYS_getdents64, directory, buffer.data(), bufferSize);
+        const long got = retried("getdents64", [directory] {
+            return ::syscall(SYS_getdents64, directory, buffer.data(), bufferSize);
+        });
         if (got < 0) {
             return any;
         }
@@ -144,7 +167,7 @@ bool readNumbers(int directory, std::vector<NumberedEntry> &entries)
                 entries.push_back({number, entry.inode});
             }
         }
-        if (size + longestEntry < bufferSize) {
+        if (size + longestEntry < bufferSize || entries.size() >= enough) {
             return true;
         }
     }
@@ -152,12 +175,14 @@ bool readNumbers(int directory, std::vector<NumberedEntry> &entries)
 
 FileDescriptor openFile(int directory, const char *name)
 {
-    return FileDescriptor(::openat(directory, name, O_RDONLY | O_CLOEXEC));
+    return FileDescriptor(
+        retried("openat", [&] { return ::openat(directory, name, O_RDONLY | O_CLOEXEC); }));
 }
 
 FileDescriptor openDirectory(int directory, const char *name)
 {
-    return FileDescriptor(::openat(directory, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return FileDescriptor(retried(
+        "openat", [&] { return ::openat(directory, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
 }
 
 FileDescriptor openProcess(int root, pid_t pid)
@@ -175,6 +200,16 @@ FileDescriptor openDirectoryOfProcess(int root, pid_t pid, std::string_view name
     return openDirectory(root, NumberPath(static_cast<unsigned>(pid), name).text());
 }
 
+ssize_t readAt(int file, char *buffer, std::size_t size, off_t offset)
+{
+    return retried("pread64", [&] { return ::pread(file, buffer, size, offset); });
+}
+
+ssize_t readLinkAt(int directory, const char *name, char *buffer, std::size_t size)
+{
+    return retried("readlinkat", [&] { return ::readlinkat(directory, name, buffer, size); });
+}
+
 bool readWhole(int file, std::string &content, std::size_t limit)
 {
     constexpr std::size_t firstRead = 4096;
@@ -182,11 +217,8 @@ bool readWhole(int file, std::string &content, std::size_t limit)
     content.resize(std::min(firstRead, limit));
     for (;;) {
         const ssize_t got =
-            ::pread(file, content.data() + size, content.size() - size, static_cast<off_t>(size));
+            readAt(file, content.data() + size, content.size() - size, static_cast<off_t>(size));
         if (got < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
             content.clear();
             return false;
         }
@@ -216,7 +248,7 @@ bool readLink(int directory, const char *name, std::string &target)
 {
     // The kernel makes the target up in one page, so no link of /proc is longer.
     std::array<char, 4096> buffer;
-    const ssize_t got = ::readlinkat(directory, name, buffer.data(), buffer.size());
+    const ssize_t got = readLinkAt(directory, name, buffer.data(), buffer.size());
     target.assign(buffer.data(), got > 0 ? static_cast<std::size_t>(got) : 0);
     return got > 0;
 }
@@ -298,7 +330,9 @@ std::int64_t sizeOfDescriptorTable(int root, pid_t pid)
 {
     struct stat status = {};
     const NumberPath path(static_cast<unsigned>(pid), "/fd");
-    return ::fstatat(root, path.text(), &status, 0) == 0 ? status.st_size : -1;
+    const int result =
+        retried("newfstatat", [&] { return ::fstatat(root, path.text(), &status, 0); });
+    return result == 0 ? status.st_size : -1;
 }
 
 std::size_t threadCount(int root, pid_t pid)
@@ -307,7 +341,8 @@ std::size_t threadCount(int root, pid_t pid)
     constexpr nlink_t linksOfDirectory = 2;
     struct stat status = {};
     const NumberPath path(static_cast<unsigned>(pid), "/task");
-    const bool told = ::fstatat(root, path.text(), &status, 0) == 0;
+    const bool told =
+        retried("newfstatat", [&] { return ::fstatat(root, path.text(), &status, 0); }) == 0;
     return told && status.st_nlink > linksOfDirectory ? status.st_nlink - linksOfDirectory : 0;
 }
 
@@ -316,7 +351,7 @@ Descriptor descriptor(int descriptors, unsigned number)
     // Longer targets are cut, and are no sockets.
     std::array<char, 64> link;
     const ssize_t got =
-        ::readlinkat(descriptors, NumberPath(number).text(), link.data(), link.size());
+        readLinkAt(descriptors, NumberPath(number).text(), link.data(), link.size());
     if (got <= 0) {
         const bool denied = got < 0 && (errno == EACCES || errno == EPERM);
         return {denied ? Descriptor::Kind::Denied : Descriptor::Kind::None, 0};

@@ -66,9 +66,10 @@ struct NumberedEntry
     std::uint64_t inode = 0;
 };
 
-/// Replaces @p entries with the numeric names in @p directory, read from its start. False when it
-/// could not be read at all.
-bool readNumbers(int directory, std::vector<NumberedEntry> &entries);
+/// Replaces @p entries with the numeric names in @p directory, read from its start: all of them, or
+/// at least the first @p enough. False when it could not be read at all.
+bool readNumbers(int directory, std::vector<NumberedEntry> &entries,
+                 std::uint64_t enough = ~std::uint64_t{0});
 
 /// Opens @p name relative to @p directory for reading, close-on-exec.
 [[nodiscard]] FileDescriptor openFile(int directory, const char *name);
@@ -78,6 +79,11 @@ bool readNumbers(int directory, std::vector<NumberedEntry> &entries);
 [[nodiscard]] FileDescriptor openProcess(int root, pid_t pid);
 [[nodiscard]] FileDescriptor openOfProcess(int root, pid_t pid, std::string_view name);
 [[nodiscard]] FileDescriptor openDirectoryOfProcess(int root, pid_t pid, std::string_view name);
+
+/// pread(2) and readlinkat(2), which go on after signals; failures that may pass are noted in
+/// SystemFailures, as they are by all that is here.
+[[nodiscard]] ssize_t readAt(int file, char *buffer, std::size_t size, off_t offset);
+[[nodiscard]] ssize_t readLinkAt(int directory, const char *name, char *buffer, std::size_t size);
 
 /// Replaces @p content with the file's first @p limit bytes, from offset 0, in as many reads as it
 /// takes. False on an error; an empty file is no error.

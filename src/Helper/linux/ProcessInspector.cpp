@@ -8,6 +8,7 @@
 #include "Helper/linux/CachedPath.h"
 #include "Helper/linux/ForeignExecutable.h"
 #include "Helper/linux/ProcessIdentification.h"
+#include "Helper/linux/SystemFailures.h"
 
 #include <algorithm>
 #include <array>
@@ -34,7 +35,7 @@ constexpr std::string_view deletedMark = " (deleted)";
 bool readAgain(int file, std::string &known, std::size_t limit, bool &changed)
 {
     std::array<char, 4096> start;
-    const ssize_t got = ::pread(file, start.data(), start.size(), 0);
+    const ssize_t got = ProcFs::readAt(file, start.data(), start.size(), 0);
     if (got < 0) {
         return false;
     }
@@ -57,11 +58,14 @@ bool readAgain(int file, std::string &known, std::size_t limit, bool &changed)
     return true;
 }
 
+/// Reads a link again, as readAgain() does a file. What is known stays where the link cannot be
+/// read for the moment, and where it may not be read any more although nothing else has changed.
 void readLinkAgain(int directory, const char *name, std::string &known, bool &changed)
 {
     std::array<char, 4096> target;
-    const ssize_t got = ::readlinkat(directory, name, target.data(), target.size());
-    if (got < 0 && errno != EACCES && errno != EPERM && errno != ENOENT) {
+    const ssize_t got = ProcFs::readLinkAt(directory, name, target.data(), target.size());
+    const bool isDenied = got < 0 && (errno == EACCES || errno == EPERM);
+    if (got < 0 && ((isDenied && !changed) || (!isDenied && errno != ENOENT))) {
         return; // says nothing about the link
     }
     const std::string_view read(target.data(), got > 0 ? static_cast<std::size_t>(got) : 0);
@@ -214,7 +218,7 @@ bool ProcessInspector::readMemory()
 {
     // Sizes in pages (proc(5)): total, resident, and others.
     std::array<char, 128> text;
-    const ssize_t got = ::pread(m_statm.get(), text.data(), text.size(), 0);
+    const ssize_t got = ProcFs::readAt(m_statm.get(), text.data(), text.size(), 0);
     if (got <= 0) {
         return false;
     }
@@ -234,7 +238,7 @@ bool ProcessInspector::readMemory()
 
 bool ProcessInspector::readImage(Reading reading)
 {
-    bool changed = !m_described;
+    bool changed = std::exchange(m_isStale, true) || !m_described;
     constexpr std::size_t longestComm = 64;
     const bool mayHaveChanged = m_hasRun || !m_described;
     if (mayHaveChanged &&
@@ -249,11 +253,13 @@ bool ProcessInspector::readImage(Reading reading)
         describe();
         m_described = true;
     }
+    m_isStale = false;
     return true;
 }
 
 void ProcessInspector::readLeader(Reading reading, bool &changed)
 {
+    const std::uint64_t failures = SystemFailures::count();
     const pid_t leader = groupLeader();
     if (leader != m_leader) {
         followLeader(leader);
@@ -265,7 +271,9 @@ void ProcessInspector::readLeader(Reading reading, bool &changed)
     const bool read =
         m_leaderCommandLine &&
         readAgain(m_leaderCommandLine.get(), m_rawLeaderCommandLine, commandLineRead, changed);
-    if (!read && !m_rawLeaderCommandLine.empty()) {
+    if (SystemFailures::count() != failures) {
+        m_leader = 0; // to be followed again
+    } else if (!read && !m_rawLeaderCommandLine.empty()) {
         m_rawLeaderCommandLine.clear();
         changed = true;
     }
@@ -274,7 +282,9 @@ void ProcessInspector::readLeader(Reading reading, bool &changed)
 pid_t ProcessInspector::groupLeader() const
 {
     if (m_numbering == ProcFs::Numbering::Own) {
-        return ::getpgid(m_identity.pid);
+        const pid_t leader = ::getpgid(m_identity.pid);
+        SystemFailures::note("getpgid", leader < 0 ? errno : 0);
+        return leader < 0 && errno != ESRCH ? m_leader : leader;
     }
     const std::optional<ProcFs::Stat> stat = ProcFs::stat(m_directory.get());
     return stat ? stat->processGroup : 0;

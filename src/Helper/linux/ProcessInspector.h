@@ -139,6 +139,7 @@ private:
     std::string m_rawDirectory;
     std::string m_rawLeaderCommandLine;
     bool m_described = false;
+    bool m_isStale = false; ///< some of them were read, and the details not made from them yet
     ProcessDetails m_details;
 };
 

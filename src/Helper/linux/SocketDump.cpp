@@ -4,6 +4,7 @@
 #include "Helper/linux/SocketDump.h"
 
 #include "Helper/linux/ProcFs.h"
+#include "Helper/linux/SystemFailures.h"
 
 #include <algorithm>
 #include <array>
@@ -93,6 +94,11 @@ bool parse(std::string_view text, Number &number, int base)
     return error == std::errc{} && end == text.data() + text.size();
 }
 
+bool byInode(const ListeningSocket &left, const ListeningSocket &right)
+{
+    return left.inode < right.inode;
+}
+
 ListingError failure(int code, std::string_view what)
 {
     return {code, std::string(what) + ": " + std::strerror(code)};
@@ -129,17 +135,23 @@ std::optional<ListingError> SocketDump::list(std::vector<ListeningSocket> &socke
         for (int attempt = 0; attempt < attempts && refused != 0; ++attempt) {
             sockets.clear();
             refused = listByDiagnostics(sockets);
+            // A dump that sockets come and go during is interrupted; that is no failure.
+            SystemFailures::noteRepeated("sock_diag", refused == EINTR ? 0 : refused);
             if (refused != 0) {
                 m_netlink.reset();
             }
         }
     }
-    if (refused != 0) {
+    if (refused == 0) {
+        m_last = sockets;
+        std::sort(m_last.begin(), m_last.end(), byInode);
+    } else {
         sockets.clear();
         if (const int code = readTables(sockets); code != 0) {
             return failure(code, "cannot list the listening sockets: socket diagnostics are refused"
                                  " and /proc/net/tcp cannot be read");
         }
+        completeFromLast(sockets);
     }
     const auto order = [](const ListeningSocket &socket) {
         return std::tuple(socket.port, socket.inode, socket.cookie);
@@ -149,6 +161,19 @@ std::optional<ListingError> SocketDump::list(std::vector<ListeningSocket> &socke
     // A dump in several messages may tell of a socket twice when others come and go meanwhile.
     sockets.erase(std::unique(sockets.begin(), sockets.end()), sockets.end());
     return std::nullopt;
+}
+
+/// A socket is the same as long as its inode, port and user are: an inode is not used again while
+/// the socket exists, and hardly ever soon after.
+void SocketDump::completeFromLast(std::vector<ListeningSocket> &sockets) const
+{
+    for (ListeningSocket &socket : sockets) {
+        const auto last = std::lower_bound(m_last.begin(), m_last.end(), socket, byInode);
+        if (last != m_last.end() && last->inode == socket.inode && last->port == socket.port &&
+            last->uid == socket.uid) {
+            socket = *last;
+        }
+    }
 }
 
 int SocketDump::listByDiagnostics(std::vector<ListeningSocket> &sockets)

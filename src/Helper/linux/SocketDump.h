@@ -32,7 +32,8 @@ struct ListeningSocket
 
 /// Lists the listening TCP sockets of both IP families in the network namespace of this process:
 /// through socket diagnostics (sock_diag(7)), filtered by the kernel, or from /proc/net/tcp and
-/// tcp6 where those are refused. Belongs to one thread.
+/// tcp6 where those are refused or fail. What the tables do not tell of a socket is then as
+/// diagnostics told it last. Belongs to one thread.
 class SocketDump
 {
 public:
@@ -62,6 +63,7 @@ public:
                               std::vector<ListeningSocket> &sockets, Progress &progress);
 
 private:
+    void completeFromLast(std::vector<ListeningSocket> &sockets) const;
     /// errno of the failure, or 0.
     [[nodiscard]] int listByDiagnostics(std::vector<ListeningSocket> &sockets);
     [[nodiscard]] int request(std::uint16_t type, std::uint8_t family);
@@ -71,6 +73,7 @@ private:
     FileDescriptor m_netlink;
     std::uint32_t m_sequence = 0;
     std::vector<char> m_buffer;
+    std::vector<ListeningSocket> m_last; ///< of diagnostics, by inode
 };
 
 } // namespace Tarnwick

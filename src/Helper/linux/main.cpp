@@ -7,6 +7,7 @@
 #include "Helper/ProcessTerminator.h"
 #include "Helper/linux/HelperBus.h"
 #include "Helper/linux/SystemdEventLoop.h"
+#include "Shared/AppLog.h"
 #include "Shared/HelperProtocol.h"
 
 #include <cstdio>
@@ -43,7 +44,9 @@ int main(int argc, char **argv)
     keepMemoryLow();
     raiseDescriptorLimit();
     try {
-        ListenerInventory inventory;
+        ListenerInventory::Options options;
+        options.log = &AppLog::log;
+        ListenerInventory inventory(options);
         ProcessTerminator terminator(inventory);
         SystemdEventLoop loop;
         HelperService service(loop, HelperService::workOf(inventory, terminator));
@@ -55,6 +58,7 @@ int main(int argc, char **argv)
         }
         const auto channel = std::get<std::unique_ptr<HelperBus>>(std::move(opened));
         const int status = loop.run();
+        AppLog::flush();
         return status >= 0 ? status : fail("the event loop failed");
     } catch (const std::exception &exception) {
         return fail(exception.what());

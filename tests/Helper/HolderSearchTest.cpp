@@ -1,0 +1,208 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Helper/linux/HolderSearch.h"
+
+#include "Helper/linux/SocketDump.h"
+#include "tests/Helper/InventoryFixture.h"
+
+#include <array>
+#include <stdexcept>
+#include <vector>
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sched.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Tarnwick {
+namespace {
+
+/// A process in which each of many threads has descriptors of its own.
+class CrowdedProcess
+{
+public:
+    explicit CrowdedProcess(int threads)
+    {
+        std::array<int, 2> ends{};
+        if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+            throw std::runtime_error("no pipe to be had");
+        }
+        const FileDescriptor readEnd(ends[0]);
+        m_pid = ::fork();
+        if (m_pid == 0) {
+            live(threads, ends[1]);
+        }
+        ::close(ends[1]);
+        if (::read(readEnd.get(), &m_threads, sizeof(m_threads)) != sizeof(m_threads)) {
+            m_threads = 0;
+        }
+    }
+    ~CrowdedProcess()
+    {
+        ::kill(m_pid, SIGKILL);
+        ::waitpid(m_pid, nullptr, 0);
+    }
+    CrowdedProcess(const CrowdedProcess &) = delete;
+    CrowdedProcess &operator=(const CrowdedProcess &) = delete;
+
+    [[nodiscard]] pid_t pid() const { return m_pid; }
+    /// How many threads there could be.
+    [[nodiscard]] int threads() const { return m_threads; }
+
+private:
+    static void *liveAlone(void *barrier)
+    {
+        ::unshare(CLONE_FILES);
+        ::pthread_barrier_wait(static_cast<pthread_barrier_t *>(barrier));
+        for (;;) {
+            ::pause();
+        }
+    }
+
+    [[noreturn]] static void live(int threads, int channel)
+    {
+        constexpr std::size_t smallStack = 64UL * 1024;
+        pthread_attr_t attributes;
+        ::pthread_attr_init(&attributes);
+        ::pthread_attr_setstacksize(&attributes, smallStack);
+        pthread_barrier_t barrier;
+        int made = 0;
+        for (; made < threads; ++made) {
+            pthread_t thread = 0;
+            ::pthread_barrier_init(&barrier, nullptr, 2);
+            if (::pthread_create(&thread, &attributes, &liveAlone, &barrier) != 0) {
+                break;
+            }
+            ::pthread_barrier_wait(&barrier);
+        }
+        static_cast<void>(::write(channel, &made, sizeof(made)));
+        for (;;) {
+            ::pause();
+        }
+    }
+
+    pid_t m_pid = -1;
+    int m_threads = 0;
+};
+
+/// The work that one search may take.
+class HolderSearchTest : public InventoryFixture
+{
+protected:
+    void SetUp() override
+    {
+        SocketDump dump(ListenerInventory::SocketSource::Automatic);
+        ASSERT_FALSE(dump.list(m_sockets).has_value());
+    }
+
+    /// Lists again, for what listens now.
+    std::uint32_t socketOf(int port)
+    {
+        SocketDump dump(ListenerInventory::SocketSource::Automatic);
+        EXPECT_FALSE(dump.list(m_sockets).has_value());
+        for (std::uint32_t at = 0; at < m_sockets.size(); ++at) {
+            if (m_sockets[at].port == port) {
+                return at;
+            }
+        }
+        ADD_FAILURE() << "nothing listens on port " << port;
+        return 0;
+    }
+
+    static std::vector<ProcFs::ProcessEntry> entries(std::vector<pid_t> pids)
+    {
+        std::vector<ProcFs::ProcessEntry> found;
+        for (const pid_t pid : pids) {
+            found.push_back({pid, 0});
+        }
+        std::sort(found.begin(), found.end());
+        return found;
+    }
+
+    FileDescriptor m_root = ProcFs::openRoot();
+    std::vector<ListeningSocket> m_sockets;
+};
+
+TEST_F(HolderSearchTest, GrowsHardlyFasterThanTheThreadsWithDescriptorsOfTheirOwn)
+{
+    constexpr int threads = 2000;
+    const CrowdedProcess crowded(threads);
+    ASSERT_GT(crowded.threads(), 100);
+    HolderSearch search(m_root.get(), m_sockets, {.process = 50'000'000, .total = 50'000'000});
+    const std::vector<ProcFs::ProcessEntry> processes = entries({crowded.pid()});
+    search.visit(crowded.pid());
+    const std::uint64_t before = search.work();
+    search.visitThreads(processes);
+    // A dozen comparisons for each, and its handful of descriptors; every pair would be millions.
+    const auto count = static_cast<std::uint64_t>(crowded.threads());
+    const auto descriptors = static_cast<std::uint64_t>(search.visit(crowded.pid()).descriptors);
+    EXPECT_LT(search.work() - before,
+              count * (2 * 12 + 8 + std::max<std::uint64_t>(descriptors, 64)));
+    EXPECT_FALSE(search.isCut());
+}
+
+TEST_F(HolderSearchTest, LeavesTheThreadsOfAProcessThatWouldTakeTooLong)
+{
+    const CrowdedProcess crowded(300);
+    ASSERT_GT(crowded.threads(), 100);
+    HolderSearch search(m_root.get(), m_sockets, {.process = 500, .total = 100'000});
+    search.visit(crowded.pid());
+    search.visitThreads(entries({crowded.pid()}));
+    EXPECT_TRUE(search.isCut());
+    EXPECT_LT(search.work(), 2000U);
+}
+
+TEST_F(HolderSearchTest, LetsNoProcessCostAnotherItsSocket)
+{
+    // The greedy one comes first by its number; what it may not have, the server gets.
+    Puppet greedy;
+    greedy.openFiles(900);
+    Puppet server;
+    server.openFiles(60);
+    const std::uint32_t socket = socketOf(server.listen(Puppet::Family::V4, 50).port);
+    HolderSearch search(m_root.get(), m_sockets, {.process = 200, .total = 400});
+    search.visitAll(entries({greedy.pid(), server.pid()}), [](unsigned) { return false; });
+    ASSERT_EQ(search.holders(socket).size(), 1U);
+    EXPECT_EQ(search.holders(socket).front().pid, server.pid());
+    EXPECT_TRUE(search.isCut());
+    EXPECT_LE(search.work(), 400U + 2 * 16);
+}
+
+TEST_F(HolderSearchTest, EndsAtItsTime)
+{
+    Puppet server;
+    const std::uint32_t socket = socketOf(server.listen().port);
+    HolderSearch search(m_root.get(), m_sockets, {.time = std::chrono::milliseconds(-1)});
+    search.visit(server.pid());
+    EXPECT_TRUE(search.holders(socket).empty());
+    EXPECT_TRUE(search.isCut());
+}
+
+TEST_F(HolderSearchTest, IsCutForAListingThatSaysSoAndTellsTheOthers)
+{
+    std::vector<std::string> lines;
+    ListenerInventory::Options options;
+    options.mostWorkOnProcess = 300;
+    options.log = [&lines](std::string_view line) { lines.emplace_back(line); };
+    ListenerInventory inventory(options);
+    Puppet server;
+    const int port = server.listen().port;
+    Puppet hidden;
+    hidden.openFiles(900);
+    const int far = hidden.listen(Puppet::Family::V4, 800).port;
+    for (int listing = 0; listing < 3; ++listing) {
+        const Records records = list(inventory);
+        EXPECT_EQ(only(records, port).pid, server.pid());
+        EXPECT_EQ(only(records, far).pid, 0);
+    }
+    const auto saysSo = [](const std::string &line) {
+        return line.find("cut short") != std::string::npos;
+    };
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), saysSo), 1);
+}
+
+} // namespace
+} // namespace Tarnwick
