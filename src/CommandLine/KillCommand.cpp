@@ -142,8 +142,10 @@ ExitCode KillCommand::stopOwnerOf(std::int64_t port)
     }
     const PortEntry &owner = owners.front().entry;
     if (owner.pid == 0) {
-        m_console.sayError("The owner of port " + std::to_string(port) +
-                           " is unknown and cannot be stopped." + std::string(hintForPrivilege()));
+        const std::string known = TerminalText::printable(EntryText::fullCommand(owner, {}));
+        m_console.sayError("The owner of port " + std::to_string(port) + " is " +
+                           (known.empty() ? "unknown" : known + ",") + " and cannot be stopped." +
+                           std::string(hintForPrivilege()));
         return ExitCode::NotPermitted;
     }
     return stop(owner, portsAskedForOf(owner.pid));

@@ -33,13 +33,15 @@ Table::Row row(const PortEntry &entry, const ListenerTable::Context &context)
     const bool isSystem = entry.tier == PortTier::System;
     const std::string accent = context.style.accent(entry.tier);
     const std::string memory = entry.memoryBytes > 0 ? ByteCount::format(entry.memoryBytes) : "";
+    // Nobody knows when an unknown owner started.
+    const std::string uptime = entry.pid != 0 ? Uptime::format(entry.openedAt, context.now) : "-";
     const std::string command = EntryText::fullCommand(entry, context.home);
     return {.style = std::string(isSystem ? context.style.dimmed() : ""),
             .cells = {{std::to_string(entry.port), accent},
                       {std::string(rawValue(entry.tier)), accent},
                       {entry.pid != 0 ? std::to_string(entry.pid) : "-", {}},
                       {TerminalText::printable(entry.process), {}},
-                      {Uptime::format(entry.openedAt, context.now), {}},
+                      {uptime, {}},
                       {memory, {}},
                       {TerminalText::printable(command), {}}}};
 }

@@ -95,9 +95,12 @@ public:
     ListenerInventory &operator=(const ListenerInventory &) = delete;
 
     /// What is wanted, as of one moment. There is a record for each listening socket, ordered by
-    /// port. A socket whose owner nobody can tell is there with `pid` 0. An owner that cannot be
-    /// checked for the moment, because the system is short of descriptors or memory, stays what it
-    /// was. Fails only when the sockets themselves cannot be listed.
+    /// port. A socket whose owner nobody can tell is there with `pid` 0, the name of its service
+    /// manager's unit or "unknown" for the process, the socket's user in `originArguments`
+    /// ("unknown, of user root"), and the time at which it was first seen, for no process is known
+    /// that could have started. An owner that cannot be checked for the moment, because the system
+    /// is short of descriptors or memory, stays what it was. Fails only when the sockets themselves
+    /// cannot be listed.
     [[nodiscard]] Scan scan(const ScanRequest &request);
 
     /// The records of a scan of their own.

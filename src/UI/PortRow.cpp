@@ -212,6 +212,11 @@ double PortRow::openedAt() const
     return m_entry ? static_cast<double>(m_entry->openedAt.time_since_epoch().count()) : 0.0;
 }
 
+bool PortRow::isOwned() const
+{
+    return m_entry && m_entry->pid != 0;
+}
+
 bool operator==(const PortRow &left, const PortRow &right)
 {
     if (!left.m_entry || !right.m_entry) {

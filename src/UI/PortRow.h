@@ -38,6 +38,7 @@ class PortRow
     Q_PROPERTY(QString accessibleDescription READ accessibleDescription CONSTANT FINAL)
     Q_PROPERTY(bool system READ isSystem CONSTANT FINAL)
     Q_PROPERTY(double openedAt READ openedAt CONSTANT FINAL)
+    Q_PROPERTY(bool owned READ isOwned CONSTANT FINAL)
 
 public:
     PortRow();
@@ -72,8 +73,10 @@ public:
     /// The command line and the working directory.
     [[nodiscard]] QString accessibleDescription() const;
     [[nodiscard]] bool isSystem() const;
-    /// In milliseconds since 1970.
+    /// In milliseconds since 1970; means nothing when no owner is known.
     [[nodiscard]] double openedAt() const;
+    /// Whether it is known which process the port belongs to.
+    [[nodiscard]] bool isOwned() const;
 
     /// Whether both show the same entry.
     friend bool operator==(const PortRow &left, const PortRow &right);

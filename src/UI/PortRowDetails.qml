@@ -32,6 +32,7 @@ Item {
         anchors.right: parent.right
         y: pid.height + root.spacing
         width: implicitWidth
+        visible: root.entry.owned
         openedAt: root.entry.openedAt
         color: Theme.textTertiary
         font.family: Theme.monospaced

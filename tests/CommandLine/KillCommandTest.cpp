@@ -130,11 +130,15 @@ TEST_F(KillCommandTest, StopsTheSystemTierWhenToldSo)
 
 TEST_F(KillCommandTest, CannotStopAnUnknownOwner)
 {
-    listening({record(111, 0, "rpcbind.socket")});
+    RawPortInfo unknown = record(111, 0, "rpcbind.socket", "");
+    unknown.arguments = {};
+    unknown.originArguments = {"unknown, of user ada"};
+    listening({unknown});
     EXPECT_EQ(kill({111}, true), ExitCode::NotPermitted);
     EXPECT_THAT(ends.ended, IsEmpty());
-    EXPECT_EQ(test.errors.written, "tarnwickctl: The owner of port 111 is unknown and cannot be "
-                                   "stopped. Running as root may help.\n");
+    EXPECT_EQ(test.errors.written,
+              "tarnwickctl: The owner of port 111 is unknown, of user ada, and "
+              "cannot be stopped. Running as root may help.\n");
 }
 
 TEST_F(KillCommandTest, DoesNotRecommendRootToRoot)

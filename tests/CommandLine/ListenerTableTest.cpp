@@ -37,7 +37,7 @@ TEST(ListenerTable, ShowsARowForEachListener)
                             "3000  dev     4711  node         1m   46 MB  node ~/shop/server.js"));
 }
 
-TEST(ListenerTable, ShowsADashForAnUnknownOwnerAndNoMemoryWhereNoneIsKnown)
+TEST(ListenerTable, ShowsDashesForAnUnknownOwnerAndItsUserAsTheCommand)
 {
     const RawPortInfo kernel{.pid = 0,
                              .port = 2049,
@@ -45,10 +45,11 @@ TEST(ListenerTable, ShowsADashForAnUnknownOwnerAndNoMemoryWhereNoneIsKnown)
                              .commandPath = "",
                              .cwd = "",
                              .arguments = {},
-                             .originArguments = {},
+                             .originArguments = {"unknown, of user root"},
                              .processStartedAt = Timestamp(std::chrono::hours(1000)),
                              .memoryBytes = 0};
-    EXPECT_EQ(lines(listenersFrom({kernel})).at(1), "2049  unknown    -  unknown      0s");
+    EXPECT_EQ(lines(listenersFrom({kernel})).at(1),
+              "2049  unknown    -  unknown       -          unknown, of user root");
 }
 
 TEST(ListenerTable, ShowsHostileTextsHarmlessly)

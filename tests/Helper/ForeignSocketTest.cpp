@@ -125,7 +125,7 @@ TEST_F(ForeignSocketTest, GuessesNoOwnerAmongEqualProcesses)
     EXPECT_EQ(record.commandPath, "");
     EXPECT_EQ(record.cwd, "");
     EXPECT_TRUE(record.arguments.empty());
-    EXPECT_TRUE(record.originArguments.empty());
+    EXPECT_EQ(record.originArguments, std::vector<std::string>{"unknown, of user root"});
     EXPECT_EQ(record.memoryBytes, 0U);
     EXPECT_GE(record.processStartedAt, std::chrono::floor<std::chrono::seconds>(before));
 }

@@ -74,6 +74,11 @@ Rectangle {
             const pid = textItem(row, "pid 812");
             compare(pid.mapToItem(row, pid.width, 0), Qt.point(560 - 14, 10));
         }
+        function test_showsNoUptimeWhereTheOwnerIsUnknown(): void {
+            show({ pid: 0, process: "unknown" });
+            verify(textItem(row, "pid 0"));
+            compare(all(row, item => item instanceof LiveUptimeLabel && item.visible).length, 0);
+        }
         function test_setsItsTextsInTheFontsOfEach(): void {
             show(full());
             compareFont(textItem(row, ":5432").font, 13, Font.Medium, 0);

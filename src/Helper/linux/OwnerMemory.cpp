@@ -5,6 +5,7 @@
 
 #include "Helper/RecordBounds.h"
 #include "Helper/linux/SystemFailures.h"
+#include "Helper/linux/UserNames.h"
 
 #include <algorithm>
 #include <array>
@@ -47,11 +48,14 @@ RawPortInfo recordOf(const ListeningSocket &socket, const ProcessInspector &owne
     return record;
 }
 
-RawPortInfo recordWithoutOwner(std::uint16_t port, const KnownSocket &known)
+/// The user of the socket stands where the command line would, which no process has here: it is
+/// shown and searched like one.
+RawPortInfo recordWithoutOwner(std::uint16_t port, const KnownSocket &known, UserNames &users)
 {
     RawPortInfo record;
     record.port = port;
     record.processName = known.unit.empty() ? "unknown" : RecordBounds::name(known.unit);
+    record.originArguments = {"unknown, of user " + users.name(known.user)};
     record.processStartedAt = known.firstSeen;
     return record;
 }
@@ -71,6 +75,7 @@ void OwnerMemory::check(std::span<const ListeningSocket> sockets, const BootCloc
     ++m_listing;
     const Timestamp now =
         std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
+    m_users = UserNames();
     m_places.clear();
     m_places.reserve(sockets.size());
     for (auto &[pid, process] : m_processes) {
@@ -84,6 +89,7 @@ void OwnerMemory::check(std::span<const ListeningSocket> sockets, const BootCloc
         } else if (known.attribution != KnownSocket::Attribution::None) {
             m_processes[known.owner].places.push_back(place);
         }
+        known.user = sockets[place].uid;
         known.verified = false;
         known.kept = false;
         known.vanished = false;
@@ -265,7 +271,7 @@ std::size_t OwnerMemory::recordCost(const KnownSocket &known) const
 {
     const ProcessInspector *process = owner(known);
     return process != nullptr ? process->details().recordCost
-                              : RecordBounds::cost(recordWithoutOwner(0, known));
+                              : RecordBounds::cost(recordWithoutOwner(0, known, m_users));
 }
 
 /// What one record may cost: whatever it does, unless all are too large together.
@@ -302,8 +308,8 @@ std::vector<RawPortInfo> OwnerMemory::records(std::span<const ListeningSocket> s
         }
         const ProcessInspector *process = owner(known);
         if (process == nullptr) {
-            records.push_back(
-                RecordBounds::shortened(recordWithoutOwner(sockets[place].port, known), share));
+            records.push_back(RecordBounds::shortened(
+                recordWithoutOwner(sockets[place].port, known, m_users), share));
         } else if (process->details().recordCost <= share) {
             records.push_back(recordOf(sockets[place], *process));
         } else {

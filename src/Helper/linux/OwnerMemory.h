@@ -6,6 +6,7 @@
 #include "Helper/ListenerInventory.h"
 #include "Helper/linux/ProcessInspector.h"
 #include "Helper/linux/SocketDump.h"
+#include "Helper/linux/UserNames.h"
 #include "Models/Timestamp.h"
 
 #include <cstdint>
@@ -29,6 +30,7 @@ struct KnownSocket
     };
 
     Attribution attribution = Attribution::None;
+    uid_t user = 0; ///< of the socket
     pid_t owner = 0;
     unsigned descriptor = 0; ///< the owner's number for it
     pid_t thread = 0;        ///< the thread whose number that is; 0 where all threads share it
@@ -129,6 +131,7 @@ private:
     std::unordered_map<std::uint64_t, KnownSocket> m_sockets;
     std::unordered_map<pid_t, Process> m_processes;
     std::vector<KnownSocket *> m_places;
+    mutable UserNames m_users; ///< read again in each listing in which a name is needed
 };
 
 } // namespace Tarnwick
