@@ -4,6 +4,7 @@
 #include "Platform/linux/BusNotifier.h"
 
 #include "Platform/linux/BusCall.h"
+#include "Platform/linux/ReplySender.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -100,7 +101,7 @@ void BusNotifier::connected(std::shared_ptr<BusLink> link)
         m_link->observeSignal(path, service, QLatin1String(signal));
     }
     call(QStringLiteral("GetCapabilities"), {}, [this](const QDBusMessage &reply) {
-        m_owner = reply.service();
+        m_owner = replySender(reply);
         notify(reply.arguments().value(0).toStringList().contains(QStringLiteral("actions")));
     });
 }
@@ -148,7 +149,7 @@ void BusNotifier::notify(bool hasActions)
          hasActions ? QString() : m_notification.text, actions, hints, serversDuration},
         [this](const QDBusMessage &reply) { m_id = reply.arguments().value(0).toUInt(); },
         [link = m_link](const QDBusMessage &reply) {
-            close(link, reply.service(), reply.arguments().value(0).toUInt());
+            close(link, replySender(reply), reply.arguments().value(0).toUInt());
         });
 }
 
