@@ -170,6 +170,11 @@ class Session(Desktop, Accessibility):
         """The panel's window and its place, when it is shown."""
         return self.window_of_size(560, 500)
 
+    def await_keyboard(self):
+        """Waits for the keyboard to be in a window of Tarnwick's."""
+        wait_for("the keyboard is in a window of Tarnwick's",
+                 lambda: self.focused_window() in [window for window, _ in self.windows()])
+
     def await_panel(self):
         """Waits for the panel, and for the keyboard to be in it."""
         window, place = wait_for("the panel is shown", self.popover)
