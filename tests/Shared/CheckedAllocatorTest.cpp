@@ -11,6 +11,16 @@
 
 using namespace Tarnwick;
 
+// The sanitizers end a program that asks for more than there can be; here it must get null.
+extern "C" __attribute__((visibility("default"))) const char *__asan_default_options() // NOLINT
+{
+    return "allocator_may_return_null=1";
+}
+extern "C" __attribute__((visibility("default"))) const char *__tsan_default_options() // NOLINT
+{
+    return "allocator_may_return_null=1";
+}
+
 namespace {
 
 /// More than any process may have; not a constant, of which the compiler would warn.
