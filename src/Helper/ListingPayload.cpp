@@ -3,6 +3,7 @@
 
 #include "Helper/ListingPayload.h"
 
+#include <memory>
 #include <unordered_set>
 #include <utility>
 #include <variant>
@@ -11,9 +12,12 @@ namespace Tarnwick {
 
 namespace {
 
-bool isSame(const ReportedProcess &before, const ReportedProcess &now)
+/// Whether a client that was shown @p before takes the listeners of @p now for what they are. What
+/// the listing before left out has gone from the client.
+bool isRecognized(const ReportedProcess &before, const ReportedProcess &now)
 {
-    return before.program == now.program && isSameProcess(before.process, now.process);
+    return isSameProcess(before.process, now.process) &&
+           (!before.isListed || before.program == now.program);
 }
 
 } // namespace
@@ -24,16 +28,23 @@ ListingPayload::ListingPayload(const std::vector<RawPortInfo> &records, SharedPr
 {
 }
 
-std::optional<std::string> ListingPayload::bytesAfter(const ProcessReport *before) const
+std::optional<ListingPayload::Reduced> ListingPayload::after(const ProcessReport *before) const
 {
     if (before == nullptr || before == m_report.get()) {
         return std::nullopt;
     }
     std::unordered_set<std::int64_t> replaced;
+    std::vector<ReportedProcess> reported;
     for (const ReportedProcess &now : m_report->processes()) {
         const ReportedProcess *then = before->find(now.process.pid);
-        if (then != nullptr && !isSame(*then, now)) {
-            replaced.insert(now.process.pid);
+        if (then == nullptr || isRecognized(*then, now)) {
+            reported.push_back(now);
+            continue;
+        }
+        replaced.insert(now.process.pid);
+        if (isSameProcess(then->process, now.process)) {
+            reported.push_back(now);
+            reported.back().isListed = false;
         }
     }
     if (replaced.empty()) {
@@ -47,7 +58,8 @@ std::optional<std::string> ListingPayload::bytesAfter(const ProcessReport *befor
     }
     std::erase_if(*records,
                   [&replaced](const RawPortInfo &record) { return replaced.contains(record.pid); });
-    return RawPortInfo::encode(*records);
+    return Reduced{RawPortInfo::encode(*records),
+                   std::make_shared<const ProcessReport>(std::move(reported))};
 }
 
 } // namespace Tarnwick

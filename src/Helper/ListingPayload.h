@@ -24,12 +24,20 @@ public:
 
     [[nodiscard]] const SharedProcessReport &report() const { return m_report; }
 
+    /// A part of a listing.
+    struct Reduced
+    {
+        std::string bytes;
+        SharedProcessReport report; ///< what these bytes report
+    };
+
     /// What a client gets that was shown @p before, null for one that never listed, where that
     /// differs from bytes(). A client recognises a listener by identifier, port and name, and takes
     /// one whose program was replaced for the old one. So the sockets of a process that has become
     /// another program, or another process, under its identifier since are left out this once: the
-    /// client sees them go, and takes them up anew with its next listing.
-    [[nodiscard]] std::optional<std::string> bytesAfter(const ProcessReport *before) const;
+    /// client sees them go, and takes them up anew with its next listing. Another process is not
+    /// reported by a listing that left it out.
+    [[nodiscard]] std::optional<Reduced> after(const ProcessReport *before) const;
 
 private:
     std::string m_bytes;

@@ -18,6 +18,8 @@ struct ReportedProcess
     ProcessIdentity process;
     /// Differs when the reported name or executable does.
     std::uint64_t program = 0;
+    /// False where its listeners were left out of the listing, though it was known before.
+    bool isListed = true;
 };
 
 /// The owners that one listing reported: which process each identifier in it stands for. It never

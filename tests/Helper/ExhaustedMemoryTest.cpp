@@ -45,7 +45,17 @@ void *operator new(std::size_t size)
     throw std::bad_alloc();
 }
 
+void *operator new(std::size_t size, const std::nothrow_t & /*tag*/) noexcept
+{
+    return isToFail() ? nullptr : std::malloc(size != 0 ? size : 1);
+}
+
 void operator delete(void *memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void *memory, const std::nothrow_t & /*tag*/) noexcept
 {
     std::free(memory);
 }

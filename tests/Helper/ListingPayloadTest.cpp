@@ -40,10 +40,10 @@ ListingPayload payload(const std::vector<ReportedProcess> &processes)
     return {records, report(processes)};
 }
 
-std::vector<std::int64_t> pidsIn(const std::optional<std::string> &bytes)
+std::vector<std::int64_t> pidsIn(const std::string &bytes)
 {
     std::vector<std::int64_t> pids;
-    const RawPortInfo::Decoded decoded = RawPortInfo::decode(bytes.value_or("[]"));
+    const RawPortInfo::Decoded decoded = RawPortInfo::decode(bytes);
     for (const RawPortInfo &record : std::get<std::vector<RawPortInfo>>(decoded)) {
         pids.push_back(record.pid);
     }
@@ -52,28 +52,45 @@ std::vector<std::int64_t> pidsIn(const std::optional<std::string> &bytes)
 
 TEST(ListingPayloadTest, IsWholeForAClientThatNeverListed)
 {
-    EXPECT_EQ(payload({process(1, 10)}).bytesAfter(nullptr), std::nullopt);
+    EXPECT_FALSE(payload({process(1, 10)}).after(nullptr));
 }
 
 TEST(ListingPayloadTest, IsWholeWhereNoProgramWasReplaced)
 {
     const SharedProcessReport before = report({process(1, 10), process(3, 30)});
-    EXPECT_EQ(payload({process(1, 10), process(2, 20)}).bytesAfter(before.get()), std::nullopt);
+    EXPECT_FALSE(payload({process(1, 10), process(2, 20)}).after(before.get()));
 }
 
 TEST(ListingPayloadTest, LeavesOutAProcessThatBecameAnotherProgramOnce)
 {
     const SharedProcessReport before = report({process(1, 10), process(2, 20)});
     const ListingPayload next = payload({process(1, 11), process(2, 20)});
-    EXPECT_THAT(pidsIn(next.bytesAfter(before.get())), ElementsAre(0, 2));
-    EXPECT_EQ(next.bytesAfter(next.report().get()), std::nullopt);
+    const std::optional<ListingPayload::Reduced> reduced = next.after(before.get());
+    ASSERT_TRUE(reduced);
+    EXPECT_THAT(pidsIn(reduced->bytes), ElementsAre(0, 2));
+    EXPECT_NE(reduced->report->find(1), nullptr) << "it is still the process that was shown";
+    EXPECT_FALSE(next.after(reduced->report.get()));
     EXPECT_THAT(pidsIn(next.bytes()), ElementsAre(0, 1, 2));
 }
 
-TEST(ListingPayloadTest, LeavesOutAProcessThatGotTheIdentifierOfAnotherOnce)
+TEST(ListingPayloadTest, LeavesOutNoProcessTwiceInARowHoweverOftenItsProgramChanges)
+{
+    const SharedProcessReport before = report({process(1, 10)});
+    const std::optional<ListingPayload::Reduced> reduced =
+        payload({process(1, 11)}).after(before.get());
+    ASSERT_TRUE(reduced);
+    EXPECT_FALSE(payload({process(1, 12)}).after(reduced->report.get()));
+}
+
+TEST(ListingPayloadTest, DoesNotReportAProcessThatGotTheIdentifierOfAnotherUntilItIsListed)
 {
     const SharedProcessReport before = report({process(1, 10, 7)});
-    EXPECT_THAT(pidsIn(payload({process(1, 10, 8)}).bytesAfter(before.get())), ElementsAre(0));
+    const ListingPayload next = payload({process(1, 10, 8)});
+    const std::optional<ListingPayload::Reduced> reduced = next.after(before.get());
+    ASSERT_TRUE(reduced);
+    EXPECT_THAT(pidsIn(reduced->bytes), ElementsAre(0));
+    EXPECT_EQ(reduced->report->find(1), nullptr);
+    EXPECT_FALSE(next.after(reduced->report.get()));
 }
 
 } // namespace

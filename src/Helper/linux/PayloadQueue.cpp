@@ -96,10 +96,12 @@ int PayloadQueue::sendLatest(const BusMessage &request)
     if (!m_clients.contains(client)) {
         return 0;
     }
-    const std::optional<std::string> reduced = m_latest->bytesAfter(m_clients.shown(client).get());
-    const int sent = replyWithBytes(m_bus, request.get(), reduced ? *reduced : m_latest->bytes());
+    const std::optional<ListingPayload::Reduced> reduced =
+        m_latest->after(m_clients.shown(client).get());
+    const int sent =
+        replyWithBytes(m_bus, request.get(), reduced ? reduced->bytes : m_latest->bytes());
     if (sent >= 0) {
-        m_clients.show(client, m_latest->report());
+        m_clients.show(client, reduced ? reduced->report : m_latest->report());
         m_clients.answered(client);
     }
     return sent;
