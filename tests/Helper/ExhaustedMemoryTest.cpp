@@ -33,8 +33,9 @@ bool isToFail()
 
 } // namespace
 
-// In the place of the library's own, for the whole program.
-void *operator new(std::size_t size)
+// In the place of the library's own, for the whole program. Not inlined: where GCC inlines one of a
+// pair, it warns of memory that another allocator frees.
+[[gnu::noinline]] void *operator new(std::size_t size)
 {
     if (isToFail()) {
         throw std::bad_alloc();
@@ -45,22 +46,22 @@ void *operator new(std::size_t size)
     throw std::bad_alloc();
 }
 
-void *operator new(std::size_t size, const std::nothrow_t & /*tag*/) noexcept
+[[gnu::noinline]] void *operator new(std::size_t size, const std::nothrow_t & /*tag*/) noexcept
 {
     return isToFail() ? nullptr : std::malloc(size != 0 ? size : 1);
 }
 
-void operator delete(void *memory) noexcept
+[[gnu::noinline]] void operator delete(void *memory) noexcept
 {
     std::free(memory);
 }
 
-void operator delete(void *memory, const std::nothrow_t & /*tag*/) noexcept
+[[gnu::noinline]] void operator delete(void *memory, const std::nothrow_t & /*tag*/) noexcept
 {
     std::free(memory);
 }
 
-void operator delete(void *memory, std::size_t /*size*/) noexcept
+[[gnu::noinline]] void operator delete(void *memory, std::size_t /*size*/) noexcept
 {
     std::free(memory);
 }
