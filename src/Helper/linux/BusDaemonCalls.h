@@ -40,7 +40,8 @@ public:
     void forget(Id id) { m_pending.erase(id); }
 
     /// Requests the well-known @p name with the flags of the D-Bus specification (not those of
-    /// sd-bus), and waits. The reply of the specification, or a negative errno.
+    /// sd-bus), and waits. The code of the reply, as the D-Bus specification numbers it, or a
+    /// negative errno.
     [[nodiscard]] int requestName(const std::string &name, std::uint32_t flags) const;
 
     [[nodiscard]] static bool isFromDaemon(sd_bus_message *message);
