@@ -97,7 +97,10 @@ Failure CopySender::send()
     const Failure failure = converse(*receiver);
     receiver->input().reset(); // without a "commit" before, the other half undoes everything
     const Failure ofReceiver = failureOf(receiver->awaitEnd());
-    return failure && !failure->empty() ? failure : ofReceiver;
+    if (!failure || ofReceiver) {
+        return failure && !failure->empty() ? failure : ofReceiver;
+    }
+    return failure->empty() ? "the other half ended without an answer" : failure;
 }
 
 Failure CopySender::openSource()

@@ -289,7 +289,7 @@ TEST_F(PortableCopyTest, StaysWhereItIsWhenTheQuestionForThePasswordIsCancelled)
 TEST_F(PortableCopyTest, EndsTheMoveWhenTheApplicationQuits)
 {
     writeProgram(m_folder.path() / "bin" / "pkexec",
-                 "touch '" + (m_folder.path() / "asked").string() + "'; exec cat > /dev/null\n");
+                 "touch '" + (m_folder.path() / "asked").string() + "'; cat > /dev/null\n");
     Outcome outcome = Outcome::Moved;
     QTimer::singleShot(0, qApp, [this, &outcome] { outcome = agreeIn(m_source); });
     QTimer tick;
@@ -302,6 +302,14 @@ TEST_F(PortableCopyTest, EndsTheMoveWhenTheApplicationQuits)
     EXPECT_EQ(QCoreApplication::exec(), 0);
     EXPECT_EQ(outcome, Outcome::Stays);
     EXPECT_TRUE(fs::is_empty(m_applications));
+}
+
+TEST_F(PortableCopyTest, StaysWhereItIsWhenTheInstallationEndsWithoutAnAnswer)
+{
+    writeProgram(m_folder.path() / "bin" / "pkexec", "exec cat > /dev/null\n");
+    EXPECT_EQ(agreeIn(m_source), Outcome::Stays);
+    EXPECT_EQ(lastMessage(), "[app] not moved to " + (m_applications / "Tarn'wick").string() +
+                                 ": the other half ended without an answer");
 }
 
 TEST_F(PortableCopyTest, EndsTheApplicationOnceItsEventLoopRuns)
