@@ -49,7 +49,7 @@ public:
     void end() { --m_callsInFlight; }
 
 private:
-    /// What the registry tells entries apart by.
+    /// What identifies an entry in the registry.
     struct Key
     {
         std::int64_t pid = 0;

@@ -58,14 +58,14 @@ public:
     HelperService &operator=(const HelperService &) = delete;
 
     /// Answers with a listing of a scan that begins after this call: when the channel has nothing
-    /// else to bring, or after @ref longestWait, so that whoever keeps the channel busy does not
-    /// keep the others waiting.
+    /// else to bring, or after @ref longestWait, so that a client that keeps the channel busy
+    /// does not delay the others.
     void listListeningPorts(ListReply reply);
 
     struct KillRequest
     {
         std::int32_t pid = 0;
-        /// The listing that whoever asks was shown last, and so goes by; none for one who never
+        /// The listing that the client was sent last, and so goes by; none for one that never
         /// listed, who goes by the latest listing that anybody got.
         SharedProcessReport shown;
         std::optional<std::int32_t> caller; ///< the asking process, if the channel knows it
