@@ -95,13 +95,9 @@ ExitCode KillCommand::run()
         m_console.sayError("Standard input is not a terminal to ask on; --yes is needed.");
         return ExitCode::Usage;
     }
-    Listing listing = m_source.list();
-    if (const auto *error = std::get_if<ListingError>(&listing)) {
-        m_console.sayError(error->message);
+    if (!updateListeners()) {
         return ExitCode::Failed;
     }
-    m_listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)));
-    mergeEqual(m_listeners);
     noteWhoIsShown();
 
     ExitCode gravest = ExitCode::Done;
@@ -293,6 +289,19 @@ bool KillCommand::isTaken(const PortEntry &holder) const
     return m_freed.contains(holder.port) && !m_before.contains({holder.port, holder.pid});
 }
 
+/// Lists anew. False where that failed, after the reason has been printed.
+bool KillCommand::updateListeners()
+{
+    Listing listing = m_source.list();
+    if (const auto *error = std::get_if<ListingError>(&listing)) {
+        m_console.sayError(error->message);
+        return false;
+    }
+    m_listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)));
+    mergeEqual(m_listeners);
+    return true;
+}
+
 ExitCode KillCommand::checkFreedPorts()
 {
     if (m_freed.empty()) {
@@ -300,13 +309,9 @@ ExitCode KillCommand::checkFreedPorts()
     }
     const auto deadline = std::chrono::steady_clock::now() + m_release.atMost;
     for (;;) {
-        Listing listing = m_source.list();
-        if (const auto *error = std::get_if<ListingError>(&listing)) {
-            m_console.sayError(error->message);
+        if (!updateListeners()) {
             return ExitCode::Failed;
         }
-        m_listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)));
-        mergeEqual(m_listeners);
         const bool anyTaken =
             std::any_of(m_listeners.begin(), m_listeners.end(),
                         [this](const Listener &listener) { return isTaken(listener.entry); });

@@ -53,6 +53,7 @@ private:
     [[nodiscard]] std::string_view hintForPrivilege() const;
     void describe(const PortEntry &owner) const;
     void listOwners(const std::vector<Listener> &owners) const;
+    [[nodiscard]] bool updateListeners();
     [[nodiscard]] ExitCode checkFreedPorts();
     [[nodiscard]] bool isTaken(const PortEntry &holder) const;
     [[nodiscard]] ExitCode tellWhoHoldsTheFreedPorts();
