@@ -32,6 +32,10 @@ public:
         }
         const FileDescriptor readEnd(ends[0]);
         m_pid = ::fork();
+        if (m_pid < 0) { // kill(2) takes -1 for every process
+            ::close(ends[1]);
+            throw std::runtime_error("no process to be had");
+        }
         if (m_pid == 0) {
             live(threads, ends[1]);
         }
