@@ -300,6 +300,7 @@ TEST_F(ForeignSocketTest, KeepsUpWithProcessesThatComeAndGoWhileItLooks)
 {
     // A crowd of servers that start, listen and end all the time.
     const pid_t crowd = ::fork();
+    ASSERT_GE(crowd, 0);
     if (crowd == 0) {
         for (;;) {
             const pid_t server = ::fork();

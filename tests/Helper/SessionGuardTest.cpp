@@ -147,6 +147,7 @@ TEST_F(SessionGuardTest, KnowsWhoWasGivenTheSocketByItsMaker)
     FileDescriptor listener = listenAt(path);
     ASSERT_TRUE(listener);
     const pid_t heir = ::fork();
+    ASSERT_GE(heir, 0);
     if (heir == 0) {
         for (;;) {
             ::pause();

@@ -64,6 +64,9 @@ InventoryProcess::InventoryProcess(const std::function<bool()> &prepare)
     m_channel = FileDescriptor(ends[0]);
     const FileDescriptor theirs(ends[1]);
     m_pid = ::fork();
+    if (m_pid < 0) { // kill(2) takes -1 for every process
+        throw std::runtime_error("no process to be had");
+    }
     if (m_pid == 0) {
         m_channel.reset();
         if (prepare()) {

@@ -172,7 +172,9 @@ void RunningProgram::type(std::string_view text) const
 
 void RunningProgram::signal(int number) const
 {
-    kill(m_pid, number);
+    if (m_pid > 0) { // kill(2) takes -1 for every process
+        kill(m_pid, number);
+    }
 }
 
 void RunningProgram::resize(unsigned short columns, unsigned short rows) const
