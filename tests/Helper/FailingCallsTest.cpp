@@ -71,5 +71,19 @@ TEST(FailingCallsTest, FailsEachCallOfOneNumberUntilItIsStopped)
     EXPECT_EQ(failures, 7);
 }
 
+TEST(FailingCallsTest, LetsTheCallsOfAChildThroughAndDoesNotCountThem)
+{
+    const int failures = withFailingCalls([](FailingCalls &calls) {
+        calls.fail(1, EMFILE);
+        const int ofChild = inOwnProcess(failuresOfThree);
+        const int own = failuresOfThree();
+        return calls.stop() == SYS_getpgid ? ofChild | (own << 3) : 0;
+    });
+    if (failures == noFilter) {
+        GTEST_SKIP() << "no filter of system calls to be had";
+    }
+    EXPECT_EQ(failures, 2 << 3);
+}
+
 } // namespace
 } // namespace Tarnwick

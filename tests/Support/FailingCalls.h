@@ -14,7 +14,8 @@ namespace Tarnwick {
 /// thread that constructs it and all threads which that one starts afterwards, until the process
 /// ends: a filter cannot be removed. So it belongs into a process of its own (inOwnProcess()).
 /// Until fail() is called, and after stop(), every call goes through, at the cost of a few
-/// microseconds.
+/// microseconds. Calls of child processes, which inherit the filter, always go through and are not
+/// counted.
 class FailingCalls
 {
 public:
