@@ -384,8 +384,8 @@ void HolderSearch::lookAtThreads(pid_t pid, std::vector<Holder> &found)
 {
     std::vector<ProcFs::NumberedEntry> threads;
     const FileDescriptor folder = ProcFs::openDirectoryOfProcess(m_root, pid, "/task");
-    if (!folder || !ProcFs::readNumbers(folder.get(), threads, m_limits.process)) {
-        return;
+    if (folder) {
+        ProcFs::readNumbers(folder.get(), threads, m_limits.process);
     }
     // A process without any descriptors has lost its main thread.
     DescriptorTables tables(m_visited.at(pid).descriptors != 0 ? pid : 0);
