@@ -347,7 +347,8 @@ unsigned HolderSearch::bandOf(unsigned number)
                                                [number](unsigned end) { return end <= number; }));
 }
 
-void HolderSearch::visitThreads(std::span<const ProcFs::ProcessEntry> processes)
+void HolderSearch::visitThreads(std::span<const ProcFs::ProcessEntry> processes,
+                                ThreadScanBackoff &backoff)
 {
     if (ProcFs::numbering(m_root) == ProcFs::Numbering::Foreign) {
         return;
@@ -355,7 +356,8 @@ void HolderSearch::visitThreads(std::span<const ProcFs::ProcessEntry> processes)
     struct Threaded
     {
         std::size_t threads = 0;
-        pid_t pid = 0;
+        ProcFs::ProcessEntry process;
+        std::uint64_t work = 0;
         std::vector<Holder> found;
     };
     std::vector<Threaded> threaded(processes.size());
@@ -364,23 +366,28 @@ void HolderSearch::visitThreads(std::span<const ProcFs::ProcessEntry> processes)
     parallelLoop(processes.size(), parallel, [&](std::size_t at) {
         const auto known = m_visited.find(processes[at].pid);
         if (known != m_visited.end() && known->second.readable) {
-            threaded[at].pid = processes[at].pid;
+            threaded[at].process = processes[at];
             threaded[at].threads = ProcFs::threadCount(m_root, processes[at].pid);
         }
     });
     std::erase_if(threaded, [](const Threaded &process) { return process.threads <= 1; });
+    const std::size_t omitted = std::erase_if(
+        threaded, [&backoff](const Threaded &process) { return !backoff.isDue(process.process); });
+    m_cut = m_cut || omitted > 0;
     std::stable_sort(
         threaded.begin(), threaded.end(),
         [](const Threaded &left, const Threaded &right) { return left.threads < right.threads; });
-    parallelLoop(threaded.size(), parallel,
-                 [&](std::size_t at) { lookAtThreads(threaded[at].pid, threaded[at].found); });
+    parallelLoop(threaded.size(), parallel, [&](std::size_t at) {
+        threaded[at].work = lookAtThreads(threaded[at].process.pid, threaded[at].found);
+    });
     for (const Threaded &process : threaded) {
+        backoff.note(process.process, process.work, !process.found.empty());
         m_holders.insert(m_holders.end(), process.found.begin(), process.found.end());
         m_sorted = m_sorted && process.found.empty();
     }
 }
 
-void HolderSearch::lookAtThreads(pid_t pid, std::vector<Holder> &found)
+std::uint64_t HolderSearch::lookAtThreads(pid_t pid, std::vector<Holder> &found)
 {
     std::vector<ProcFs::NumberedEntry> threads;
     const FileDescriptor folder = ProcFs::openDirectoryOfProcess(m_root, pid, "/task");
@@ -394,7 +401,7 @@ void HolderSearch::lookAtThreads(pid_t pid, std::vector<Holder> &found)
         const auto thread = static_cast<pid_t>(entry.number);
         const std::uint64_t before = tables.comparisons();
         if (!mayWork(work, m_limits.process)) {
-            return;
+            break;
         }
         const bool isNew = thread != pid && tables.add(thread);
         const std::uint64_t compared = tables.comparisons() - before;
@@ -413,6 +420,7 @@ void HolderSearch::lookAtThreads(pid_t pid, std::vector<Holder> &found)
             found.insert(found.end(), stretch.found.begin(), stretch.found.end());
         }
     }
+    return work;
 }
 
 std::span<const Holder> HolderSearch::holders()

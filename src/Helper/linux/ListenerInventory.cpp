@@ -14,6 +14,7 @@
 #include "Helper/linux/ProcessCensus.h"
 #include "Helper/linux/SocketDump.h"
 #include "Helper/linux/SystemFailures.h"
+#include "Helper/linux/ThreadScanBackoff.h"
 #include "Shared/Utf8.h"
 
 #include <algorithm>
@@ -92,6 +93,7 @@ struct ListenerInventory::Private
     BootClock clock;
     ProcessCensus census;
     OwnerMemory memory;
+    ThreadScanBackoff backoff;
     std::vector<ListeningSocket> sockets;
     SharedProcessReport report = std::make_shared<const ProcessReport>();
     Clock::time_point nextAudit;
@@ -123,6 +125,7 @@ Scan ListenerInventory::scan(const ScanRequest &request)
     } catch (const std::bad_alloc &) {
         // Half a scan is not to be built upon.
         d.memory.startOver();
+        d.backoff = {};
         d.sockets = {};
         d.isInterrupted = true;
         return ListingError{ENOMEM, "no memory left"};
@@ -344,7 +347,10 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
     memory.makeRoom();
     groups.beginLook();
     const std::uint64_t failures = SystemFailures::count();
-    OwnerResolution resolution(root.get(), sockets, census.take(), groups, limits);
+    const std::span<const ProcFs::ProcessEntry> processes = census.take();
+    backoff.beginListing(memory.listing());
+    backoff.retain(processes);
+    OwnerResolution resolution(root.get(), sockets, processes, groups, backoff, limits);
     for (const std::uint32_t place : wanted) {
         resolution.want(place);
     }

@@ -19,7 +19,8 @@ constexpr pid_t initProcess = 1;
 
 OwnerResolution::OwnerResolution(int root, std::span<const ListeningSocket> sockets,
                                  std::span<const ProcFs::ProcessEntry> processes,
-                                 ControlGroups &groups, const HolderSearch::Limits &limits)
+                                 ControlGroups &groups, ThreadScanBackoff &backoff,
+                                 const HolderSearch::Limits &limits)
     : m_root(root)
     , m_numbering(ProcFs::numbering(root))
     , m_processes(processes)
@@ -27,6 +28,7 @@ OwnerResolution::OwnerResolution(int root, std::span<const ListeningSocket> sock
     , m_search(root, sockets, limits)
     , m_membership(groups)
     , m_roles(root)
+    , m_backoff(backoff)
 {
 }
 
@@ -62,7 +64,7 @@ void OwnerResolution::lookEverywhere(std::span<const std::uint32_t> inherited,
     });
     climb();
     if (!settledEarly && !std::all_of(m_wanted.begin(), m_wanted.end(), isKnown)) {
-        m_search.visitThreads(m_processes);
+        m_search.visitThreads(m_processes, m_backoff);
         climb();
     }
 }

@@ -8,6 +8,7 @@
 #include "Helper/linux/ProcFs.h"
 #include "Helper/linux/ProcessRoles.h"
 #include "Helper/linux/SocketDump.h"
+#include "Helper/linux/ThreadScanBackoff.h"
 
 #include <cstdint>
 #include <functional>
@@ -44,10 +45,10 @@ struct SocketOwner
 class OwnerResolution
 {
 public:
-    /// @p sockets, @p processes, all that there are, and @p groups must outlive it.
+    /// @p sockets, @p processes, all that there are, @p groups and @p backoff must outlive it.
     OwnerResolution(int root, std::span<const ListeningSocket> sockets,
                     std::span<const ProcFs::ProcessEntry> processes, ControlGroups &groups,
-                    const HolderSearch::Limits &limits = HolderSearch::Limits());
+                    ThreadScanBackoff &backoff, const HolderSearch::Limits &limits);
 
     /// Names a socket whose owner is to be found.
     void want(std::uint32_t socket);
@@ -117,6 +118,7 @@ private:
     std::unordered_set<pid_t> m_climbed;
     std::unordered_set<pid_t> m_groups; ///< process groups whose members have been looked at
     /// All processes by process group; filled when it is needed.
+    ThreadScanBackoff &m_backoff;
     std::optional<std::unordered_map<pid_t, std::vector<pid_t>>> m_groupMembers;
     std::unordered_map<pid_t, std::optional<ProcFs::Stat>> m_stats;
 };
