@@ -6,6 +6,7 @@
 #include "tests/Helper/InventoryFixture.h"
 #include "tests/Helper/StuckMessage.h"
 #include "tests/Support/PrivateBus.h"
+#include "tests/Support/ScopedEnvironment.h"
 
 #include <chrono>
 
@@ -40,6 +41,20 @@ TEST_F(PassedSocketTest, IsNotTheMessageBusThatHasItInFlight)
                   KillResultCode::Terminated);
         EXPECT_EQ(owner(listener.port), bus.pid()) << "nobody else has it any more";
     }
+}
+
+TEST_F(PassedSocketTest, DoesNotEndTheMessageBusThatHasItInFlight)
+{
+    const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere/bus");
+    const PrivateBus bus;
+    Puppet server;
+    const Puppet::Listener listener = server.listen();
+    const StuckMessage message(bus, server.give(listener.descriptor));
+    server.end();
+    EXPECT_EQ(owner(listener.port), bus.pid());
+    EXPECT_EQ(codeOf(InventoryFixture::listAndTerminate(m_inventory, bus.pid())),
+              KillResultCode::PermissionDenied);
+    EXPECT_TRUE(bus.isRunning());
 }
 
 TEST_F(PassedSocketTest, PassesFromTheMessageBusToWhoeverTakesItOut)

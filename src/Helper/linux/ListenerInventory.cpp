@@ -390,6 +390,7 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
             known.descriptor = owner->descriptor;
             known.thread = owner->thread;
             known.manager = owner->manager;
+            known.forOthers = owner->forOthers;
             known.provisional = owner->provisional;
         } else if (owner && attemptsLeft > 0) {
             known.owner = owner->pid;
@@ -467,6 +468,7 @@ void ListenerInventory::Private::attribute(GroupAttribution &attribution, const 
         known.groupList = groups.processList(known.group);
         postpone(known);
         known.manager = false;
+        known.forOthers = false;
         known.provisional = false;
         known.verified = false;
         known.attribution = KnownSocket::Attribution::None;

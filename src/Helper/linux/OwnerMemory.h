@@ -35,6 +35,7 @@ struct KnownSocket
     unsigned descriptor = 0; ///< the owner's number for it
     pid_t thread = 0;        ///< the thread whose number that is; 0 where all threads share it
     bool manager = false;    ///< held by a service manager for a service that does not run
+    bool forOthers = false;  ///< held for others, who do not have it now: no server ends with it
     /// The owner only keeps it for others, or was handed it: another holder would take its place.
     bool provisional = false;
     bool verified = false; ///< in this listing

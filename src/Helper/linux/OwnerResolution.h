@@ -12,10 +12,12 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <span>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace Tarnwick {
@@ -27,6 +29,9 @@ struct SocketOwner
     unsigned descriptor = 0; ///< its number for the socket
     pid_t thread = 0;        ///< the thread whose number that is; 0 where all threads share it
     bool manager = false;    ///< a service manager, which nobody else takes the socket from yet
+    /// A service manager, or a message bus that has the socket in flight and serves no client
+    /// through it: its end would not be that of a server.
+    bool forOthers = false;
     /// Whether the process only keeps the socket for others, or lives outside of the control group
     /// in which the socket was made: any other holder would be the owner in its place.
     bool provisional = false;
@@ -102,6 +107,7 @@ private:
     void climb();
     [[nodiscard]] std::vector<pid_t> relatives(pid_t holder);
     [[nodiscard]] bool isOrphan(pid_t pid);
+    [[nodiscard]] bool serves(pid_t bus, std::uint32_t socket);
     [[nodiscard]] const std::optional<ProcFs::Stat> &stat(pid_t pid);
     [[nodiscard]] bool isManager(pid_t pid);
     [[nodiscard]] pid_t processGroup(pid_t pid);
@@ -112,15 +118,16 @@ private:
     std::span<const ProcFs::ProcessEntry> m_processes;
     std::span<const ListeningSocket> m_sockets;
     HolderSearch m_search;
+    ThreadScanBackoff &m_backoff;
     GroupMembership m_membership;
     ProcessRoles m_roles;
     std::vector<std::uint32_t> m_wanted;
     std::unordered_set<pid_t> m_climbed;
     std::unordered_set<pid_t> m_groups; ///< process groups whose members have been looked at
     /// All processes by process group; filled when it is needed.
-    ThreadScanBackoff &m_backoff;
     std::optional<std::unordered_map<pid_t, std::vector<pid_t>>> m_groupMembers;
     std::unordered_map<pid_t, std::optional<ProcFs::Stat>> m_stats;
+    std::map<std::pair<pid_t, std::uint32_t>, bool> m_served; ///< of message buses
 };
 
 } // namespace Tarnwick
