@@ -132,5 +132,32 @@ TEST_F(PassedSocketTest, BelongsToTheServerHoweverFarTheSearchForAnotherSocketGo
     EXPECT_EQ(auditedOwner(listener.port), server.pid());
 }
 
+TEST_F(PassedSocketTest, HasTheSameOwnerWarmAndColdWhenALaterProcessGetsALowerDescriptor)
+{
+    for (const int number : {20, 40}) {
+        Puppet server;
+        const Puppet::Listener listener = server.listen(Puppet::Family::V4, number);
+        EXPECT_EQ(owner(listener.port), server.pid());
+        Puppet later;
+        server.pass(listener.descriptor, later, 5);
+        EXPECT_EQ(owner(listener.port), later.pid()) << "descriptor " << number;
+        EXPECT_EQ(auditedOwner(listener.port), later.pid());
+        later.end();
+        EXPECT_EQ(owner(listener.port), server.pid());
+    }
+}
+
+TEST_F(PassedSocketTest, StaysWithTheServerWhenALaterProcessGetsAHigherDescriptor)
+{
+    Puppet server;
+    const Puppet::Listener listener = server.listen(Puppet::Family::V4, 20);
+    EXPECT_EQ(owner(listener.port), server.pid());
+    Puppet later;
+    server.pass(listener.descriptor, later, 40);
+    EXPECT_EQ(owner(listener.port), server.pid());
+    const Puppet child = server.fork();
+    EXPECT_EQ(owner(listener.port), server.pid());
+}
+
 } // namespace
 } // namespace Tarnwick

@@ -423,6 +423,12 @@ std::uint64_t HolderSearch::lookAtThreads(pid_t pid, std::vector<Holder> &found)
     return work;
 }
 
+void HolderSearch::add(const Holder &holder)
+{
+    m_holders.push_back(holder);
+    m_sorted = false;
+}
+
 std::span<const Holder> HolderSearch::holders()
 {
     if (!m_sorted) {

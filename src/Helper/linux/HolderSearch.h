@@ -82,6 +82,9 @@ public:
     /// Looks at all descriptors of @p pid, unless that was done before.
     const Visited &visit(pid_t pid);
 
+    /// Takes a holder for found that is known without a look.
+    void add(const Holder &holder);
+
     /// Whether what was found will do, once all numbers below @p looked have been looked at.
     using Settled = std::function<bool(unsigned looked)>;
 

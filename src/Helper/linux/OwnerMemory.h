@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Helper/ListenerInventory.h"
+#include "Helper/linux/HolderSearch.h"
 #include "Helper/linux/ProcessInspector.h"
 #include "Helper/linux/SocketDump.h"
 #include "Helper/linux/UserNames.h"
@@ -53,6 +54,12 @@ struct KnownSocket
 
     /// Whether a process that is yet to come may turn out to be the owner.
     [[nodiscard]] bool isOpen() const { return attribution != Attribution::Held || provisional; }
+    /// Whether one that gets it under a lower descriptor would be: the owner's is not in the lowest
+    /// range, up to which each search goes.
+    [[nodiscard]] bool isOpenBelow() const
+    {
+        return !isOpen() && HolderSearch::bandOf(descriptor) > 0;
+    }
 };
 
 /// Remembers the sockets that listen and the processes that own them. One check of each tells

@@ -58,6 +58,10 @@ public:
     /// Names a socket whose owner is to be found.
     void want(std::uint32_t socket);
 
+    /// Names the owner that a socket has, with whom others that are looked at are compared. Unless
+    /// the socket is wanted, too, nobody is looked at for it.
+    void assume(const Holder &owner) { m_search.add(owner); }
+
     /// Looks at these processes, and at those above each holder in its tree.
     void look(std::span<const pid_t> processes);
 
