@@ -3,22 +3,17 @@
 
 #include "Helper/linux/HolderSearch.h"
 
+#include "Helper/linux/DescriptorTables.h"
 #include "Helper/linux/ParallelLoop.h"
 #include "Helper/linux/SystemFailures.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
-#include <iterator>
 #include <string>
 #include <string_view>
 
-#include <fcntl.h>
-#include <linux/kcmp.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace Tarnwick {
 
@@ -56,63 +51,6 @@ FileDescriptor openDescriptors(int root, pid_t pid, pid_t thread)
     const std::string name = thread == 0 ? "/fd" : "/task/" + std::to_string(thread) + "/fd";
     return ProcFs::openDirectoryOfProcess(root, pid, name);
 }
-
-/// Threads of a process, each with descriptors of its own, in the order in which kcmp(2) puts their
-/// tables: so a search among them takes few comparisons, however many they are.
-class DescriptorTables
-{
-public:
-    explicit DescriptorTables(pid_t first)
-        : m_first(first)
-    {
-    }
-
-    /// Adds the table of @p thread. False when it is known already; that is taken for granted where
-    /// the kernel does not compare, or the thread has ended.
-    [[nodiscard]] bool add(pid_t thread)
-    {
-        // Nearly all threads share the descriptors of the first.
-        if (m_first != 0 && compare(thread, m_first) == Order::Equal) {
-            return false;
-        }
-        std::size_t from = 0;
-        std::size_t to = m_others.size();
-        while (from < to) {
-            const std::size_t middle = from + (to - from) / 2;
-            const Order order = compare(thread, m_others[middle]);
-            if (order == Order::Equal) {
-                return false;
-            }
-            (order == Order::Less ? to : from) = order == Order::Less ? middle : middle + 1;
-        }
-        m_others.insert(m_others.begin() + static_cast<std::ptrdiff_t>(from), thread);
-        return true;
-    }
-
-    [[nodiscard]] std::uint64_t comparisons() const { return m_comparisons; }
-
-private:
-    enum class Order { Equal, Less, Greater };
-
-    [[nodiscard]] Order compare(pid_t left, pid_t right)
-    {
-        ++m_comparisons;
-        const long order = ::syscall(SYS_kcmp, left, right, KCMP_FILES, 0, 0);
-        SystemFailures::note("kcmp", order < 0 ? errno : 0);
-        switch (order) {
-        case 1:
-            return Order::Less;
-        case 2:
-            return Order::Greater;
-        default:
-            return Order::Equal;
-        }
-    }
-
-    pid_t m_first; ///< 0 for none
-    std::vector<pid_t> m_others;
-    std::uint64_t m_comparisons = 0;
-};
 
 } // namespace
 
