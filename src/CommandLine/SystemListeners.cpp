@@ -27,8 +27,9 @@ KillAnswer SystemListeners::end(const ProcessIdentity &process)
 
 std::string SystemListeners::protection(std::int32_t pid) const
 {
-    const std::optional<SessionGuard::Part> part = SessionGuard::part(pid);
-    return part ? std::string(SessionGuard::name(*part)) : std::string();
+    const SessionGuard::Answer answer = SessionGuard::part(pid);
+    const auto *part = std::get_if<std::optional<SessionGuard::Part>>(&answer);
+    return part != nullptr && *part ? std::string(SessionGuard::name(**part)) : std::string();
 }
 
 } // namespace Tarnwick

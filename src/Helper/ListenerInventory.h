@@ -35,8 +35,10 @@ struct Ownership
         None, ///< it owns none
         /// It cannot be looked into, now or at all: its control group or an earlier look led to it.
         Presumed,
-        ForOthers, ///< a service manager, which holds them for services that do not run
-        Seen       ///< it was seen just now to have one of them open
+        /// A service manager, which holds them for services that do not run, or a message bus that
+        /// has them in flight.
+        ForOthers,
+        Seen ///< it was seen just now to have one of them open
     };
     Kind kind = Kind::None;
 };

@@ -5,7 +5,9 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <variant>
 
 namespace Tarnwick {
 
@@ -20,9 +22,18 @@ public:
 
     enum class Part { MessageBus, DisplayServer, ServiceManager };
 
-    /// What @p pid is to the session; nothing for all other processes, and for those that cannot be
-    /// looked into and show it in no other way.
-    [[nodiscard]] static std::optional<Part> part(std::int32_t pid);
+    /// Why it is not known whether a process is a part of the session.
+    struct Failure
+    {
+        int code = 0;        ///< errno; EOPNOTSUPP where the kernel has no means to tell
+        std::string message; ///< for people
+    };
+    using Answer = std::variant<std::optional<Part>, Failure>;
+
+    /// What @p pid is to the session; no part for all other processes, and for one that has ended.
+    /// Where that cannot be found out, for want of memory or of permissions, it is a failure: the
+    /// process may be a part. Takes a few milliseconds.
+    [[nodiscard]] static Answer part(std::int32_t pid);
 
     /// For people: "the message bus of the session".
     [[nodiscard]] static std::string_view name(Part part);

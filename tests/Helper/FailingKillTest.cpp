@@ -61,7 +61,8 @@ protected:
                 server->listen();
             }
             static_cast<void>(list(inventory));
-            ProcessTerminator terminator(inventory, impatient);
+            // No machine is so slow that a process which SIGTERM ends would have to be forced.
+            ProcessTerminator terminator(inventory);
             const SharedProcessReport report = inventory.report();
             const ReportedProcess *reported = report->find(server->pid());
             if (reported == nullptr) {

@@ -139,7 +139,8 @@ TEST_F(HolderSearchTest, GrowsHardlyFasterThanTheThreadsWithDescriptorsOfTheirOw
     const std::vector<ProcFs::ProcessEntry> processes = entries({crowded.pid()});
     search.visit(crowded.pid());
     const std::uint64_t before = search.work();
-    search.visitThreads(processes);
+    ThreadScanBackoff backoff;
+    search.visitThreads(processes, backoff);
     // A dozen comparisons for each, and its handful of descriptors; every pair would be millions.
     const auto count = static_cast<std::uint64_t>(crowded.threads());
     const auto descriptors = static_cast<std::uint64_t>(search.visit(crowded.pid()).descriptors);
@@ -154,9 +155,48 @@ TEST_F(HolderSearchTest, LeavesTheThreadsOfAProcessThatWouldTakeTooLong)
     ASSERT_GT(crowded.threads(), 100);
     HolderSearch search(m_root.get(), m_sockets, {.process = 500, .total = 100'000});
     search.visit(crowded.pid());
-    search.visitThreads(entries({crowded.pid()}));
+    ThreadScanBackoff backoff;
+    search.visitThreads(entries({crowded.pid()}), backoff);
     EXPECT_TRUE(search.isCut());
     EXPECT_LT(search.work(), 2000U);
+}
+
+TEST_F(HolderSearchTest, SearchesThreadsThatCostMuchInEverFewerListings)
+{
+    const CrowdedProcess crowded(600);
+    if (crowded.threads() < 500) {
+        GTEST_SKIP() << "no room for so many threads";
+    }
+    const std::vector<ProcFs::ProcessEntry> processes = entries({crowded.pid()});
+    ThreadScanBackoff backoff;
+    std::vector<std::uint64_t> searched;
+    for (std::uint64_t listing = 1; listing <= 40; ++listing) {
+        backoff.beginListing(listing);
+        backoff.retain(processes);
+        HolderSearch search(m_root.get(), {}, {.process = 6'000, .time = std::chrono::seconds(60)});
+        search.visit(crowded.pid());
+        const std::uint64_t before = search.work();
+        search.visitThreads(processes, backoff);
+        if (search.work() > before) {
+            searched.push_back(listing);
+        }
+        EXPECT_TRUE(search.isCut()) << "not all was searched in listing " << listing;
+    }
+    EXPECT_EQ(searched, (std::vector<std::uint64_t>{1, 3, 6, 11, 20, 37}));
+}
+
+TEST_F(HolderSearchTest, SearchesTheThreadsOfAProcessAnewThatGotAnothersIdentifier)
+{
+    ThreadScanBackoff backoff;
+    const ProcFs::ProcessEntry process{4711, 1};
+    backoff.beginListing(1);
+    backoff.note(process, ThreadScanBackoff::expensive, false);
+    EXPECT_TRUE(backoff.isDue(process)) << "another search of the same listing";
+    backoff.beginListing(2);
+    EXPECT_FALSE(backoff.isDue(process));
+    EXPECT_TRUE(backoff.isDue({4711, 2}));
+    backoff.note(process, ThreadScanBackoff::expensive, true);
+    EXPECT_TRUE(backoff.isDue(process)) << "what it found was worth its cost";
 }
 
 TEST_F(HolderSearchTest, LetsNoProcessCostAnotherItsSocket)

@@ -6,6 +6,7 @@
 #include "tests/Helper/InventoryFixture.h"
 #include "tests/Helper/StuckMessage.h"
 #include "tests/Support/PrivateBus.h"
+#include "tests/Support/ScopedEnvironment.h"
 
 #include <chrono>
 
@@ -40,6 +41,20 @@ TEST_F(PassedSocketTest, IsNotTheMessageBusThatHasItInFlight)
                   KillResultCode::Terminated);
         EXPECT_EQ(owner(listener.port), bus.pid()) << "nobody else has it any more";
     }
+}
+
+TEST_F(PassedSocketTest, DoesNotEndTheMessageBusThatHasItInFlight)
+{
+    const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere/bus");
+    const PrivateBus bus;
+    Puppet server;
+    const Puppet::Listener listener = server.listen();
+    const StuckMessage message(bus, server.give(listener.descriptor));
+    server.end();
+    EXPECT_EQ(owner(listener.port), bus.pid());
+    EXPECT_EQ(codeOf(InventoryFixture::listAndTerminate(m_inventory, bus.pid())),
+              KillResultCode::PermissionDenied);
+    EXPECT_TRUE(bus.isRunning());
 }
 
 TEST_F(PassedSocketTest, PassesFromTheMessageBusToWhoeverTakesItOut)
@@ -115,6 +130,33 @@ TEST_F(PassedSocketTest, BelongsToTheServerHoweverFarTheSearchForAnotherSocketGo
     EXPECT_EQ(owner(farPort), far.pid());
     EXPECT_EQ(owner(listener.port), server.pid());
     EXPECT_EQ(auditedOwner(listener.port), server.pid());
+}
+
+TEST_F(PassedSocketTest, HasTheSameOwnerWarmAndColdWhenALaterProcessGetsALowerDescriptor)
+{
+    for (const int number : {20, 40}) {
+        Puppet server;
+        const Puppet::Listener listener = server.listen(Puppet::Family::V4, number);
+        EXPECT_EQ(owner(listener.port), server.pid());
+        Puppet later;
+        server.pass(listener.descriptor, later, 5);
+        EXPECT_EQ(owner(listener.port), later.pid()) << "descriptor " << number;
+        EXPECT_EQ(auditedOwner(listener.port), later.pid());
+        later.end();
+        EXPECT_EQ(owner(listener.port), server.pid());
+    }
+}
+
+TEST_F(PassedSocketTest, StaysWithTheServerWhenALaterProcessGetsAHigherDescriptor)
+{
+    Puppet server;
+    const Puppet::Listener listener = server.listen(Puppet::Family::V4, 20);
+    EXPECT_EQ(owner(listener.port), server.pid());
+    Puppet later;
+    server.pass(listener.descriptor, later, 40);
+    EXPECT_EQ(owner(listener.port), server.pid());
+    const Puppet child = server.fork();
+    EXPECT_EQ(owner(listener.port), server.pid());
 }
 
 } // namespace

@@ -3,12 +3,19 @@
 
 #include "Helper/linux/ProcFs.h"
 
+#include "tests/Support/FailingCalls.h"
+#include "tests/Support/OtherUser.h"
 #include "tests/Support/Puppet.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
+#include <stdexcept>
+#include <vector>
 
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace Tarnwick {
@@ -106,6 +113,38 @@ TEST(ProcFs, TellsSocketsFromFilesAndFromNothing)
     puppet.openFiles(1);
     EXPECT_EQ(kindOf(listener.descriptor + 1), Kind::Other);
     EXPECT_TRUE(ProcFs::mayLookAt(descriptors.get()));
+}
+
+TEST(ProcFs, SaysOfHalfADirectoryThatItIsNotWhole)
+{
+    // More than one read of the directory takes.
+    Puppet server;
+    server.openFiles(3000);
+    const FileDescriptor root = ProcFs::openRoot();
+    const FileDescriptor directory =
+        ProcFs::openDirectoryOfProcess(root.get(), server.pid(), "/fd");
+    std::vector<ProcFs::NumberedEntry> all;
+    ASSERT_TRUE(ProcFs::readNumbers(directory.get(), all));
+    ASSERT_GE(all.size(), 3000U);
+    constexpr int noFilter = 125;
+    const int result = inOwnProcess([&] {
+        try {
+            constexpr std::array<long, 1> watched{SYS_getdents64};
+            FailingCalls calls(watched);
+            calls.fail(1, EACCES);
+            std::vector<ProcFs::NumberedEntry> entries;
+            const bool isWhole = ProcFs::readNumbers(directory.get(), entries);
+            const bool isErrnoKept = errno == EACCES;
+            const bool isPart = !entries.empty() && entries.size() < all.size();
+            return !isWhole && isErrnoKept && isPart ? 0 : 1;
+        } catch (const std::runtime_error &) {
+            return noFilter;
+        }
+    });
+    if (result == noFilter) {
+        GTEST_SKIP() << "no filter of system calls to be had";
+    }
+    EXPECT_EQ(result, 0);
 }
 
 } // namespace

@@ -4,48 +4,86 @@
 #include "Helper/SessionGuard.h"
 
 #include "Helper/ProcessTerminator.h"
-#include "Helper/linux/SessionSockets.h"
 #include "tests/Helper/InventoryFixture.h"
+#include "tests/Support/FailingCalls.h"
+#include "tests/Support/OtherUser.h"
 #include "tests/Support/PrivateBus.h"
 #include "tests/Support/ScopedEnvironment.h"
 #include "tests/Support/TemporaryFolder.h"
 
-#include <gmock/gmock.h>
-
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
 #include <cstdlib>
+#include <filesystem>
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace Tarnwick {
 namespace {
 
 using Part = SessionGuard::Part;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
-/// A socket of the UNIX domain that listens at a path, as a display server's does.
-FileDescriptor listenAt(const std::string &path)
+/// A socket of the UNIX domain that listens at a path, as a display server's does, or at a NUL and
+/// an abstract name.
+FileDescriptor listenAt(std::string_view name)
 {
     FileDescriptor listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
-    std::copy(path.begin(), path.end(), static_cast<char *>(address.sun_path));
-    if (::bind(listener.get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)) !=
-            0 ||
+    std::copy(name.begin(), name.end(), static_cast<char *>(address.sun_path));
+    const std::size_t size = offsetof(sockaddr_un, sun_path) + name.size();
+    if (::bind(listener.get(), reinterpret_cast<const sockaddr *>(&address),
+               static_cast<socklen_t>(size)) != 0 ||
         ::listen(listener.get(), 4) != 0) {
         return {};
     }
     return listener;
 }
 
-/// Nothing of the session in which the tests run.
+/// A process that has inherited what this one has open, and does nothing.
+class Heir
+{
+public:
+    Heir()
+        : m_pid(::fork())
+    {
+        if (m_pid == 0) {
+            for (;;) {
+                ::pause();
+            }
+        }
+        if (m_pid < 0) {
+            throw std::runtime_error("no process to be had");
+        }
+    }
+    ~Heir()
+    {
+        ::kill(m_pid, SIGKILL);
+        ::waitpid(m_pid, nullptr, 0);
+    }
+    Heir(const Heir &) = delete;
+    Heir &operator=(const Heir &) = delete;
+
+    [[nodiscard]] pid_t pid() const { return m_pid; }
+
+private:
+    pid_t m_pid;
+};
+
+/// In a session of which nothing runs, and nothing of the one in which the tests run.
 class SessionGuardTest : public InventoryFixture
 {
 protected:
@@ -70,10 +108,42 @@ protected:
         return codeOf(InventoryFixture::listAndTerminate(m_inventory, pid));
     }
 
+    static constexpr int noFilter = 125;
+
+    /// The part that a process is; a failure of the test where that is not known.
+    static std::optional<Part> part(pid_t pid)
+    {
+        const SessionGuard::Answer answer = SessionGuard::part(pid);
+        if (const auto *failure = std::get_if<SessionGuard::Failure>(&answer)) {
+            ADD_FAILURE() << failure->message;
+            return std::nullopt;
+        }
+        return std::get<std::optional<Part>>(answer);
+    }
+
+    /// The errno for which it is not known whether a process is a part, while each @p call fails
+    /// with @p code; 0 where it is known.
+    static int failureWhile(long call, int code, pid_t pid)
+    {
+        return inOwnProcess([=] {
+            try {
+                const std::array<long, 1> watched{call};
+                FailingCalls calls(watched);
+                calls.failEach(call, code);
+                const SessionGuard::Answer answer = SessionGuard::part(pid);
+                const auto *failure = std::get_if<SessionGuard::Failure>(&answer);
+                return failure != nullptr ? failure->code : 0;
+            } catch (const std::runtime_error &) {
+                return noFilter;
+            }
+        });
+    }
+
 private:
-    ScopedEnvironment m_bus{"DBUS_SESSION_BUS_ADDRESS", std::nullopt};
+    ScopedEnvironment m_bus{"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere/bus"};
+    ScopedEnvironment m_starter{"DBUS_STARTER_ADDRESS", std::nullopt};
     ScopedEnvironment m_display{"DISPLAY", std::nullopt};
-    ScopedEnvironment m_wayland{"WAYLAND_DISPLAY", std::nullopt};
+    ScopedEnvironment m_wayland{"WAYLAND_DISPLAY", "/nowhere/wayland-0"};
 };
 
 TEST_F(SessionGuardTest, KeepsTheSessionsBusThoughItListensOnAPort)
@@ -84,11 +154,37 @@ TEST_F(SessionGuardTest, KeepsTheSessionsBusThoughItListensOnAPort)
     awaitPortOf(bus.pid());
     {
         const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", bus.address() + ",guid=12");
-        EXPECT_EQ(SessionGuard::part(bus.pid()), Part::MessageBus);
+        EXPECT_EQ(part(bus.pid()), Part::MessageBus);
         EXPECT_EQ(terminate(bus.pid()), KillResultCode::PermissionDenied);
     }
-    EXPECT_EQ(SessionGuard::part(bus.pid()), std::nullopt) << "a bus of somebody's own";
+    EXPECT_EQ(part(bus.pid()), std::nullopt) << "a bus of somebody's own";
     EXPECT_EQ(terminate(bus.pid()), KillResultCode::Terminated);
+}
+
+TEST_F(SessionGuardTest, KeepsTheSessionsBusThatIsReachedOverTcp)
+{
+    PrivateBus::Options options;
+    options.configuration = "<listen>tcp:host=127.0.0.1,port=0</listen>";
+    const PrivateBus bus(options);
+    const std::string port = std::to_string(awaitPortOf(bus.pid()));
+    for (const std::string host : {"host=localhost,", "host=127.0.0.1,", ""}) {
+        const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS",
+                                        "tcp:" + host + "port=" + port + ",family=ipv4");
+        EXPECT_EQ(part(bus.pid()), Part::MessageBus) << host;
+        EXPECT_EQ(terminate(bus.pid()), KillResultCode::PermissionDenied);
+    }
+    const ScopedEnvironment elsewhere("DBUS_SESSION_BUS_ADDRESS",
+                                      "tcp:host=192.0.2.1,port=" + port + ";unix:path=/nowhere");
+    EXPECT_EQ(part(bus.pid()), std::nullopt);
+}
+
+TEST_F(SessionGuardTest, KeepsEachBusWhereNothingNamesTheSessions)
+{
+    const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", std::nullopt);
+    const PrivateBus bus;
+    const bool hasUsersBus =
+        std::filesystem::is_socket("/run/user/" + std::to_string(::getuid()) + "/bus");
+    EXPECT_EQ(part(bus.pid()), hasUsersBus ? std::nullopt : std::optional(Part::MessageBus));
 }
 
 TEST_F(SessionGuardTest, KeepsTheDisplayServerOfTheSessionOnly)
@@ -98,6 +194,7 @@ TEST_F(SessionGuardTest, KeepsTheDisplayServerOfTheSessionOnly)
     const FileDescriptor numberEnd(ends[0]);
     FileDescriptor serverEnd(ends[1]);
     const pid_t server = ::fork();
+    ASSERT_GE(server, 0);
     if (server == 0) {
         ::dup2(serverEnd.get(), 3);
         ::execlp("Xvfb", "Xvfb", "-displayfd", "3", "-listen", "tcp", "-nolisten", "local",
@@ -115,8 +212,12 @@ TEST_F(SessionGuardTest, KeepsTheDisplayServerOfTheSessionOnly)
     awaitPortOf(server);
     {
         const ScopedEnvironment session("DISPLAY", display + ".0");
-        EXPECT_EQ(SessionGuard::part(server), Part::DisplayServer);
+        EXPECT_EQ(part(server), Part::DisplayServer);
         EXPECT_EQ(terminate(server), KillResultCode::PermissionDenied);
+    }
+    if (std::filesystem::is_socket("/tmp/.X11-unix/X" + display.substr(1))) {
+        const ScopedEnvironment unknown("WAYLAND_DISPLAY", std::nullopt);
+        EXPECT_EQ(part(server), Part::DisplayServer) << "nothing names the session's display";
     }
     EXPECT_EQ(terminate(server), KillResultCode::Terminated);
     ::waitpid(server, nullptr, 0);
@@ -128,16 +229,16 @@ TEST_F(SessionGuardTest, KnowsTheCompositorByItsSocket)
     const std::string path = (runtime.path() / "wayland-7").string();
     const FileDescriptor listener = listenAt(path);
     ASSERT_TRUE(listener);
-    EXPECT_EQ(SessionGuard::part(::getpid()), std::nullopt);
+    EXPECT_EQ(part(::getpid()), std::nullopt);
     const ScopedEnvironment folder("XDG_RUNTIME_DIR", runtime.path().string());
     {
         const ScopedEnvironment session("WAYLAND_DISPLAY", "wayland-7");
-        EXPECT_EQ(SessionGuard::part(::getpid()), Part::DisplayServer);
+        EXPECT_EQ(part(::getpid()), Part::DisplayServer);
         const Puppet bystander;
-        EXPECT_EQ(SessionGuard::part(bystander.pid()), std::nullopt);
+        EXPECT_EQ(part(bystander.pid()), std::nullopt);
     }
     const ScopedEnvironment session("WAYLAND_DISPLAY", path);
-    EXPECT_EQ(SessionGuard::part(::getpid()), Part::DisplayServer);
+    EXPECT_EQ(part(::getpid()), Part::DisplayServer);
 }
 
 TEST_F(SessionGuardTest, KnowsWhoWasGivenTheSocketByItsMaker)
@@ -146,57 +247,146 @@ TEST_F(SessionGuardTest, KnowsWhoWasGivenTheSocketByItsMaker)
     const std::string path = (folder.path() / "bus").string();
     FileDescriptor listener = listenAt(path);
     ASSERT_TRUE(listener);
-    const pid_t heir = ::fork();
-    ASSERT_GE(heir, 0);
-    if (heir == 0) {
-        for (;;) {
-            ::pause();
-        }
-    }
+    const Heir heir;
     listener.reset();
     const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
-    EXPECT_EQ(SessionGuard::part(heir), Part::MessageBus);
-    ::kill(heir, SIGKILL);
-    ::waitpid(heir, nullptr, 0);
+    EXPECT_EQ(part(heir.pid()), Part::MessageBus);
 }
 
-TEST(SessionSocketsTest, ReadsTheAddressOfABus)
+TEST_F(SessionGuardTest, KnowsTheSocketByItsFileHoweverItsPathIsWritten)
 {
-    EXPECT_THAT(SessionSockets::busNames("unix:path=/run/user/1000/bus"),
-                ElementsAre("/run/user/1000/bus"));
-    EXPECT_THAT(SessionSockets::busNames("tcp:host=x;unix:guid=1,path=/a%20b;unix:abstract=/c"),
-                ElementsAre("/a b", "@/c"));
-    EXPECT_THAT(SessionSockets::busNames(""), IsEmpty());
-    EXPECT_THAT(SessionSockets::busNames("unix:path=%"), ElementsAre("%"));
-}
-
-TEST(SessionSocketsTest, ReadsTheNumberOfADisplayOfThisMachine)
-{
-    EXPECT_THAT(SessionSockets::displayNames(":1.0"),
-                ElementsAre("/tmp/.X11-unix/X1", "@/tmp/.X11-unix/X1"));
-    EXPECT_THAT(SessionSockets::displayNames("unix:12"),
-                ElementsAre("/tmp/.X11-unix/X12", "@/tmp/.X11-unix/X12"));
-    for (const char *const other : {"", ":", "localhost:10.0", ":x", ":1x", "1"}) {
-        EXPECT_THAT(SessionSockets::displayNames(other), IsEmpty()) << other;
+    const TemporaryFolder folder;
+    const std::filesystem::path real = folder.path() / "real";
+    const std::filesystem::path link = folder.path() / "link";
+    std::filesystem::create_directory(real);
+    std::filesystem::create_directory_symlink(real, link);
+    FileDescriptor listener = listenAt((real / "bus").string());
+    ASSERT_TRUE(listener);
+    const Heir heir;
+    listener.reset();
+    for (const std::string &path :
+         {real.string() + "//bus", link.string() + "/bus", real.string() + "/../link/./bus"}) {
+        const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
+        EXPECT_EQ(part(heir.pid()), Part::MessageBus) << path;
     }
 }
 
-TEST(SessionSocketsTest, FindsOnlyWhatListensAtAnAddress)
+TEST_F(SessionGuardTest, KnowsAnAbstractNameByItsBytes)
 {
-    const std::string table =
-        "Num       RefCount Protocol Flags    Type St Inode Path\n"
-        "0000000000000000: 00000002 00000000 00010000 0001 01 12 /run/user/1000/bus\n"
-        "0000000000000000: 00000003 00000000 00000000 0001 03 13 /run/user/1000/bus\n"
-        "0000000000000000: 00000002 00000000 00010000 0001 01 14 @/tmp/.X11-unix/X1\n"
-        "0000000000000000: 00000002 00000000 00010000 0001 01    15 /other path\n"
-        "0000000000000000: 00000002 00000000 00010000 0001 01 16\n";
-    const auto found =
-        SessionSockets::listening(table, {{"/run/user/1000/bus", Part::MessageBus},
-                                          {"@/tmp/.X11-unix/X1", Part::DisplayServer},
-                                          {"/other path", Part::DisplayServer}});
-    EXPECT_THAT(found,
-                ElementsAre(std::pair(12U, Part::MessageBus), std::pair(14U, Part::DisplayServer),
-                            std::pair(15U, Part::DisplayServer)));
+    const std::string name = "tarnwick\n" + std::to_string(::getpid());
+    FileDescriptor listener = listenAt(std::string(1, '\0') + name);
+    FileDescriptor other = listenAt(std::string(1, '\0') + name + '\0');
+    ASSERT_TRUE(listener && other);
+    const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS",
+                                    "unix:abstract=tarnwick%0a" + std::to_string(::getpid()));
+    listener.reset();
+    {
+        const Heir heirOfOther;
+        other.reset();
+        EXPECT_EQ(part(heirOfOther.pid()), std::nullopt);
+    }
+    listener = listenAt(std::string(1, '\0') + name);
+    const Heir heir;
+    listener.reset();
+    EXPECT_EQ(part(heir.pid()), Part::MessageBus);
+}
+
+TEST_F(SessionGuardTest, IsNotDeceivedByALineInAnAbstractName)
+{
+    const TemporaryFolder folder;
+    const std::string path = (folder.path() / "bus").string();
+    const FileDescriptor bus = listenAt(path);
+    Puppet server;
+    const Puppet::Listener listener = server.listen();
+    struct stat status = {};
+    ASSERT_EQ(::fstat(server.give(listener.descriptor).get(), &status), 0);
+    const FileDescriptor forged = listenAt(std::string(1, '\0') + "\n0: 2 0 00010000 1 1 " +
+                                           std::to_string(status.st_ino) + " " + path);
+    ASSERT_TRUE(bus && forged);
+    const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
+    EXPECT_EQ(part(server.pid()), std::nullopt);
+    EXPECT_EQ(terminate(server.pid()), KillResultCode::Terminated);
+}
+
+TEST_F(SessionGuardTest, KnowsWhoForwardsADisplayOverTcp)
+{
+    constexpr int firstPort = 6000;
+    Puppet forwarder;
+    const int display = forwarder.listen().port - firstPort;
+    ASSERT_GT(display, 0);
+    const Puppet bystander;
+    for (const std::string host : {"localhost", "127.0.0.1", "[::1]", "tcp/localhost"}) {
+        const ScopedEnvironment session("DISPLAY", host + ":" + std::to_string(display) + ".0");
+        EXPECT_EQ(part(forwarder.pid()), Part::DisplayServer) << host;
+        EXPECT_EQ(part(bystander.pid()), std::nullopt);
+    }
+    EXPECT_EQ(part(forwarder.pid()), std::nullopt);
+}
+
+TEST_F(SessionGuardTest, SaysThatItCouldNotFindOutWhatAProcessIs)
+{
+    const TemporaryFolder folder;
+    const std::string path = (folder.path() / "bus").string();
+    FileDescriptor listener = listenAt(path);
+    ASSERT_TRUE(listener);
+    const Heir heir;
+    listener.reset();
+    const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
+    for (const long call : {SYS_openat, SYS_getdents64, SYS_readlinkat, SYS_pread64}) {
+        const int code = failureWhile(call, ENOMEM, heir.pid());
+        if (code == noFilter) {
+            GTEST_SKIP() << "no filter of system calls to be had";
+        }
+        EXPECT_NE(code, 0) << "system call " << call;
+    }
+}
+
+TEST_F(SessionGuardTest, FailsWhereTheKernelCannotTellWhichSocketListensAtAnAddress)
+{
+    const TemporaryFolder folder;
+    const std::string path = (folder.path() / "bus").string();
+    const Puppet bystander;
+    FileDescriptor listener = listenAt(path);
+    ASSERT_TRUE(listener);
+    const Heir heir;
+    listener.reset();
+    const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
+    // A kernel without the module answers that there is no such entry.
+    const int code = failureWhile(SYS_sendto, ENOENT, heir.pid());
+    if (code == noFilter) {
+        GTEST_SKIP() << "no filter of system calls to be had";
+    }
+    EXPECT_EQ(code, EOPNOTSUPP);
+    EXPECT_EQ(failureWhile(SYS_sendto, ENOENT, bystander.pid()), 0) << "it listens at no address";
+}
+
+TEST_F(SessionGuardTest, LeavesAProcessAliveThatMayBeAPartOfTheSession)
+{
+    const TemporaryFolder folder;
+    const std::string path = (folder.path() / "bus").string();
+    ASSERT_TRUE(listenAt(path)); // at once closed, so that only a connection would tell
+    const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
+    Puppet server;
+    server.listen();
+    const int result = inOwnProcess([&server] {
+        try {
+            ListenerInventory inventory;
+            static_cast<void>(list(inventory));
+            constexpr std::array<long, 1> watched{SYS_connect};
+            FailingCalls calls(watched);
+            calls.failEach(SYS_connect, ENOMEM);
+            const KillAnswer answer = InventoryFixture::terminate(inventory, server.pid());
+            const auto *error = std::get_if<KillError>(&answer);
+            return error != nullptr ? error->code : 0;
+        } catch (const std::runtime_error &) {
+            return noFilter;
+        }
+    });
+    if (result == noFilter) {
+        GTEST_SKIP() << "no filter of system calls to be had";
+    }
+    EXPECT_EQ(result, ENOMEM);
+    EXPECT_FALSE(server.hasEnded());
 }
 
 } // namespace

@@ -3,22 +3,17 @@
 
 #include "Helper/linux/HolderSearch.h"
 
+#include "Helper/linux/DescriptorTables.h"
 #include "Helper/linux/ParallelLoop.h"
 #include "Helper/linux/SystemFailures.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
-#include <iterator>
 #include <string>
 #include <string_view>
 
-#include <fcntl.h>
-#include <linux/kcmp.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace Tarnwick {
 
@@ -56,63 +51,6 @@ FileDescriptor openDescriptors(int root, pid_t pid, pid_t thread)
     const std::string name = thread == 0 ? "/fd" : "/task/" + std::to_string(thread) + "/fd";
     return ProcFs::openDirectoryOfProcess(root, pid, name);
 }
-
-/// Threads of a process, each with descriptors of its own, in the order in which kcmp(2) puts their
-/// tables: so a search among them takes few comparisons, however many they are.
-class DescriptorTables
-{
-public:
-    explicit DescriptorTables(pid_t first)
-        : m_first(first)
-    {
-    }
-
-    /// Adds the table of @p thread. False when it is known already; that is taken for granted where
-    /// the kernel does not compare, or the thread has ended.
-    [[nodiscard]] bool add(pid_t thread)
-    {
-        // Nearly all threads share the descriptors of the first.
-        if (m_first != 0 && compare(thread, m_first) == Order::Equal) {
-            return false;
-        }
-        std::size_t from = 0;
-        std::size_t to = m_others.size();
-        while (from < to) {
-            const std::size_t middle = from + (to - from) / 2;
-            const Order order = compare(thread, m_others[middle]);
-            if (order == Order::Equal) {
-                return false;
-            }
-            (order == Order::Less ? to : from) = order == Order::Less ? middle : middle + 1;
-        }
-        m_others.insert(m_others.begin() + static_cast<std::ptrdiff_t>(from), thread);
-        return true;
-    }
-
-    [[nodiscard]] std::uint64_t comparisons() const { return m_comparisons; }
-
-private:
-    enum class Order { Equal, Less, Greater };
-
-    [[nodiscard]] Order compare(pid_t left, pid_t right)
-    {
-        ++m_comparisons;
-        const long order = ::syscall(SYS_kcmp, left, right, KCMP_FILES, 0, 0);
-        SystemFailures::note("kcmp", order < 0 ? errno : 0);
-        switch (order) {
-        case 1:
-            return Order::Less;
-        case 2:
-            return Order::Greater;
-        default:
-            return Order::Equal;
-        }
-    }
-
-    pid_t m_first; ///< 0 for none
-    std::vector<pid_t> m_others;
-    std::uint64_t m_comparisons = 0;
-};
 
 } // namespace
 
@@ -347,7 +285,8 @@ unsigned HolderSearch::bandOf(unsigned number)
                                                [number](unsigned end) { return end <= number; }));
 }
 
-void HolderSearch::visitThreads(std::span<const ProcFs::ProcessEntry> processes)
+void HolderSearch::visitThreads(std::span<const ProcFs::ProcessEntry> processes,
+                                ThreadScanBackoff &backoff)
 {
     if (ProcFs::numbering(m_root) == ProcFs::Numbering::Foreign) {
         return;
@@ -355,7 +294,8 @@ void HolderSearch::visitThreads(std::span<const ProcFs::ProcessEntry> processes)
     struct Threaded
     {
         std::size_t threads = 0;
-        pid_t pid = 0;
+        ProcFs::ProcessEntry process;
+        std::uint64_t work = 0;
         std::vector<Holder> found;
     };
     std::vector<Threaded> threaded(processes.size());
@@ -364,28 +304,33 @@ void HolderSearch::visitThreads(std::span<const ProcFs::ProcessEntry> processes)
     parallelLoop(processes.size(), parallel, [&](std::size_t at) {
         const auto known = m_visited.find(processes[at].pid);
         if (known != m_visited.end() && known->second.readable) {
-            threaded[at].pid = processes[at].pid;
+            threaded[at].process = processes[at];
             threaded[at].threads = ProcFs::threadCount(m_root, processes[at].pid);
         }
     });
     std::erase_if(threaded, [](const Threaded &process) { return process.threads <= 1; });
+    const std::size_t omitted = std::erase_if(
+        threaded, [&backoff](const Threaded &process) { return !backoff.isDue(process.process); });
+    m_cut = m_cut || omitted > 0;
     std::stable_sort(
         threaded.begin(), threaded.end(),
         [](const Threaded &left, const Threaded &right) { return left.threads < right.threads; });
-    parallelLoop(threaded.size(), parallel,
-                 [&](std::size_t at) { lookAtThreads(threaded[at].pid, threaded[at].found); });
+    parallelLoop(threaded.size(), parallel, [&](std::size_t at) {
+        threaded[at].work = lookAtThreads(threaded[at].process.pid, threaded[at].found);
+    });
     for (const Threaded &process : threaded) {
+        backoff.note(process.process, process.work, !process.found.empty());
         m_holders.insert(m_holders.end(), process.found.begin(), process.found.end());
         m_sorted = m_sorted && process.found.empty();
     }
 }
 
-void HolderSearch::lookAtThreads(pid_t pid, std::vector<Holder> &found)
+std::uint64_t HolderSearch::lookAtThreads(pid_t pid, std::vector<Holder> &found)
 {
     std::vector<ProcFs::NumberedEntry> threads;
     const FileDescriptor folder = ProcFs::openDirectoryOfProcess(m_root, pid, "/task");
-    if (!folder || !ProcFs::readNumbers(folder.get(), threads, m_limits.process)) {
-        return;
+    if (folder) {
+        ProcFs::readNumbers(folder.get(), threads, m_limits.process);
     }
     // A process without any descriptors has lost its main thread.
     DescriptorTables tables(m_visited.at(pid).descriptors != 0 ? pid : 0);
@@ -394,7 +339,7 @@ void HolderSearch::lookAtThreads(pid_t pid, std::vector<Holder> &found)
         const auto thread = static_cast<pid_t>(entry.number);
         const std::uint64_t before = tables.comparisons();
         if (!mayWork(work, m_limits.process)) {
-            return;
+            break;
         }
         const bool isNew = thread != pid && tables.add(thread);
         const std::uint64_t compared = tables.comparisons() - before;
@@ -413,6 +358,13 @@ void HolderSearch::lookAtThreads(pid_t pid, std::vector<Holder> &found)
             found.insert(found.end(), stretch.found.begin(), stretch.found.end());
         }
     }
+    return work;
+}
+
+void HolderSearch::add(const Holder &holder)
+{
+    m_holders.push_back(holder);
+    m_sorted = false;
 }
 
 std::span<const Holder> HolderSearch::holders()

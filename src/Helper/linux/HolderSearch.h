@@ -5,6 +5,7 @@
 
 #include "Helper/linux/ProcFs.h"
 #include "Helper/linux/SocketDump.h"
+#include "Helper/linux/ThreadScanBackoff.h"
 
 #include <atomic>
 #include <chrono>
@@ -81,6 +82,9 @@ public:
     /// Looks at all descriptors of @p pid, unless that was done before.
     const Visited &visit(pid_t pid);
 
+    /// Takes a holder for found that is known without a look.
+    void add(const Holder &holder);
+
     /// Whether what was found will do, once all numbers below @p looked have been looked at.
     using Settled = std::function<bool(unsigned looked)>;
 
@@ -89,8 +93,8 @@ public:
     bool visitAll(std::span<const ProcFs::ProcessEntry> processes, const Settled &settled);
 
     /// Looks at the descriptors that the main threads of these processes, which have been visited,
-    /// do not have.
-    void visitThreads(std::span<const ProcFs::ProcessEntry> processes);
+    /// do not have. Those that are not due by @p backoff are left out, as if by a limit.
+    void visitThreads(std::span<const ProcFs::ProcessEntry> processes, ThreadScanBackoff &backoff);
 
     /// In which band a number is; 0 for the lowest. Where the kernel does not tell how many
     /// descriptors a process has, all bands are looked at together.
@@ -142,7 +146,8 @@ private:
     void run(std::span<Stretch> stretches);
     void look(Stretch &stretch);
     void lookAtNumbers(int descriptors, Stretch &stretch);
-    void lookAtThreads(pid_t pid, std::vector<Holder> &found);
+    /// The work that it took.
+    std::uint64_t lookAtThreads(pid_t pid, std::vector<Holder> &found);
     bool lookAtNumber(int descriptors, unsigned number, Stretch &stretch);
     [[nodiscard]] bool mayWork(std::uint64_t done, std::uint64_t allowance);
     [[nodiscard]] std::vector<Progress>

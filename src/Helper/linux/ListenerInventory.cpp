@@ -14,6 +14,7 @@
 #include "Helper/linux/ProcessCensus.h"
 #include "Helper/linux/SocketDump.h"
 #include "Helper/linux/SystemFailures.h"
+#include "Helper/linux/ThreadScanBackoff.h"
 #include "Shared/Utf8.h"
 
 #include <algorithm>
@@ -58,11 +59,13 @@ struct ListenerInventory::Private
         Places fresh;            ///< not seen before
         Places lost;             ///< their owner is gone or has them no more
         Places open;             ///< without an owner that is sure to stay, and worth another look
+        Places openBelow;        ///< whose owner stays unless a new process has a lower descriptor
         bool everything = false; ///< check all that is remembered, too
 
         [[nodiscard]] bool none() const
         {
-            return fresh.empty() && lost.empty() && open.empty() && !everything;
+            return fresh.empty() && lost.empty() && open.empty() && openBelow.empty() &&
+                   !everything;
         }
     };
 
@@ -70,6 +73,7 @@ struct ListenerInventory::Private
     [[nodiscard]] std::optional<ListingError> update(ProcessInspector::Reading least);
     [[nodiscard]] Questions questions(ProcessCensus::Pulse pulse);
     void resolve(const Questions &questions, int attemptsLeft);
+    [[nodiscard]] bool assign(std::uint32_t place, const SocketOwner &owner);
     [[nodiscard]] Places inheritedFromAnybody(OwnerResolution &resolution, const Places &fresh);
     void look(OwnerResolution &resolution, GroupAttribution &attribution,
               const Questions &questions);
@@ -92,6 +96,7 @@ struct ListenerInventory::Private
     BootClock clock;
     ProcessCensus census;
     OwnerMemory memory;
+    ThreadScanBackoff backoff;
     std::vector<ListeningSocket> sockets;
     SharedProcessReport report = std::make_shared<const ProcessReport>();
     Clock::time_point nextAudit;
@@ -123,6 +128,7 @@ Scan ListenerInventory::scan(const ScanRequest &request)
     } catch (const std::bad_alloc &) {
         // Half a scan is not to be built upon.
         d.memory.startOver();
+        d.backoff = {};
         d.sockets = {};
         d.isInterrupted = true;
         return ListingError{ENOMEM, "no memory left"};
@@ -211,6 +217,7 @@ ListenerInventory::Private::questions(ProcessCensus::Pulse pulse)
 {
     Questions questions;
     Places open;
+    Places openBelow;
     for (std::uint32_t place = 0; place < sockets.size(); ++place) {
         KnownSocket &known = memory.socket(place);
         if (memory.isNew(place)) {
@@ -220,11 +227,14 @@ ListenerInventory::Private::questions(ProcessCensus::Pulse pulse)
             questions.lost.push_back(place);
         } else if (known.isOpen()) {
             open.push_back(place);
+        } else if (known.isOpenBelow()) {
+            openBelow.push_back(place);
         }
     }
     // Only a process that has come or gone can change who owns what.
     if (pulse.processesChanged) {
         questions.open = std::move(open);
+        questions.openBelow = std::move(openBelow);
     }
     questions.everything = memory.listing() > 1 && Clock::now() >= nextAudit;
     return questions;
@@ -344,9 +354,18 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
     memory.makeRoom();
     groups.beginLook();
     const std::uint64_t failures = SystemFailures::count();
-    OwnerResolution resolution(root.get(), sockets, census.take(), groups, limits);
+    const std::span<const ProcFs::ProcessEntry> processes = census.take();
+    backoff.beginListing(memory.listing());
+    backoff.retain(processes);
+    OwnerResolution resolution(root.get(), sockets, processes, groups, backoff, limits);
     for (const std::uint32_t place : wanted) {
         resolution.want(place);
+    }
+    if (!questions.everything) {
+        for (const std::uint32_t place : questions.openBelow) {
+            const KnownSocket &known = memory.socket(place);
+            resolution.assume({place, known.owner, known.descriptor, known.thread});
+        }
     }
     GroupAttribution attribution(root.get(), groups, [&resolution](pid_t pid) {
         const auto visited = resolution.search().visited().find(pid);
@@ -380,16 +399,22 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
         if ((failed || isCut) && known.verified && !known.isOpen()) {
             continue; // what was missed may be just this owner
         }
-        if (owner && memory.assign(place, owner->pid, KnownSocket::Attribution::Held, clock)) {
-            known.descriptor = owner->descriptor;
-            known.thread = owner->thread;
-            known.manager = owner->manager;
-            known.provisional = owner->provisional;
-        } else if (owner && attemptsLeft > 0) {
+        if (owner && assign(place, *owner)) {
+            continue;
+        }
+        if (owner && attemptsLeft > 0) {
             known.owner = owner->pid;
             ended.lost.push_back(place);
         } else if (!known.verified || known.attribution == KnownSocket::Attribution::Grouped) {
             unowned.push_back(place);
+        }
+    }
+    if (!questions.everything && !failed && !isCut) {
+        for (const std::uint32_t place : questions.openBelow) {
+            const std::optional<SocketOwner> owner = resolution.owner(place);
+            if (owner && owner->pid != memory.socket(place).owner) {
+                static_cast<void>(assign(place, *owner));
+            }
         }
     }
     attribute(attribution, unowned);
@@ -398,6 +423,21 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
     if (!ended.none()) {
         resolve(ended, attemptsLeft - 1);
     }
+}
+
+/// Makes the process that a search has found the owner of a socket; false when it has ended.
+bool ListenerInventory::Private::assign(std::uint32_t place, const SocketOwner &owner)
+{
+    if (!memory.assign(place, owner.pid, KnownSocket::Attribution::Held, clock)) {
+        return false;
+    }
+    KnownSocket &known = memory.socket(place);
+    known.descriptor = owner.descriptor;
+    known.thread = owner.thread;
+    known.manager = owner.manager;
+    known.forOthers = owner.forOthers;
+    known.provisional = owner.provisional;
+    return true;
 }
 
 /// Puts off the next search for an owner that could not be found, each time for longer.
@@ -461,6 +501,7 @@ void ListenerInventory::Private::attribute(GroupAttribution &attribution, const 
         known.groupList = groups.processList(known.group);
         postpone(known);
         known.manager = false;
+        known.forOthers = false;
         known.provisional = false;
         known.verified = false;
         known.attribution = KnownSocket::Attribution::None;

@@ -337,7 +337,7 @@ std::vector<Ownership> OwnerMemory::ownerships(std::span<const std::int32_t> pid
         Ownership::Kind kind = Ownership::Kind::Seen;
         if (known->attribution != KnownSocket::Attribution::Held || known->kept) {
             kind = Ownership::Kind::Presumed;
-        } else if (known->manager) {
+        } else if (known->forOthers) {
             kind = Ownership::Kind::ForOthers;
         }
         Ownership::Kind &most = kinds[known->owner];

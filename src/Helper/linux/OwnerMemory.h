@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Helper/ListenerInventory.h"
+#include "Helper/linux/HolderSearch.h"
 #include "Helper/linux/ProcessInspector.h"
 #include "Helper/linux/SocketDump.h"
 #include "Helper/linux/UserNames.h"
@@ -35,6 +36,7 @@ struct KnownSocket
     unsigned descriptor = 0; ///< the owner's number for it
     pid_t thread = 0;        ///< the thread whose number that is; 0 where all threads share it
     bool manager = false;    ///< held by a service manager for a service that does not run
+    bool forOthers = false;  ///< held for others, who do not have it now: no server ends with it
     /// The owner only keeps it for others, or was handed it: another holder would take its place.
     bool provisional = false;
     bool verified = false; ///< in this listing
@@ -52,6 +54,12 @@ struct KnownSocket
 
     /// Whether a process that is yet to come may turn out to be the owner.
     [[nodiscard]] bool isOpen() const { return attribution != Attribution::Held || provisional; }
+    /// Whether one that gets it under a lower descriptor would be: the owner's is not in the lowest
+    /// range, up to which each search goes.
+    [[nodiscard]] bool isOpenBelow() const
+    {
+        return !isOpen() && HolderSearch::bandOf(descriptor) > 0;
+    }
 };
 
 /// Remembers the sockets that listen and the processes that own them. One check of each tells

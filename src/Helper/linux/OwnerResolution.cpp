@@ -3,6 +3,8 @@
 
 #include "Helper/linux/OwnerResolution.h"
 
+#include "Helper/linux/PolledSockets.h"
+
 #include <algorithm>
 #include <tuple>
 #include <utility>
@@ -19,12 +21,14 @@ constexpr pid_t initProcess = 1;
 
 OwnerResolution::OwnerResolution(int root, std::span<const ListeningSocket> sockets,
                                  std::span<const ProcFs::ProcessEntry> processes,
-                                 ControlGroups &groups, const HolderSearch::Limits &limits)
+                                 ControlGroups &groups, ThreadScanBackoff &backoff,
+                                 const HolderSearch::Limits &limits)
     : m_root(root)
     , m_numbering(ProcFs::numbering(root))
     , m_processes(processes)
     , m_sockets(sockets)
     , m_search(root, sockets, limits)
+    , m_backoff(backoff)
     , m_membership(groups)
     , m_roles(root)
 {
@@ -62,7 +66,7 @@ void OwnerResolution::lookEverywhere(std::span<const std::uint32_t> inherited,
     });
     climb();
     if (!settledEarly && !std::all_of(m_wanted.begin(), m_wanted.end(), isKnown)) {
-        m_search.visitThreads(m_processes);
+        m_search.visitThreads(m_processes, m_backoff);
         climb();
     }
 }
@@ -266,8 +270,24 @@ std::optional<SocketOwner> OwnerResolution::owner(std::uint32_t socket)
                                         [&order](const Candidate &left, const Candidate &right) {
                                             return order(left) < order(right);
                                         });
-    return SocketOwner{first->holder.pid, first->holder.descriptor, first->holder.thread,
-                       best == Rank::ServiceManager, best != Rank::InGroup};
+    const bool forOthers = best == Rank::ServiceManager ||
+                           (best == Rank::MessageBus && !serves(first->holder.pid, socket));
+    return SocketOwner{first->holder.pid,
+                       first->holder.descriptor,
+                       first->holder.thread,
+                       best == Rank::ServiceManager,
+                       forOthers,
+                       best != Rank::InGroup};
+}
+
+/// Whether a message bus waits for connections on a socket itself.
+bool OwnerResolution::serves(pid_t bus, std::uint32_t socket)
+{
+    const auto [known, isNew] = m_served.try_emplace({bus, socket});
+    if (isNew) {
+        known->second = PolledSockets::contain(m_root, bus, m_sockets[socket].inode);
+    }
+    return known->second;
 }
 
 const std::optional<ProcFs::Stat> &OwnerResolution::stat(pid_t pid)

@@ -8,13 +8,16 @@
 #include "Helper/linux/ProcFs.h"
 #include "Helper/linux/ProcessRoles.h"
 #include "Helper/linux/SocketDump.h"
+#include "Helper/linux/ThreadScanBackoff.h"
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <span>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace Tarnwick {
@@ -26,6 +29,9 @@ struct SocketOwner
     unsigned descriptor = 0; ///< its number for the socket
     pid_t thread = 0;        ///< the thread whose number that is; 0 where all threads share it
     bool manager = false;    ///< a service manager, which nobody else takes the socket from yet
+    /// A service manager, or a message bus that has the socket in flight and serves no client
+    /// through it: its end would not be that of a server.
+    bool forOthers = false;
     /// Whether the process only keeps the socket for others, or lives outside of the control group
     /// in which the socket was made: any other holder would be the owner in its place.
     bool provisional = false;
@@ -44,13 +50,17 @@ struct SocketOwner
 class OwnerResolution
 {
 public:
-    /// @p sockets, @p processes, all that there are, and @p groups must outlive it.
+    /// @p sockets, @p processes, all that there are, @p groups and @p backoff must outlive it.
     OwnerResolution(int root, std::span<const ListeningSocket> sockets,
                     std::span<const ProcFs::ProcessEntry> processes, ControlGroups &groups,
-                    const HolderSearch::Limits &limits = HolderSearch::Limits());
+                    ThreadScanBackoff &backoff, const HolderSearch::Limits &limits);
 
     /// Names a socket whose owner is to be found.
     void want(std::uint32_t socket);
+
+    /// Names the owner that a socket has, with whom others that are looked at are compared. Unless
+    /// the socket is wanted, too, nobody is looked at for it.
+    void assume(const Holder &owner) { m_search.add(owner); }
 
     /// Looks at these processes, and at those above each holder in its tree.
     void look(std::span<const pid_t> processes);
@@ -101,6 +111,7 @@ private:
     void climb();
     [[nodiscard]] std::vector<pid_t> relatives(pid_t holder);
     [[nodiscard]] bool isOrphan(pid_t pid);
+    [[nodiscard]] bool serves(pid_t bus, std::uint32_t socket);
     [[nodiscard]] const std::optional<ProcFs::Stat> &stat(pid_t pid);
     [[nodiscard]] bool isManager(pid_t pid);
     [[nodiscard]] pid_t processGroup(pid_t pid);
@@ -111,6 +122,7 @@ private:
     std::span<const ProcFs::ProcessEntry> m_processes;
     std::span<const ListeningSocket> m_sockets;
     HolderSearch m_search;
+    ThreadScanBackoff &m_backoff;
     GroupMembership m_membership;
     ProcessRoles m_roles;
     std::vector<std::uint32_t> m_wanted;
@@ -119,6 +131,7 @@ private:
     /// All processes by process group; filled when it is needed.
     std::optional<std::unordered_map<pid_t, std::vector<pid_t>>> m_groupMembers;
     std::unordered_map<pid_t, std::optional<ProcFs::Stat>> m_stats;
+    std::map<std::pair<pid_t, std::uint32_t>, bool> m_served; ///< of message buses
 };
 
 } // namespace Tarnwick

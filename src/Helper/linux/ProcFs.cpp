@@ -148,12 +148,12 @@ bool readNumbers(int directory, std::vector<NumberedEntry> &entries, std::uint64
 
     entries.clear();
     ::lseek(directory, 0, SEEK_SET);
-    for (bool any = false;; any = true) {
+    for (;;) {
         const long got = retried("getdents64", [directory] {
             return ::syscall(SYS_getdents64, directory, buffer.data(), bufferSize);
         });
         if (got < 0) {
-            return any;
+            return false;
         }
         const auto size = static_cast<std::size_t>(got);
         for (std::size_t at = 0; at < size;) {

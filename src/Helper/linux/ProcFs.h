@@ -67,7 +67,8 @@ struct NumberedEntry
 };
 
 /// Replaces @p entries with the numeric names in @p directory, read from its start: all of them, or
-/// at least the first @p enough. False when it could not be read at all.
+/// at least the first @p enough. False, with errno, when it could not be read to that end; then @p
+/// entries has what was read before.
 bool readNumbers(int directory, std::vector<NumberedEntry> &entries,
                  std::uint64_t enough = ~std::uint64_t{0});
 

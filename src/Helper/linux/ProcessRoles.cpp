@@ -3,6 +3,8 @@
 
 #include "Helper/linux/ProcessRoles.h"
 
+#include "Helper/linux/SystemFailures.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -136,6 +138,7 @@ ProcessRoles::Executable ProcessRoles::executable(pid_t pid,
     struct statx running = {};
     if (::statx(m_root, link.c_str(), AT_STATX_DONT_SYNC, STATX_INO | STATX_UID | STATX_NLINK,
                 &running) != 0) {
+        SystemFailures::note("statx", errno);
         return Executable::Other;
     }
     const bool isKnown = std::any_of(known.begin(), known.end(), [&](std::string_view candidate) {

@@ -17,7 +17,9 @@ namespace Tarnwick {
 /// What a process is to sockets that it holds: their owner like any other, or somebody who keeps
 /// them for others. Decided by the executable (the very file that is installed in a system folder,
 /// whatever path or name the process shows), by the place in the process tree and by the control
-/// group; never by a name that the process gives itself. Made for one look.
+/// group; never by a name that the process gives itself. Code that is loaded into such an
+/// executable (ld.so(8), LD_PRELOAD) shares its role, and so gets its sockets last. Made for one
+/// look.
 class ProcessRoles
 {
 public:

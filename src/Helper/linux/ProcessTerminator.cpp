@@ -63,6 +63,19 @@ Result resultOfFailure(const char *what, std::int32_t pid, int code)
     return KillResultCode::PermissionDenied;
 }
 
+/// The answer for a part of the session, and for what may be one; nothing for other processes.
+std::optional<KillAnswer> refusalOfSessionPart(std::int32_t pid)
+{
+    const SessionGuard::Answer part = SessionGuard::part(pid);
+    if (const auto *failure = std::get_if<SessionGuard::Failure>(&part)) {
+        const bool isDenied = failure->code == EACCES || failure->code == EPERM;
+        return isDenied ? KillAnswer(KillResultCode::PermissionDenied)
+                        : KillError{failure->code, failure->message};
+    }
+    const bool isPart = std::get<std::optional<SessionGuard::Part>>(part).has_value();
+    return isPart ? std::optional<KillAnswer>(KillResultCode::PermissionDenied) : std::nullopt;
+}
+
 ProcessTerminator::Started toStarted(const KillAnswer &answer)
 {
     return std::visit([](const auto &value) { return ProcessTerminator::Started(value); }, answer);
@@ -188,8 +201,8 @@ ProcessTerminator::Started ProcessTerminator::start(Target target, const Ownersh
             return toStarted(*refused);
         }
     }
-    if (SessionGuard::part(pid)) {
-        return KillResultCode::PermissionDenied;
+    if (std::optional<KillAnswer> refused = refusalOfSessionPart(pid)) {
+        return process.hasEnded() ? KillResultCode::NotFound : toStarted(*refused);
     }
     errno = 0;
     if (ProcFs::numberOf(m_root.get(), process.get()) != pid) {

@@ -7,73 +7,241 @@
 #include "Helper/linux/ProcFs.h"
 #include "Helper/linux/ProcessRoles.h"
 #include "Helper/linux/SessionSockets.h"
+#include "Helper/linux/SocketDump.h"
+#include "Helper/linux/SocketFile.h"
+#include "Helper/linux/SystemFailures.h"
+#include "Helper/linux/UnixListeners.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
 #include <map>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 
 namespace Tarnwick {
 
 namespace {
 
+using Address = SessionSockets::Address;
 using Part = SessionGuard::Part;
+
+/// Thrown, and caught in SessionGuard::part(), where something cannot be found out.
+struct Undecided
+{
+    int code = 0;
+};
+
+bool isGone(int code)
+{
+    return code == ENOENT || code == ESRCH;
+}
 
 /// The process that listens at an address, as far as the kernel knows it: the one that began to
 /// listen there. -1 when nobody can be reached.
-pid_t listenerAt(const std::string &name)
+pid_t listenerAt(const Address &address)
 {
-    const FileDescriptor connection(
-        ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    if (!connection || name.empty() || name.size() >= sizeof(address.sun_path)) {
+    sockaddr_un target = {};
+    target.sun_family = AF_UNIX;
+    const bool isAbstract = address.kind == Address::Kind::Abstract;
+    const std::string name = isAbstract ? std::string(1, '\0') + address.name : address.name;
+    if (address.kind == Address::Kind::Port || address.name.empty() ||
+        name.size() >= sizeof(target.sun_path)) {
         return -1;
     }
-    auto *const path = static_cast<char *>(address.sun_path);
-    std::copy(name.begin(), name.end(), path);
-    std::size_t size = offsetof(sockaddr_un, sun_path) + name.size() + 1;
-    if (name.front() == '@') {
-        path[0] = '\0';
-        --size;
-    }
+    std::copy(name.begin(), name.end(), static_cast<char *>(target.sun_path));
+    const std::size_t size = offsetof(sockaddr_un, sun_path) + name.size() + (isAbstract ? 0U : 1U);
+    const FileDescriptor connection(
+        ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     ucred peer = {};
     socklen_t sizeOfPeer = sizeof(peer);
     const bool told =
-        ::connect(connection.get(), reinterpret_cast<const sockaddr *>(&address),
+        connection &&
+        ::connect(connection.get(), reinterpret_cast<const sockaddr *>(&target),
                   static_cast<socklen_t>(size)) == 0 &&
         ::getsockopt(connection.get(), SOL_SOCKET, SO_PEERCRED, &peer, &sizeOfPeer) == 0;
+    if (!told && SystemFailures::isTransient(errno)) {
+        throw Undecided{errno};
+    }
     return told && peer.pid > 0 ? peer.pid : -1;
 }
 
-/// What a process is that has one of the sockets open. A bus or a compositor may have been given
-/// its socket by who started it, whom alone the kernel names then.
-std::optional<Part> partByDescriptors(int root, pid_t pid,
-                                      const std::vector<SessionSockets::Address> &addresses)
+/// The sockets that listen at the addresses of a session.
+struct Listening
 {
-    constexpr std::size_t longestTable = 64UL * 1024 * 1024;
-    std::string table;
-    ProcFs::readFile(root, "self/net/unix", table, longestTable);
-    const std::map<std::uint32_t, Part> listening = SessionSockets::listening(table, addresses);
-    const FileDescriptor descriptors = ProcFs::openDirectoryOfProcess(root, pid, "/fd");
-    std::vector<ProcFs::NumberedEntry> entries;
-    if (listening.empty() || !descriptors || !ProcFs::readNumbers(descriptors.get(), entries)) {
+    std::map<std::uint32_t, Part> sockets; ///< by inode
+    std::vector<Address> unidentified;     ///< addresses at which none of these was found
+    /// UNIX sockets one of which may listen at an address that is unidentified; nothing where the
+    /// kernel tells which does.
+    std::set<std::uint32_t> possible;
+    int code = 0; ///< why the kernel does not tell
+};
+
+/// The file at the path of an address; none where no program of this user could reach a socket.
+std::optional<SocketFile> openFile(int root, const std::string &path)
+{
+    std::variant<SocketFile, int> opened = SocketFile::open(root, path);
+    if (const int *code = std::get_if<int>(&opened)) {
+        if (SystemFailures::isTransient(*code)) {
+            throw Undecided{*code};
+        }
         return std::nullopt;
     }
-    for (const ProcFs::NumberedEntry &entry : entries) {
-        const ProcFs::Descriptor seen = ProcFs::descriptor(descriptors.get(), entry.number);
-        const auto known = seen.kind == ProcFs::Descriptor::Kind::Socket
-                               ? listening.find(seen.inode)
-                               : listening.end();
-        if (known != listening.end()) {
-            return known->second;
+    return std::get<SocketFile>(std::move(opened));
+}
+
+/// The sockets among @p listeners that listen at an address.
+std::vector<std::uint32_t> socketsAt(const Address &address,
+                                     const std::vector<UnixListener> &listeners,
+                                     const std::optional<SocketFile> &file)
+{
+    std::vector<std::uint32_t> found;
+    const std::string abstractName = std::string(1, '\0') + address.name;
+    for (const UnixListener &listener : listeners) {
+        const bool isThere = address.kind == Address::Kind::Abstract ? listener.name == abstractName
+                                                                     : file && file->isOf(listener);
+        if (isThere) {
+            found.push_back(listener.inode);
         }
     }
-    return std::nullopt;
+    return found;
+}
+
+void addPorts(const std::vector<Address> &addresses, Listening &listening)
+{
+    const auto isPort = [](const Address &one) { return one.kind == Address::Kind::Port; };
+    if (std::none_of(addresses.begin(), addresses.end(), isPort)) {
+        return;
+    }
+    SocketDump dump(ListenerInventory::SocketSource::Automatic);
+    std::vector<ListeningSocket> sockets;
+    if (const std::optional<ListingError> error = dump.list(sockets)) {
+        throw Undecided{error->code};
+    }
+    for (const Address &address : addresses) {
+        for (const ListeningSocket &socket : sockets) {
+            if (isPort(address) && socket.port == address.port) {
+                listening.sockets.emplace(socket.inode, address.part);
+            }
+        }
+    }
+}
+
+Listening listeningAt(int root, const std::vector<Address> &addresses)
+{
+    constexpr std::size_t longestTable = 64UL * 1024 * 1024;
+    Listening found;
+    addPorts(addresses, found);
+    std::optional<std::variant<std::vector<UnixListener>, int>> listeners;
+    for (const Address &address : addresses) {
+        std::optional<SocketFile> file;
+        if (address.kind == Address::Kind::Path) {
+            file = openFile(root, address.name);
+        }
+        if (address.kind == Address::Kind::Port || (address.kind == Address::Kind::Path && !file)) {
+            continue;
+        }
+        if (!listeners) {
+            listeners = UnixListeners::list();
+        }
+        const auto *known = std::get_if<std::vector<UnixListener>>(&*listeners);
+        const std::vector<std::uint32_t> sockets =
+            known != nullptr ? socketsAt(address, *known, file) : std::vector<std::uint32_t>();
+        for (const std::uint32_t socket : sockets) {
+            found.sockets.emplace(socket, address.part);
+        }
+        if (sockets.empty()) {
+            found.unidentified.push_back(address);
+        }
+    }
+    if (const int *code = listeners ? std::get_if<int>(&*listeners) : nullptr) {
+        std::string table;
+        if (!ProcFs::readFile(root, "self/net/unix", table, longestTable)) {
+            throw Undecided{errno};
+        }
+        found.possible = UnixListeners::possibleInodes(table);
+        found.code = *code == ENOENT || *code == EPROTONOSUPPORT ? EOPNOTSUPP : *code;
+    }
+    return found;
+}
+
+/// The inodes of the sockets in a directory PID/fd, added to @p held; how many descriptors there
+/// are.
+std::size_t addSockets(const FileDescriptor &descriptors, std::set<std::uint32_t> &held)
+{
+    std::vector<ProcFs::NumberedEntry> entries;
+    if (!descriptors || !ProcFs::readNumbers(descriptors.get(), entries)) {
+        if (isGone(errno)) {
+            return 0;
+        }
+        throw Undecided{errno};
+    }
+    for (const ProcFs::NumberedEntry &entry : entries) {
+        errno = 0;
+        const ProcFs::Descriptor seen = ProcFs::descriptor(descriptors.get(), entry.number);
+        if (seen.kind == ProcFs::Descriptor::Kind::Socket) {
+            held.insert(seen.inode);
+        } else if (seen.kind != ProcFs::Descriptor::Kind::Other && !isGone(errno)) {
+            throw Undecided{errno};
+        }
+    }
+    return entries.size();
+}
+
+/// The inodes of the sockets that a process has open; those of its threads, too, where the main
+/// thread has ended.
+std::set<std::uint32_t> socketsOf(int root, pid_t pid)
+{
+    std::set<std::uint32_t> held;
+    if (addSockets(ProcFs::openDirectoryOfProcess(root, pid, "/fd"), held) != 0) {
+        return held;
+    }
+    const FileDescriptor folder = ProcFs::openDirectoryOfProcess(root, pid, "/task");
+    std::vector<ProcFs::NumberedEntry> threads;
+    if (!folder || !ProcFs::readNumbers(folder.get(), threads)) {
+        if (isGone(errno)) {
+            return held;
+        }
+        throw Undecided{errno};
+    }
+    for (const ProcFs::NumberedEntry &thread : threads) {
+        const std::string name = std::to_string(thread.number) + "/fd";
+        // All living threads but a few share one table.
+        if (addSockets(ProcFs::openDirectory(folder.get(), name.c_str()), held) != 0) {
+            break;
+        }
+    }
+    return held;
+}
+
+/// What a process is by the sockets that it has open. A bus or a compositor may have been given its
+/// socket by who started it, whom alone the kernel names then.
+std::optional<Part> partBySockets(int root, pid_t pid, const std::vector<Address> &addresses)
+{
+    const Listening listening = listeningAt(root, addresses);
+    if (!listening.sockets.empty() || !listening.possible.empty()) {
+        const std::set<std::uint32_t> held = socketsOf(root, pid);
+        bool isPossible = false;
+        for (const std::uint32_t socket : held) {
+            if (const auto known = listening.sockets.find(socket);
+                known != listening.sockets.end()) {
+                return known->second;
+            }
+            isPossible = isPossible || listening.possible.contains(socket);
+        }
+        if (isPossible) {
+            throw Undecided{listening.code};
+        }
+    }
+    const auto address = std::find_if(listening.unidentified.begin(), listening.unidentified.end(),
+                                      [pid](const Address &one) { return listenerAt(one) == pid; });
+    return address != listening.unidentified.end() ? std::optional(address->part) : std::nullopt;
 }
 
 /// Whether the process is in the service of a message bus, of a user's or of the system.
@@ -83,7 +251,10 @@ bool isInServiceOfBus(int root, pid_t pid)
     std::string text;
     const FileDescriptor file = ProcFs::openOfProcess(root, pid, "/cgroup");
     if (!file || !ProcFs::readWhole(file.get(), text, longest)) {
-        return false;
+        if (isGone(errno)) {
+            return false;
+        }
+        throw Undecided{errno};
     }
     std::string_view rest = text;
     while (!rest.empty()) {
@@ -97,34 +268,79 @@ bool isInServiceOfBus(int root, pid_t pid)
     return false;
 }
 
-} // namespace
-
-std::optional<SessionGuard::Part> SessionGuard::part(std::int32_t pid)
+/// The users of a process; none when it has ended.
+std::vector<uid_t> usersOf(int directory)
 {
+    constexpr std::size_t longestStatus = 64UL * 1024;
+    std::string status;
+    if (!ProcFs::readFile(directory, "status", status, longestStatus)) {
+        if (isGone(errno)) {
+            return {};
+        }
+        throw Undecided{errno};
+    }
+    std::vector<uid_t> users = ProcFs::parseUsers(status);
+    std::sort(users.begin(), users.end());
+    users.erase(std::unique(users.begin(), users.end()), users.end());
+    return users;
+}
+
+std::optional<Part> find(pid_t pid)
+{
+    errno = 0;
     const FileDescriptor root = ProcFs::openRoot();
     const FileDescriptor process = root ? ProcFs::openProcess(root.get(), pid) : FileDescriptor();
     const std::optional<ProcFs::Stat> stat = process ? ProcFs::stat(process.get()) : std::nullopt;
     if (!stat) {
-        return std::nullopt;
+        if (root && isGone(errno)) {
+            return std::nullopt;
+        }
+        throw Undecided{errno != 0 ? errno : EIO};
     }
+    const std::vector<uid_t> users = usersOf(process.get());
     const ProcessRoles::Role role = ProcessRoles(root.get()).role(pid, *stat);
     if (role == ProcessRoles::Role::ServiceManager) {
         return Part::ServiceManager;
     }
-    if (role == ProcessRoles::Role::MessageBus && isInServiceOfBus(root.get(), pid)) {
+    const bool isBus = role == ProcessRoles::Role::MessageBus;
+    if (isBus && isInServiceOfBus(root.get(), pid)) {
         return Part::MessageBus;
     }
-    struct stat status = {};
-    ::fstat(process.get(), &status);
-    const std::vector<SessionSockets::Address> addresses = SessionSockets::addresses(status.st_uid);
-    if (const std::optional<Part> found = partByDescriptors(root.get(), pid, addresses)) {
-        return found;
+    std::variant<SessionSockets::Found, int> found = SessionSockets::addresses(users);
+    if (const int *code = std::get_if<int>(&found)) {
+        throw Undecided{*code};
     }
-    const auto address =
-        std::find_if(addresses.begin(), addresses.end(), [pid](const SessionSockets::Address &one) {
-            return listenerAt(one.name) == pid;
-        });
-    return address != addresses.end() ? std::optional(address->part) : std::nullopt;
+    const auto &sockets = std::get<SessionSockets::Found>(found);
+    if (isBus && !sockets.hasSessionBus) {
+        return Part::MessageBus; // nothing tells it from the session's
+    }
+    return partBySockets(root.get(), pid, sockets.addresses);
+}
+
+SessionGuard::Failure failure(std::int32_t pid, int code)
+{
+    const std::string reason = code == EOPNOTSUPP
+                                   ? "the kernel has no diagnostics of UNIX sockets (unix_diag)"
+                                   : std::strerror(code);
+    return {code, "cannot tell whether process " + std::to_string(pid) +
+                      " is a part of the session: " + reason};
+}
+
+} // namespace
+
+SessionGuard::Answer SessionGuard::part(std::int32_t pid)
+{
+    const std::uint64_t failures = SystemFailures::count();
+    try {
+        const std::optional<Part> found = find(pid);
+        // A call that failed for a moment may have hidden what the process is.
+        if (!found && SystemFailures::count() != failures) {
+            return failure(pid, EAGAIN);
+        }
+        return found;
+    } catch (const Undecided &undecided) {
+        return failure(pid, undecided.code);
+    }
 }
 
 std::string_view SessionGuard::name(Part part)

@@ -3,15 +3,30 @@
 
 #include "Helper/linux/SessionSockets.h"
 
+#include "Helper/linux/LocalHost.h"
+
 #include <algorithm>
+#include <array>
+#include <cerrno>
 #include <charconv>
 #include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <system_error>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace Tarnwick {
 
 namespace {
 
+using Address = SessionSockets::Address;
 using Part = SessionGuard::Part;
+
+constexpr const char *displayFolder = "/tmp/.X11-unix";
+constexpr const char *systemBus = "/run/dbus/system_bus_socket";
 
 std::string_view variable(const char *name)
 {
@@ -48,94 +63,209 @@ std::string unescaped(std::string_view text)
     return result;
 }
 
-} // namespace
-
-std::vector<SessionSockets::Address> SessionSockets::addresses(unsigned user)
+bool isNumber(std::string_view text)
 {
-    std::vector<Address> found{
-        {"/run/user/" + std::to_string(user) + "/bus", Part::MessageBus},
-        {"/run/dbus/system_bus_socket", Part::MessageBus},
+    return !text.empty() &&
+           std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+/// A port, nothing for what is none.
+std::optional<std::uint16_t> toPort(std::string_view text, unsigned offset = 0)
+{
+    std::uint32_t number = 0;
+    const auto parsed = std::from_chars(text.data(), text.data() + text.size(), number);
+    constexpr std::uint32_t greatest = 65535;
+    if (!isNumber(text) || parsed.ec != std::errc{} || number > greatest - offset ||
+        number + offset == 0) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint16_t>(number + offset);
+}
+
+std::string runtimeFolder(uid_t user)
+{
+    return "/run/user/" + std::to_string(user);
+}
+
+bool isSocket(const std::string &path)
+{
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISSOCK(status.st_mode);
+}
+
+/// Appends the sockets in a folder whose names are @p prefix and more. 0, or the errno of a failure
+/// that says nothing about the folder.
+template<class Accept>
+int appendFolder(const std::string &folder, std::string_view prefix, const Accept &accept,
+                 std::vector<Address> &found)
+{
+    std::error_code error;
+    std::filesystem::directory_iterator entry(folder, error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        const std::string path = entry->path().string();
+        const std::string name = entry->path().filename().string();
+        struct stat status = {};
+        if (name.starts_with(prefix) && ::stat(path.c_str(), &status) == 0 &&
+            S_ISSOCK(status.st_mode) && accept(name, status.st_uid)) {
+            found.push_back({Address::Kind::Path, path, 0, Part::DisplayServer});
+        }
+    }
+    const std::array<int, 4> notThere{0, ENOENT, ENOTDIR, EACCES};
+    const int code = error.value();
+    return std::find(notThere.begin(), notThere.end(), code) != notThere.end() ? 0 : code;
+}
+
+int appendDisplays(std::span<const uid_t> users, std::vector<Address> &found)
+{
+    const auto isOfUsers = [users](const std::string &name, uid_t owner) {
+        return isNumber(std::string_view(name).substr(1)) &&
+               std::find(users.begin(), users.end(), owner) != users.end();
     };
-    for (std::string &name : busNames(variable("DBUS_SESSION_BUS_ADDRESS"))) {
-        found.push_back({std::move(name), Part::MessageBus});
+    const std::size_t before = found.size();
+    int code = appendFolder(displayFolder, "X", isOfUsers, found);
+    // A server may listen at the abstract name only besides.
+    for (std::size_t at = before, end = found.size(); at < end; ++at) {
+        found.push_back({Address::Kind::Abstract, found[at].name, 0, Part::DisplayServer});
     }
-    for (std::string &name : displayNames(variable("DISPLAY"))) {
-        found.push_back({std::move(name), Part::DisplayServer});
+    for (const uid_t user : users) {
+        const int failed = appendFolder(
+            runtimeFolder(user), "wayland-", [](const std::string &, uid_t) { return true; },
+            found);
+        code = code != 0 ? code : failed;
     }
-    const std::string runtime(variable("XDG_RUNTIME_DIR"));
-    if (const std::string display(variable("WAYLAND_DISPLAY")); !display.empty()) {
-        found.push_back(
-            {display.front() == '/' ? display : runtime + "/" + display, Part::DisplayServer});
-    }
-    return found;
+    return code;
 }
 
-std::vector<std::string> SessionSockets::busNames(std::string_view address)
+std::vector<Address> compositorOfEnvironment()
 {
-    constexpr std::string_view transport = "unix:";
-    constexpr std::string_view path = "path=";
-    constexpr std::string_view abstractName = "abstract=";
-    std::vector<std::string> names;
-    while (!address.empty()) {
-        std::string_view one = takeUntil(address, ';');
-        if (!one.starts_with(transport)) {
-            continue;
-        }
-        one.remove_prefix(transport.size());
-        while (!one.empty()) {
-            const std::string_view pair = takeUntil(one, ',');
-            if (pair.starts_with(path)) {
-                names.push_back(unescaped(pair.substr(path.size())));
-            } else if (pair.starts_with(abstractName)) {
-                names.push_back("@" + unescaped(pair.substr(abstractName.size())));
-            }
-        }
-    }
-    return names;
-}
-
-std::vector<std::string> SessionSockets::displayNames(std::string_view display)
-{
-    const std::string_view host = takeUntil(display, ':');
-    const std::string_view number = display.substr(0, display.find('.'));
-    const bool isNumber = !number.empty() && std::all_of(number.begin(), number.end(), [](char c) {
-        return c >= '0' && c <= '9';
-    });
-    if (!isNumber || (!host.empty() && host != "unix")) {
+    const std::string name(variable("WAYLAND_DISPLAY"));
+    if (name.empty()) {
         return {};
     }
-    const std::string path = "/tmp/.X11-unix/X" + std::string(number);
-    return {path, "@" + path};
+    std::string runtime(variable("XDG_RUNTIME_DIR"));
+    if (runtime.empty()) {
+        runtime = runtimeFolder(::getuid());
+    }
+    return {{Address::Kind::Path, name.front() == '/' ? name : runtime + "/" + name, 0,
+             Part::DisplayServer}};
 }
 
-std::map<std::uint32_t, SessionGuard::Part>
-SessionSockets::listening(std::string_view table, const std::vector<Address> &addresses)
+void append(std::vector<Address> &all, const std::vector<Address> &more)
 {
-    // unix(7): number, references, protocol, flags, type, state, inode, name. The flag is
-    // __SO_ACCEPTCON of the kernel.
-    constexpr std::string_view accepting = "00010000";
-    std::map<std::uint32_t, Part> found;
-    while (!table.empty()) {
-        std::string_view line = takeUntil(table, '\n');
-        takeUntil(line, ' ');
-        takeUntil(line, ' ');
-        takeUntil(line, ' ');
-        if (takeUntil(line, ' ') != accepting) {
-            continue;
+    all.insert(all.end(), more.begin(), more.end());
+}
+
+/// The addresses of one bus address, "unix:path=/run/user/1000/bus,guid=1".
+std::vector<Address> addressesOfBus(std::string_view one)
+{
+    const std::string_view transport = takeUntil(one, ':');
+    std::map<std::string_view, std::string> values;
+    while (!one.empty()) {
+        std::string_view value = takeUntil(one, ',');
+        const std::string_view key = takeUntil(value, '=');
+        values[key] = unescaped(value);
+    }
+    if (transport == "unix") {
+        std::vector<Address> found;
+        if (values.contains("path")) {
+            found.push_back({Address::Kind::Path, values["path"], 0, Part::MessageBus});
         }
-        takeUntil(line, ' ');
-        takeUntil(line, ' ');
-        line.remove_prefix(std::min(line.size(), line.find_first_not_of(' ')));
-        const std::string_view number = takeUntil(line, ' ');
-        std::uint32_t inode = 0;
-        std::from_chars(number.data(), number.data() + number.size(), inode);
-        const auto address = std::find_if(addresses.begin(), addresses.end(),
-                                          [line](const Address &one) { return one.name == line; });
-        if (inode != 0 && address != addresses.end()) {
-            found.emplace(inode, address->part);
+        if (values.contains("abstract")) {
+            found.push_back({Address::Kind::Abstract, values["abstract"], 0, Part::MessageBus});
+        }
+        return found;
+    }
+    const std::optional<std::uint16_t> port = toPort(values["port"]);
+    const bool isTcp = transport == "tcp" || transport == "nonce-tcp";
+    if (!isTcp || !port || (values.contains("host") && !isLocalHost(values["host"]))) {
+        return {};
+    }
+    return {{Address::Kind::Port, {}, *port, Part::MessageBus}};
+}
+
+} // namespace
+
+std::variant<SessionSockets::Found, int> SessionSockets::addresses(std::span<const uid_t> users)
+{
+    Found found;
+    const auto isOfUsers = [users](uid_t user) {
+        return std::find(users.begin(), users.end(), user) != users.end();
+    };
+    // Under sudo the variables may be those of another session than the process is of.
+    const bool isOwn = isOfUsers(::getuid()) || isOfUsers(::geteuid());
+    for (const char *const name : {"DBUS_SESSION_BUS_ADDRESS", "DBUS_STARTER_ADDRESS"}) {
+        const std::vector<Address> bus = busAddresses(variable(name));
+        found.hasSessionBus = found.hasSessionBus || (isOwn && !bus.empty());
+        append(found.addresses, bus);
+    }
+    for (const uid_t user : users) {
+        const std::string path = runtimeFolder(user) + "/bus";
+        found.hasSessionBus = found.hasSessionBus || isSocket(path);
+        found.addresses.push_back({Address::Kind::Path, path, 0, Part::MessageBus});
+    }
+    found.addresses.push_back({Address::Kind::Path, systemBus, 0, Part::MessageBus});
+    append(found.addresses, busAddresses(variable("DBUS_SYSTEM_BUS_ADDRESS")));
+
+    std::vector<Address> displays = displayAddresses(variable("DISPLAY"));
+    append(displays, compositorOfEnvironment());
+    append(found.addresses, displays);
+    if (!isOwn || displays.empty()) {
+        if (const int code = appendDisplays(users, found.addresses); code != 0) {
+            return code;
         }
     }
     return found;
+}
+
+std::vector<Address> SessionSockets::busAddresses(std::string_view list)
+{
+    std::vector<Address> found;
+    while (!list.empty()) {
+        append(found, addressesOfBus(takeUntil(list, ';')));
+    }
+    return found;
+}
+
+std::vector<Address> SessionSockets::displayAddresses(std::string_view display)
+{
+    constexpr std::string_view local = "unix:";
+    constexpr unsigned firstPort = 6000;
+    const std::string_view path =
+        display.starts_with(local) ? display.substr(local.size()) : display;
+    if (path.starts_with('/')) {
+        // Either the socket's whole name or one with the number of a screen behind it.
+        const Address whole{Address::Kind::Path, std::string(path), 0, Part::DisplayServer};
+        const std::size_t dot = path.rfind('.');
+        if (dot == std::string_view::npos || !isNumber(path.substr(dot + 1))) {
+            return {whole};
+        }
+        return {whole,
+                {Address::Kind::Path, std::string(path.substr(0, dot)), 0, Part::DisplayServer}};
+    }
+    const std::size_t colon = display.rfind(':');
+    if (colon == std::string_view::npos) {
+        return {};
+    }
+    std::string_view host = display.substr(0, colon);
+    const std::string_view screens = display.substr(colon + 1);
+    const std::string_view number = screens.substr(0, screens.find('.'));
+    if (!isNumber(number)) {
+        return {};
+    }
+    const std::size_t slash = host.find('/');
+    const std::string_view protocol =
+        slash == std::string_view::npos ? std::string_view() : host.substr(0, slash);
+    host.remove_prefix(slash == std::string_view::npos ? 0 : slash + 1);
+    if (host.empty() || host == "unix" || protocol == "unix" || protocol == "local") {
+        const std::string socket = std::string(displayFolder) + "/X" + std::string(number);
+        return {{Address::Kind::Path, socket, 0, Part::DisplayServer},
+                {Address::Kind::Abstract, socket, 0, Part::DisplayServer}};
+    }
+    const std::optional<std::uint16_t> port = toPort(number, firstPort);
+    if (!port || !isLocalHost(host)) {
+        return {};
+    }
+    return {{Address::Kind::Port, {}, *port, Part::DisplayServer}};
 }
 
 } // namespace Tarnwick

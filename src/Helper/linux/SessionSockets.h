@@ -6,10 +6,13 @@
 #include "Helper/SessionGuard.h"
 
 #include <cstdint>
-#include <map>
+#include <span>
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
+
+#include <sys/types.h>
 
 namespace Tarnwick {
 
@@ -19,30 +22,42 @@ class SessionSockets
 public:
     SessionSockets() = delete;
 
-    /// A socket of the UNIX domain: a path, or an abstract name behind an `@`, as /proc/net/unix
-    /// writes both.
     struct Address
     {
-        std::string name;
+        enum class Kind {
+            Path,     ///< of a UNIX socket
+            Abstract, ///< the name of a UNIX socket, of any bytes
+            Port      ///< of TCP, on this machine
+        };
+        Kind kind = Kind::Path;
+        std::string name; ///< empty for a port
+        std::uint16_t port = 0;
         SessionGuard::Part part = SessionGuard::Part::MessageBus;
+
+        friend bool operator==(const Address &, const Address &) = default;
     };
 
-    /// The addresses in the environment of this process, and the buses that every session of @p
-    /// user and the system have.
-    [[nodiscard]] static std::vector<Address> addresses(unsigned user);
+    struct Found
+    {
+        std::vector<Address> addresses;
+        /// Whether the message bus of the session is among them, and not only the system's.
+        bool hasSessionBus = false;
+    };
 
-    /// The names in a bus address, "unix:path=/run/user/1000/bus;unix:abstract=x,guid=1", with its
-    /// escapes undone. Others than those of UNIX sockets are left out.
-    [[nodiscard]] static std::vector<std::string> busNames(std::string_view address);
+    /// The addresses of the sessions of @p users, and those of the system's bus: what the
+    /// environment of this process names, and each user's bus in /run/user. Where the environment
+    /// is another user's or names no display, all sockets of the users in /tmp/.X11-unix and all of
+    /// the compositors in /run/user count. The errno when a folder cannot be read for now.
+    [[nodiscard]] static std::variant<Found, int> addresses(std::span<const uid_t> users);
 
-    /// The names at which the X display ":1.0" is reached; none for one on another machine or over
-    /// TCP.
-    [[nodiscard]] static std::vector<std::string> displayNames(std::string_view display);
+    /// The addresses in a list of bus addresses,
+    /// "unix:path=/run/user/1000/bus;tcp:host=::1,port=9", with their escapes undone. TCP on other
+    /// machines and other transports are left out.
+    [[nodiscard]] static std::vector<Address> busAddresses(std::string_view list);
 
-    /// Of the @p table, what /proc/net/unix holds, the inodes of the sockets that listen at one of
-    /// @p addresses.
-    [[nodiscard]] static std::map<std::uint32_t, SessionGuard::Part>
-    listening(std::string_view table, const std::vector<Address> &addresses);
+    /// The addresses at which the X display ":1.0" or "localhost:10.0" is reached; none for one on
+    /// another machine.
+    [[nodiscard]] static std::vector<Address> displayAddresses(std::string_view display);
 };
 
 } // namespace Tarnwick

@@ -17,7 +17,6 @@
 #include <arpa/inet.h>
 #include <linux/inet_diag.h>
 #include <linux/netlink.h>
-#include <linux/rtnetlink.h>
 #include <linux/sock_diag.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -25,9 +24,6 @@
 namespace Tarnwick {
 
 namespace {
-
-/// The kernel fills messages of a dump up to this size when the reader offers as much.
-constexpr std::size_t messageSize = 32UL * 1024;
 
 /// A fault-free dump is one request; a few more are worth it when memory is short for a moment.
 constexpr int attempts = 3;
@@ -43,32 +39,12 @@ ListeningSocket fromMessage(std::string_view payload)
     socket.port = ntohs(message.id.idiag_sport);
     socket.uid = message.idiag_uid;
     socket.cookie = (std::uint64_t{message.id.idiag_cookie[1]} << 32U) | message.id.idiag_cookie[0];
-    while (payload.size() >= sizeof(rtattr)) {
-        rtattr attribute{};
-        std::memcpy(&attribute, payload.data(), sizeof(attribute));
-        if (attribute.rta_len < sizeof(attribute) || attribute.rta_len > payload.size()) {
-            break;
+    NetlinkDump::parseAttributes(payload, [&socket](std::uint16_t type, std::string_view value) {
+        if (type == INET_DIAG_CGROUP_ID && value.size() >= sizeof(socket.controlGroup)) {
+            std::memcpy(&socket.controlGroup, value.data(), sizeof(socket.controlGroup));
         }
-        if (attribute.rta_type == INET_DIAG_CGROUP_ID &&
-            attribute.rta_len >= sizeof(attribute) + sizeof(socket.controlGroup)) {
-            std::memcpy(&socket.controlGroup, payload.data() + sizeof(attribute),
-                        sizeof(socket.controlGroup));
-        }
-        payload.remove_prefix(std::min<std::size_t>(payload.size(), RTA_ALIGN(attribute.rta_len)));
-    }
+    });
     return socket;
-}
-
-/// The errno that ended a dump early, 0 when it is whole: both the end of a dump and an error begin
-/// with it, negated. EBADMSG when it is none.
-int endOfDump(std::string_view payload)
-{
-    constexpr int maximumErrno = 4095; // MAX_ERRNO of the kernel's include/linux/err.h
-    int code = 0;
-    if (payload.size() >= sizeof(code)) {
-        std::memcpy(&code, payload.data(), sizeof(code));
-    }
-    return code <= 0 && code >= -maximumErrno ? -code : EBADMSG;
 }
 
 /// Splits a line of a table at its blanks.
@@ -184,7 +160,6 @@ int SocketDump::listByDiagnostics(std::vector<ListeningSocket> &sockets)
         if (!m_netlink) {
             return errno;
         }
-        m_buffer.resize(messageSize);
     }
     bool interrupted = false;
     // The older request dumps both families at once; a kernel that has dropped it gets the newer
@@ -242,55 +217,24 @@ int SocketDump::request(std::uint16_t type, std::uint8_t family)
 int SocketDump::receive(std::vector<ListeningSocket> &sockets, bool &interrupted)
 {
     Progress progress;
-    while (!progress.isOver) {
-        const ssize_t got = ::recv(m_netlink.get(), m_buffer.data(), m_buffer.size(), 0);
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got <= 0) {
-            return got < 0 ? errno : ECONNRESET;
-        }
-        parseMessages(std::string_view(m_buffer.data(), static_cast<std::size_t>(got)), m_sequence,
-                      sockets, progress);
-    }
+    const int code = NetlinkDump::receive(
+        m_netlink.get(), progress, [this, &sockets](std::string_view messages, Progress &state) {
+            parseMessages(messages, m_sequence, sockets, state);
+        });
     interrupted = interrupted || progress.isInterrupted;
-    return progress.error;
+    return code;
 }
 
 void SocketDump::parseMessages(std::string_view messages, std::uint32_t sequence,
                                std::vector<ListeningSocket> &sockets, Progress &progress)
 {
-    const auto end = [&progress](int error) {
-        progress.isOver = true;
-        progress.error = error;
-    };
-    while (messages.size() >= sizeof(nlmsghdr)) {
-        nlmsghdr header{};
-        std::memcpy(&header, messages.data(), sizeof(header));
-        if (header.nlmsg_len < sizeof(header) || header.nlmsg_len > messages.size()) {
-            return end(EBADMSG);
+    NetlinkDump::parse(messages, sequence, progress, [&sockets](std::string_view payload) {
+        const bool isWhole = payload.size() >= sizeof(inet_diag_msg);
+        if (isWhole) {
+            sockets.push_back(fromMessage(payload));
         }
-        const std::string_view payload =
-            messages.substr(sizeof(header), header.nlmsg_len - sizeof(header));
-        messages.remove_prefix(
-            std::min<std::size_t>(messages.size(), NLMSG_ALIGN(header.nlmsg_len)));
-        if (header.nlmsg_seq != sequence) {
-            continue;
-        }
-        progress.isInterrupted =
-            progress.isInterrupted || (header.nlmsg_flags & NLM_F_DUMP_INTR) != 0;
-        if (header.nlmsg_type == NLMSG_DONE) {
-            return end(endOfDump(payload));
-        }
-        if (header.nlmsg_type == NLMSG_ERROR) {
-            const int code = endOfDump(payload);
-            return end(code != 0 ? code : EBADMSG);
-        }
-        if (payload.size() < sizeof(inet_diag_msg)) {
-            return end(EBADMSG);
-        }
-        sockets.push_back(fromMessage(payload));
-    }
+        return isWhole;
+    });
 }
 
 bool SocketDump::parseTable(std::string_view table, std::vector<ListeningSocket> &sockets)

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Helper/ListenerInventory.h"
+#include "Helper/linux/NetlinkDump.h"
 #include "Shared/FileDescriptor.h"
 
 #include <cstdint>
@@ -49,13 +50,7 @@ public:
     /// line is not what that file holds.
     static bool parseTable(std::string_view table, std::vector<ListeningSocket> &sockets);
 
-    /// How far a dump of socket diagnostics has come.
-    struct Progress
-    {
-        bool isOver = false;        ///< its end or an error has come
-        int error = 0;              ///< errno of the failure, or 0
-        bool isInterrupted = false; ///< sockets came or went meanwhile: it may not be consistent
-    };
+    using Progress = NetlinkDump::Progress;
 
     /// Appends the sockets that the messages of one datagram tell of, as netlink(7) lays them out.
     /// Those of another request than that with @p sequence are passed over.
@@ -72,7 +67,6 @@ private:
     ListenerInventory::SocketSource m_source;
     FileDescriptor m_netlink;
     std::uint32_t m_sequence = 0;
-    std::vector<char> m_buffer;
     std::vector<ListeningSocket> m_last; ///< of diagnostics, by inode
 };
 
