@@ -67,6 +67,7 @@ struct ListenerInventory::Private
     };
 
     [[nodiscard]] Scan scan(const ScanRequest &request);
+    [[nodiscard]] std::vector<std::uint64_t> reportedSockets();
     [[nodiscard]] std::optional<ListingError> update(ProcessInspector::Reading least);
     [[nodiscard]] Questions questions(ProcessCensus::Pulse pulse);
     void resolve(const Questions &questions, int attemptsLeft);
@@ -141,6 +142,7 @@ Scan ListenerInventory::Private::scan(const ScanRequest &request)
     result.ownerships = memory.ownerships(request.owners);
     if (request.records) {
         result.records = memory.records(sockets);
+        result.sockets = reportedSockets();
     }
     memory.finish();
     if (request.records) {
@@ -148,6 +150,19 @@ Scan ListenerInventory::Private::scan(const ScanRequest &request)
     }
     result.report = report;
     return result;
+}
+
+/// The identities of the sockets that have a record.
+std::vector<std::uint64_t> ListenerInventory::Private::reportedSockets()
+{
+    std::vector<std::uint64_t> reported;
+    reported.reserve(sockets.size());
+    for (std::size_t place = 0; place < sockets.size(); ++place) {
+        if (!memory.socket(place).vanished) {
+            reported.push_back(sockets[place].key());
+        }
+    }
+    return reported;
 }
 
 Listing ListenerInventory::list()
