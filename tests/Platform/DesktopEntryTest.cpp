@@ -85,6 +85,19 @@ TEST(DesktopEntry, DemandsItsEncodingOnlyOfTheValuesThatAreAskedFor)
                             "Exec=new\n[\xfc]\n\xfc=\xfc\n");
 }
 
+TEST(DesktopEntry, KnowsWhetherSystemdReadsIt)
+{
+    for (const char *const lines :
+         {"Name=T\u00e4rnwick\n", "# \xe4\n", " ; a=\xe4\n", "Name=\U0001F600\uFFFD\n"}) {
+        EXPECT_TRUE(parsed("[Desktop Entry]\n" + QByteArray(lines)).isReadBySystemd()) << lines;
+    }
+    for (const char *const lines :
+         {"Name=T\xe4rnwick\n", "X-\uFDD0=1\n", "Name=\uFDEF\n", "Name=\U0001FFFE\n",
+          "Name=\U0010FFFF\n", "[Other]\nName=\uFFFF\n"}) {
+        EXPECT_FALSE(parsed("[Desktop Entry]\n" + QByteArray(lines)).isReadBySystemd()) << lines;
+    }
+}
+
 TEST(DesktopEntry, KnowsWhetherThereIsMoreInItThanSomeKeys)
 {
     EXPECT_FALSE(parsed("[Desktop Entry]\nA=1\n\nB=2\n").hasMoreThan({"A", "B"}));

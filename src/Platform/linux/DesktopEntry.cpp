@@ -3,12 +3,16 @@
 
 #include "Platform/linux/DesktopEntry.h"
 
+#include "Shared/Utf8.h"
+
+#include <QChar>
 #include <QList>
 #include <QString>
 #include <QStringDecoder>
 
 #include <algorithm>
 #include <array>
+#include <string_view>
 #include <utility>
 
 namespace Tarnwick {
@@ -158,6 +162,28 @@ bool DesktopEntry::hasMoreThan(const std::vector<QByteArrayView> &keys) const
                std::find(keys.begin(), keys.end(), keyOf(line)) == keys.end();
     };
     return std::any_of(m_lines.begin(), m_lines.end(), isExtra);
+}
+
+bool DesktopEntry::isReadBySystemd() const
+{
+    return std::all_of(m_lines.begin(), m_lines.end(), [](const QByteArray &line) {
+        return line.trimmed().startsWith('#') || line.trimmed().startsWith(';') ||
+               isSystemdText(line);
+    });
+}
+
+bool DesktopEntry::isSystemdText(const QByteArray &text)
+{
+    std::string_view rest(text.constData(), static_cast<std::size_t>(text.size()));
+    if (!Utf8::isValid(rest)) {
+        return false;
+    }
+    while (!rest.empty()) {
+        if (QChar::isNonCharacter(Utf8::takeCodePoint(rest))) {
+            return false;
+        }
+    }
+    return true;
 }
 
 void DesktopEntry::set(QByteArrayView key, const QByteArray &value)

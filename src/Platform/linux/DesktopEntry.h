@@ -36,6 +36,13 @@ public:
     /// Whether there is anything in the text besides these keys.
     [[nodiscard]] bool hasMoreThan(const std::vector<QByteArrayView> &keys) const;
 
+    /// Whether systemd reads the text: every line but comments is as isSystemdText() has it.
+    [[nodiscard]] bool isReadBySystemd() const;
+
+    /// Whether @p text is UTF-8 without Unicode's noncharacters, which systemd's parsers refuse
+    /// together with the whole file that has them.
+    [[nodiscard]] static bool isSystemdText(const QByteArray &text);
+
     /// Gives @p key this one value, which may hold any character but NUL.
     void set(QByteArrayView key, const QByteArray &value);
     void remove(QByteArrayView key);
