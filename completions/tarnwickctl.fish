@@ -3,11 +3,18 @@
 
 # Completions of tarnwickctl for fish.
 
-# The records of the program that is typed, which may be another than that in the PATH.
+# The records of the program that is typed, which may be another than that in the PATH. A tilde or a
+# variable in front is expanded, and nothing else is evaluated.
 function __tarnwickctl_list
     set -l words (commandline -opc)
-    set -l program (string replace -r -- '^~(?=/)' "$HOME" $words[1])
-    command $program list --json 2>/dev/null
+    set -l program $words[1]
+    set -l front (string match -r -- '^(?:~|\$(\w+)|\{\$(\w+)\})/' $program)
+    if test -n "$front[1]"
+        set -l name $front[2]
+        test -n "$name"; or set name HOME
+        set program $$name/(string replace -r -- '^[^/]*/' '' $program)
+    end
+    test -n "$program[1]"; and command $program[1] list --json 2>/dev/null
 end
 
 function __tarnwickctl_ports

@@ -141,8 +141,9 @@ TEST_P(Completion, RunsTheProgramThatIsTyped)
     const std::string absolute = makeProgram("bin");
     const std::string relative = std::filesystem::relative(absolute);
     static_cast<void>(makeProgram("my bin"));
-    for (const std::string &program : {absolute, relative, std::string("~/bin/tarnwickctl"),
-                                       std::string(R"(~/my\ bin/tarnwickctl)")}) {
+    for (const std::string &program :
+         {absolute, relative, std::string("~/bin/tarnwickctl"),
+          std::string("$HOME/bin/tarnwickctl"), std::string(R"(~/my\ bin/tarnwickctl)")}) {
         EXPECT_THAT(offered(program + " kill "), ElementsAre("4241")) << program;
         EXPECT_THAT(offered(program + " kill --pid "), ElementsAre("41")) << program;
     }
