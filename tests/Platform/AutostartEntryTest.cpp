@@ -444,7 +444,8 @@ TEST_P(AutostartEntryReaderTest, ReadsAnEntryAsTheSessionDoes)
                                     whole + "X-GNOME-Autostart-Phase=\n",
                                     whole + "X-Mine=non\uFFFEcharacter\n",
                                     whole + "X-Mine=\xe4\n",
-                                    whole + "# \xe4\n"}) {
+                                    whole + "# \xe4\n",
+                                    whole + "[Mine]\nA=b\n[Desktop Entry]\nHidden=true\n"}) {
         write(m_file, text);
         const std::optional<int> status = launch(GetParam().first, m_program);
         if (status == notHere) {

@@ -26,6 +26,22 @@ TEST(DesktopEntry, TellsTheLastOfSeveralValues)
     EXPECT_EQ(parsed("[Desktop Entry]\nHidden=true\nHidden=false\n").value("Hidden"), "false");
 }
 
+TEST(DesktopEntry, TakesAGroupThatStandsTwiceForOne)
+{
+    DesktopEntry entry = parsed("[Desktop Entry]\nHidden=false\n[Other]\nHidden=mine\n"
+                                "[Desktop Entry]\nHidden=true\nExec=x\n");
+    EXPECT_EQ(entry.value("Hidden"), "true");
+    EXPECT_EQ(entry.value("Exec"), "x");
+    entry.set("Hidden", "false");
+    EXPECT_EQ(entry.value("Hidden"), "false");
+    EXPECT_EQ(entry.text(), "[Desktop Entry]\nHidden=false\n[Other]\nHidden=mine\n"
+                            "[Desktop Entry]\nExec=x\n");
+    entry.remove("Exec");
+    entry.set("Name", "y");
+    EXPECT_EQ(entry.text(), "[Desktop Entry]\nHidden=false\nName=y\n[Other]\nHidden=mine\n"
+                            "[Desktop Entry]\n");
+}
+
 TEST(DesktopEntry, KnowsTruthValues)
 {
     const DesktopEntry entry = parsed("[Desktop Entry]\nA=true\nB=false\nC=1\nD=0\nE=True\r\n");
