@@ -3,6 +3,18 @@
 
 # Completions of tarnwickctl for bash.
 
+# __tarnwickctl_expand WORD: the program that the shell runs for the word, into `program`. Expands a
+# tilde or one variable in front, and backslashes; anything else in the word is never evaluated.
+__tarnwickctl_expand()
+{
+    IFS= read -d '' program < <(printf '%s\0' "$1")
+    if [[ $1 =~ ^~[[:alnum:]._+-]*/ ]]; then
+        eval "program=${BASH_REMATCH[0]}"'${program#*/}'
+    elif [[ $1 =~ ^\$([[:alpha:]_][[:alnum:]_]*)/ || $1 =~ ^\$\{([[:alpha:]_][[:alnum:]_]*)\}/ ]]; then
+        program=${!BASH_REMATCH[1]}/${program#*/}
+    fi
+}
+
 # __tarnwickctl_values PROGRAM MEMBER: the values of a leading number of each record, once each.
 __tarnwickctl_values()
 {
@@ -37,8 +49,9 @@ __tarnwickctl_read()
 
 _tarnwickctl()
 {
-    local program=$1 current=$2
+    local program current=$2
     local command=list first=1 awaiting='' optionsEnd='' hasValues='' hasPids='' choices=''
+    __tarnwickctl_expand "$1"
     # A command comes before any option.
     case ${COMP_WORDS[1]} in
         list | watch | kill) ((COMP_CWORD > 1)) && command=${COMP_WORDS[1]} first=2 ;;

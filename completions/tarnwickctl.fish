@@ -3,12 +3,26 @@
 
 # Completions of tarnwickctl for fish.
 
+# The records of the program that is typed, which may be another than that in the PATH. A tilde or a
+# variable in front is expanded, and nothing else is evaluated.
+function __tarnwickctl_list
+    set -l words (commandline -opc)
+    set -l program $words[1]
+    set -l front (string match -r -- '^(?:~|\$(\w+)|\{\$(\w+)\})/' $program)
+    if test -n "$front[1]"
+        set -l name $front[2]
+        test -n "$name"; or set name HOME
+        set program $$name/(string replace -r -- '^[^/]*/' '' $program)
+    end
+    test -n "$program[1]"; and command $program[1] list --json 2>/dev/null
+end
+
 function __tarnwickctl_ports
-    tarnwickctl list --json 2>/dev/null | string replace -rf '^\{"pid":\d+,"port":(\d+),.*' '$1' | sort -nu
+    __tarnwickctl_list | string replace -rf '^\{"pid":\d+,"port":(\d+),.*' '$1' | sort -nu
 end
 
 function __tarnwickctl_pids
-    tarnwickctl list --json 2>/dev/null | string replace -rf '^\{"pid":([1-9]\d*),.*' '$1' | sort -nu
+    __tarnwickctl_list | string replace -rf '^\{"pid":([1-9]\d*),.*' '$1' | sort -nu
 end
 
 # __tarnwickctl_runs COMMAND...: whether the command line is of one of these. A command comes before
@@ -51,5 +65,7 @@ complete -c tarnwickctl -n $showing -l json -d 'Write JSON'
 complete -c tarnwickctl -n $watching -l interval -x -d 'Seconds between two looks'
 complete -c tarnwickctl -n "$killing; and not __tarnwickctl_kills pids" -k -a '(__tarnwickctl_ports)' -d 'Port'
 complete -c tarnwickctl -n "$killing; and not __tarnwickctl_kills ports" -l pid -x -k -a '(__tarnwickctl_pids)' -d 'Stop this process instead'
+# Without a word there, fish would offer nothing.
+complete -c tarnwickctl -n "$killing; and __tarnwickctl_kills pids" -a '--pid --yes --system'
 complete -c tarnwickctl -n $killing -s y -l yes -d 'Do not ask'
 complete -c tarnwickctl -n $killing -l system -d 'Stop services of the system, too'

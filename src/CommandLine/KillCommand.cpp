@@ -98,7 +98,8 @@ ExitCode KillCommand::run()
     if (!updateListeners()) {
         return ExitCode::Failed;
     }
-    noteWhoIsShown();
+    rememberOwners();
+    mergeEqual(m_listeners);
 
     ExitCode gravest = ExitCode::Done;
     for (const std::int64_t port : m_arguments.ports) {
@@ -112,10 +113,11 @@ ExitCode KillCommand::run()
 
 /// What the user agrees to is the end of the processes of this listing. Answering takes time, in
 /// which one may end and another process get its identifier.
-void KillCommand::noteWhoIsShown()
+void KillCommand::rememberOwners()
 {
     for (const Listener &listener : m_listeners) {
-        m_before.emplace(listener.entry.port, listener.entry.pid);
+        m_initialOwners.emplace(listener.socket, listener.entry.pid);
+        m_initialHolders.emplace(listener.entry.port, listener.entry.pid);
         const auto pid = static_cast<std::int32_t>(listener.entry.pid);
         if (const std::optional<ProcessIdentity> shown = m_ender.identity(pid)) {
             m_shown.emplace(pid, *shown);
@@ -212,6 +214,7 @@ ExitCode KillCommand::end(const PortEntry &owner, const std::vector<std::int64_t
         outcome += killOutcomeLine(killResultFromReply(number), port) + '\n';
     }
     if (code == ExitCode::Done) {
+        m_ended.insert(owner.pid);
         m_freed.insert(asked.begin(), asked.end());
     }
     if (code == ExitCode::NotPermitted) {
@@ -282,14 +285,28 @@ void KillCommand::listOwners(const std::vector<Listener> &owners) const
     }
 }
 
-/// Whether a port that was to be freed has another owner than before. Who shared it with the
-/// process that was chosen stays.
-bool KillCommand::isTaken(const PortEntry &holder) const
+/// Whether a port that was to be freed has another owner than before, or a socket of a process that
+/// was stopped lives on. The other sockets of those who shared the port may stay.
+bool KillCommand::isTaken(const Listener &listener) const
 {
-    return m_freed.contains(holder.port) && !m_before.contains({holder.port, holder.pid});
+    const PortEntry &holder = listener.entry;
+    if (!m_freed.contains(holder.port)) {
+        return false;
+    }
+    const auto initialOwner = m_initialOwners.find(listener.socket);
+    const bool isLeftBehind =
+        initialOwner != m_initialOwners.end() && m_ended.contains(initialOwner->second);
+    return isLeftBehind || !m_initialHolders.contains({holder.port, holder.pid});
 }
 
-/// Lists anew. False where that failed, after the reason has been printed.
+bool KillCommand::isAnyTaken() const
+{
+    return std::any_of(m_listeners.begin(), m_listeners.end(),
+                       [this](const Listener &listener) { return isTaken(listener); });
+}
+
+/// Lists anew, a listener for each socket. False where that failed, after the reason has been
+/// printed.
 bool KillCommand::updateListeners()
 {
     Listing listing = m_source.list();
@@ -297,8 +314,8 @@ bool KillCommand::updateListeners()
         m_console.sayError(error->message);
         return false;
     }
-    m_listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)));
-    mergeEqual(m_listeners);
+    m_listeners =
+        listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)), m_source.sockets());
     return true;
 }
 
@@ -312,28 +329,25 @@ ExitCode KillCommand::checkFreedPorts()
         if (!updateListeners()) {
             return ExitCode::Failed;
         }
-        const bool anyTaken =
-            std::any_of(m_listeners.begin(), m_listeners.end(),
-                        [this](const Listener &listener) { return isTaken(listener.entry); });
+        const bool anyTaken = isAnyTaken();
         if (!anyTaken || std::chrono::steady_clock::now() + m_release.interval > deadline) {
-            return tellWhoHoldsTheFreedPorts();
+            printHoldersOfFreedPorts();
+            return anyTaken ? ExitCode::PortTaken : ExitCode::Done;
         }
         std::this_thread::sleep_for(m_release.interval);
     }
 }
 
-ExitCode KillCommand::tellWhoHoldsTheFreedPorts()
+void KillCommand::printHoldersOfFreedPorts()
 {
-    ExitCode code = ExitCode::Done;
+    mergeEqual(m_listeners);
     for (const Listener &listener : m_listeners) {
         const PortEntry &holder = listener.entry;
         if (m_freed.contains(holder.port)) {
             m_console.say("Port " + std::to_string(holder.port) + " is still held by " +
                           processText(holder) + ".");
-            code = isTaken(holder) ? ExitCode::PortTaken : code;
         }
     }
-    return code;
 }
 
 } // namespace Tarnwick

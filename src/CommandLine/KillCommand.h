@@ -40,7 +40,7 @@ public:
     [[nodiscard]] ExitCode run();
 
 private:
-    void noteWhoIsShown();
+    void rememberOwners();
     [[nodiscard]] ExitCode stopOwnerOf(std::int64_t port);
     [[nodiscard]] ExitCode stopProcess(std::int64_t pid);
     [[nodiscard]] ExitCode stop(const PortEntry &owner, const std::vector<std::int64_t> &asked);
@@ -55,19 +55,22 @@ private:
     void listOwners(const std::vector<Listener> &owners) const;
     [[nodiscard]] bool updateListeners();
     [[nodiscard]] ExitCode checkFreedPorts();
-    [[nodiscard]] bool isTaken(const PortEntry &holder) const;
-    [[nodiscard]] ExitCode tellWhoHoldsTheFreedPorts();
+    [[nodiscard]] bool isTaken(const Listener &listener) const;
+    [[nodiscard]] bool isAnyTaken() const;
+    void printHoldersOfFreedPorts();
 
     KillArguments m_arguments;
     const Console &m_console;
     ListenerSource &m_source;
     ProcessEnder &m_ender;
     Release m_release;
-    std::vector<Listener> m_listeners;                        ///< merged
-    std::map<std::int64_t, ProcessIdentity> m_shown;          ///< by process identifier
-    std::set<std::int64_t> m_handled;                         ///< processes asked about already
-    std::set<std::int64_t> m_freed;                           ///< ports whose owner has ended
-    std::set<std::pair<std::int64_t, std::int64_t>> m_before; ///< port and process, at the start
+    std::vector<Listener> m_listeners;
+    std::map<std::int64_t, ProcessIdentity> m_shown;       ///< by process identifier
+    std::set<std::int64_t> m_handled;                      ///< processes asked about already
+    std::set<std::int64_t> m_ended;                        ///< processes that were stopped
+    std::set<std::int64_t> m_freed;                        ///< ports whose owner has ended
+    std::map<std::uint64_t, std::int64_t> m_initialOwners; ///< by socket
+    std::set<std::pair<std::int64_t, std::int64_t>> m_initialHolders; ///< port and process
 };
 
 } // namespace Tarnwick

@@ -20,13 +20,15 @@ bool comesBefore(const Listener &left, const Listener &right)
     return key(left.entry) < key(right.entry);
 }
 
-std::vector<Listener> listenersFrom(std::vector<RawPortInfo> records)
+std::vector<Listener> listenersFrom(std::vector<RawPortInfo> records,
+                                    std::span<const std::uint64_t> sockets)
 {
     std::vector<PortEntry> entries = PortScanner::entries(records);
     std::vector<Listener> listeners;
     listeners.reserve(records.size());
     for (std::size_t index = 0; index < records.size(); ++index) {
-        listeners.push_back({std::move(records[index]), std::move(entries[index])});
+        const std::uint64_t socket = index < sockets.size() ? sockets[index] : 0;
+        listeners.push_back({std::move(records[index]), std::move(entries[index]), socket});
     }
     // They come ordered by port: seldom is there anything to move.
     if (!std::is_sorted(listeners.begin(), listeners.end(), comesBefore)) {

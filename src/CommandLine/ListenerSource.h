@@ -5,6 +5,9 @@
 
 #include "Helper/ListenerInventory.h"
 
+#include <cstdint>
+#include <vector>
+
 namespace Tarnwick {
 
 /// Where the commands get the listening sockets from.
@@ -18,6 +21,9 @@ public:
 
     /// As ListenerInventory::list() promises.
     [[nodiscard]] virtual Listing list() = 0;
+
+    /// The identities of the sockets in the latest listing, as ScanResult::sockets has them.
+    [[nodiscard]] virtual std::vector<std::uint64_t> sockets() const = 0;
 };
 
 } // namespace Tarnwick

@@ -6,11 +6,21 @@
 #include "Helper/ProcessTerminator.h"
 #include "Helper/SessionGuard.h"
 
+#include <utility>
+#include <variant>
+
 namespace Tarnwick {
 
 Listing SystemListeners::list()
 {
-    return m_inventory.list();
+    Scan scan = m_inventory.scan({.records = true, .owners = {}});
+    if (auto *error = std::get_if<ListingError>(&scan)) {
+        m_sockets.clear();
+        return std::move(*error);
+    }
+    auto &found = std::get<ScanResult>(scan);
+    m_sockets = std::move(found.sockets);
+    return std::move(found.records);
 }
 
 std::optional<ProcessIdentity> SystemListeners::identity(std::int32_t pid) const

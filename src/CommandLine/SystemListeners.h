@@ -9,6 +9,8 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace Tarnwick {
 
@@ -18,12 +20,14 @@ class SystemListeners : public ListenerSource, public ProcessEnder
 {
 public:
     [[nodiscard]] Listing list() override;
+    [[nodiscard]] std::vector<std::uint64_t> sockets() const override { return m_sockets; }
     [[nodiscard]] std::optional<ProcessIdentity> identity(std::int32_t pid) const override;
     [[nodiscard]] KillAnswer end(const ProcessIdentity &process) override;
     [[nodiscard]] std::string protection(std::int32_t pid) const override;
 
 private:
     ListenerInventory m_inventory;
+    std::vector<std::uint64_t> m_sockets; ///< of the latest listing
 };
 
 } // namespace Tarnwick

@@ -55,6 +55,9 @@ struct ScanResult
     std::vector<RawPortInfo> records;  ///< empty where they are not wanted
     SharedProcessReport report;        ///< the owners in the records
     std::vector<Ownership> ownerships; ///< of the processes that were asked for, in their order
+    /// The identity of the socket behind each of the records, in their order: the same in every
+    /// scan as long as the socket lives, whichever processes hold it. Not reported to clients.
+    std::vector<std::uint64_t> sockets{};
 };
 
 using Scan = std::variant<ScanResult, ListingError>;

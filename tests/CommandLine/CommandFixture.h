@@ -7,8 +7,11 @@
 #include "CommandLine/ListenerSource.h"
 #include "CommandLine/ProcessEnder.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <deque>
+#include <functional>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <string>
@@ -67,11 +70,24 @@ public:
         if (listings.size() > 1) {
             listings.pop_front();
         }
+        m_sockets.clear();
+        if (const auto *records = std::get_if<std::vector<RawPortInfo>>(&next)) {
+            std::transform(records->begin(), records->end(), std::back_inserter(m_sockets), socket);
+        }
         return next;
     }
 
+    [[nodiscard]] std::vector<std::uint64_t> sockets() const override { return m_sockets; }
+
+    /// The identity of a record's socket: one for each process on each port.
+    std::function<std::uint64_t(const RawPortInfo &)> socket = [](const RawPortInfo &record) {
+        return static_cast<std::uint64_t>(record.port << 32 | record.pid);
+    };
     std::deque<Listing> listings{std::vector<RawPortInfo>{}};
     int asked = 0;
+
+private:
+    std::vector<std::uint64_t> m_sockets; ///< of the latest listing
 };
 
 /// Notes what it was told to end.

@@ -7,6 +7,7 @@
 #include "tests/Support/RunningProgram.h"
 #include "tests/Support/TemporaryFolder.h"
 
+#include <filesystem>
 #include <memory>
 #include <set>
 #include <string>
@@ -26,6 +27,9 @@ public:
     /// The words that the shell offers in place of the last word of @p line, which is empty after a
     /// blank. The "=" that some shells put after an option is left out.
     [[nodiscard]] std::set<std::string> offered(const std::string &line);
+
+    /// What is in the tilde of the shell.
+    [[nodiscard]] const std::filesystem::path &home() const { return m_home.path(); }
 
 private:
     [[nodiscard]] std::vector<std::string> command() const;

@@ -8,6 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <memory>
 
 namespace Tarnwick {
@@ -37,6 +39,17 @@ protected:
     [[nodiscard]] std::set<std::string> offered(const std::string &line) const
     {
         return m_shell->offered(line);
+    }
+
+    /// Another tarnwickctl in a folder of the home folder, with one listener: process 41, port
+    /// 4241.
+    [[nodiscard]] std::filesystem::path makeProgram(const std::string &folder) const
+    {
+        std::filesystem::path program = m_shell->home() / folder / "tarnwickctl";
+        std::filesystem::create_directories(program.parent_path());
+        std::ofstream(program) << "#!/bin/sh\necho '{\"pid\":41,\"port\":4241,\"cwd\":\"\"}'\n";
+        std::filesystem::permissions(program, std::filesystem::perms(0755));
+        return program;
     }
 
 private:
@@ -113,6 +126,27 @@ TEST_P(Completion, OffersEitherPortsOrProcesses)
     }
     EXPECT_THAT(offered("tarnwickctl kill --pid 1 --p"), ElementsAre("--pid"));
     EXPECT_THAT(offered("tarnwickctl kill 3000 --p"), IsEmpty());
+}
+
+TEST_P(Completion, OffersWhatMayFollowAProcess)
+{
+    for (const char *line : {"tarnwickctl kill --pid 1 ", "tarnwickctl kill --pid=1 "}) {
+        EXPECT_THAT(offered(line), IsSupersetOf({"--pid", "--yes", "--system"})) << line;
+    }
+    EXPECT_THAT(offered("tarnwickctl kill --pid 1 --y"), ElementsAre("--yes"));
+}
+
+TEST_P(Completion, RunsTheProgramThatIsTyped)
+{
+    const std::string absolute = makeProgram("bin");
+    const std::string relative = std::filesystem::relative(absolute);
+    static_cast<void>(makeProgram("my bin"));
+    for (const std::string &program :
+         {absolute, relative, std::string("~/bin/tarnwickctl"),
+          std::string("$HOME/bin/tarnwickctl"), std::string(R"(~/my\ bin/tarnwickctl)")}) {
+        EXPECT_THAT(offered(program + " kill "), ElementsAre("4241")) << program;
+        EXPECT_THAT(offered(program + " kill --pid "), ElementsAre("41")) << program;
+    }
 }
 
 TEST_P(Completion, OffersNoOptionsBehindTwoDashes)

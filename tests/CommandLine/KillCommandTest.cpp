@@ -256,6 +256,21 @@ TEST_F(KillCommandTest, LeavesThePortToWhomItWasSharedWith)
     EXPECT_EQ(listings.asked, 2);
 }
 
+TEST_F(KillCommandTest, FindsThePortTakenByTheSocketOfTheStoppedProcess)
+{
+    // The memory tells the sockets apart, which are equal in all else once one process owns both.
+    listings.socket = [](const RawPortInfo &record) { return record.memoryBytes; };
+    const auto listener = [](std::int64_t pid, std::uint64_t socket) {
+        RawPortInfo made = record(3000, pid, "node");
+        made.memoryBytes = socket;
+        return made;
+    };
+    listings.listings = {std::vector{listener(4711, 1), listener(4712, 2)},
+                         std::vector{listener(4712, 1), listener(4712, 2)}};
+    EXPECT_EQ(run({.ports = {}, .pids = {4711}, .yes = true}), ExitCode::PortTaken);
+    EXPECT_THAT(test.errors.written, EndsWith("Port 3000 is still held by node (pid 4712).\n"));
+}
+
 TEST_F(KillCommandTest, FailsWhenItCannotSeeWhetherThePortIsFree)
 {
     listings.listings = {std::vector{record(3000, 4711, "node")},

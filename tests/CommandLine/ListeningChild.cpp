@@ -7,6 +7,7 @@
 
 #include <array>
 #include <csignal>
+#include <cstdint>
 #include <stdexcept>
 
 #include <arpa/inet.h>
@@ -21,21 +22,31 @@ namespace Tarnwick {
 
 namespace {
 
-/// A listening socket that survives exec; @p port becomes its port.
-FileDescriptor listenOnAnyPort(int &port)
+/// A socket that listens on @p port, or on any for 0, and survives exec; invalid on failure. Only
+/// one that is @p shared leaves the port to others like it.
+FileDescriptor listenOn(int port, bool shared)
 {
     FileDescriptor listener(socket(AF_INET, SOCK_STREAM, 0));
+    const int value = shared ? 1 : 0;
     sockaddr_in address{};
     address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof(address);
-    auto *generic = reinterpret_cast<sockaddr *>(&address);
-    if (bind(listener.get(), generic, size) != 0 || listen(listener.get(), 4) != 0 ||
-        getsockname(listener.get(), generic, &size) != 0) {
-        throw std::runtime_error("no port to listen on");
+    if (setsockopt(listener.get(), SOL_SOCKET, SO_REUSEPORT, &value, sizeof(value)) != 0 ||
+        bind(listener.get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0 ||
+        listen(listener.get(), 4) != 0) {
+        listener.reset();
     }
-    port = ntohs(address.sin_port);
     return listener;
+}
+
+/// The port that @p listener is bound to; 0 where it is not.
+int portOf(const FileDescriptor &listener)
+{
+    sockaddr_in address{};
+    socklen_t size = sizeof(address);
+    getsockname(listener.get(), reinterpret_cast<sockaddr *>(&address), &size);
+    return ntohs(address.sin_port);
 }
 
 [[noreturn]] void become(const std::filesystem::path &program,
@@ -73,7 +84,11 @@ ListeningChild::ListeningChild(const Setup &setup)
     std::vector<FileDescriptor> listeners;
     listeners.reserve(setup.ports);
     for (int &port : m_ports) {
-        listeners.push_back(listenOnAnyPort(port));
+        const FileDescriptor &listener = listeners.emplace_back(listenOn(0, setup.childListens));
+        port = portOf(listener);
+        if (port == 0) {
+            throw std::runtime_error("no port to listen on");
+        }
     }
     // Carries the grandchild's identifier, and ends when the child has become another program.
     std::array<int, 2> ends{};
@@ -94,6 +109,10 @@ ListeningChild::ListeningChild(const Setup &setup)
         if (setup.hasChild && grandchild == 0) {
             // Outlives its parent; the test ends it by its identifier.
             setsid();
+            FileDescriptor own;
+            if (setup.childListens && !(own = listenOn(m_ports.front(), true))) {
+                _exit(127);
+            }
             std::vector<char *> raw{const_cast<char *>("worker"), const_cast<char *>("60"),
                                     nullptr};
             execv(executable.c_str(), raw.data());

@@ -25,7 +25,8 @@ public:
         std::size_t ports = 1;
         bool isSystem = false; ///< the system's own sleep(1), not a copy
         bool ignoresSigterm = false;
-        bool hasChild = false; ///< with a child of its own that holds the sockets, too
+        bool hasChild = false;     ///< with a child of its own that holds the sockets, too
+        bool childListens = false; ///< on the first port, with a socket of its own as well
     };
 
     explicit ListeningChild(const Setup &setup);
@@ -44,6 +45,8 @@ public:
         return std::to_string(port(index));
     }
     [[nodiscard]] std::string pidText() const { return std::to_string(m_pid); }
+    /// The child of its own, or -1.
+    [[nodiscard]] pid_t grandchild() const { return m_grandchild; }
 
     /// The number of the signal that ended the process; 0 while it lives.
     [[nodiscard]] int endedBy();

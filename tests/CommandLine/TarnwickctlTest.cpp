@@ -322,6 +322,18 @@ TEST(TarnwickctlKill, TellsWhoHoldsThePortNow)
     EXPECT_EQ(child.endedBy(), SIGTERM);
 }
 
+TEST(TarnwickctlKill, FindsThePortTakenByAProcessThatSharedItAndInheritedTheSocket)
+{
+    ListeningChild child({.hasChild = true, .childListens = true});
+    ASSERT_GT(child.grandchild(), 0);
+    const auto result = runTarnwickctl({"kill", "--yes", "--pid", child.pidText()});
+    EXPECT_EQ(result.exitCode, 5);
+    EXPECT_THAT(result.errors,
+                EndsWith("Port " + child.portText() + " is still held by shop-server" + " (pid " +
+                         std::to_string(child.grandchild()) + ").\n"));
+    EXPECT_EQ(child.endedBy(), SIGTERM);
+}
+
 TEST(TarnwickctlKill, SaysThatAProcessDoesNotListen)
 {
     const std::string pid = std::to_string(getpid());

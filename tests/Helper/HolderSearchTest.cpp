@@ -5,91 +5,21 @@
 
 #include "Helper/linux/SocketDump.h"
 #include "tests/Helper/InventoryFixture.h"
+#include "tests/Support/ThreadedProcess.h"
 
-#include <array>
-#include <stdexcept>
 #include <vector>
-
-#include <fcntl.h>
-#include <pthread.h>
-#include <sched.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace Tarnwick {
 namespace {
 
 /// A process in which each of many threads has descriptors of its own.
-class CrowdedProcess
+class CrowdedProcess : public ThreadedProcess
 {
 public:
     explicit CrowdedProcess(int threads)
+        : ThreadedProcess(Kind::Crowded, threads)
     {
-        std::array<int, 2> ends{};
-        if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-            throw std::runtime_error("no pipe to be had");
-        }
-        const FileDescriptor readEnd(ends[0]);
-        m_pid = ::fork();
-        if (m_pid < 0) { // kill(2) takes -1 for every process
-            ::close(ends[1]);
-            throw std::runtime_error("no process to be had");
-        }
-        if (m_pid == 0) {
-            live(threads, ends[1]);
-        }
-        ::close(ends[1]);
-        if (::read(readEnd.get(), &m_threads, sizeof(m_threads)) != sizeof(m_threads)) {
-            m_threads = 0;
-        }
     }
-    ~CrowdedProcess()
-    {
-        ::kill(m_pid, SIGKILL);
-        ::waitpid(m_pid, nullptr, 0);
-    }
-    CrowdedProcess(const CrowdedProcess &) = delete;
-    CrowdedProcess &operator=(const CrowdedProcess &) = delete;
-
-    [[nodiscard]] pid_t pid() const { return m_pid; }
-    /// How many threads there could be.
-    [[nodiscard]] int threads() const { return m_threads; }
-
-private:
-    static void *liveAlone(void *barrier)
-    {
-        ::unshare(CLONE_FILES);
-        ::pthread_barrier_wait(static_cast<pthread_barrier_t *>(barrier));
-        for (;;) {
-            ::pause();
-        }
-    }
-
-    [[noreturn]] static void live(int threads, int channel)
-    {
-        constexpr std::size_t smallStack = 64UL * 1024;
-        pthread_attr_t attributes;
-        ::pthread_attr_init(&attributes);
-        ::pthread_attr_setstacksize(&attributes, smallStack);
-        pthread_barrier_t barrier;
-        int made = 0;
-        for (; made < threads; ++made) {
-            pthread_t thread = 0;
-            ::pthread_barrier_init(&barrier, nullptr, 2);
-            if (::pthread_create(&thread, &attributes, &liveAlone, &barrier) != 0) {
-                break;
-            }
-            ::pthread_barrier_wait(&barrier);
-        }
-        static_cast<void>(::write(channel, &made, sizeof(made)));
-        for (;;) {
-            ::pause();
-        }
-    }
-
-    pid_t m_pid = -1;
-    int m_threads = 0;
 };
 
 /// The work that one search may take.

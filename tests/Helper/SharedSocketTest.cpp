@@ -62,6 +62,26 @@ TEST_F(SharedSocketTest, PassesToTheWorkerWhenTheMasterClosesIt)
     EXPECT_EQ(owner(listener.port), worker.pid());
 }
 
+TEST_F(SharedSocketTest, KeepsItsIdentityWhoeverOwnsIt)
+{
+    Puppet master;
+    const int port = master.listen().port;
+    const int other = master.listen().port;
+    Puppet worker = master.fork();
+    const auto identity = [this](int wanted) {
+        const auto found = std::get<ScanResult>(m_inventory.scan({.records = true, .owners = {}}));
+        EXPECT_EQ(found.sockets.size(), found.records.size());
+        const auto record =
+            std::find_if(found.records.begin(), found.records.end(),
+                         [wanted](const RawPortInfo &one) { return one.port == wanted; });
+        return found.sockets.at(static_cast<std::size_t>(record - found.records.begin()));
+    };
+    const std::uint64_t before = identity(port);
+    EXPECT_NE(identity(other), before);
+    master.end();
+    EXPECT_EQ(identity(port), before);
+}
+
 TEST_F(SharedSocketTest, BelongsToTheServerAndNotToAnOrphanThatInheritedIt)
 {
     Puppet server;

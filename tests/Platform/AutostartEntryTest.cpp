@@ -17,6 +17,7 @@
 #include <iterator>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include <sys/stat.h>
@@ -29,6 +30,7 @@ using namespace std::string_literals;
 using Status = LoginItem::Status;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::StartsWith;
 namespace fs = std::filesystem;
 
 void write(const fs::path &file, const std::string &text)
@@ -76,7 +78,22 @@ protected:
                "\n" + more;
     }
 
+    /// The status of @p launcher with the entry. Where that is 0, @p program has run and left its
+    /// arguments beside itself.
+    [[nodiscard]] std::optional<int> launch(const char *launcher, const fs::path &program) const
+    {
+        const fs::path ran = program.string() + ".ran";
+        fs::remove(ran);
+        ChildProcess process({launchEntryProgram, launcher, m_file.string()},
+                             {.output = m_output, .environment = {}});
+        const std::optional<int> status = process.awaitEnd(patience);
+        const bool hasRun = status != 0 || awaitOutside([&ran] { return fs::exists(ran); });
+        EXPECT_TRUE(hasRun) << read(m_output) << read(m_file);
+        return status;
+    }
+
     TemporaryFolder m_folder;
+    fs::path m_output = m_folder.path() / "output";
     fs::path m_program = makeProgram("tarnwick");
     fs::path m_autostart = m_folder.path() / "config" / "autostart";
     fs::path m_system = m_folder.path() / "etc" / "autostart"; ///< is not there at first
@@ -125,10 +142,13 @@ TEST_F(AutostartEntryTest, ReadsTheFileEachTime)
 
 TEST_F(AutostartEntryTest, HonoursTheSwitchOfGnomesSettingsWhereTheSessionReadsIt)
 {
-    write(m_file, entryText("X-GNOME-Autostart-enabled=false\n"));
-    EXPECT_EQ(m_entry.status(), Status::Enabled);
+    for (const char *const value : {"false", "0", "True", "yes", ""}) {
+        write(m_file, entryText("X-GNOME-Autostart-enabled="s + value + "\n"));
+        EXPECT_EQ(m_entry.status(), Status::Enabled) << value;
+        const ScopedEnvironment desktop("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
+        EXPECT_EQ(m_entry.status(), Status::NotRegistered) << value;
+    }
     const ScopedEnvironment desktop("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
-    EXPECT_EQ(m_entry.status(), Status::NotRegistered);
     ASSERT_EQ(m_entry.registerApplication(), std::nullopt);
     EXPECT_EQ(m_entry.status(), Status::Enabled);
 }
@@ -342,16 +362,6 @@ class AutostartEntryPathTest
     : public AutostartEntryTest,
       public testing::WithParamInterface<std::tuple<const char *, const char *>>
 {
-protected:
-    /// The status of what starts the entry as that launcher does.
-    std::optional<int> launch()
-    {
-        ChildProcess launcher({launchEntryProgram, std::get<0>(GetParam()), m_file.string()},
-                              {.output = m_output, .environment = {}});
-        return launcher.awaitEnd(patience);
-    }
-
-    fs::path m_output = m_folder.path() / "output";
 };
 
 TEST_P(AutostartEntryPathTest, IsStartedWithItsArgument)
@@ -359,14 +369,12 @@ TEST_P(AutostartEntryPathTest, IsStartedWithItsArgument)
     const fs::path program = makeProgram(std::get<1>(GetParam()) + "/tarnwick"s);
     AutostartEntry entry(m_folders, program);
     ASSERT_EQ(entry.registerApplication(), std::nullopt);
-    const std::optional<int> status = launch();
+    const std::optional<int> status = launch(std::get<0>(GetParam()), program);
     if (status == notHere) {
         GTEST_SKIP() << std::get<0>(GetParam()) << " is not here";
     }
     ASSERT_EQ(status, 0) << read(m_output) << read(m_file);
-    const fs::path ran = program.string() + ".ran";
-    ASSERT_TRUE(awaitOutside([&ran] { return fs::exists(ran); })) << read(m_output) << read(m_file);
-    EXPECT_EQ(read(ran), "--login-item\n");
+    EXPECT_EQ(read(program.string() + ".ran"), "--login-item\n");
     EXPECT_EQ(entry.status(), Status::Enabled);
 }
 
@@ -376,6 +384,7 @@ INSTANTIATE_TEST_SUITE_P(
                      testing::Values("plain", "with blanks  in it", "\"quoted\" 'twice'", "it's",
                                      "back\\slash\\\\es", "$HOME `id`", "100% %f %%", "a=b",
                                      "50%=c", "ends \\", "tab\tand\nline", "ünïcode ☃", "-x: @y",
+                                     "non\uFFFEcharacter", "\u2028separated\u0085lines",
                                      "~tilde;&|<>()#*?[]{}!^")));
 
 /// By launcher.
@@ -392,9 +401,7 @@ TEST_P(AutostartEntrySessionTest, IsEnabledWhereTheSessionStartsIt)
         write(m_file, entryText(lines));
         for (const char *const desktop : {"XFCE", "KDE", "x:XFCE", ""}) {
             const ScopedEnvironment current("XDG_CURRENT_DESKTOP", desktop);
-            ChildProcess launcher({launchEntryProgram, GetParam(), m_file.string()},
-                                  {.output = {}, .environment = {}});
-            const std::optional<int> status = launcher.awaitEnd(patience);
+            const std::optional<int> status = launch(GetParam(), m_program);
             if (status == notHere) {
                 GTEST_SKIP() << GetParam() << " is not here";
             }
@@ -404,6 +411,83 @@ TEST_P(AutostartEntrySessionTest, IsEnabledWhereTheSessionStartsIt)
 }
 
 INSTANTIATE_TEST_SUITE_P(Launchers, AutostartEntrySessionTest, testing::Values("glib", "systemd"));
+
+/// A launcher, and the name of a desktop whose session uses it.
+class AutostartEntryReaderTest
+    : public AutostartEntryTest,
+      public testing::WithParamInterface<std::pair<const char *, const char *>>
+{
+protected:
+    ScopedEnvironment m_current{"XDG_CURRENT_DESKTOP", GetParam().second};
+};
+
+TEST_P(AutostartEntryReaderTest, ReadsAnEntryAsTheSessionDoes)
+{
+    const std::string whole = entryText();
+    const std::string withoutType = "[Desktop Entry]\n" + whole.substr(whole.find("Name="));
+    for (const std::string &text : {whole,
+                                    withoutType,
+                                    withoutType + "Type=Link\n",
+                                    withoutType + "Type=application\n",
+                                    whole + "Hidden=True\n",
+                                    whole + "Hidden=yes\n",
+                                    whole + "Hidden=on\n",
+                                    whole + "Hidden=1\n",
+                                    whole + "Hidden=0\n",
+                                    whole + "Hidden=no\n",
+                                    whole + "Hidden=\n",
+                                    whole + "Hidden=perhaps\n",
+                                    whole + "TryExec=\n",
+                                    whole + "X-systemd-skip=true\n",
+                                    whole + "X-systemd-skip=FALSE\n",
+                                    whole + "X-systemd-skip=\n",
+                                    whole + "X-GNOME-Autostart-Phase=\n",
+                                    whole + "X-Mine=non\uFFFEcharacter\n",
+                                    whole + "X-Mine=\xe4\n",
+                                    whole + "# \xe4\n",
+                                    whole + "[Mine]\nA=b\n[Desktop Entry]\nHidden=true\n"}) {
+        write(m_file, text);
+        const std::optional<int> status = launch(GetParam().first, m_program);
+        if (status == notHere) {
+            GTEST_SKIP() << GetParam().first << " is not here";
+        }
+        EXPECT_EQ(m_entry.status() == Status::Enabled, status == 0) << text << read(m_output);
+    }
+}
+
+TEST_P(AutostartEntryReaderTest, RepairsAnEntryThatTheSessionDoesNotStart)
+{
+    const std::string mine = "[Desktop Entry]\nName=Mine\nX-Mine=keep\n";
+    for (const std::string &lines :
+         {"Type=Link\n"s, "Hidden=yes\n"s, "X-systemd-skip=true\n"s, "TryExec=\n"s,
+          "X-GNOME-Autostart-Phase=Applications\n"s, "Exec=" + m_program.string() + "\n"}) {
+        write(m_file, mine + lines);
+        ASSERT_EQ(m_entry.registerApplication(), std::nullopt);
+        EXPECT_EQ(m_entry.status(), Status::Enabled) << lines;
+        EXPECT_THAT(read(m_file), StartsWith(mine));
+        EXPECT_THAT(read(m_file), HasSubstr("--login-item\n"));
+        const std::optional<int> status = launch(GetParam().first, m_program);
+        if (status == notHere) {
+            GTEST_SKIP() << GetParam().first << " is not here";
+        }
+        EXPECT_EQ(status, 0) << read(m_file);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sessions, AutostartEntryReaderTest,
+                         testing::Values(std::pair("glib", "MATE"), std::pair("systemd", "KDE")),
+                         [](const auto &session) { return std::string(session.param.first); });
+
+TEST_F(AutostartEntryTest, RefusesToWriteAnEntryThatSystemdWouldNotRead)
+{
+    const std::string text = entryText("X-Mine=\uFDD0\n");
+    write(m_file, text);
+    const ScopedEnvironment desktop("XDG_CURRENT_DESKTOP", "KDE");
+    EXPECT_THAT(m_entry.registerApplication().value_or(""), StartsWith(m_file.string() + ": "));
+    EXPECT_EQ(read(m_file), text);
+    const ScopedEnvironment other("XDG_CURRENT_DESKTOP", "XFCE");
+    EXPECT_EQ(m_entry.registerApplication(), std::nullopt);
+}
 
 TEST(LoginItem, OfThisApplicationLiesInTheUsersAutostartFolder)
 {

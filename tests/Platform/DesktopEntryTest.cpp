@@ -26,6 +26,22 @@ TEST(DesktopEntry, TellsTheLastOfSeveralValues)
     EXPECT_EQ(parsed("[Desktop Entry]\nHidden=true\nHidden=false\n").value("Hidden"), "false");
 }
 
+TEST(DesktopEntry, TakesAGroupThatStandsTwiceForOne)
+{
+    DesktopEntry entry = parsed("[Desktop Entry]\nHidden=false\n[Other]\nHidden=mine\n"
+                                "[Desktop Entry]\nHidden=true\nExec=x\n");
+    EXPECT_EQ(entry.value("Hidden"), "true");
+    EXPECT_EQ(entry.value("Exec"), "x");
+    entry.set("Hidden", "false");
+    EXPECT_EQ(entry.value("Hidden"), "false");
+    EXPECT_EQ(entry.text(), "[Desktop Entry]\nHidden=false\n[Other]\nHidden=mine\n"
+                            "[Desktop Entry]\nExec=x\n");
+    entry.remove("Exec");
+    entry.set("Name", "y");
+    EXPECT_EQ(entry.text(), "[Desktop Entry]\nHidden=false\nName=y\n[Other]\nHidden=mine\n"
+                            "[Desktop Entry]\n");
+}
+
 TEST(DesktopEntry, KnowsTruthValues)
 {
     const DesktopEntry entry = parsed("[Desktop Entry]\nA=true\nB=false\nC=1\nD=0\nE=True\r\n");
@@ -83,6 +99,19 @@ TEST(DesktopEntry, DemandsItsEncodingOnlyOfTheValuesThatAreAskedFor)
     entry.set("Exec", "new");
     EXPECT_EQ(entry.text(), "# Schl\xfcssel\n[Desktop Entry]\nName=Tarnwick\nName[de]=T\xe4rnwick\n"
                             "Exec=new\n[\xfc]\n\xfc=\xfc\n");
+}
+
+TEST(DesktopEntry, KnowsWhetherSystemdReadsIt)
+{
+    for (const char *const lines :
+         {"Name=T\u00e4rnwick\n", "# \xe4\n", " ; a=\xe4\n", "Name=\U0001F600\uFFFD\n"}) {
+        EXPECT_TRUE(parsed("[Desktop Entry]\n" + QByteArray(lines)).isReadBySystemd()) << lines;
+    }
+    for (const char *const lines :
+         {"Name=T\xe4rnwick\n", "X-\uFDD0=1\n", "Name=\uFDEF\n", "Name=\U0001FFFE\n",
+          "Name=\U0010FFFF\n", "[Other]\nName=\uFFFF\n"}) {
+        EXPECT_FALSE(parsed("[Desktop Entry]\n" + QByteArray(lines)).isReadBySystemd()) << lines;
+    }
 }
 
 TEST(DesktopEntry, KnowsWhetherThereIsMoreInItThanSomeKeys)

@@ -3,8 +3,10 @@
 
 #include "Platform/linux/UpdateSchedule.h"
 
+#include "tests/Support/RecordedLog.h"
 #include "tests/Support/TemporaryFolder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <QTimeZone>
@@ -15,6 +17,9 @@
 namespace Tarnwick {
 namespace {
 
+using testing::ElementsAre;
+using testing::IsEmpty;
+
 class UpdateScheduleTest : public testing::Test
 {
 protected:
@@ -24,6 +29,7 @@ protected:
     }
     void passHours(int hours) { m_now = m_now.addSecs(qint64{hours} * 3600); }
 
+    RecordedLog m_log;
     TemporaryFolder m_folder;
     std::filesystem::path m_file = m_folder.path() / "state" / "tarnwick" / "updater.conf";
     QDateTime m_now{QDate(2026, 3, 1), QTime(12, 0), QTimeZone::utc()};
@@ -104,6 +110,21 @@ TEST_F(UpdateScheduleTest, IsKeptForItselfWhereTheFileCannotBeWritten)
     UpdateSchedule one = schedule();
     one.setAutomatic(false);
     EXPECT_FALSE(one.isAutomatic());
+}
+
+TEST_F(UpdateScheduleTest, LogsOnceThatTheFileCannotBeWritten)
+{
+    schedule().recordCheck({});
+    EXPECT_THAT(m_log.messages(), IsEmpty());
+    const std::filesystem::path noFolder = m_folder.path() / "file";
+    std::ofstream(noFolder) << "no folder";
+    m_file = noFolder / "updater.conf";
+    UpdateSchedule one = schedule();
+    one.recordCheck({});
+    one.recordSeen(QStringLiteral("1.3.0"));
+    one.setAutomatic(false);
+    EXPECT_THAT(m_log.messages(),
+                ElementsAre("[updates] the schedule cannot be kept in " + m_file.string()));
 }
 
 } // namespace

@@ -33,6 +33,7 @@ constexpr const char *folderName = "autostart";
 constexpr const char *fileName = "com.velmora.tarnwick.desktop";
 
 constexpr QByteArrayView typeKey = "Type";
+constexpr QByteArrayView applicationType = "Application";
 constexpr QByteArrayView nameKey = "Name";
 constexpr QByteArrayView execKey = "Exec";
 constexpr QByteArrayView tryExecKey = "TryExec";
@@ -44,6 +45,11 @@ const std::vector<QByteArrayView> &ownKeys()
     static const std::vector<QByteArrayView> keys{typeKey,    nameKey,   execKey,
                                                   tryExecKey, hiddenKey, enabledKey};
     return keys;
+}
+
+std::string notText()
+{
+    return std::make_error_code(std::errc::illegal_byte_sequence).message();
 }
 
 /// What is in a file: nothing where there is no file, or no desktop entry in it.
@@ -73,13 +79,14 @@ Content read(const std::filesystem::path &path)
 
 /// Whether every desktop reads @p application between double quotes as what it is. They disagree
 /// about quotes, backslashes, dollar and percent signs, and systemd runs no program whose path has
-/// a quote or a control character in it.
+/// a quote, a control character or a noncharacter of Unicode in it.
 bool isPlain(const QByteArray &application)
 {
     constexpr QByteArrayView special = "\"'`$\\%\x7f";
-    return std::none_of(application.begin(), application.end(), [special](char character) {
-        return (character >= 0 && character < ' ') || special.contains(character);
-    });
+    return DesktopEntry::isSystemdText(application) &&
+           std::none_of(application.begin(), application.end(), [special](char character) {
+               return (character >= 0 && character < ' ') || special.contains(character);
+           });
 }
 
 /// The command line that starts @p application.
@@ -97,26 +104,32 @@ QByteArray commandFor(const QByteArray &application)
                                         " | base64 -d | sh");
 }
 
-bool isSwitchedOff(const DesktopEntry &entry)
-{
-    const CurrentDesktop desktop = CurrentDesktop::ofSession();
-    return entry.is(hiddenKey, true) || !desktop.shows(entry) ||
-           (desktop.readsAutostartEnabled() && entry.is(enabledKey, false));
-}
-
 /// The path of what a desktop finds as @p program; empty when it finds nothing.
 QString findProgram(const QByteArray &program)
 {
     return QStandardPaths::findExecutable(QFile::decodeName(program));
 }
 
-/// Whether the entry starts @p application, and not another program or an older copy.
-bool starts(const DesktopEntry &entry, const QByteArray &application)
+/// Whether nothing in the entry but a key that switches it off keeps @p desktop from starting a
+/// program.
+bool isComplete(const DesktopEntry &entry, const CurrentDesktop &desktop)
 {
-    const std::optional<QByteArray> required = entry.value(tryExecKey);
-    if (required && !required->isEmpty() && findProgram(*required).isEmpty()) {
+    if (entry.value(typeKey) != applicationType) {
         return false;
     }
+    if (desktop.usesSystemdGenerator() && !entry.isReadBySystemd()) {
+        return false;
+    }
+    const std::optional<QByteArray> required = entry.value(tryExecKey);
+    if (required && required->isEmpty()) {
+        return !desktop.usesSystemdGenerator();
+    }
+    return !required || !findProgram(*required).isEmpty();
+}
+
+/// Whether the entry's command starts @p application, and not another program or an older copy.
+bool starts(const DesktopEntry &entry, const QByteArray &application)
+{
     const QByteArray command = entry.value(execKey).value_or(QByteArray());
     // What we write ourselves may begin with the shell.
     const QString program = findProgram(
@@ -188,10 +201,12 @@ LoginItem::Status AutostartEntry::status() const
         effective = *found;
     }
     const std::optional<DesktopEntry> entry = read(effective).entry;
-    if (entry && isSwitchedOff(*entry)) {
+    const CurrentDesktop desktop = CurrentDesktop::ofSession();
+    if (entry && desktop.isSwitchedOff(*entry)) {
         return Status::NotRegistered;
     }
-    return entry && starts(*entry, m_application) ? Status::Enabled : Status::NotFound;
+    return entry && isComplete(*entry, desktop) && starts(*entry, m_application) ? Status::Enabled
+                                                                                 : Status::NotFound;
 }
 
 LoginItem::Failure AutostartEntry::registerApplication()
@@ -199,8 +214,7 @@ LoginItem::Failure AutostartEntry::registerApplication()
     QStringDecoder decoder(QStringDecoder::Utf8);
     static_cast<void>(QString(decoder(m_application)));
     if (decoder.hasError()) { // an entry is UTF-8 by its definition
-        return std::string(m_application) + ": " +
-               std::make_error_code(std::errc::illegal_byte_sequence).message();
+        return std::string(m_application) + ": " + notText();
     }
     const Content old = read(file());
     if (old.failure) {
@@ -208,15 +222,17 @@ LoginItem::Failure AutostartEntry::registerApplication()
     }
     DesktopEntry entry = old.entry.value_or(DesktopEntry());
     describe(entry);
-    entry.remove(hiddenKey);
-    entry.set(enabledKey, "true");
-    CurrentDesktop::ofSession().makeShow(entry);
+    const CurrentDesktop desktop = CurrentDesktop::ofSession();
+    desktop.switchOn(entry);
+    if (desktop.usesSystemdGenerator() && !entry.isReadBySystemd()) {
+        return failureText(notText()); // by a line of the user's, which is not ours to remove
+    }
     return write(entry.text());
 }
 
 void AutostartEntry::describe(DesktopEntry &entry) const
 {
-    entry.set(typeKey, "Application");
+    entry.set(typeKey, applicationType.toByteArray());
     if (!entry.value(nameKey)) {
         entry.set(nameKey, "Tarnwick");
     }

@@ -18,10 +18,9 @@ class DesktopEntry;
 
 /// The login item as freedesktop.org's Desktop Application Autostart Specification 0.5 has it: a
 /// desktop entry in the user's autostart folder, or else one of the same name in a folder for all
-/// users. It counts as switched off by "Hidden", by being meant for other desktops, and by the key
-/// with which GNOME's own settings do it where the session reads that; what else is in an entry
-/// stays as it is. Only the user's file is ever written. One that cannot be opened is left alone;
-/// one that can is replaced as a whole, and is on the disk when a call returns.
+/// users. What counts is what the session would do with it, as CurrentDesktop knows; what else is
+/// in an entry stays as it is. Only the user's file is ever written. One that cannot be opened is
+/// left alone; one that can is replaced as a whole, and is on the disk when a call returns.
 class AutostartEntry : public LoginItem
 {
 public:
@@ -40,6 +39,7 @@ public:
     /// Enabled only by an entry that starts this very program; NotFound where it starts another
     /// one, or nothing. A registration then makes it ours.
     [[nodiscard]] Status status() const override;
+    /// Fails, too, where the session would not read the entry for a line of the user's in it.
     [[nodiscard]] Failure registerApplication() override;
     /// Deletes the user's entry, or hides it when there is something in it that is not ours or
     /// when one of the system would start the application instead.

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 namespace Tarnwick {
 
@@ -17,9 +18,25 @@ namespace {
 
 constexpr QByteArrayView onlyShowInKey = "OnlyShowIn";
 constexpr QByteArrayView notShowInKey = "NotShowIn";
+constexpr QByteArrayView hiddenKey = "Hidden";
+constexpr QByteArrayView enabledKey = "X-GNOME-Autostart-enabled";
+// Only systemd's generator reads these; a phase, even an empty one, leaves the entry to GNOME.
+constexpr QByteArrayView skipKey = "X-systemd-skip";
+constexpr QByteArrayView phaseKey = "X-GNOME-Autostart-Phase";
 
 constexpr std::array<QByteArrayView, 6> readersOfEnabled{"GNOME",    "Unity",      "Budgie",
                                                          "Pantheon", "X-Cinnamon", "Cinnamon"};
+
+/// What systemd takes for no, in any case of its letters.
+constexpr std::array<QByteArrayView, 6> systemdNo{"0", "no", "n", "false", "f", "off"};
+
+/// Whether systemd reads @p key as yes, or cannot tell, for which it starts nothing either.
+bool isNotClearlyOff(const DesktopEntry &entry, QByteArrayView key)
+{
+    const std::optional<QByteArray> value = entry.value(key);
+    return value &&
+           std::find(systemdNo.begin(), systemdNo.end(), value->toLower()) == systemdNo.end();
+}
 
 QList<QByteArray> split(const QByteArray &text, char separator)
 {
@@ -92,6 +109,35 @@ void CurrentDesktop::makeShow(DesktopEntry &entry) const
         only.push_back(m_names.front());
     }
     setList(entry, onlyShowInKey, only);
+}
+
+bool CurrentDesktop::isSwitchedOff(const DesktopEntry &entry) const
+{
+    if (!shows(entry)) {
+        return true;
+    }
+    if (usesSystemdGenerator()) {
+        return isNotClearlyOff(entry, hiddenKey) || isNotClearlyOff(entry, skipKey) ||
+               entry.value(phaseKey);
+    }
+    return entry.is(hiddenKey, true) ||
+           (readsAutostartEnabled() && entry.value(enabledKey) && !entry.is(enabledKey, true));
+}
+
+void CurrentDesktop::switchOn(DesktopEntry &entry) const
+{
+    entry.remove(hiddenKey);
+    entry.set(enabledKey, "true");
+    if (usesSystemdGenerator()) {
+        entry.remove(skipKey);
+        entry.remove(phaseKey);
+    }
+    makeShow(entry);
+}
+
+bool CurrentDesktop::usesSystemdGenerator() const
+{
+    return m_names.contains("KDE");
 }
 
 bool CurrentDesktop::readsAutostartEnabled() const

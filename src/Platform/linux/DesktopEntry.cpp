@@ -3,12 +3,16 @@
 
 #include "Platform/linux/DesktopEntry.h"
 
+#include "Shared/Utf8.h"
+
+#include <QChar>
 #include <QList>
 #include <QString>
 #include <QStringDecoder>
 
 #include <algorithm>
 #include <array>
+#include <string_view>
 #include <utility>
 
 namespace Tarnwick {
@@ -132,16 +136,43 @@ std::size_t DesktopEntry::endOfGroup() const
                                     m_lines.begin());
 }
 
-std::optional<QByteArray> DesktopEntry::value(QByteArrayView key) const
+std::vector<std::size_t> DesktopEntry::linesOf(QByteArrayView key) const
 {
-    for (std::size_t at = endOfGroup() - 1; at > m_header; --at) {
-        const QByteArray &line = m_lines[at];
-        if (keyOf(line) == key) {
-            const QByteArray said = line.mid(line.indexOf('=') + 1).trimmed();
-            return isText(said) ? std::optional(unescaped(said)) : std::nullopt;
+    std::vector<std::size_t> places;
+    bool isInGroup = false;
+    for (std::size_t at = 0; at < m_lines.size(); ++at) {
+        if (opensGroup(m_lines[at])) {
+            isInGroup = m_lines[at].trimmed() == header;
+        } else if (isInGroup && keyOf(m_lines[at]) == key) {
+            places.push_back(at);
         }
     }
-    return std::nullopt;
+    return places;
+}
+
+void DesktopEntry::erase(std::span<const std::size_t> places)
+{
+    Lines kept;
+    kept.reserve(m_lines.size());
+    for (std::size_t at = 0; at < m_lines.size(); ++at) {
+        if (!places.empty() && places.front() == at) {
+            places = places.subspan(1);
+        } else {
+            kept.push_back(std::move(m_lines[at]));
+        }
+    }
+    m_lines = std::move(kept);
+}
+
+std::optional<QByteArray> DesktopEntry::value(QByteArrayView key) const
+{
+    const std::vector<std::size_t> places = linesOf(key);
+    if (places.empty()) {
+        return std::nullopt;
+    }
+    const QByteArray &line = m_lines[places.back()];
+    const QByteArray said = line.mid(line.indexOf('=') + 1).trimmed();
+    return isText(said) ? std::optional(unescaped(said)) : std::nullopt;
 }
 
 bool DesktopEntry::is(QByteArrayView key, bool wanted) const
@@ -160,20 +191,40 @@ bool DesktopEntry::hasMoreThan(const std::vector<QByteArrayView> &keys) const
     return std::any_of(m_lines.begin(), m_lines.end(), isExtra);
 }
 
+bool DesktopEntry::isReadBySystemd() const
+{
+    return std::all_of(m_lines.begin(), m_lines.end(), [](const QByteArray &line) {
+        return line.trimmed().startsWith('#') || line.trimmed().startsWith(';') ||
+               isSystemdText(line);
+    });
+}
+
+bool DesktopEntry::isSystemdText(const QByteArray &text)
+{
+    std::string_view rest(text.constData(), static_cast<std::size_t>(text.size()));
+    if (!Utf8::isValid(rest)) {
+        return false;
+    }
+    while (!rest.empty()) {
+        if (QChar::isNonCharacter(Utf8::takeCodePoint(rest))) {
+            return false;
+        }
+    }
+    return true;
+}
+
 void DesktopEntry::set(QByteArrayView key, const QByteArray &value)
 {
     const QByteArray line = key.toByteArray() + '=' + escaped(value);
-    const auto begin = m_lines.begin() + static_cast<std::ptrdiff_t>(m_header) + 1;
-    const auto end = m_lines.begin() + static_cast<std::ptrdiff_t>(endOfGroup());
-    const auto isThatKey = [key](const QByteArray &one) { return keyOf(one) == key; };
-    const auto place = std::find_if(begin, end, isThatKey);
-    if (place != end) {
-        *place = line;
-        m_lines.erase(std::remove_if(place + 1, end, isThatKey), end);
+    const std::vector<std::size_t> places = linesOf(key);
+    if (!places.empty()) {
+        m_lines[places.front()] = line;
+        erase(std::span(places).subspan(1));
         return;
     }
     // Blank lines and comments at the end belong to the group that follows.
-    auto last = end;
+    const auto begin = m_lines.begin() + static_cast<std::ptrdiff_t>(m_header) + 1;
+    auto last = m_lines.begin() + static_cast<std::ptrdiff_t>(endOfGroup());
     while (last != begin && saysNothing(*(last - 1))) {
         --last;
     }
@@ -182,11 +233,7 @@ void DesktopEntry::set(QByteArrayView key, const QByteArray &value)
 
 void DesktopEntry::remove(QByteArrayView key)
 {
-    const auto begin = m_lines.begin() + static_cast<std::ptrdiff_t>(m_header) + 1;
-    const auto end = m_lines.begin() + static_cast<std::ptrdiff_t>(endOfGroup());
-    m_lines.erase(
-        std::remove_if(begin, end, [key](const QByteArray &line) { return keyOf(line) == key; }),
-        end);
+    erase(linesOf(key));
 }
 
 QByteArray DesktopEntry::text() const

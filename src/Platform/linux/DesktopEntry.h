@@ -8,13 +8,14 @@
 
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace Tarnwick {
 
 /// The text of a desktop entry (freedesktop.org's Desktop Entry Specification 1.5) and what its
-/// group "Desktop Entry" says. A change leaves every other line as it was: comments, unknown keys,
-/// translations, other groups.
+/// group "Desktop Entry" says; where that stands several times, it is one group, as for desktops. A
+/// change leaves every other line as it was: comments, unknown keys, translations, other groups.
 class DesktopEntry
 {
 public:
@@ -36,6 +37,13 @@ public:
     /// Whether there is anything in the text besides these keys.
     [[nodiscard]] bool hasMoreThan(const std::vector<QByteArrayView> &keys) const;
 
+    /// Whether systemd reads the text: every line but comments is as isSystemdText() has it.
+    [[nodiscard]] bool isReadBySystemd() const;
+
+    /// Whether @p text is UTF-8 without Unicode's noncharacters, which systemd's parsers refuse
+    /// together with the whole file that has them.
+    [[nodiscard]] static bool isSystemdText(const QByteArray &text);
+
     /// Gives @p key this one value, which may hold any character but NUL.
     void set(QByteArrayView key, const QByteArray &value);
     void remove(QByteArrayView key);
@@ -54,9 +62,11 @@ private:
 
     explicit DesktopEntry(Lines lines);
     [[nodiscard]] std::size_t endOfGroup() const;
+    [[nodiscard]] std::vector<std::size_t> linesOf(QByteArrayView key) const;
+    void erase(std::span<const std::size_t> places);
 
     Lines m_lines;
-    std::size_t m_header = 0; ///< the line that opens the group
+    std::size_t m_header = 0; ///< the line that opens the group first
 };
 
 } // namespace Tarnwick

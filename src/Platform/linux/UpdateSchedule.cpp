@@ -4,6 +4,7 @@
 #include "Platform/linux/UpdateSchedule.h"
 
 #include "Core/StoredBool.h"
+#include "Shared/AppLog.h"
 
 #include <QFile>
 #include <QLatin1String>
@@ -38,7 +39,7 @@ bool UpdateSchedule::isAutomatic() const
 void UpdateSchedule::setAutomatic(bool automatic)
 {
     m_store.setValue(automaticKey, automatic);
-    m_store.sync();
+    store();
 }
 
 bool UpdateSchedule::isDue() const
@@ -65,7 +66,7 @@ void UpdateSchedule::recordCheck(const QString &availableVersion)
     } else {
         m_store.setValue(availableKey, availableVersion);
     }
-    m_store.sync();
+    store();
 }
 
 bool UpdateSchedule::isSeen(const QString &version) const
@@ -76,7 +77,17 @@ bool UpdateSchedule::isSeen(const QString &version) const
 void UpdateSchedule::recordSeen(const QString &version)
 {
     m_store.setValue(seenKey, version);
+    store();
+}
+
+/// Brings the changes to the disk.
+void UpdateSchedule::store()
+{
     m_store.sync();
+    if (m_store.status() == QSettings::AccessError && !m_isFailureLogged) {
+        m_isFailureLogged = true;
+        AppLog::log("[updates] the schedule cannot be kept in " + m_store.fileName().toStdString());
+    }
 }
 
 } // namespace Tarnwick

@@ -12,7 +12,8 @@
 namespace Tarnwick {
 
 /// When to look for updates by itself: once a day, unless the user does not want it. Kept in a file
-/// of its own; where that cannot be written, until the end of the program. Main thread.
+/// of its own; where that cannot be read or written, until the end of the program, which is logged
+/// once. Main thread.
 class UpdateSchedule
 {
 public:
@@ -41,8 +42,11 @@ public:
     void recordSeen(const QString &version);
 
 private:
+    void store();
+
     QSettings m_store;
     Clock m_now;
+    bool m_isFailureLogged = false;
 };
 
 } // namespace Tarnwick

@@ -1,0 +1,358 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#include "Helper/linux/ListenerInventoryPrivate.h"
+
+#include "Helper/linux/SystemFailures.h"
+#include "Shared/Utf8.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <unordered_set>
+#include <utility>
+
+namespace Tarnwick {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// The longest pause between two searches for an owner that could not be found, in listings.
+constexpr std::uint64_t longestPause = 64;
+/// How often the owners of a listing are searched for, when some end meanwhile or a search fails.
+constexpr int attempts = 3;
+
+} // namespace
+
+Scan ListenerInventory::Private::scan(const ScanRequest &request)
+{
+    using Reading = ProcessInspector::Reading;
+    const Reading least =
+        request.owners.empty() ? Reading::WhatMayHaveChanged : Reading::Everything;
+    if (std::optional<ListingError> error = update(least)) {
+        return *std::move(error);
+    }
+    ScanResult result;
+    result.ownerships = memory.ownerships(request.owners);
+    if (request.records) {
+        result.records = memory.records(sockets);
+        result.sockets = reportedSockets();
+    }
+    memory.finish();
+    if (request.records) {
+        report = std::make_shared<const ProcessReport>(memory.reported());
+    }
+    result.report = report;
+    return result;
+}
+
+/// The identities of the sockets that have a record.
+std::vector<std::uint64_t> ListenerInventory::Private::reportedSockets()
+{
+    std::vector<std::uint64_t> reported;
+    reported.reserve(sockets.size());
+    for (std::size_t place = 0; place < sockets.size(); ++place) {
+        if (!memory.socket(place).vanished) {
+            reported.push_back(sockets[place].key());
+        }
+    }
+    return reported;
+}
+
+/// Finds out what listens now and who owns it, reading of the known owners no less than @p least.
+std::optional<ListingError> ListenerInventory::Private::update(ProcessInspector::Reading least)
+{
+    if (!root) {
+        return ListingError{ENOENT, "cannot read /proc: is it mounted?"};
+    }
+    if (std::optional<ListingError> error = dump.list(sockets)) {
+        logFailures();
+        return error;
+    }
+    clock.update();
+    // The moment that the listing is true of, where nothing else ran then.
+    const ProcessCensus::Pulse pulse = census.pulse();
+    memory.check(sockets, clock, pulse.othersRun ? ProcessInspector::Reading::Everything : least);
+    if (const Questions asked = questions(pulse); !asked.none()) {
+        resolve(asked, attempts);
+    }
+    logFailures();
+    return std::nullopt;
+}
+
+void ListenerInventory::Private::logFailures()
+{
+    for (const SystemFailures::Failure &failure : SystemFailures::take()) {
+        log.log(std::string("[helper] ") + failure.call + ": " + std::strerror(failure.code));
+    }
+}
+
+ListenerInventory::Private::Questions
+ListenerInventory::Private::questions(ProcessCensus::Pulse pulse)
+{
+    Questions questions;
+    Places open;
+    for (std::uint32_t place = 0; place < sockets.size(); ++place) {
+        KnownSocket &known = memory.socket(place);
+        if (memory.isNew(place)) {
+            questions.fresh.push_back(place);
+        } else if ((known.attribution != KnownSocket::Attribution::None && !known.verified) ||
+                   std::exchange(known.unsure, false)) {
+            questions.lost.push_back(place);
+        } else if (known.isOpen()) {
+            open.push_back(place);
+        }
+    }
+    // Only a process that has come or gone can change who owns what.
+    if (pulse.processesChanged) {
+        questions.open = std::move(open);
+    }
+    questions.everything = memory.listing() > 1 && Clock::now() >= nextAudit;
+    return questions;
+}
+
+bool ListenerInventory::Private::anyDue(const Places &places)
+{
+    return std::any_of(places.begin(), places.end(), [this](std::uint32_t place) {
+        const KnownSocket &known = memory.socket(place);
+        return known.attribution != KnownSocket::Attribution::Grouped &&
+               known.retryAt <= memory.listing();
+    });
+}
+
+/// Whether a look at a socket's control group makes a look at the whole machine needless.
+bool ListenerInventory::Private::leadsToOwner(GroupAttribution &attribution,
+                                              OwnerResolution &resolution,
+                                              std::uint32_t place) const
+{
+    constexpr pid_t serviceManager = 1;
+    resolution.look(attribution.searchable(sockets[place]));
+    if (resolution.settled({&place, 1})) {
+        return true;
+    }
+    const GroupAttribution::Answer answer = attribution.owner(sockets[place]);
+    if (answer.idleUnit) {
+        resolution.look({&serviceManager, 1});
+        return resolution.owner(place).has_value();
+    }
+    return answer.owner.has_value();
+}
+
+/// The sockets that a new process may have from anybody, for its maker is gone. Who made them is in
+/// their control group: where that is no crowd, its processes are looked at, and nothing is left.
+ListenerInventory::Private::Places
+ListenerInventory::Private::inheritedFromAnybody(OwnerResolution &resolution, const Places &fresh)
+{
+    Places inherited;
+    if (fresh.empty()) {
+        return inherited;
+    }
+    const std::vector<pid_t> newcomers = census.newcomers();
+    for (const std::uint32_t place : fresh) {
+        const std::optional<SocketOwner> owner = resolution.owner(place);
+        const bool isNew =
+            owner && std::binary_search(newcomers.begin(), newcomers.end(), owner->pid);
+        if (!isNew || !resolution.isMakerOfOwnerGone(place)) {
+            continue;
+        }
+        const std::optional<std::string> group = groups.path(sockets[place].controlGroup);
+        if (group && !ControlGroups::isShared(*group)) {
+            resolution.look(groups.processes(*group));
+        } else {
+            inherited.push_back(place);
+        }
+    }
+    return inherited;
+}
+
+void ListenerInventory::Private::look(OwnerResolution &resolution, GroupAttribution &attribution,
+                                      const Questions &questions)
+{
+    const Clock::time_point start = Clock::now();
+    bool everywhere = memory.listing() == 1 || questions.everything;
+    Places inherited;
+    // Who comes later is compared with the owner there is.
+    for (const std::uint32_t place : questions.open) {
+        const KnownSocket &known = memory.socket(place);
+        if (known.provisional && known.verified && !known.manager) {
+            resolution.look({&known.owner, 1});
+        }
+    }
+    if (!everywhere) {
+        resolution.look(census.newcomers());
+        if (!questions.lost.empty() || !resolution.ownersAreMakers(questions.fresh)) {
+            std::vector<pid_t> suspects = census.changed();
+            for (const std::uint32_t place : questions.lost) {
+                suspects.push_back(memory.socket(place).owner);
+            }
+            resolution.look(suspects);
+        }
+        inherited = inheritedFromAnybody(resolution, questions.fresh);
+        everywhere = !inherited.empty() || !questions.lost.empty() ||
+                     !resolution.settled(questions.fresh) || anyDue(questions.open);
+    }
+    if (everywhere) {
+        resolution.lookEverywhere(inherited, [&](std::uint32_t place) {
+            return leadsToOwner(attribution, resolution, place);
+        });
+        for (const std::uint32_t place : questions.open) {
+            if (memory.socket(place).provisional) {
+                postpone(memory.socket(place));
+            }
+        }
+    }
+    for (const auto &[pid, visited] : resolution.search().visited()) {
+        census.remember(pid, visited.descriptors);
+    }
+    if (memory.listing() == 1 || questions.everything) {
+        const auto pause =
+            std::max<Clock::duration>(auditInterval, (Clock::now() - start) * auditShare);
+        nextAudit = Clock::now() + pause;
+    }
+}
+
+void ListenerInventory::Private::resolve(const Questions &questions, int attemptsLeft)
+{
+    Places wanted = questions.fresh;
+    wanted.insert(wanted.end(), questions.lost.begin(), questions.lost.end());
+    wanted.insert(wanted.end(), questions.open.begin(), questions.open.end());
+    if (questions.everything) {
+        wanted.resize(sockets.size());
+        for (std::uint32_t place = 0; place < sockets.size(); ++place) {
+            wanted[place] = place;
+        }
+    }
+    memory.makeRoom();
+    groups.beginLook();
+    const std::uint64_t failures = SystemFailures::count();
+    OwnerResolution resolution(root.get(), sockets, census.take(), groups, limits);
+    for (const std::uint32_t place : wanted) {
+        resolution.want(place);
+    }
+    GroupAttribution attribution(root.get(), groups, [&resolution](pid_t pid) {
+        const auto visited = resolution.search().visited().find(pid);
+        if (visited == resolution.search().visited().end()) {
+            return GroupAttribution::Access::Unknown;
+        }
+        if (visited->second.descriptors == 0) {
+            return GroupAttribution::Access::HoldsNothing;
+        }
+        return visited->second.readable ? GroupAttribution::Access::Open
+                                        : GroupAttribution::Access::Unknown;
+    });
+    look(resolution, attribution, questions);
+    const bool failed = SystemFailures::count() != failures;
+    if (failed && attemptsLeft == attempts) {
+        resolve(questions, attemptsLeft - 1);
+        return;
+    }
+    const bool isCut = resolution.search().isCut();
+    if (isCut) {
+        log.log("[helper] the search for owners was cut short",
+                " after " + std::to_string(resolution.search().work()) + " descriptors");
+    }
+
+    Places unowned;
+    Questions ended;
+    for (const std::uint32_t place : wanted) {
+        const std::optional<SocketOwner> owner = resolution.owner(place);
+        KnownSocket &known = memory.socket(place);
+        known.unsure = failed;
+        if ((failed || isCut) && known.verified && !known.isOpen()) {
+            continue; // what was missed may be just this owner
+        }
+        if (owner && memory.assign(place, owner->pid, KnownSocket::Attribution::Held, clock)) {
+            known.descriptor = owner->descriptor;
+            known.thread = owner->thread;
+            known.manager = owner->manager;
+            known.provisional = owner->provisional;
+        } else if (owner && attemptsLeft > 0) {
+            known.owner = owner->pid;
+            ended.lost.push_back(place);
+        } else if (!known.verified || known.attribution == KnownSocket::Attribution::Grouped) {
+            unowned.push_back(place);
+        }
+    }
+    attribute(attribution, unowned);
+    markVanished(unowned);
+    // An owner that ended since it was found may have left its socket to another process.
+    if (!ended.none()) {
+        resolve(ended, attemptsLeft - 1);
+    }
+}
+
+/// Puts off the next search for an owner that could not be found, each time for longer.
+void ListenerInventory::Private::postpone(KnownSocket &known) const
+{
+    known.pause = std::min(longestPause, known.pause * 2);
+    known.retryAt = memory.listing() + known.pause;
+}
+
+/// A socket that nobody holds may have been closed since it was listed; then it is nobody's.
+void ListenerInventory::Private::markVanished(const Places &suspects)
+{
+    const bool anyUnknown =
+        std::any_of(suspects.begin(), suspects.end(),
+                    [this](std::uint32_t place) { return !memory.socket(place).verified; });
+    std::vector<ListeningSocket> still;
+    if (!anyUnknown || dump.list(still)) {
+        return;
+    }
+    std::unordered_set<std::uint64_t> keys;
+    for (const ListeningSocket &socket : still) {
+        keys.insert(socket.key());
+    }
+    for (const std::uint32_t place : suspects) {
+        if (!keys.contains(sockets[place].key())) {
+            memory.socket(place).vanished = true;
+        }
+    }
+}
+
+/// Whether the group that a socket's owner was looked for in is as it was; in a group that
+/// strangers share somebody always comes and goes, so that one is asked again after a pause only.
+bool ListenerInventory::Private::attributionStands(std::uint32_t place)
+{
+    const KnownSocket &known = memory.socket(place);
+    const bool isOwnerGone = known.attribution != KnownSocket::Attribution::None && !known.verified;
+    if (memory.isNew(place) || isOwnerGone || known.retryAt <= memory.listing()) {
+        return false;
+    }
+    return known.group.empty() || ControlGroups::isShared(known.group) ||
+           groups.processList(known.group) == known.groupList;
+}
+
+void ListenerInventory::Private::attribute(GroupAttribution &attribution, const Places &places)
+{
+    for (const std::uint32_t place : places) {
+        if (attributionStands(place)) {
+            continue;
+        }
+        KnownSocket &known = memory.socket(place);
+        const std::uint64_t failures = SystemFailures::count();
+        GroupAttribution::Answer answer = attribution.owner(sockets[place]);
+        if (SystemFailures::count() != failures) {
+            known.unsure = true;
+            if (known.verified) {
+                continue;
+            }
+        }
+        known.group = std::move(answer.group);
+        known.unit = Utf8::sanitized(answer.unit);
+        known.groupList = groups.processList(known.group);
+        postpone(known);
+        known.manager = false;
+        known.provisional = false;
+        known.verified = false;
+        known.attribution = KnownSocket::Attribution::None;
+        if (answer.owner) {
+            // A process that ends right now leaves the socket to whoever is found next time.
+            static_cast<void>(
+                memory.assign(place, *answer.owner, KnownSocket::Attribution::Grouped, clock));
+        }
+    }
+}
+
+} // namespace Tarnwick

@@ -1,0 +1,92 @@
+// SPDX-FileCopyrightText: 2026 The Tarnwick authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Helper/HourlyLog.h"
+#include "Helper/ListenerInventory.h"
+#include "Helper/linux/BootClock.h"
+#include "Helper/linux/ControlGroups.h"
+#include "Helper/linux/GroupAttribution.h"
+#include "Helper/linux/HolderSearch.h"
+#include "Helper/linux/OwnerMemory.h"
+#include "Helper/linux/OwnerResolution.h"
+#include "Helper/linux/ProcFs.h"
+#include "Helper/linux/ProcessCensus.h"
+#include "Helper/linux/SocketDump.h"
+#include "Shared/FileDescriptor.h"
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace Tarnwick {
+
+/// What an inventory remembers, and how it resolves which process owns which socket. Belongs to the
+/// inventory and its thread.
+struct ListenerInventory::Private
+{
+    explicit Private(const Options &options)
+        : auditInterval(options.auditInterval)
+        , auditShare(options.auditShare)
+        , limits({.process = options.mostWorkOnProcess, .total = options.mostWork})
+        , log(options.log)
+        , root(ProcFs::openRoot())
+        , dump(options.source)
+        , census(root.get())
+        , memory(root.get())
+    {
+    }
+
+    using Places = std::vector<std::uint32_t>;
+
+    /// The sockets of a listing whose owner has to be looked for, by why.
+    struct Questions
+    {
+        Places fresh;            ///< not seen before
+        Places lost;             ///< their owner is gone or has them no more
+        Places open;             ///< without an owner that is sure to stay, and worth another look
+        bool everything = false; ///< check all that is remembered, too
+
+        [[nodiscard]] bool none() const
+        {
+            return fresh.empty() && lost.empty() && open.empty() && !everything;
+        }
+    };
+
+    [[nodiscard]] Scan scan(const ScanRequest &request);
+    [[nodiscard]] std::vector<std::uint64_t> reportedSockets();
+    [[nodiscard]] std::optional<ListingError> update(ProcessInspector::Reading least);
+    [[nodiscard]] Questions questions(ProcessCensus::Pulse pulse);
+    void resolve(const Questions &questions, int attemptsLeft);
+    [[nodiscard]] Places inheritedFromAnybody(OwnerResolution &resolution, const Places &fresh);
+    void look(OwnerResolution &resolution, GroupAttribution &attribution,
+              const Questions &questions);
+    [[nodiscard]] bool anyDue(const Places &places);
+    void logFailures();
+    [[nodiscard]] bool leadsToOwner(GroupAttribution &attribution, OwnerResolution &resolution,
+                                    std::uint32_t place) const;
+    void attribute(GroupAttribution &attribution, const Places &places);
+    [[nodiscard]] bool attributionStands(std::uint32_t place);
+    void postpone(KnownSocket &known) const;
+    void markVanished(const Places &suspects);
+
+    std::chrono::seconds auditInterval;
+    int auditShare;
+    HolderSearch::Limits limits;
+    HourlyLog log;
+    FileDescriptor root;
+    SocketDump dump;
+    ControlGroups groups;
+    BootClock clock;
+    ProcessCensus census;
+    OwnerMemory memory;
+    std::vector<ListeningSocket> sockets;
+    SharedProcessReport report = std::make_shared<const ProcessReport>();
+    std::chrono::steady_clock::time_point nextAudit;
+    bool isInterrupted = false; ///< the last scan was not finished
+};
+
+} // namespace Tarnwick
