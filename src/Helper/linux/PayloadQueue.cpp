@@ -33,8 +33,13 @@ PayloadQueue::PayloadQueue(sd_bus *bus, SystemdEventLoop &loop, BusClients &clie
     , m_loop(loop)
     , m_clients(clients)
     , m_replies(replies)
-    // Later than answer(), so that all whom one listing answers take turns.
-    , m_sending(loop.afterEachRound([this] { send(); }))
+    // Later than answer(), so that all whom one listing answers take turns, and in a round of its
+    // own: what follows a round is to follow this, too.
+    , m_sending(loop.afterEachRound([this] {
+        if (canSend()) {
+            sendLater(EventLoop::Clock::duration::zero());
+        }
+    }))
 {
 }
 
@@ -64,10 +69,7 @@ void PayloadQueue::send()
         }
         const int sent = sendLatest(m_waiting.at(client).front());
         if (isToBeRetried(sent)) {
-            m_retry = m_loop.at(EventLoop::Clock::now() + ReplyQueue::retryDelay, [this] {
-                m_retry.reset();
-                send();
-            });
+            sendLater(ReplyQueue::retryDelay);
             break;
         }
         const BusMessage request = takeNext();
@@ -80,6 +82,14 @@ void PayloadQueue::send()
     if (m_turns.empty()) {
         m_latest.reset();
     }
+}
+
+void PayloadQueue::sendLater(EventLoop::Clock::duration delay)
+{
+    m_retry = m_loop.at(EventLoop::Clock::now() + delay, [this] {
+        m_retry.reset();
+        send();
+    });
 }
 
 /// Whether a payload waits and the one before it is on its way.

@@ -36,6 +36,7 @@ public:
 
 private:
     void send();
+    void sendLater(EventLoop::Clock::duration delay);
     [[nodiscard]] bool canSend() const;
     [[nodiscard]] int sendLatest(const BusMessage &request);
     [[nodiscard]] bool isToBeRetried(int sent);
