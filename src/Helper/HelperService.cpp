@@ -8,6 +8,8 @@
 #include <new>
 #include <utility>
 
+#include <poll.h>
+
 namespace Tarnwick {
 
 namespace {
@@ -17,6 +19,12 @@ void replyToAll(const std::vector<HelperService::KillReply> &replies, const Kill
     for (const HelperService::KillReply &reply : replies) {
         reply(answer);
     }
+}
+
+bool hasEnded(const ProcessTerminator::Target &target)
+{
+    pollfd process = {.fd = target.process.get(), .events = POLLIN, .revents = 0};
+    return ::poll(&process, 1, 0) > 0;
 }
 
 } // namespace
@@ -62,12 +70,14 @@ void HelperService::listListeningPorts(ListReply reply)
 void HelperService::killProcess(const KillRequest &request, KillReply reply)
 {
     const std::int32_t pid = request.pid;
-    // A process that ended just now may have left its identifier to another one.
-    advance(pid);
     const SharedProcessReport &shown = request.shown ? request.shown : m_report;
     const ReportedProcess *meant = shown ? shown->find(pid) : nullptr;
     ProcessTerminator::Admitted admitted =
         m_work.admit(pid, meant != nullptr ? &meant->process : nullptr, request.caller);
+    // A process that has ended may have left its identifier to the one that was admitted; one that
+    // has not is the one that was admitted.
+    advance(pid);
+    answerForEnded(pid);
     if (const auto *code = std::get_if<KillResultCode>(&admitted)) {
         reply(*code);
         return;
@@ -76,17 +86,30 @@ void HelperService::killProcess(const KillRequest &request, KillReply reply)
         reply(*error);
         return;
     }
-    // All that are admitted under an identifier while its process lives mean that process.
     if (const auto ending = m_endings.find(pid); ending != m_endings.end()) {
         ending->second->replies.push_back(std::move(reply));
         return;
     }
+    if (const auto waiting = m_kills.find(pid); waiting != m_kills.end()) {
+        waiting->second.replies.push_back(std::move(reply));
+        return;
+    }
     awaitRound();
-    const auto place =
-        m_kills
-            .try_emplace(pid, Waiting{std::get<ProcessTerminator::Target>(std::move(admitted)), {}})
-            .first;
-    place->second.replies.push_back(std::move(reply));
+    Waiting waiting{std::get<ProcessTerminator::Target>(std::move(admitted)), {}};
+    waiting.replies.push_back(std::move(reply));
+    m_kills.emplace(pid, std::move(waiting));
+}
+
+/// Answers the kills that wait for a scan where their process needs none any more.
+void HelperService::answerForEnded(std::int32_t pid)
+{
+    const auto place = m_kills.find(pid);
+    if (place == m_kills.end() || !hasEnded(place->second.target)) {
+        return;
+    }
+    const Waiting waiting = std::move(place->second);
+    m_kills.erase(place);
+    replyToAll(waiting.replies, KillResultCode::NotFound);
 }
 
 void HelperService::awaitRound()
@@ -115,7 +138,11 @@ void HelperService::doRound()
 HelperService::ListAnswer HelperService::payload(const ScanResult &found)
 {
     try {
-        return std::make_shared<const ListingPayload>(found.records, found.report);
+        auto made = std::make_shared<const ListingPayload>(found.records, found.report);
+        if (made->bytes().size() > ListingPayload::maxSize) {
+            return ListingError{EMSGSIZE, "the listing is larger than the bus takes"};
+        }
+        return made;
     } catch (const std::bad_alloc &) {
         return ListingError{ENOMEM, "no memory left"};
     }
@@ -141,8 +168,10 @@ void HelperService::answerListings(const std::vector<ListReply> &replies, const 
         answer = *error;
     } else {
         const auto &found = std::get<ScanResult>(scan);
-        m_report = found.report;
         answer = payload(found);
+        if (std::holds_alternative<Payload>(answer)) {
+            m_report = found.report;
+        }
     }
     for (const ListReply &reply : replies) {
         reply(answer);

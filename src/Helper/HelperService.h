@@ -73,7 +73,7 @@ public:
 
     /// Asks a process to end; the answer comes when it has ended or was refused (see
     /// ProcessTerminator). What needs no scan to be refused is answered at once; the others wait
-    /// for a scan as listings do. Requests for a process that is about to end are answered
+    /// for a scan as listings do. Requests for the same process that is about to end are answered
     /// together.
     void killProcess(const KillRequest &request, KillReply reply);
 
@@ -98,6 +98,7 @@ private:
     [[nodiscard]] static ListAnswer payload(const ScanResult &found);
     [[nodiscard]] ProcessTerminator::Started terminate(ProcessTerminator::Target target,
                                                        const Ownership &ownership);
+    void answerForEnded(std::int32_t pid);
     void start(WaitingKills kills, const Scan &scan);
     void await(Termination termination, std::int32_t pid, std::vector<KillReply> replies);
     void advance(std::int32_t pid);

@@ -6,6 +6,7 @@
 #include "Helper/ProcessReport.h"
 #include "Shared/RawPortInfo.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,6 +19,11 @@ class ListingPayload
 {
 public:
     ListingPayload(const std::vector<RawPortInfo> &records, SharedProcessReport report);
+
+    /// The most bytes that a channel takes: an array in a message of D-Bus (its specification,
+    /// "Valid Signatures"). Records whose texts are shortened as far as they may be (see
+    /// RecordBounds) reach it at some 289,000 listeners.
+    static constexpr std::size_t maxSize = 64UL * 1024 * 1024;
 
     /// The records, see RawPortInfo::encode().
     [[nodiscard]] const std::string &bytes() const { return m_bytes; }

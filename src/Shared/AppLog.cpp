@@ -67,15 +67,15 @@ std::string lineFor(std::string_view message)
     return line;
 }
 
-/// Begins on a line of its own after one that a full disk has cut off.
+/// Begins on a line of its own after one that a full disk or pipe has cut off.
 void writeToStandardError(std::string_view line)
 {
     static std::atomic<bool> isCutOff{false};
     const BrokenPipeGuard guard;
-    if (isCutOff && writeAll(STDERR_FILENO, "\n") == 1) {
+    if (isCutOff && writeAvailable(STDERR_FILENO, "\n") == 1) {
         isCutOff = false;
     }
-    const std::size_t written = writeAll(STDERR_FILENO, line);
+    const std::size_t written = writeAvailable(STDERR_FILENO, line);
     if (written > 0 && written < line.size()) {
         isCutOff = true;
     }

@@ -8,10 +8,11 @@
 
 namespace Tarnwick {
 
-/// The one diagnostic channel: each call writes a line to standard error at once and appends the
-/// same line to `app.log` in Paths::applicationSupport(), off the calling thread and in the order
-/// of the calls. The file starts afresh when it has grown past 262,144 bytes. Callers begin a
-/// message with their component's tag, such as "[helper] ".
+/// The one diagnostic channel: each call writes a line to standard error at once, as far as that
+/// takes it without waiting for a reader, and appends the same line to `app.log` in
+/// Paths::applicationSupport(), off the calling thread and in the order of the calls. The file
+/// starts afresh when it has grown past 262,144 bytes. Callers begin a message with their
+/// component's tag, such as "[helper] ".
 class AppLog
 {
 public:

@@ -13,4 +13,9 @@ namespace Tarnwick {
 /// fewer than all when it failed midway.
 std::size_t writeAll(int descriptor, std::string_view bytes) noexcept;
 
+/// Writes as much of @p bytes to @p descriptor as it takes at once, where it is a pipe, a socket or
+/// a terminal that others may fill or not read; all of them to a file. Returns how many were
+/// written.
+std::size_t writeAvailable(int descriptor, std::string_view bytes) noexcept;
+
 } // namespace Tarnwick

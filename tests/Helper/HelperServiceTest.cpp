@@ -277,6 +277,55 @@ TEST_F(HelperServiceTest, TakesTheLatestListingOfAllForWhoNeverListed)
     EXPECT_THAT(m_codes, ElementsAre(KillResultCode::Terminated));
 }
 
+TEST_F(HelperServiceTest, MeansTheProcessThatEachClientWasShownThoughBothWaitForAScan)
+{
+    auto server = std::make_optional<Puppet>();
+    server->listen();
+    const pid_t pid = server->pid();
+    show();
+    askToKill(pid, m_codes);
+    server.reset();
+    ReusedIdentifier other(pid, true);
+    if (!other) {
+        GTEST_SKIP() << "an identifier can be chosen only with privilege";
+    }
+    show();
+    std::vector<KillResultCode> others;
+    askToKill(pid, others);
+    EXPECT_THAT(m_codes, ElementsAre(KillResultCode::NotFound));
+    m_loop.beIdle();
+    ASSERT_TRUE(m_loop.awaitReadable());
+    EXPECT_THAT(others, ElementsAre(KillResultCode::Terminated));
+    EXPECT_EQ(m_scans, 1);
+}
+
+TEST_F(HelperServiceTest, ShowsNobodyAListingThatIsTooLargeToSend)
+{
+    Puppet server;
+    server.listen();
+    const SharedProcessReport report = show();
+    HelperService::Work large = HelperService::workOf(m_inventory, m_terminator);
+    large.scan = [&report](const ScanRequest &) -> Scan {
+        RawPortInfo record;
+        record.processName.assign(100'000, 'x');
+        return ScanResult{std::vector<RawPortInfo>(700, record), report, {}};
+    };
+    HelperService service(m_loop, large);
+    int code = 0;
+    service.listListeningPorts([&code](const HelperService::ListAnswer &answer) {
+        const auto *error = std::get_if<ListingError>(&answer);
+        code = error != nullptr ? error->code : 0;
+    });
+    m_loop.beIdle();
+    EXPECT_EQ(code, EMSGSIZE);
+    std::optional<KillAnswer> refusal;
+    service.killProcess({.pid = server.pid(), .shown = nullptr, .caller = std::nullopt},
+                        [&refusal](const KillAnswer &answer) { refusal = answer; });
+    ASSERT_TRUE(refusal.has_value());
+    EXPECT_EQ(std::get<KillResultCode>(*refusal), KillResultCode::PermissionDenied);
+    EXPECT_FALSE(server.hasEnded());
+}
+
 TEST_F(HelperServiceTest, ScansOnceForAllThatWaitTogether)
 {
     constexpr std::size_t many = 1000;

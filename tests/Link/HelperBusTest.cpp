@@ -255,6 +255,123 @@ TEST_F(HelperBusTest, AnswersAKillThoughSendingTheAnswerFailsForAWhile)
     }
 }
 
+/// What a new client is answered, in a process of its own, when the message that the helper sends
+/// after @p skipped others fails once.
+enum FirstAnswer { Listed, Denied, OtherAnswer, NoAnswer };
+
+int firstAnswerThoughSendingFails(unsigned skipped, int error, const std::string &address)
+{
+    const ScopedEnvironment environment("DBUS_SESSION_BUS_ADDRESS", address);
+    const std::array<long, 1> sends{SYS_sendmsg};
+    std::optional<FailingCalls> calls;
+    try {
+        calls.emplace(sends);
+    } catch (const std::runtime_error &) {
+        return 125;
+    }
+    HelperService::Work work;
+    work.scan = [](const ScanRequest &) {
+        return ScanResult{{}, std::make_shared<const ProcessReport>(), {}};
+    };
+    BusCaller caller(address);
+    std::binary_semaphore opened{0};
+    auto helper = std::async(std::launch::async, [&work, &opened] {
+        SystemdEventLoop loop;
+        HelperService service(loop, work);
+        const HelperBus::Opened channel = HelperBus::open(loop, service, seconds(1));
+        opened.release();
+        return std::holds_alternative<std::string>(channel) ? notOpened : loop.run();
+    });
+    opened.acquire();
+    calls->fail(1 + skipped, error); // the first one is the caller's
+    const BusCaller::Answer answer = caller.answer(caller.askForList(), seconds(20));
+    const bool hasFailed = calls->stop().has_value();
+    caller.leave();
+    if (!hasFailed || helper.wait_for(seconds(20)) != std::future_status::ready) {
+        return 124;
+    }
+    if (answer.error == "none") {
+        return NoAnswer;
+    }
+    if (answer.error == "org.freedesktop.DBus.Error.AccessDenied") {
+        return Denied;
+    }
+    return answer.payload == "[]" ? Listed : OtherAnswer;
+}
+
+TEST_F(HelperBusTest, AnswersANewClientThoughSendingAnyMessageFails)
+{
+    // Two calls of the bus, and the answer.
+    constexpr unsigned messages = 3;
+    for (unsigned skipped = 0; skipped < messages; ++skipped) {
+        for (const int error : {ENOBUFS, ENOMEM}) {
+            const int answer = inOwnProcess([this, skipped, error] {
+                return firstAnswerThoughSendingFails(skipped, error, m_bus.address());
+            });
+            if (answer == 125) {
+                GTEST_SKIP() << "no system call can be made to fail here";
+            }
+            EXPECT_EQ(answer, Listed) << std::strerror(error) << ", " << skipped;
+        }
+    }
+}
+
+TEST_F(HelperBusTest, AnswersAListingWithAnErrorWhenMemoryIsShortForLong)
+{
+    const int code = inOwnProcess([this] {
+        const ScopedEnvironment environment("DBUS_SESSION_BUS_ADDRESS", m_bus.address());
+        const std::array<long, 1> sends{SYS_sendmsg};
+        std::optional<FailingCalls> calls;
+        try {
+            calls.emplace(sends);
+        } catch (const std::runtime_error &) {
+            return 125;
+        }
+        HelperService::Work work = m_work;
+        work.scan = [&calls](const ScanRequest &) {
+            calls->failEach(SYS_sendmsg, ENOMEM);
+            return emptyScan();
+        };
+        BusCaller caller(m_bus.address());
+        std::binary_semaphore opened{0};
+        auto helper = std::async(std::launch::async, [&work, &opened] {
+            SystemdEventLoop loop;
+            HelperService service(loop, work);
+            const HelperBus::Opened channel = HelperBus::open(loop, service, seconds(1));
+            opened.release();
+            return std::holds_alternative<std::string>(channel) ? notOpened : loop.run();
+        });
+        opened.acquire();
+        const auto request = caller.askForList();
+        // Between the ends of what is waited for a listing and for its error.
+        static_cast<void>(
+            caller.answer(request, PayloadQueue::maxShortage + (ReplyQueue::maxShortage / 2)));
+        static_cast<void>(calls->stop());
+        const bool isError = caller.answer(request).error == "System.Error.ENOMEM";
+        caller.leave();
+        return helper.wait_for(seconds(20)) == std::future_status::ready && isError ? 0 : 1;
+    });
+    if (code == 125) {
+        GTEST_SKIP() << "no system call can be made to fail here";
+    }
+    EXPECT_EQ(code, 0);
+}
+
+TEST_F(HelperBusTest, DeniesThoughSendingTheAnswerFails)
+{
+    const PrivateBus secretive({.configuration = R"(<policy context="default">
+                                    <deny send_destination="org.freedesktop.DBus"
+                                          send_interface="org.freedesktop.DBus"
+                                          send_member="GetConnectionCredentials"/></policy>)"});
+    constexpr unsigned calls = 2;
+    const int answer = inOwnProcess(
+        [&secretive] { return firstAnswerThoughSendingFails(calls, ENOMEM, secretive.address()); });
+    if (answer == 125) {
+        GTEST_SKIP() << "no system call can be made to fail here";
+    }
+    EXPECT_EQ(answer, Denied);
+}
+
 TEST_F(HelperBusTest, EndsWhenNobodyComes)
 {
     auto helper = start(milliseconds(50));

@@ -5,7 +5,12 @@
 #include "tests/Support/HelperProgram.h"
 #include "tests/Support/OwnNetwork.h"
 
+#include <algorithm>
 #include <chrono>
+#include <csignal>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,6 +24,50 @@ using std::chrono::seconds;
 
 /// Not one of the bus's errors, which mean that a request got no answer.
 constexpr std::string_view tooMany = "System.Error.EBUSY";
+
+/// In which order the bus takes a sender's replies, which it shows to whom it lets eavesdrop.
+class ReplyOrder
+{
+public:
+    ReplyOrder(const std::string &address, const std::string &sender)
+        : m_observer(address)
+    {
+        sd_bus_add_filter(m_observer.bus(), nullptr, &ReplyOrder::onMessage, this);
+        const std::string rule = "type='method_return',eavesdrop='true',sender='" + sender + "'";
+        sd_bus_call_method(m_observer.bus(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                           "org.freedesktop.DBus", "AddMatch", nullptr, nullptr, "s", rule.c_str());
+    }
+
+    /// How many replies to others came before the first to @p receiver.
+    [[nodiscard]] std::size_t position(const std::string &receiver)
+    {
+        const auto deadline = BusCaller::Clock::now() + BusCaller::usualPatience;
+        auto found = m_receivers.end();
+        while ((found = std::find(m_receivers.begin(), m_receivers.end(), receiver)) ==
+                   m_receivers.end() &&
+               BusCaller::Clock::now() < deadline) {
+            if (sd_bus_process(m_observer.bus(), nullptr) == 0) {
+                constexpr std::uint64_t nap = 10'000; // microseconds
+                sd_bus_wait(m_observer.bus(), nap);
+            }
+        }
+        return static_cast<std::size_t>(found - m_receivers.begin());
+    }
+
+private:
+    static int onMessage(sd_bus_message *message, void *order, sd_bus_error * /*error*/)
+    {
+        const char *receiver = sd_bus_message_get_destination(message);
+        std::uint64_t cookie = 0;
+        if (receiver != nullptr && sd_bus_message_get_reply_cookie(message, &cookie) >= 0) {
+            static_cast<ReplyOrder *>(order)->m_receivers.emplace_back(receiver);
+        }
+        return 0;
+    }
+
+    BusCaller m_observer;
+    std::vector<std::string> m_receivers;
+};
 
 /// What the helper does for a client that asks faster than it can be answered, and for the others
 /// meanwhile.
@@ -140,6 +189,39 @@ TEST_F(HelperFlood, HoldsOneCopyOfALargeListingHoweverManyAskForIt)
     ASSERT_TRUE(m_caller.awaitAll(patience));
     EXPECT_GT(m_caller.answer(500).payload.size(), 1'000'000U);
     expectGrowth(4096, 16'384);
+}
+
+TEST_F(HelperFlood, ListsForOneBeforeOthersGetAllThatTheyAskedFor)
+{
+    constexpr std::size_t greedyClients = 4;
+    constexpr std::size_t requests = 25;
+    const Puppet server = longWinded();
+    const std::string helper = m_caller.owner("com.velmora.tarnwick.helper");
+    std::vector<std::unique_ptr<BusCaller>> greedy;
+    for (std::size_t client = 0; client < greedyClients; ++client) {
+        greedy.push_back(std::make_unique<BusCaller>(m_bus.address()));
+        ASSERT_TRUE(greedy.back()->list().records().has_value());
+    }
+    ReplyOrder order(m_bus.address(), helper);
+    m_helper.signal(SIGSTOP);
+    for (const auto &client : greedy) {
+        for (std::size_t times = 0; times < requests; ++times) {
+            client->askForList();
+        }
+        client->flush();
+    }
+    const auto request = m_caller.askForList();
+    ASSERT_EQ(m_caller.owner("com.velmora.tarnwick.helper"), helper); // the bus has the request
+    m_helper.signal(SIGCONT);
+
+    EXPECT_TRUE(m_caller.answer(request, patience).records().has_value());
+    for (const auto &client : greedy) {
+        ASSERT_TRUE(client->awaitAll(patience));
+    }
+    const char *name = nullptr;
+    sd_bus_get_unique_name(m_caller.bus(), &name);
+    // One of each, and what was on its way before the last request was read.
+    EXPECT_LE(order.position(name), greedyClients * requests / 2);
 }
 
 TEST_F(HelperFlood, ServesOthersWhileOneDoesNotReadItsAnswers)

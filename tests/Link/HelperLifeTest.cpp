@@ -1,17 +1,25 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
+#include "Shared/FileDescriptor.h"
 #include "Shared/Version.h"
 #include "tests/Link/HelperFixture.h"
 #include "tests/Support/HelperProgram.h"
+#include "tests/Support/TemporaryFolder.h"
 
+#include <cerrno>
 #include <chrono>
+#include <climits>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <string>
 
+#include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace Tarnwick {
 namespace {
@@ -25,6 +33,13 @@ class HelperLife : public HelperFixture
 {
 protected:
     void TearDown() override {}
+
+    /// What a helper says that does not get the name.
+    [[nodiscard]] static std::string takenBy(pid_t pid, const std::filesystem::path &program)
+    {
+        return "tarnwick-helper: com.velmora.tarnwick.helper is taken by another process: " +
+               std::to_string(pid) + " (" + program.string() + ")\n";
+    }
 
     /// Whether @p owner, a unique name, comes to have the helper's name no more.
     [[nodiscard]] bool becomesReplaced(const std::string &owner) const
@@ -76,8 +91,20 @@ TEST_F(HelperLife, LeavesItsPlaceToTheOneThatWasFirst)
     HelperProcess second(m_bus);
     EXPECT_EQ(second.awaitEnd(seconds(10)), 1);
     EXPECT_EQ(second.output(),
-              "tarnwick-helper: com.velmora.tarnwick.helper is taken by another process\n");
+              takenBy(m_helper.pid(), std::filesystem::canonical(HelperProcess::program())));
     EXPECT_TRUE(m_caller.list().records().has_value());
+}
+
+TEST_F(HelperLife, NamesTheProcessThatDoesNotAllowToBeReplaced)
+{
+    // Helpers allow it.
+    ASSERT_GE(sd_bus_request_name(m_caller.bus(), "com.velmora.tarnwick.helper",
+                                  SD_BUS_NAME_REPLACE_EXISTING),
+              0);
+    HelperProcess second(m_bus, {"--replace"});
+    EXPECT_EQ(second.awaitEnd(seconds(10)), 1);
+    EXPECT_EQ(second.output(),
+              takenBy(::getpid(), std::filesystem::read_symlink("/proc/self/exe")));
 }
 
 TEST_F(HelperLife, EndsAtOnceWhenItIsReplacedAndHasNoClient)
@@ -133,6 +160,22 @@ TEST_F(HelperLife, SaysWhyItCannotStartWithoutABus)
               "tarnwick-helper: cannot reach the session bus: No such file or directory\n");
 }
 
+TEST_F(HelperLife, EndsThoughNobodyReadsWhatItWrites)
+{
+    const TemporaryFolder folder;
+    const std::filesystem::path pipe = folder.path() / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR), 0);
+    const FileDescriptor end(::open(pipe.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+    const std::string part(PIPE_BUF, 'x');
+    while (::write(end.get(), part.data(), part.size()) > 0) {
+    }
+    ASSERT_EQ(errno, EAGAIN);
+    m_bus.stop();
+    ChildProcess lost({HelperProcess::program().string()},
+                      {.output = pipe, .environment = m_bus.environment()});
+    EXPECT_EQ(lost.awaitEnd(seconds(10)), 1);
+}
+
 TEST_F(HelperLife, EndsWhenTheBusGoes)
 {
     Puppet server;
@@ -144,7 +187,8 @@ TEST_F(HelperLife, EndsWhenTheBusGoes)
     m_bus.stop();
     const auto status = m_helper.awaitEnd(seconds(10));
     ASSERT_TRUE(status.has_value());
-    EXPECT_LT(*status, 128) << m_helper.output();
+    EXPECT_EQ(*status, 1);
+    EXPECT_EQ(m_helper.output(), "tarnwick-helper: the connection to the session bus has ended\n");
 }
 
 TEST_F(HelperLife, IsThereAgainWhenTheBusIs)

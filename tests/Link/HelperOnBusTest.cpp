@@ -222,19 +222,15 @@ TEST_F(HelperOnBus, RefusesArgumentsOfOtherTypes)
     }
 }
 
-TEST_F(HelperOnBus, ClosesTheDescriptorsThatItIsSent)
+TEST_F(HelperOnBus, GetsNoDescriptors)
 {
     const TemporaryFolder folder;
     const FileDescriptor sent(::open(folder.path().c_str(), O_RDONLY | O_CLOEXEC));
-    for (int times = 0; times < 20; ++times) {
-        const BusMessage request = m_caller.request("KillProcess");
-        sd_bus_message_append(request.get(), "h", sent.get());
-        EXPECT_EQ(m_caller.answer(m_caller.send(request)).error,
-                  "org.freedesktop.DBus.Error.InvalidArgs");
-    }
-    // By its answer to another request it is done with those before.
-    static_cast<void>(m_caller.list());
-    EXPECT_FALSE(m_helper.hasOpen(folder.path()));
+    const BusMessage request = m_caller.request("KillProcess");
+    sd_bus_message_append(request.get(), "h", sent.get());
+    // By the bus: the helper itself would find the arguments wrong.
+    EXPECT_EQ(m_caller.answer(m_caller.send(request)).error,
+              "org.freedesktop.DBus.Error.NotSupported");
 }
 
 struct WrongCall

@@ -98,16 +98,34 @@ int ReplyForger::onMessage(sd_bus_message *message, void *forger, sd_bus_error *
     return 1; // and no error on behalf of the one who was called
 }
 
-void ReplyForger::replyTo(const std::string &destination, std::uint64_t serial,
-                          const Fill &fill) const
+/// What a call would have been, as far as a reply depends on it.
+BusMessage ReplyForger::callWith(std::uint64_t serial) const
 {
-    // What the call would have been, as far as a reply depends on it.
     sd_bus_message *made = nullptr;
     check(sd_bus_message_new_method_call(m_bus.get(), &made, nullptr, busPath, nullptr, "Any"),
           "sd_bus_message_new_method_call");
-    const BusMessage call = take(made);
+    BusMessage call = take(made);
     check(sd_bus_message_seal(made, serial, 0), "sd_bus_message_seal");
-    sendReply(made, destination.c_str(), fill);
+    return call;
+}
+
+void ReplyForger::replyTo(const std::string &destination, std::uint64_t serial,
+                          const Fill &fill) const
+{
+    sendReply(callWith(serial).get(), destination.c_str(), fill);
+}
+
+void ReplyForger::replyWithErrorTo(const std::string &destination, std::uint64_t serial,
+                                   const char *name) const
+{
+    const sd_bus_error error = {name, "forged", 0};
+    sd_bus_message *made = nullptr;
+    check(sd_bus_message_new_method_error(callWith(serial).get(), &made, &error),
+          "sd_bus_message_new_method_error");
+    const BusMessage reply = take(made);
+    check(sd_bus_message_set_destination(made, destination.c_str()),
+          "sd_bus_message_set_destination");
+    check(sd_bus_send(m_bus.get(), made, nullptr), "sd_bus_send");
 }
 
 void ReplyForger::flush() const

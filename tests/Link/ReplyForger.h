@@ -35,6 +35,10 @@ public:
     /// Replies to the call of @p destination with a serial number that was guessed.
     void replyTo(const std::string &destination, std::uint64_t serial, const Fill &fill) const;
 
+    /// Replies with the error @p name.
+    void replyWithErrorTo(const std::string &destination, std::uint64_t serial,
+                          const char *name) const;
+
     /// Waits until the bus has delivered what was sent before.
     void flush() const;
 
@@ -43,6 +47,7 @@ public:
     [[nodiscard]] const std::string &name() const { return m_name; }
 
 private:
+    [[nodiscard]] BusMessage callWith(std::uint64_t serial) const;
     void run();
     static int onMessage(sd_bus_message *message, void *forger, sd_bus_error *error);
 

@@ -152,6 +152,19 @@ void breakStandardError()
     close(ends[1]);
 }
 
+/// Makes standard error a pipe that is full.
+void fillStandardError()
+{
+    std::array<int, 2> ends{-1, -1};
+    if (pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0 || dup2(ends[1], STDERR_FILENO) < 0) {
+        _exit(2);
+    }
+    const std::array<char, 4096> part{};
+    while (write(STDERR_FILENO, part.data(), part.size()) > 0) {
+    }
+    fcntl(STDERR_FILENO, F_SETFL, 0);
+}
+
 /// Lets no file of this process grow beyond @p size, as a full disk does.
 void limitFileSize(rlim_t size)
 {
@@ -485,6 +498,20 @@ TEST_F(AppLogTest, SurvivesAStandardErrorThatNobodyReads)
     EXPECT_EXIT(
         {
             breakStandardError();
+            AppLog::log("x");
+            AppLog::flush(patience);
+            _exit(0);
+        },
+        testing::ExitedWithCode(0), "");
+    EXPECT_THAT(messagesIn(contentsOf(file())), testing::ElementsAre("x"));
+}
+
+TEST_F(AppLogTest, DoesNotWaitForWhoeverReadsStandardError)
+{
+    EXPECT_EXIT(
+        {
+            alarm(30);
+            fillStandardError();
             AppLog::log("x");
             AppLog::flush(patience);
             _exit(0);

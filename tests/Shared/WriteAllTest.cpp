@@ -55,6 +55,18 @@ TEST(WriteAll, WritesWhatAPipeTakesInPartsOnly)
     EXPECT_EQ(received, text);
 }
 
+TEST(WriteAvailable, WritesWhatAPipeTakesWithoutAReader)
+{
+    Pipe pipe;
+    const std::string text(1'000'000, 'x');
+    const std::size_t written = writeAvailable(pipe.writing.get(), text);
+    EXPECT_GT(written, 0U);
+    EXPECT_LT(written, text.size());
+    EXPECT_EQ(writeAvailable(pipe.writing.get(), text), 0U);
+    pipe.writing.reset();
+    EXPECT_EQ(readToEnd(pipe.reading.get()).size(), written);
+}
+
 TEST(WriteAll, WritesNothingOfAnEmptyText)
 {
     EXPECT_EQ(writeAll(-1, ""), 0U);

@@ -5,11 +5,9 @@
 
 #include "tests/Support/HelperProgram.h"
 
-#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <limits>
-#include <system_error>
 
 namespace Tarnwick {
 
@@ -51,15 +49,6 @@ std::size_t HelperProcess::memory(std::string_view which) const
         }
     }
     return std::numeric_limits<std::size_t>::max();
-}
-
-bool HelperProcess::hasOpen(const std::filesystem::path &file) const
-{
-    const std::filesystem::directory_iterator folder("/proc/" + std::to_string(pid()) + "/fd");
-    return std::any_of(begin(folder), end(folder), [&file](const auto &descriptor) {
-        std::error_code closedMeanwhile;
-        return std::filesystem::read_symlink(descriptor.path(), closedMeanwhile) == file;
-    });
 }
 
 } // namespace Tarnwick

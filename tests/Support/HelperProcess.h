@@ -46,7 +46,6 @@ public:
     [[nodiscard]] std::size_t peakMemory() const { return memory("VmHWM:"); }
     /// The address space, in kB.
     [[nodiscard]] std::size_t virtualMemory() const { return memory("VmSize:"); }
-    [[nodiscard]] bool hasOpen(const std::filesystem::path &file) const;
 
 private:
     [[nodiscard]] std::size_t memory(std::string_view which) const;

@@ -6,6 +6,7 @@
 #include "Helper/linux/CallFromC.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -22,48 +23,79 @@ std::string matchRule(const std::string &name)
            "',member='NameOwnerChanged',arg0='" + name + "'";
 }
 
-/// Reads a value of type u where the variant that comes next holds one, and else skips it.
-std::optional<std::uint32_t> readNumber(sd_bus_message *message)
+/// Reads a value of type u where the variant that comes next holds one, and else skips it; 1 when
+/// @p number was read, 0 when not, and a negative errno on failure.
+int readNumber(sd_bus_message *message, std::optional<std::uint32_t> &number)
 {
-    std::uint32_t number = 0;
-    if (sd_bus_message_verify_type(message, SD_BUS_TYPE_VARIANT, "u") <= 0) {
-        sd_bus_message_skip(message, "v");
-        return std::nullopt;
+    const int matches = sd_bus_message_verify_type(message, SD_BUS_TYPE_VARIANT, "u");
+    if (matches <= 0) {
+        return matches < 0 ? matches : std::min(sd_bus_message_skip(message, "v"), 0);
     }
-    return sd_bus_message_read(message, "v", "u", &number) > 0 ? std::optional(number)
-                                                               : std::nullopt;
+    std::uint32_t value = 0;
+    const int read = sd_bus_message_read(message, "v", "u", &value);
+    if (read > 0) {
+        number = value;
+    }
+    return read;
 }
 
-/// The answer of GetConnectionCredentials; nothing when it names no user.
-std::optional<BusClients::Identity> readCredentials(sd_bus_message *reply)
+struct Credentials
 {
     std::optional<std::uint32_t> user;
     std::optional<std::uint32_t> process;
-    if (sd_bus_message_is_method_error(reply, nullptr) != 0 ||
-        sd_bus_message_enter_container(reply, SD_BUS_TYPE_ARRAY, "{sv}") <= 0) {
-        return std::nullopt;
+};
+
+/// Reads an entry of the reply to GetConnectionCredentials; 1 when there was one, 0 at the end, and
+/// a negative errno on failure.
+int readEntry(sd_bus_message *reply, Credentials &credentials)
+{
+    const int entered = sd_bus_message_enter_container(reply, SD_BUS_TYPE_DICT_ENTRY, "sv");
+    if (entered <= 0) {
+        return entered;
     }
-    while (sd_bus_message_enter_container(reply, SD_BUS_TYPE_DICT_ENTRY, "sv") > 0) {
-        const char *key = nullptr;
-        if (sd_bus_message_read(reply, "s", &key) <= 0) {
-            return std::nullopt;
-        }
-        const std::string_view name(key);
-        if (name == "UnixUserID") {
-            user = readNumber(reply);
-        } else if (name == "ProcessID") {
-            process = readNumber(reply);
-        } else {
-            sd_bus_message_skip(reply, "v");
-        }
-        sd_bus_message_exit_container(reply);
+    const char *key = nullptr;
+    if (const int read = sd_bus_message_read(reply, "s", &key); read <= 0) {
+        return read < 0 ? read : -EBADMSG;
     }
-    if (!user) {
-        return std::nullopt;
+    const std::string_view name(key);
+    int read = 0;
+    if (name == "UnixUserID") {
+        read = readNumber(reply, credentials.user);
+    } else if (name == "ProcessID") {
+        read = readNumber(reply, credentials.process);
+    } else {
+        read = sd_bus_message_skip(reply, "v");
     }
-    BusClients::Identity identity{.user = *user, .process = std::nullopt};
-    if (process) {
-        identity.process = static_cast<std::int32_t>(*process);
+    return read < 0 ? read : sd_bus_message_exit_container(reply);
+}
+
+/// Why an error of the bus leaves a client unidentified.
+BusClients::Unidentified unidentifiedBy(sd_bus_message *error)
+{
+    const bool isShort = sd_bus_message_is_method_error(error, SD_BUS_ERROR_NO_MEMORY) > 0;
+    return {.error = isShort ? ENOMEM : 0};
+}
+
+/// The reply to GetConnectionCredentials.
+BusClients::Identification readCredentials(sd_bus_message *reply)
+{
+    if (sd_bus_message_is_method_error(reply, nullptr) != 0) {
+        return unidentifiedBy(reply);
+    }
+    Credentials credentials;
+    int read = sd_bus_message_enter_container(reply, SD_BUS_TYPE_ARRAY, "{sv}");
+    while (read > 0) {
+        read = readEntry(reply, credentials);
+    }
+    if (read < 0) {
+        return BusClients::Unidentified{.error = -read};
+    }
+    if (!credentials.user) {
+        return BusClients::Unidentified{};
+    }
+    BusClients::Identity identity{.user = *credentials.user, .process = std::nullopt};
+    if (credentials.process) {
+        identity.process = static_cast<std::int32_t>(*credentials.process);
     }
     return identity;
 }
@@ -74,9 +106,10 @@ struct BusClients::Client
 {
     BusClients &clients;
     std::string name;
-    BusDaemonCalls::Id watched = 0;
-    BusDaemonCalls::Id credentials = 0;
-    std::optional<Identity> identity{};
+    std::string rule; ///< made once: nothing fails when the client is removed
+    BusDaemonCalls::Sent watched{};
+    BusDaemonCalls::Sent credentials{};
+    std::optional<Identification> identification{};
     std::vector<Known> waiting{}; ///< for the identity
     std::size_t unanswered = 0;
     SharedProcessReport shown{};
@@ -85,14 +118,15 @@ struct BusClients::Client
     Client(BusClients &all, std::string uniqueName)
         : clients(all)
         , name(std::move(uniqueName))
+        , rule(matchRule(name))
     {
     }
     ~Client()
     {
         BusDaemonCalls &daemon = clients.m_daemon;
-        daemon.forget(watched);
-        daemon.forget(credentials);
-        daemon.send("RemoveMatch", matchRule(name));
+        daemon.forget(watched.id);
+        daemon.forget(credentials.id);
+        static_cast<void>(daemon.send("RemoveMatch", rule));
     }
     Client(const Client &) = delete;
     Client &operator=(const Client &) = delete;
@@ -112,8 +146,10 @@ BusClients::~BusClients() = default;
 void BusClients::identify(const std::string &name, Known known)
 {
     Client &asking = client(name);
-    if (asking.identity) {
-        known(asking.identity);
+    if (asking.identification) {
+        // A copy: the callback may answer the last request of a client, which removes it.
+        const Identification identification = *asking.identification;
+        known(identification);
     } else {
         asking.waiting.push_back(std::move(known));
     }
@@ -122,6 +158,7 @@ void BusClients::identify(const std::string &name, Known known)
 void BusClients::meet(const std::string &name)
 {
     static_cast<void>(client(name));
+    removeIfUnidentified(name);
 }
 
 bool BusClients::contains(const std::string &name) const
@@ -129,9 +166,9 @@ bool BusClients::contains(const std::string &name) const
     return m_clients.contains(name);
 }
 
-bool BusClients::admit(const std::string &name)
+bool BusClients::admit(sd_bus_message *request)
 {
-    Client &asking = client(name);
+    Client &asking = client(sd_bus_message_get_sender(request));
     if (asking.unanswered >= mostUnanswered) {
         return false;
     }
@@ -139,10 +176,12 @@ bool BusClients::admit(const std::string &name)
     return true;
 }
 
-void BusClients::answered(const std::string &name)
+void BusClients::answered(sd_bus_message *request)
 {
+    const std::string name = sd_bus_message_get_sender(request);
     if (const auto place = m_clients.find(name); place != m_clients.end()) {
         --place->second->unanswered;
+        removeIfUnidentified(name);
     }
 }
 
@@ -217,15 +256,20 @@ void BusClients::watch(Client &client)
 {
     // The match first: a client that leaves before it is in place is unknown to the second call.
     // The bus watches only so many names for one process; the others are turned away.
-    client.watched =
-        m_daemon.call("AddMatch", matchRule(client.name), [this, &client](sd_bus_message *reply) {
-            if (sd_bus_message_is_method_error(reply, nullptr) != 0) {
-                settle(client, std::nullopt);
-            }
-        });
-    client.credentials = m_daemon.call(
-        "GetConnectionCredentials", client.name,
-        [this, &client](sd_bus_message *reply) { settle(client, readCredentials(reply)); });
+    client.watched = m_daemon.call("AddMatch", client.rule, [this, &client](sd_bus_message *reply) {
+        if (sd_bus_message_is_method_error(reply, nullptr) != 0) {
+            settle(client, unidentifiedBy(reply));
+        }
+    });
+    if (client.watched.error == 0) {
+        client.credentials = m_daemon.call(
+            "GetConnectionCredentials", client.name,
+            [this, &client](sd_bus_message *reply) { settle(client, readCredentials(reply)); });
+    }
+    const int failed = client.watched.error != 0 ? client.watched.error : client.credentials.error;
+    if (failed != 0) {
+        client.identification = Unidentified{.error = failed};
+    }
 }
 
 void BusClients::remove(const Client &client)
@@ -237,13 +281,32 @@ void BusClients::remove(const Client &client)
     m_changed();
 }
 
-void BusClients::settle(Client &client, std::optional<Identity> identity)
+void BusClients::settle(Client &client, Identification identification)
 {
-    client.identity = identity;
-    for (const Known &tell : std::exchange(client.waiting, {})) {
-        tell(identity);
+    if (client.identification) {
+        return;
     }
-    if (!identity) {
+    client.identification = identification;
+    // The callback that answers the last request of an unidentified client removes it.
+    const std::string name = client.name;
+    const std::vector<Known> waiting = std::exchange(client.waiting, {});
+    for (const Known &known : waiting) {
+        known(identification);
+    }
+    removeIfUnidentified(name);
+}
+
+/// The next request of a client of which nobody knows who it is asks the bus again. As long as it
+/// has requests it stays, so that they are answered.
+void BusClients::removeIfUnidentified(const std::string &name)
+{
+    const auto place = m_clients.find(name);
+    if (place == m_clients.end()) {
+        return;
+    }
+    const Client &client = *place->second;
+    if (client.unanswered == 0 && client.identification &&
+        std::holds_alternative<Unidentified>(*client.identification)) {
         remove(client);
     }
 }

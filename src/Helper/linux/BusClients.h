@@ -15,6 +15,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <variant>
 
 #include <sys/types.h>
 
@@ -30,7 +31,13 @@ public:
         uid_t user = 0;
         std::optional<std::int32_t> process; ///< where the bus knows it
     };
-    using Known = std::function<void(const std::optional<Identity> &)>;
+    /// A client of which it is not known who it is.
+    struct Unidentified
+    {
+        int error = 0; ///< errno of what failed; 0 where the bus does not say, or does not watch it
+    };
+    using Identification = std::variant<Identity, Unidentified>;
+    using Known = std::function<void(const Identification &)>;
 
     /// @p changed is called when a client has come and when one has left. The bus and its daemon's
     /// calls outlive the clients.
@@ -39,8 +46,9 @@ public:
     BusClients(const BusClients &) = delete;
     BusClients &operator=(const BusClients &) = delete;
 
-    /// Calls @p known when the bus has said who @p name, a unique name, is; with nothing when it
-    /// does not say, mostly because that one has left already.
+    /// Calls @p known when the bus has said who @p name, a unique name, is, or does not say, mostly
+    /// because that one has left already, or could not be asked. Until the client has left, or its
+    /// requests are answered where it is unidentified, the result stays what it is.
     void identify(const std::string &name, Known known);
 
     [[nodiscard]] bool contains(const std::string &name) const;
@@ -49,10 +57,10 @@ public:
     /// Counts @p name as a client although it has asked for nothing that needs an answer of ours.
     void meet(const std::string &name);
 
-    /// Counts a request of @p name as unanswered, unless it has @ref mostUnanswered of them.
-    [[nodiscard]] bool admit(const std::string &name);
+    /// Counts @p request as unanswered, unless its client has @ref mostUnanswered of them.
+    [[nodiscard]] bool admit(sd_bus_message *request);
     /// Takes one that was admitted off again; the client may have left.
-    void answered(const std::string &name);
+    void answered(sd_bus_message *request);
     [[nodiscard]] bool allAnswered() const;
 
     /// Notes the listing that @p name got; the client may have left.
@@ -71,8 +79,9 @@ private:
 
     Client &client(const std::string &name);
     void watch(Client &client);
-    void settle(Client &client, std::optional<Identity> identity);
+    void settle(Client &client, Identification identification);
     void remove(const Client &client);
+    void removeIfUnidentified(const std::string &name);
     void ownerChanged(sd_bus_message *signal);
     void setShown(Client &client, SharedProcessReport report);
     void limitShown();

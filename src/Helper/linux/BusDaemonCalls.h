@@ -5,10 +5,15 @@
 
 #include "Helper/linux/BusHandles.h"
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
+#include <variant>
+
+#include <sys/types.h>
 
 namespace Tarnwick {
 
@@ -30,25 +35,39 @@ public:
     BusDaemonCalls(const BusDaemonCalls &) = delete;
     BusDaemonCalls &operator=(const BusDaemonCalls &) = delete;
 
+    /// A call that was sent, or the errno of what kept it from being sent: then there is no reply.
+    struct Sent
+    {
+        Id id = 0;
+        int error = 0;
+    };
+
     /// Calls @p member with @p argument, or with nothing; @p replied gets the reply, which may be
-    /// an error. 0 when the call cannot be sent: then there is no reply.
-    Id call(const char *member, Replied replied);
-    Id call(const char *member, const std::string &argument, Replied replied);
-    /// Calls without a reply.
-    void send(const char *member, const std::string &argument);
+    /// an error.
+    [[nodiscard]] Sent call(const char *member, Replied replied);
+    [[nodiscard]] Sent call(const char *member, const std::string &argument, Replied replied);
+    /// Calls without a reply, and without taking memory of the C++ runtime; 0, or the errno of what
+    /// kept the call from being sent.
+    int send(const char *member, const std::string &argument);
     /// Drops the callback of @p id, if it was not called yet.
     void forget(Id id) { m_pending.erase(id); }
 
     /// Requests the well-known @p name with the flags of the D-Bus specification (not those of
-    /// sd-bus), and waits. The code of the reply, as the D-Bus specification numbers it, or a
-    /// negative errno.
-    [[nodiscard]] int requestName(const std::string &name, std::uint32_t flags) const;
+    /// sd-bus), and waits for up to 25 seconds; messages that come meanwhile are dispatched. The
+    /// code of the reply, as the D-Bus specification numbers it, or a negative errno.
+    [[nodiscard]] int requestName(const std::string &name, std::uint32_t flags);
+
+    /// The process of the connection that owns @p name, as long as the bus says so; waits as
+    /// requestName() does.
+    [[nodiscard]] std::optional<pid_t> processOf(const std::string &name);
 
     [[nodiscard]] static bool isFromDaemon(sd_bus_message *message);
 
 private:
-    Id start(const BusMessage &call, Replied replied);
-    [[nodiscard]] BusMessage make(const char *member, const std::string *argument) const;
+    Sent start(const BusMessage &call, Replied replied);
+    [[nodiscard]] std::variant<BusMessage, int> await(const BusMessage &call);
+    [[nodiscard]] int process(std::chrono::steady_clock::time_point deadline);
+    [[nodiscard]] sd_bus_message *make(const char *member, const std::string *argument) const;
     static int onMessage(sd_bus_message *message, void *calls, sd_bus_error *error);
 
     sd_bus *m_bus;

@@ -3,7 +3,8 @@
 
 #pragma once
 
-#include <cstdio>
+#include "Helper/linux/FailureReport.h"
+
 #include <cstdlib>
 #include <exception>
 
@@ -22,7 +23,7 @@ int callFromC(sd_event *event, const Handler &handler) noexcept
         handler();
         return 0;
     } catch (const std::exception &exception) {
-        static_cast<void>(std::fprintf(stderr, "tarnwick-helper: %s\n", exception.what()));
+        reportFailure(exception.what());
         return sd_event_exit(event, EXIT_FAILURE);
     }
 }

@@ -4,15 +4,21 @@
 #include "Helper/linux/HelperBus.h"
 
 #include "Helper/linux/CallFromC.h"
+#include "Helper/linux/FailureReport.h"
+#include "Helper/linux/SessionBus.h"
 #include "Shared/HelperProtocol.h"
 #include "Shared/Version.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <new>
+#include <optional>
+#include <system_error>
 #include <utility>
 
 #include <malloc.h>
@@ -23,6 +29,7 @@ namespace Tarnwick {
 namespace {
 
 const std::string serviceName(HelperProtocol::serviceName);
+const std::string versionText(version);
 
 // Of the D-Bus specification, "org.freedesktop.DBus.RequestName".
 constexpr std::uint32_t nameFlagAllowReplacement = 1;
@@ -51,13 +58,12 @@ std::string failure(const char *what, int result)
 HelperBus::Opened HelperBus::open(SystemdEventLoop &loop, HelperService &service,
                                   EventLoop::Clock::duration patience, Claim claim)
 {
-    sd_bus *opened = nullptr;
-    if (const int failed = sd_bus_open_user(&opened); failed < 0) {
-        return failure("cannot reach the session bus", failed);
+    std::variant<BusHandle, int> opened = openSessionBus();
+    if (const int *failed = std::get_if<int>(&opened)) {
+        return failure("cannot reach the session bus", -*failed);
     }
-    BusHandle bus(opened);
-    static_cast<void>(sd_bus_set_exit_on_disconnect(opened, true));
-    if (const int failed = sd_bus_attach_event(opened, loop.event(), SD_EVENT_PRIORITY_NORMAL);
+    BusHandle bus = std::get<BusHandle>(std::move(opened));
+    if (const int failed = sd_bus_attach_event(bus.get(), loop.event(), SD_EVENT_PRIORITY_NORMAL);
         failed < 0) {
         return failure("cannot listen to the session bus", failed);
     }
@@ -82,10 +88,11 @@ HelperBus::HelperBus(BusHandle bus, SystemdEventLoop &loop, HelperService &servi
     sd_bus_slot *slot = nullptr;
     sd_bus_add_filter(m_bus.get(), &slot, &HelperBus::onMessage, this);
     m_filter.reset(slot);
-    // Without memory sd-bus closes the connection, and then tries for ever to report that.
+    // sd-bus closes the connection when it has no memory, or no buffer takes the rest of a message
+    // of which a part is sent. The bus answers what was asked then, and starts another helper.
     m_disconnect = m_loop.afterEachRound([this] {
         if (sd_bus_is_open(m_bus.get()) <= 0) {
-            m_loop.leave(EXIT_FAILURE);
+            leaveWithFailure("the connection to the session bus has ended");
         }
     });
     clientsChanged();
@@ -128,9 +135,29 @@ std::string HelperBus::claimName(Claim claim)
                                 (claim == Claim::Replace ? nameFlagReplaceExisting : 0);
     const int claimed = m_daemon.requestName(serviceName, flags);
     if (claimed == nameReplyExists) {
-        return serviceName + " is taken by another process";
+        return serviceName + " is taken by another process" + nameOwner();
     }
     return claimed < 0 ? failure("cannot get the name on the session bus", claimed) : std::string();
+}
+
+/// ": PID (EXECUTABLE)" of the process that has the name, as far as that is known. A byte that is
+/// no printable character of ASCII is a question mark.
+std::string HelperBus::nameOwner()
+{
+    const std::optional<pid_t> process = m_daemon.processOf(serviceName);
+    if (!process) {
+        return {};
+    }
+    std::string text = ": " + std::to_string(*process);
+    std::error_code hidden;
+    const auto executable =
+        std::filesystem::read_symlink("/proc/" + std::to_string(*process) + "/exe", hidden);
+    if (!hidden) {
+        text += " (" + executable.native() + ')';
+    }
+    std::replace_if(
+        text.begin(), text.end(), [](char byte) { return byte < ' ' || byte > '~'; }, '?');
+    return text;
 }
 
 int HelperBus::onListListeningPorts(sd_bus_message *request, void *channel,
@@ -146,43 +173,56 @@ int HelperBus::onKillProcess(sd_bus_message *request, void *channel, sd_bus_erro
 
 int HelperBus::receiveFromC(sd_bus_message *request, Operation operation)
 {
-    int result = 0;
-    const int failed = callFromC(m_loop.event(), [&] { result = receive(request, operation); });
-    return failed < 0 ? failed : result;
+    // Also a request that could not be received has no other handler.
+    const int failed = callFromC(m_loop.event(), [&] { receive(request, operation); });
+    return failed < 0 ? failed : 1;
 }
 
 int HelperBus::onGetVersion(sd_bus * /*bus*/, const char * /*path*/, const char * /*interface*/,
-                            const char * /*property*/, sd_bus_message *reply, void * /*channel*/,
+                            const char * /*property*/, sd_bus_message *reply, void *channel,
                             sd_bus_error * /*error*/)
 {
-    return sd_bus_message_append(reply, "s", std::string(version).c_str());
+    const int appended = sd_bus_message_append(reply, "s", versionText.c_str());
+    if (appended < 0) {
+        // sd-bus would try once to answer with an error.
+        static_cast<HelperBus *>(channel)->leaveWithFailure("no memory left for an answer");
+    }
+    return appended;
 }
 
-int HelperBus::receive(sd_bus_message *request, Operation operation)
+void HelperBus::receive(sd_bus_message *request, Operation operation)
 {
-    const std::string client = sd_bus_message_get_sender(request);
-    if (!m_clients.admit(client)) {
+    if (!m_clients.admit(request)) {
         tidyUpLater();
-        // An answer of ours: who gets an error of the bus waits on.
-        return sd_bus_reply_method_errorf(request, "System.Error.EBUSY",
-                                          "%zu of your requests wait for their answers",
-                                          BusClients::mostUnanswered);
+        m_replies.refuse(hold(request), std::to_string(BusClients::mostUnanswered) +
+                                            " of your requests wait for their answers");
+        return;
     }
-    m_clients.identify(client, [this, request = hold(request), operation,
-                                client](const std::optional<BusClients::Identity> &identity) {
-        if (!identity || identity->user != ::geteuid()) {
-            static_cast<void>(sd_bus_reply_method_errorf(request.get(), SD_BUS_ERROR_ACCESS_DENIED,
-                                                         "only user %u may ask", ::geteuid()));
-            m_clients.answered(client);
-            return;
-        }
-        try {
-            (this->*operation)(request, *identity);
-        } catch (const std::bad_alloc &) {
-            m_replies.answerWithError(request, ENOMEM, "no memory left");
-        }
-    });
-    return 1;
+    m_clients.identify(sd_bus_message_get_sender(request),
+                       [this, request = hold(request),
+                        operation](const BusClients::Identification &identification) {
+                           serve(request, operation, identification);
+                       });
+}
+
+void HelperBus::serve(const BusMessage &request, Operation operation,
+                      const BusClients::Identification &identification)
+{
+    const auto *unidentified = std::get_if<BusClients::Unidentified>(&identification);
+    if (unidentified != nullptr && unidentified->error != 0) {
+        m_replies.answerWithError(request, unidentified->error, "cannot ask the bus who asks");
+        return;
+    }
+    const auto *identity = std::get_if<BusClients::Identity>(&identification);
+    if (identity == nullptr || identity->user != ::geteuid()) {
+        m_replies.deny(request, "only user " + std::to_string(::geteuid()) + " may ask");
+        return;
+    }
+    try {
+        (this->*operation)(request, *identity);
+    } catch (const std::bad_alloc &) {
+        m_replies.answerWithError(request, ENOMEM, "no memory left");
+    }
 }
 
 void HelperBus::list(const BusMessage &request, const BusClients::Identity & /*client*/)
@@ -242,9 +282,11 @@ void HelperBus::tidyUpLater()
 
 void HelperBus::giveNameUp()
 {
-    // From now on the bus starts another helper for whoever asks; who asked before is answered.
-    if (!m_hasLostName) {
-        static_cast<void>(sd_bus_release_name(m_bus.get(), serviceName.c_str()));
+    // From now on the bus starts another helper for whoever asks; who asked before is answered. No
+    // reply is awaited: the bus has done this when it answers the call that comes next.
+    if (!m_hasLostName && m_daemon.send("ReleaseName", serviceName) != 0) {
+        clientsChanged();
+        return;
     }
     m_leaving = m_loop.afterEachRound([this] { leaveWhenDone(); });
 }
@@ -257,8 +299,20 @@ void HelperBus::leaveWhenDone()
     static_cast<void>(sd_bus_get_n_queued_write(m_bus.get(), &unsent));
     if (unread == 0 && unsent == 0 && isDone() && m_lastWord == 0) {
         // What the bus sent before its answer to this has been read when that comes.
-        m_lastWord = m_daemon.call("GetId", [this](sd_bus_message *) { onLastWord(); });
+        const BusDaemonCalls::Sent sent =
+            m_daemon.call("GetId", [this](sd_bus_message *) { onLastWord(); });
+        m_lastWord = sent.id;
+        if (sent.error != 0) {
+            m_leaveRetry = m_loop.at(EventLoop::Clock::now() + ReplyQueue::retryDelay,
+                                     [this] { leaveWhenDone(); });
+        }
     }
+}
+
+void HelperBus::leaveWithFailure(const char *why)
+{
+    reportFailure(why);
+    m_loop.leave(EXIT_FAILURE);
 }
 
 void HelperBus::onLastWord()

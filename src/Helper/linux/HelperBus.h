@@ -21,7 +21,8 @@ namespace Tarnwick {
 
 /// The helper's channel on Linux: the session bus. Hands requests of its own user over to the
 /// service and ends the loop when nobody has been there for a while, or at once when nobody is left
-/// after another helper has taken the name over. The interface is the one in
+/// after another helper has taken the name over, with status 0. It ends the loop with EXIT_FAILURE
+/// and a line on standard error when the connection has ended. The interface is the one in
 /// Shared/com.velmora.tarnwick.helper.xml.
 class HelperBus
 {
@@ -58,7 +59,9 @@ private:
     void receiveMessage(sd_bus_message *message);
     [[nodiscard]] std::string claimName(Claim claim);
     int receiveFromC(sd_bus_message *request, Operation operation);
-    int receive(sd_bus_message *request, Operation operation);
+    void receive(sd_bus_message *request, Operation operation);
+    void serve(const BusMessage &request, Operation operation,
+               const BusClients::Identification &identification);
     void list(const BusMessage &request, const BusClients::Identity &client);
     void kill(const BusMessage &request, const BusClients::Identity &client);
     void clientsChanged();
@@ -66,7 +69,9 @@ private:
     void tidyUpLater();
     void giveNameUp();
     void leaveWhenDone();
+    void leaveWithFailure(const char *why);
     [[nodiscard]] bool isDone() const;
+    [[nodiscard]] std::string nameOwner();
     static int onMessage(sd_bus_message *message, void *channel, sd_bus_error *error);
     void onLastWord();
 
@@ -84,6 +89,7 @@ private:
     std::unique_ptr<EventLoop::Wait> m_alone; ///< since the last client left
     std::unique_ptr<EventLoop::Wait> m_leaving;
     BusDaemonCalls::Id m_lastWord = 0; ///< while leaving, a call of the bus daemon
+    std::unique_ptr<EventLoop::Wait> m_leaveRetry;
     std::unique_ptr<EventLoop::Wait> m_tidying;
     std::unique_ptr<EventLoop::Wait> m_disconnect;
 };

@@ -6,21 +6,13 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <optional>
-#include <string>
+#include <new>
+#include <utility>
+#include <variant>
 
 namespace Tarnwick {
 
 namespace {
-
-/// An array in a message of D-Bus (its specification, "Valid Signatures").
-constexpr std::size_t maxPayloadSize = 64UL * 1024 * 1024;
-
-/// Whether the system may take the same reply a little later.
-bool isShortage(int failure)
-{
-    return failure == -ENOBUFS || failure == -ENOMEM || failure == -EAGAIN || failure == -EINTR;
-}
 
 int replyWithBytes(sd_bus *bus, sd_bus_message *request, const std::string &bytes)
 {
@@ -41,6 +33,13 @@ PayloadQueue::PayloadQueue(sd_bus *bus, SystemdEventLoop &loop, BusClients &clie
     , m_loop(loop)
     , m_clients(clients)
     , m_replies(replies)
+    // Later than answer(), so that all whom one listing answers take turns, and in a round of its
+    // own: what follows a round is to follow this, too.
+    , m_sending(loop.afterEachRound([this] {
+        if (canSend()) {
+            sendLater(EventLoop::Clock::duration::zero());
+        }
+    }))
 {
 }
 
@@ -50,59 +49,99 @@ void PayloadQueue::answer(const BusMessage &request, const HelperService::ListAn
         m_replies.answerWithError(request, error->code, error->message);
         return;
     }
-    const HelperService::Payload &payload = std::get<HelperService::Payload>(answer);
-    if (payload->bytes().size() > maxPayloadSize) {
-        // The bus would end the connection of who sends it.
-        m_replies.answerWithError(request, EMSGSIZE, "the listing is larger than the bus takes");
-        return;
+    const std::string client = sd_bus_message_get_sender(request.get());
+    std::deque<BusMessage> &waiting = m_waiting[client];
+    waiting.push_back(request);
+    if (waiting.size() == 1) {
+        m_turns.push_back(client);
     }
-    m_waiting.push_back(request);
-    m_latest = payload;
-    send();
+    m_latest = std::get<HelperService::Payload>(answer);
 }
 
 void PayloadQueue::send()
 {
-    std::uint64_t unsent = 0;
-    while (!m_waiting.empty() && !m_retry && sd_bus_get_n_queued_write(m_bus, &unsent) >= 0 &&
-           unsent == 0) {
-        const BusMessage request = m_waiting.front();
-        const int sent = sendLatest(request);
-        if (isShortage(sent)) {
-            m_retry = m_loop.at(EventLoop::Clock::now() + ReplyQueue::retryDelay, [this] {
-                m_retry.reset();
-                send();
-            });
+    while (canSend()) {
+        const std::string &client = m_turns.front();
+        if (!m_clients.contains(client)) {
+            m_waiting.erase(client);
+            m_turns.pop_front();
+            continue;
+        }
+        const int sent = sendLatest(m_waiting.at(client).front());
+        if (isToBeRetried(sent)) {
+            sendLater(ReplyQueue::retryDelay);
             break;
         }
-        m_waiting.pop_front();
+        const BusMessage request = takeNext();
         if (sent < 0) {
             m_replies.answerWithError(request, -sent, std::strerror(-sent));
+        } else {
+            m_clients.answered(request.get());
         }
     }
-    if (m_waiting.empty()) {
-        m_sending.reset();
+    if (m_turns.empty()) {
         m_latest.reset();
-    } else if (!m_sending) {
-        m_sending = m_loop.afterEachRound([this] { send(); });
     }
 }
 
-/// Sends the latest payload to whoever made the request, if it is still there; a negative errno on
-/// failure.
+void PayloadQueue::sendLater(EventLoop::Clock::duration delay)
+{
+    m_retry = m_loop.at(EventLoop::Clock::now() + delay, [this] {
+        m_retry.reset();
+        send();
+    });
+}
+
+/// Whether a payload waits and the one before it is on its way.
+bool PayloadQueue::canSend() const
+{
+    std::uint64_t unsent = 0;
+    return !m_turns.empty() && !m_retry && sd_bus_get_n_queued_write(m_bus, &unsent) >= 0 &&
+           unsent == 0;
+}
+
+/// The request whose turn it is, which waits no more; its client's next one has its turn after
+/// those of the other clients.
+BusMessage PayloadQueue::takeNext()
+{
+    std::string client = std::move(m_turns.front());
+    m_turns.pop_front();
+    const auto place = m_waiting.find(client);
+    BusMessage request = place->second.front();
+    place->second.pop_front();
+    if (place->second.empty()) {
+        m_waiting.erase(place);
+    } else {
+        m_turns.push_back(std::move(client));
+    }
+    return request;
+}
+
+bool PayloadQueue::isToBeRetried(int sent)
+{
+    if (sent != -ENOMEM) {
+        m_shortSince.reset();
+        return ReplyQueue::isBufferFull(sent);
+    }
+    const auto now = EventLoop::Clock::now();
+    m_shortSince = m_shortSince.value_or(now);
+    return now - *m_shortSince < maxShortage;
+}
+
+/// Sends the latest payload to whoever made the request; a negative errno on failure.
 int PayloadQueue::sendLatest(const BusMessage &request)
 {
     const std::string client = sd_bus_message_get_sender(request.get());
-    if (!m_clients.contains(client)) {
-        return 0;
+    std::optional<ListingPayload::Reduced> reduced;
+    try {
+        reduced = m_latest->after(m_clients.shown(client).get());
+    } catch (const std::bad_alloc &) {
+        return -ENOMEM;
     }
-    const std::optional<ListingPayload::Reduced> reduced =
-        m_latest->after(m_clients.shown(client).get());
     const int sent =
         replyWithBytes(m_bus, request.get(), reduced ? reduced->bytes : m_latest->bytes());
     if (sent >= 0) {
         m_clients.show(client, reduced ? reduced->report : m_latest->report());
-        m_clients.answered(client);
     }
     return sent;
 }

@@ -3,7 +3,9 @@
 
 #include "Helper/linux/ReplyQueue.h"
 
+#include <cerrno>
 #include <cstring>
+#include <system_error>
 #include <utility>
 #include <variant>
 
@@ -28,16 +30,39 @@ void ReplyQueue::answer(const BusMessage &request, const KillAnswer &answer)
 void ReplyQueue::answerWithError(const BusMessage &request, int code, const std::string &message)
 {
     const char *known = ::strerrorname_np(code);
-    const std::string name = std::string("System.Error.") + (known != nullptr ? known : "EIO");
-    add(request, [request, name, message] {
-        const sd_bus_error error = {name.c_str(), message.c_str(), 0};
-        return sd_bus_reply_method_error(request.get(), &error);
-    });
+    addError(request, std::string("System.Error.") + (known != nullptr ? known : "EIO"), message,
+             Counted::Yes);
 }
 
-void ReplyQueue::add(const BusMessage &request, std::function<int()> send)
+void ReplyQueue::deny(const BusMessage &request, const std::string &message)
 {
-    m_replies.push_back({sd_bus_message_get_sender(request.get()), std::move(send)});
+    addError(request, SD_BUS_ERROR_ACCESS_DENIED, message, Counted::Yes);
+}
+
+void ReplyQueue::refuse(const BusMessage &request, const std::string &message)
+{
+    // An answer of ours: who gets an error of the bus waits on.
+    addError(request, "System.Error.EBUSY", message, Counted::No);
+}
+
+void ReplyQueue::addError(const BusMessage &request, const std::string &name,
+                          const std::string &message, Counted counted)
+{
+    add(
+        request,
+        [request, name, message] {
+            const sd_bus_error error = {name.c_str(), message.c_str(), 0};
+            return sd_bus_reply_method_error(request.get(), &error);
+        },
+        counted);
+}
+
+void ReplyQueue::add(const BusMessage &request, std::function<int()> send, Counted counted)
+{
+    if (m_replies.size() >= maxWaiting) {
+        throw std::system_error(ENOBUFS, std::generic_category(), "too many answers wait");
+    }
+    m_replies.push_back({request, std::move(send), counted});
     if (!m_retry) {
         sendAll();
     }
@@ -48,15 +73,36 @@ void ReplyQueue::sendAll()
     m_retry.reset();
     while (!m_replies.empty()) {
         const Reply &next = m_replies.front();
-        if (m_clients.contains(next.client)) {
-            if (next.send() < 0) {
-                m_retry = m_loop.at(EventLoop::Clock::now() + retryDelay, [this] { sendAll(); });
+        if (m_clients.contains(sd_bus_message_get_sender(next.request.get()))) {
+            if (const int sent = next.send(); sent < 0) {
+                retryLater(sent);
                 return;
             }
-            m_clients.answered(next.client);
+            if (next.counted == Counted::Yes) {
+                m_clients.answered(next.request.get());
+            }
         }
+        m_failingSince.reset();
         m_replies.pop_front();
     }
+}
+
+void ReplyQueue::retryLater(int failure)
+{
+    const auto now = EventLoop::Clock::now();
+    if (!isBufferFull(failure)) {
+        if (!m_failingSince) {
+            m_failingSince = now;
+        } else if (now - *m_failingSince > maxShortage) {
+            throw std::system_error(-failure, std::generic_category(), "cannot send an answer");
+        }
+    }
+    m_retry = m_loop.at(now + retryDelay, [this] { sendAll(); });
+}
+
+bool ReplyQueue::isBufferFull(int failure)
+{
+    return failure == -ENOBUFS || failure == -EAGAIN || failure == -EINTR;
 }
 
 } // namespace Tarnwick

@@ -5,12 +5,12 @@
 #include "Helper/HelperService.h"
 #include "Helper/ListenerInventory.h"
 #include "Helper/ProcessTerminator.h"
+#include "Helper/linux/FailureReport.h"
 #include "Helper/linux/HelperBus.h"
 #include "Helper/linux/SystemdEventLoop.h"
 #include "Shared/AppLog.h"
 #include "Shared/HelperProtocol.h"
 
-#include <cstdio>
 #include <exception>
 #include <memory>
 #include <string>
@@ -31,7 +31,7 @@ void keepMemoryLow()
 
 int fail(const char *why)
 {
-    static_cast<void>(std::fprintf(stderr, "tarnwick-helper: %s\n", why));
+    Tarnwick::reportFailure(why);
     return 1;
 }
 
