@@ -3,6 +3,7 @@
 
 #include "App/HelperClient.h"
 
+#include "App/ListedPrograms.h"
 #include "App/PendingReply.h"
 #include "Core/MainThread.h"
 #include "Core/SerialExecutor.h"
@@ -43,6 +44,29 @@ RawPortInfo::Decoded decode(const QByteArray &payload)
         std::string_view(payload.constData(), static_cast<std::size_t>(payload.size())));
 }
 
+/// The records of @p payload, none for a listing that failed, as what follows the listing before.
+QCoro::Task<std::vector<RawPortInfo>> handOn(std::optional<QByteArray> payload,
+                                             std::shared_ptr<ListedPrograms> listed,
+                                             SerialExecutor &decoder)
+{
+    co_await decoder.enter();
+    RawPortInfo::Decoded decoded;
+    if (payload) {
+        decoded = decode(*payload);
+        payload.reset();
+    }
+    std::vector<RawPortInfo> records;
+    if (auto *const some = std::get_if<std::vector<RawPortInfo>>(&decoded)) {
+        records = std::move(*some);
+    }
+    listed->continueWith(records);
+    co_await MainThread::enter();
+    if (const auto *error = std::get_if<RawPortInfo::DecodingError>(&decoded)) {
+        AppLog::log("[helper] decode error: " + error->description());
+    }
+    co_return records;
+}
+
 std::int32_t processIdentifier(std::int64_t pid)
 {
     using Limits = std::numeric_limits<std::int32_t>;
@@ -72,6 +96,9 @@ struct HelperClient::Link : std::enable_shared_from_this<HelperClient::Link>
     Connect connect;
     SerialExecutor &decoder;
     std::shared_ptr<HelperConnection> connection;
+    /// Of the decoder's thread. Every listing goes through it, one that failed as well, so that it
+    /// gets them in the order in which they are handed on.
+    std::shared_ptr<ListedPrograms> listed = std::make_shared<ListedPrograms>();
 };
 
 HelperConnection &HelperClient::Link::getConnection()
@@ -129,10 +156,15 @@ QCoro::Task<std::vector<RawPortInfo>> HelperClient::scan(std::shared_ptr<Link> l
 {
     co_await MainThread::enter();
     PendingReply<ListReply> pending;
+    const std::shared_ptr<ListedPrograms> listed = link->listed;
     if (const std::shared_ptr<HelperProxy> proxy = link->proxy()) {
         proxy->listListeningPorts(pending.callback());
     } else {
         AppLog::log("[helper] xpcScan: proxy unavailable");
+        link->decoder.post([listed] {
+            std::vector<RawPortInfo> none;
+            listed->continueWith(none);
+        });
         co_return std::vector<RawPortInfo>();
     }
     // A call that is never answered must not keep the connection.
@@ -142,21 +174,12 @@ QCoro::Task<std::vector<RawPortInfo>> HelperClient::scan(std::shared_ptr<Link> l
     if (reply.error) {
         AppLog::log("[helper] listListeningPorts error: " + reply.error->description + " domain=" +
                     reply.error->domain + " code=" + std::to_string(reply.error->code));
-        co_return std::vector<RawPortInfo>();
-    }
-    if (!reply.payload) {
+    } else if (!reply.payload) {
         AppLog::log("[helper] listListeningPorts returned nil data");
-        co_return std::vector<RawPortInfo>();
+    } else {
+        co_return co_await handOn(std::move(*reply.payload), listed, decoder);
     }
-    co_await decoder.enter();
-    RawPortInfo::Decoded decoded = decode(*reply.payload);
-    reply.payload.reset();
-    co_await MainThread::enter();
-    if (const auto *error = std::get_if<RawPortInfo::DecodingError>(&decoded)) {
-        AppLog::log("[helper] decode error: " + error->description());
-        co_return std::vector<RawPortInfo>();
-    }
-    co_return std::get<std::vector<RawPortInfo>>(std::move(decoded));
+    co_return co_await handOn({}, listed, decoder);
 }
 
 QCoro::Task<KillResult> HelperClient::kill(std::shared_ptr<Link> link, std::int64_t pid)

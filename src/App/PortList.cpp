@@ -3,8 +3,6 @@
 
 #include "App/PortList.h"
 
-#include "Models/HashCombine.h"
-
 #include <iterator>
 #include <utility>
 
@@ -12,7 +10,7 @@ namespace Tarnwick {
 
 void PortList::append(SharedPortEntry entry)
 {
-    const Key key{entry->pid, entry->port};
+    const ListenerKey key{entry->pid, entry->port};
     m_entries.push_back(std::move(entry));
     m_index.emplace(key, std::prev(m_entries.end()));
 }
@@ -29,14 +27,6 @@ void PortList::remove(std::int64_t pid, std::int64_t port)
         m_entries.erase(indexed->second);
     }
     m_index.erase(first, last);
-}
-
-std::size_t PortList::HashOfKey::operator()(const Key &key) const noexcept
-{
-    std::size_t seed = 0;
-    hashCombine(seed, key.pid);
-    hashCombine(seed, key.port);
-    return seed;
 }
 
 } // namespace Tarnwick

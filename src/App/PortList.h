@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "Models/ListenerKey.h"
 #include "Models/PortEntry.h"
 
 #include <cstddef>
@@ -43,21 +44,8 @@ public:
     [[nodiscard]] bool empty() const { return m_entries.empty(); }
 
 private:
-    struct Key
-    {
-        std::int64_t pid;
-        std::int64_t port;
-
-        friend bool operator==(const Key &, const Key &) = default;
-    };
-
-    struct HashOfKey
-    {
-        std::size_t operator()(const Key &key) const noexcept;
-    };
-
     Entries m_entries;
-    std::unordered_multimap<Key, Entries::iterator, HashOfKey> m_index;
+    std::unordered_multimap<ListenerKey, Entries::iterator> m_index;
 };
 
 } // namespace Tarnwick

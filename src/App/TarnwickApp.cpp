@@ -6,6 +6,7 @@
 #include "App/AppDelegate.h"
 #include "App/AppState.h"
 #include "App/DisplayOpening.h"
+#include "App/ExitTimeout.h"
 #include "App/FirstRunOnboarding.h"
 #include "App/HelperClient.h"
 #include "App/LaunchArguments.h"
@@ -25,6 +26,7 @@
 #include "Platform/SingleInstance.h"
 #include "Platform/linux/ArgumentLaunchContext.h"
 #include "Platform/linux/MessageBoxQuestion.h"
+#include "Platform/linux/SharedBusCheck.h"
 #include "Shared/AppLog.h"
 #include "Shared/Version.h"
 
@@ -118,6 +120,10 @@ private:
             AppLog::log("[app] no session bus — the helper cannot be reached");
             launch();
             break;
+        case SingleInstance::Claim::BusUnresponsive:
+            AppLog::log("[app] the session bus does not answer — the helper cannot be reached");
+            launch();
+            break;
         case SingleInstance::Claim::OtherRuns:
             QApplication::exit(0);
             break;
@@ -188,15 +194,19 @@ void drawAtOnce()
 
 int runOnDesktop(int argc, char *argv[], const LaunchArguments &arguments)
 {
+    // Made before whatever Qt keeps to the end of the program, and so destroyed after it.
+    static ExitTimeout exitTimeout;
     QCoreApplication::setOrganizationName(QStringLiteral("velmora"));
     QCoreApplication::setApplicationName(QStringLiteral("tarnwick"));
     QCoreApplication::setApplicationVersion(
         QString::fromUtf8(version.data(), static_cast<qsizetype>(version.size())));
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     drawAtOnce();
+    std::optional<SharedBusCheck> busCheck(std::in_place);
     std::optional<DisplayOpening> opening(std::in_place);
     const QApplication application(argc, argv);
     opening.reset();
+    busCheck.reset();
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Tarnwick"));
     QGuiApplication::setDesktopFileName(QStringLiteral("com.velmora.tarnwick"));
     QGuiApplication::setQuitOnLastWindowClosed(false);
@@ -209,6 +219,7 @@ int runOnDesktop(int argc, char *argv[], const LaunchArguments &arguments)
     session.start();
     const int status = QApplication::exec();
     AppLog::flush();
+    exitTimeout.start(status);
     return status;
 }
 

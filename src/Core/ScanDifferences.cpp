@@ -5,12 +5,20 @@
 
 #include "Core/PortRegistry.h"
 
-#include <memory>
 #include <utility>
 
 namespace Tarnwick {
 
 using Kind = EntryChange::Kind;
+
+namespace {
+
+ListenerKey keyOf(const PortEntry &entry)
+{
+    return {entry.pid, entry.port};
+}
+
+} // namespace
 
 void EntryChange::applyTo(PortRegistry &registry) const
 {
@@ -42,39 +50,27 @@ std::vector<EntryChange> ScanDifferences::begin(const std::vector<SharedPortEntr
         }
     }
     m_previous = std::move(current);
-    updateHidden(changes);
+    for (const EntryChange &change : changes) {
+        apply(change, m_wanted);
+    }
     return changes;
 }
 
-/// What the changes would leave without a row if each call were applied whole before the next.
-void ScanDifferences::updateHidden(const std::vector<EntryChange> &changes)
+/// As the registry does it: an entry is ignored where there is a row, and a removal takes the row
+/// whatever the name of its entry.
+void ScanDifferences::apply(const EntryChange &change, Rows &rows)
 {
-    KeySet closed;
-    for (const EntryChange &change : changes) {
-        const Key key(*change.entry);
-        m_hidden.erase(key);
-        if (change.kind == Kind::Closed) {
-            closed.insert(key);
-        }
-    }
-    if (closed.empty()) {
-        return;
-    }
-    for (const SharedPortEntry &entry : m_previous) {
-        const Key key(*entry);
-        if (closed.contains(key)) {
-            m_hidden.insert(key);
-        }
+    const ListenerKey key = keyOf(*change.entry);
+    if (change.kind == Kind::Opened) {
+        rows.try_emplace(key, change.entry);
+    } else {
+        rows.erase(key);
     }
 }
 
 void ScanDifferences::made(const EntryChange &change)
 {
-    if (change.kind == Kind::Opened) {
-        m_shown.emplace(*change.entry);
-    } else {
-        m_shown.erase(Key(*change.entry));
-    }
+    apply(change, m_shown);
 }
 
 std::vector<EntryChange> ScanDifferences::repairs()
@@ -83,22 +79,17 @@ std::vector<EntryChange> ScanDifferences::repairs()
     if (m_callsInFlight > 1 || !m_haveOverlapped) {
         return changes;
     }
-    KeySet surplus = m_shown;
-    for (const SharedPortEntry &entry : m_previous) {
-        const Key key(*entry);
-        if (m_hidden.contains(key)) {
-            continue;
-        }
-        surplus.erase(key);
-        if (!m_shown.contains(key)) {
-            changes.push_back({Kind::Opened, entry});
+    for (const auto &[key, entry] : m_shown) {
+        const auto wanted = m_wanted.find(key);
+        if (wanted == m_wanted.end() || *wanted->second != *entry) {
+            changes.push_back({Kind::Closed, entry});
         }
     }
-    for (const Key &key : surplus) {
-        const auto gone = std::make_shared<PortEntry>();
-        gone->pid = key.pid;
-        gone->port = key.port;
-        changes.push_back({Kind::Closed, gone});
+    for (const auto &[key, entry] : m_wanted) {
+        const auto shown = m_shown.find(key);
+        if (shown == m_shown.end() || *shown->second != *entry) {
+            changes.push_back({Kind::Opened, entry});
+        }
     }
     m_haveOverlapped = !changes.empty();
     return changes;

@@ -3,12 +3,13 @@
 
 #pragma once
 
-#include "Models/HashCombine.h"
+#include "Models/ListenerKey.h"
 #include "Models/PortEntry.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -42,40 +43,13 @@ public:
     void made(const EntryChange &change);
 
     /// For a call whose changes have been made: what is still to be changed. Nothing while other
-    /// calls go on, or where none has overlapped with another. What a row's entry is, is not
-    /// compared: a row that belongs there stays.
+    /// calls go on, or where none has overlapped with another. A row whose entry has the right name
+    /// stays as it is; one that has another name is closed, then opened.
     [[nodiscard]] std::vector<EntryChange> repairs();
 
     void end() { --m_callsInFlight; }
 
 private:
-    /// What identifies an entry in the registry.
-    struct Key
-    {
-        std::int64_t pid = 0;
-        std::int64_t port = 0;
-
-        explicit Key(const PortEntry &entry)
-            : pid(entry.pid)
-            , port(entry.port)
-        {
-        }
-
-        friend bool operator==(const Key &, const Key &) = default;
-    };
-
-    struct HashOfKey
-    {
-        std::size_t operator()(const Key &key) const noexcept
-        {
-            std::size_t seed = 0;
-            hashCombine(seed, key.pid);
-            hashCombine(seed, key.port);
-            return seed;
-        }
-    };
-    using KeySet = std::unordered_set<Key, HashOfKey>;
-
     struct HashOfEntry
     {
         std::size_t operator()(const SharedPortEntry &entry) const noexcept
@@ -93,14 +67,17 @@ private:
     };
     using EntrySet = std::unordered_set<SharedPortEntry, HashOfEntry, EqualEntries>;
 
-    void updateHidden(const std::vector<EntryChange> &changes);
+    /// The rows of a registry, each with the entry that was opened for it.
+    using Rows = std::unordered_map<ListenerKey, SharedPortEntry>;
+
+    static void apply(const EntryChange &change, Rows &rows);
 
     EntrySet m_previous; ///< of the scan that was begun last
-    /// Listeners of `m_previous` that have no row, for as long as they go on under this identifier
-    /// and port: they were renamed, so that the new entry was ignored for the row that was there,
-    /// and the removal of the old one took that row.
-    KeySet m_hidden;
-    KeySet m_shown; ///< what the registry holds after the changes that were made so far
+    /// What the registry would hold if each call were applied whole before the next. A listener of
+    /// `m_previous` that was renamed has no row there: the new entry was ignored for the row that
+    /// was there, and the removal of the old one took that row.
+    Rows m_wanted;
+    Rows m_shown; ///< what the registry holds after the changes that were made so far
     std::size_t m_callsInFlight = 0;
     bool m_haveOverlapped = false; ///< and what that left wrong is not made good yet
 };

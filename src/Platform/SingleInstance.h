@@ -18,10 +18,11 @@ public:
     enum class Start : std::uint8_t { ByUser, ByDesktop };
 
     enum class Claim : std::uint8_t {
-        First,        ///< this one is it
-        OtherRuns,    ///< another one is, and has opened its panel for the user
-        OtherSilent,  ///< another one is, but does not answer
-        NoSessionBus, ///< that cannot be known
+        First,           ///< this one is it
+        OtherRuns,       ///< another one is, and has opened its panel for the user
+        OtherSilent,     ///< another one is, but does not answer
+        NoSessionBus,    ///< that cannot be known
+        BusUnresponsive, ///< nor this: there is a session bus, but it does not answer
     };
 
     using ClaimHandler = std::function<void(Claim claim)>;
@@ -40,7 +41,8 @@ public:
     virtual void setReplacementHandler(Handler handler) = 0;
 
     /// Finds out who is first, without waiting, and calls @p handler once. Call it once. Who is
-    /// first stays it, also when the session bus is started again, and who found none tries again.
+    /// first stays it, also when the session bus is started again; who found none tries again, and
+    /// a bus that did not answer in time is waited for.
     virtual void claim(Start start, ClaimHandler handler) = 0;
 
     /// The instance as this platform knows it.

@@ -37,8 +37,11 @@ const Tab &tabOf(PanelModel::Filter filter)
     return tabs.at(static_cast<std::size_t>(filter));
 }
 
-/// By how much the same process may be said to have started at another time: the clock is set.
-constexpr std::chrono::seconds startTolerance{1};
+bool isSameProcess(const PortEntry &left, const PortEntry &right)
+{
+    return left.pid == right.pid &&
+           std::chrono::abs(left.openedAt - right.openedAt) <= startTolerance;
+}
 
 QString text(std::string_view utf8)
 {
@@ -207,6 +210,7 @@ void PanelModel::requestKill(const PortRow &row)
     if (m_pendingKill) {
         return; // the question that is on the screen stays the one that is answered
     }
+    m_wasListed = isListed(*row.entry());
     setPendingKill(row);
 }
 
@@ -222,7 +226,8 @@ void PanelModel::confirmKill()
     }
     const SharedPortEntry entry = m_pendingKill->entry();
     setPendingKill(std::nullopt);
-    performKill(entry);
+    const bool isGone = m_wasListed && !isProcessListed(*entry);
+    performKill(m_services, entry, isGone || hasNewOwner(*entry));
 }
 
 void PanelModel::setPendingKill(std::optional<PortRow> row)
@@ -240,15 +245,25 @@ QCoro::Task<void> PanelModel::performKill(SharedPortEntry entry) const
     return performKill(m_services, std::move(entry), isGone);
 }
 
+bool PanelModel::isListed(const PortEntry &entry) const
+{
+    return std::ranges::any_of(
+        m_state.ports(), [&entry](const SharedPortEntry &other) { return other->id == entry.id; });
+}
+
 bool PanelModel::hasNewOwner(const PortEntry &entry) const
 {
-    const auto isSame = [&entry](const SharedPortEntry &other) { return other->id == entry.id; };
-    const auto isAnother = [&entry](const SharedPortEntry &other) {
-        return other->pid == entry.pid &&
-               std::chrono::abs(other->openedAt - entry.openedAt) > startTolerance;
-    };
-    return std::ranges::none_of(m_state.ports(), isSame) &&
-           std::ranges::any_of(m_state.ports(), isAnother);
+    return !isListed(entry) &&
+           std::ranges::any_of(m_state.ports(), [&entry](const SharedPortEntry &other) {
+               return other->pid == entry.pid && !isSameProcess(*other, entry);
+           });
+}
+
+bool PanelModel::isProcessListed(const PortEntry &entry) const
+{
+    return std::ranges::any_of(m_state.ports(), [&entry](const SharedPortEntry &other) {
+        return isSameProcess(*other, entry);
+    });
 }
 
 QCoro::Task<void> PanelModel::performKill(Services services, SharedPortEntry entry, bool isGone)

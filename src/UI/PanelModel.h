@@ -110,7 +110,8 @@ public:
     /// Asks for the confirmation. Whatever the list does until it is given, it is for this entry.
     Q_INVOKABLE void requestKill(const Tarnwick::PortRow &row);
     Q_INVOKABLE void cancelKill();
-    /// Closes the confirmation and kills what it was for. Nothing when nothing is pending.
+    /// Closes the confirmation and kills what it was for, unless its process has gone from the
+    /// state meanwhile. Nothing when nothing is pending.
     Q_INVOKABLE void confirmKill();
 
     /// Has the entry's process killed, asks for a rescan, then prints the outcome. An entry of the
@@ -127,7 +128,9 @@ Q_SIGNALS:
 
 private:
     static QCoro::Task<void> performKill(Services services, SharedPortEntry entry, bool isGone);
+    [[nodiscard]] bool isListed(const PortEntry &entry) const;
     [[nodiscard]] bool hasNewOwner(const PortEntry &entry) const;
+    [[nodiscard]] bool isProcessListed(const PortEntry &entry) const;
 
     void followState();
     void refreshSoon();
@@ -143,6 +146,7 @@ private:
     QList<int> m_tabCounts;
     std::optional<PortRow> m_pendingKill;
     PortRow m_confirmedEntry;
+    bool m_wasListed = false; ///< the entry of the confirmation, when that was asked for
     bool m_active = false;
 };
 

@@ -108,5 +108,5 @@ TEST_F(LiveState, KeepsOneObjectForEachEntry)
     scan({sampleEntry("node", 1, 3000)});
     scan({sampleEntry("node", 1, 3000)});
     const SharedPortEntry entry = ports().at(0);
-    EXPECT_EQ(entry.use_count(), 3); // the state's, the engine's and this one
+    EXPECT_EQ(entry.use_count(), 5); // the state's, the engine's three and this one
 }

@@ -26,7 +26,8 @@ namespace {
 
 using Entries = std::vector<SharedPortEntry>;
 using Key = std::pair<std::int64_t, std::int64_t>;
-using Rows = std::map<Key, Uuid>;
+using Rows = std::map<Key, SharedPortEntry>;
+using Names = std::map<Key, std::string>;
 
 Key keyOf(const PortEntry &entry)
 {
@@ -40,7 +41,7 @@ public:
     void portOpened(SharedPortEntry entry) override
     {
         ++changes;
-        rows.emplace(keyOf(*entry), entry->id);
+        rows.emplace(keyOf(*entry), entry);
         onChange();
     }
     void portClosed(const PortEntry &entry) override
@@ -80,15 +81,15 @@ public:
         m_previous = std::move(current);
     }
 
-    [[nodiscard]] std::vector<Key> keys() const { return keysOf(m_registry.rows); }
+    [[nodiscard]] Names names() const { return namesOf(m_registry.rows); }
 
-    static std::vector<Key> keysOf(const Rows &rows)
+    static Names namesOf(const Rows &rows)
     {
-        std::vector<Key> keys;
-        for (const auto &[key, identifier] : rows) {
-            keys.push_back(key);
+        Names names;
+        for (const auto &[key, entry] : rows) {
+            names.emplace(key, entry->process);
         }
-        return keys;
+        return names;
     }
 
 private:
@@ -164,7 +165,7 @@ void expectUntouched(const Rows &before, const Rows &after, const Entries &scan)
         const auto was = before.find(keyOf(*entry));
         const auto is = after.find(keyOf(*entry));
         if (was != before.end() && is != after.end()) {
-            EXPECT_EQ(was->second, is->second);
+            EXPECT_EQ(was->second->id, is->second->id);
         }
     }
 }
@@ -189,8 +190,34 @@ TEST(OverlappingScans, LeaveWhatOneAfterAnotherWouldInAnyOrderOfTheirChanges)
                 calls.goOn(random);
             }
         }
-        ASSERT_EQ(SerialModel::keysOf(registry.rows), model.keys()) << "seed " << seed;
+        ASSERT_EQ(SerialModel::namesOf(registry.rows), model.names()) << "seed " << seed;
     }
+}
+
+TEST(OverlappingScans, NameAListenerAsTheLastOfThemDoesThatTookItsProcessUpAnew)
+{
+    const SharedPortEntry shell = sampleEntry("sh", 1, 3001);
+    const SharedPortEntry server = sampleEntry("server", 1, 3001);
+    RowRegistry registry;
+    ScanDifferences differences;
+    const auto make = [&](const std::vector<EntryChange> &changes) {
+        for (const EntryChange &change : changes) {
+            change.applyTo(registry);
+            differences.made(change);
+        }
+    };
+    // The process runs another program, and the scan between leaves it out.
+    const std::vector<EntryChange> first = differences.begin({shell});
+    const std::vector<EntryChange> second = differences.begin({});
+    const std::vector<EntryChange> third = differences.begin({server});
+    make(second);
+    differences.end();
+    make(first);
+    differences.end();
+    make(third);
+    make(differences.repairs());
+    EXPECT_THAT(differences.repairs(), IsEmpty());
+    EXPECT_EQ(registry.rows.at({1, 3001}), server);
 }
 
 TEST(OverlappingScans, LeaveNothingToRepairForAScanThatRunsAlone)
@@ -247,11 +274,12 @@ TEST(OverlappingScans, KeepARenamedListenerOff)
     const Entries renamed{sampleEntry("renamed", 1, 3001), sampleEntry("server", 2, 3002)};
     process({{sampleEntry("server", 1, 3001), sampleEntry("server", 2, 3002)}});
     process({renamed, renamed, renamed});
-    EXPECT_EQ(SerialModel::keysOf(registry.rows), (std::vector<Key>{{2, 3002}}));
+    EXPECT_EQ(SerialModel::namesOf(registry.rows), (Names{{{2, 3002}, "server"}}));
     process({renamed});
-    EXPECT_EQ(SerialModel::keysOf(registry.rows), (std::vector<Key>{{2, 3002}}));
+    EXPECT_EQ(SerialModel::namesOf(registry.rows), (Names{{{2, 3002}, "server"}}));
     process({{}, renamed});
-    EXPECT_EQ(SerialModel::keysOf(registry.rows), (std::vector<Key>{{1, 3001}, {2, 3002}}));
+    EXPECT_EQ(SerialModel::namesOf(registry.rows),
+              (Names{{{1, 3001}, "renamed"}, {{2, 3002}, "server"}}));
 }
 
 TEST(OverlappingScans, LeaveWhatOneAfterAnotherWouldOnTheRealThreads)
@@ -284,7 +312,7 @@ TEST(OverlappingScans, LeaveWhatOneAfterAnotherWouldOnTheRealThreads)
             }
             ASSERT_TRUE(await(areEnded));
         }
-        ASSERT_EQ(SerialModel::keysOf(registry.rows), model.keys()) << "seed " << seed;
+        ASSERT_EQ(SerialModel::namesOf(registry.rows), model.names()) << "seed " << seed;
 
         // One that runs alone has nothing to make good, and touches no row that stays.
         const Rows before = registry.rows;
@@ -292,7 +320,7 @@ TEST(OverlappingScans, LeaveWhatOneAfterAnotherWouldOnTheRealThreads)
         model.scan(last);
         tasks.push_back(engine.process(last));
         ASSERT_TRUE(await(areEnded));
-        ASSERT_EQ(SerialModel::keysOf(registry.rows), model.keys()) << "seed " << seed;
+        ASSERT_EQ(SerialModel::namesOf(registry.rows), model.names()) << "seed " << seed;
         expectUntouched(before, registry.rows, last);
     }
 }

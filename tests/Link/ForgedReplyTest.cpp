@@ -44,15 +44,38 @@ protected:
 
 TEST_F(ForgedReplyTest, IsNoOutcomeOfAKill)
 {
+    const Puppet puppet;
     m_program.path = scriptedHelperProgram;
     const ScriptedHelper helper(m_bus, "payload\t[]", "silence");
     const std::string owner =
         BusCaller(m_bus.address()).owner(std::string(HelperProtocol::serviceName));
     m_forger.replyTo("KillProcess",
                      [](sd_bus_message *reply) { sd_bus_message_append(reply, "i", 0); });
-    EXPECT_EQ(outcome(kill(42)), KillResult::XpcUnavailable);
+    EXPECT_EQ(outcome(kill(puppet.pid())), KillResult::XpcUnavailable);
     EXPECT_THAT(m_log.messages(), ElementsAre("[helper] killProcess error: " + mismatch(owner)));
     EXPECT_EQ(m_forger.forged(), 1);
+    EXPECT_THAT(helper.requests(), ElementsAre("ListListeningPorts", "KillProcess"));
+}
+
+TEST_F(ForgedReplyTest, DoesNotHideThatTheProcessHasEnded)
+{
+    Puppet puppet;
+    const int port = puppet.listen().port;
+    ASSERT_TRUE(lists(puppet.pid(), port));
+    const RunningHelper helper(m_bus);
+    const std::string owner =
+        BusCaller(m_bus.address()).owner(std::string(HelperProtocol::serviceName));
+    helper.signal(SIGSTOP);
+    m_forger.replyTo("KillProcess",
+                     [](sd_bus_message *reply) { sd_bus_message_append(reply, "i", 2); });
+    const Kill ending = kill(puppet.pid());
+    ASSERT_TRUE(hasForged(1));
+    EXPECT_FALSE(puppet.hasEnded());
+    helper.signal(SIGCONT);
+    EXPECT_EQ(outcome(ending), KillResult::Terminated);
+    EXPECT_TRUE(puppet.hasEnded());
+    EXPECT_THAT(m_log.messages(), ElementsAre("[helper] killProcess: " + mismatch(owner) +
+                                              ", and the process has ended"));
 }
 
 TEST_F(ForgedReplyTest, IsNoListing)

@@ -215,6 +215,38 @@ TEST_F(LiveCoreTest, TakesUpAnewAListenerThatBecameAnotherProgram)
     EXPECT_TRUE(shows(puppet, listener.port));
 }
 
+TEST_F(LiveCoreTest, KeepsARenamedListenerWhenAnotherHelperListsIt)
+{
+    Puppet puppet;
+    const Puppet::Listener listener = puppet.listen();
+    ASSERT_TRUE(awaitShown(puppet, listener.port));
+    const std::string name = processOn(listener.port);
+    puppet.rename("renamed");
+    puppet.retitle("renamed: serving");
+    RunningHelper(m_bus).signal(SIGKILL);
+    ASSERT_TRUE(awaitScan());
+    ASSERT_TRUE(awaitScan());
+    EXPECT_TRUE(shows(puppet, listener.port));
+    EXPECT_EQ(processOn(listener.port), name);
+}
+
+TEST_F(LiveCoreTest, TakesUpAnewAListenerThatBecameAnotherProgramBetweenTwoHelpers)
+{
+    const TemporaryCopy copies;
+    Puppet puppet;
+    const Puppet::Listener listener = puppet.listen();
+    ASSERT_TRUE(awaitShown(puppet, listener.port));
+    {
+        const RunningHelper helper(m_bus);
+        helper.signal(SIGSTOP); // lists nothing between
+        puppet.exec(copies.copy(Puppet::program(), "successor"), {"successor"});
+        helper.signal(SIGKILL);
+    }
+    EXPECT_TRUE(await([&] { return processOn(listener.port) == "successor"; }));
+    ASSERT_TRUE(awaitScan());
+    EXPECT_TRUE(shows(puppet, listener.port));
+}
+
 TEST_F(LiveCoreTest, ForgetsAListenerThatTheHelperEnded)
 {
     Puppet puppet;

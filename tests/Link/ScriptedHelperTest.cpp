@@ -202,8 +202,9 @@ TEST_F(ScriptedHelperTest, AsksNothingOfAProgramThatIsNotOurs)
     ASSERT_TRUE(awaitLines(3));
     const std::string line = "[helper] proxy error: com.velmora.tarnwick.helper belongs to "
                              "process " +
-                             std::to_string(other.pid()) + ", which does not run " +
-                             m_program.path.string();
+                             std::to_string(other.pid()) + " (" +
+                             std::filesystem::canonical(scriptedHelperProgram).string() +
+                             "), which does not run " + m_program.path.string();
     EXPECT_THAT(m_log.messages(), ElementsAre(invalidated, line, line));
     EXPECT_FALSE(listing.isThere());
     EXPECT_FALSE(ending.isThere());

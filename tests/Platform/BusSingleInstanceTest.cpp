@@ -9,12 +9,14 @@
 #include "tests/Support/EventLoop.h"
 #include "tests/Support/PrivateBus.h"
 #include "tests/Support/ScopedEnvironment.h"
+#include "tests/Support/UnresponsiveBus.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <optional>
 
 using namespace Tarnwick;
@@ -24,14 +26,19 @@ using Manner = OtherInstance::Manner;
 
 namespace {
 
+/// For a bus that never answers.
+constexpr std::chrono::milliseconds shortTimeout{50};
+
 class BusSingleInstanceTest : public testing::Test
 {
 protected:
     /// What a start finds, and nothing when that does not come out.
-    std::optional<Claim> claim(Start start)
+    std::optional<Claim> claim(Start start) { return claim(m_instance, start); }
+
+    static std::optional<Claim> claim(BusSingleInstance &instance, Start start)
     {
         std::optional<Claim> found;
-        m_instance.claim(start, [&found](Claim claim) { found = claim; });
+        instance.claim(start, [&found](Claim claim) { found = claim; });
         static_cast<void>(await([&found] { return found.has_value(); }));
         return found;
     }
@@ -64,6 +71,31 @@ TEST_F(BusSingleInstanceTest, CannotKnowWithoutABus)
 {
     m_bus.stop();
     EXPECT_EQ(claim(Start::ByUser), Claim::NoSessionBus);
+}
+
+TEST_F(BusSingleInstanceTest, CannotKnowWhereTheBusLetsItConnectAndDoesNotAnswer)
+{
+    const UnresponsiveBus bus(UnresponsiveBus::Manner::Silent);
+    const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", bus.address());
+    BusSingleInstance instance(shortTimeout);
+    EXPECT_EQ(claim(instance, Start::ByUser), Claim::BusUnresponsive);
+}
+
+TEST_F(BusSingleInstanceTest, CannotKnowWhereTheBusDoesNotLetItConnect)
+{
+    const UnresponsiveBus bus(UnresponsiveBus::Manner::Full);
+    const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", bus.address());
+    BusSingleInstance instance(shortTimeout);
+    EXPECT_EQ(claim(instance, Start::ByUser), Claim::BusUnresponsive);
+}
+
+TEST_F(BusSingleInstanceTest, HasItsNameWhenTheBusAnswersAtLast)
+{
+    m_bus.pause();
+    BusSingleInstance instance(shortTimeout);
+    EXPECT_EQ(claim(instance, Start::ByUser), Claim::BusUnresponsive);
+    m_bus.resume();
+    EXPECT_TRUE(awaitOutside([this] { return isNameTaken(); }));
 }
 
 TEST_F(BusSingleInstanceTest, HasAnotherOneOpenItsPanelForTheUser)

@@ -292,9 +292,32 @@ TEST_F(AVisiblePanel, KillsWhatWasChosenWhateverTheListDoesMeanwhile)
     const SharedPortEntry chosen = sampleEntry("node", 812, 3000);
     state.portOpened(chosen);
     panel.requestKill(rowOf(chosen));
+    openAndShow("ruby", 3000);
+    panel.setSearchQuery("ruby");
+    EXPECT_EQ(panel.confirmedEntry().entry(), chosen);
+    panel.confirmKill();
+    EXPECT_EQ(requests.front(), "kill 812");
+}
+
+TEST_F(AVisiblePanel, TakesAProcessForGoneThatHasLeftTheListSinceItWasChosen)
+{
+    const SharedPortEntry chosen = sampleEntry("node", 812, 3000);
+    state.portOpened(chosen);
+    panel.requestKill(rowOf(chosen));
     state.portClosed(*chosen);
     openAndShow("ruby", 3000);
     EXPECT_EQ(panel.confirmedEntry().entry(), chosen);
+    panel.confirmKill();
+    EXPECT_THAT(requests, ElementsAre("rescan", "[kill] :3000 already gone"));
+}
+
+TEST_F(AVisiblePanel, KillsAProcessThatListensOnOneOfItsPortsStill)
+{
+    const SharedPortEntry chosen = sampleEntry("node", 812, 3000);
+    state.portOpened(chosen);
+    state.portOpened(sampleEntry("node", 812, 3001));
+    panel.requestKill(rowOf(chosen));
+    state.portClosed(*chosen);
     panel.confirmKill();
     EXPECT_EQ(requests.front(), "kill 812");
 }

@@ -4,6 +4,7 @@
 #include "Platform/linux/BusLink.h"
 
 #include "Core/MainThread.h"
+#include "Platform/linux/BusAddress.h"
 #include "Platform/linux/BusNames.h"
 #include "Platform/linux/BusSignals.h"
 
@@ -29,17 +30,6 @@ QString nextName()
     return QStringLiteral("tarnwick-bus-%1").arg(++count);
 }
 
-QString sessionAddress()
-{
-    QString told = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
-    if (!told.isEmpty()) {
-        return told;
-    }
-    // The D-Bus specification's escapes for what an address may not hold.
-    const QByteArray folder = qgetenv("XDG_RUNTIME_DIR").toPercentEncoding("/", "~");
-    return QStringLiteral("unix:path=%1/bus").arg(QString::fromLatin1(folder));
-}
-
 QString systemAddress()
 {
     const QString told = qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS");
@@ -47,8 +37,11 @@ QString systemAddress()
 }
 
 /// What Qt may keep its caller waiting in: opening and closing take their turn in its one thread
-/// for all connections, which others may have blocked. It is done in threads of its own. The end of
-/// the application waits for them, since Qt's part in them ends with it. Main thread.
+/// for all connections, which others may have blocked: a bus whose queue of connections is full, or
+/// the close of a descriptor that came with a message, of a file system that does not answer. It is
+/// done in threads of its own. The end of the application waits for them, since Qt's part in them
+/// ends with it; Qt's own end waits for its thread in the same way. Neither has a bound: a program
+/// sets one for its whole end. Main thread.
 class Errands
 {
 public:
@@ -138,7 +131,7 @@ void openLink(const QString &address, int timeout, BusLink::Opened opened)
 
 void BusLink::open(Opened opened)
 {
-    openLink(sessionAddress(), noTimeout, std::move(opened));
+    openLink(sessionBusAddress(), noTimeout, std::move(opened));
 }
 
 void BusLink::openSystem(std::chrono::milliseconds patience, Opened opened)

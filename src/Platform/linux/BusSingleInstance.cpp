@@ -3,12 +3,11 @@
 
 #include "Platform/linux/BusSingleInstance.h"
 
+#include "Platform/linux/SharedBusCheck.h"
 #include "Platform/linux/tarnwickadaptor.h"
 
 #include <QDBusMessage>
-#include <QTimer>
 
-#include <chrono>
 #include <utility>
 
 namespace Tarnwick {
@@ -36,12 +35,18 @@ constexpr std::chrono::milliseconds leaveTime{50};
 
 std::unique_ptr<SingleInstance> SingleInstance::make()
 {
-    return std::make_unique<BusSingleInstance>();
+    // A bus that has kept the start waiting does so no longer.
+    return std::make_unique<BusSingleInstance>(SharedBusCheck::hasFailed()
+                                                   ? std::chrono::milliseconds(0)
+                                                   : BusSingleInstance::defaultBusTimeout);
 }
 
-BusSingleInstance::BusSingleInstance()
+BusSingleInstance::BusSingleInstance(std::chrono::milliseconds busTimeout)
 {
     new TarnwickAdaptor(this);
+    m_busTimer.setSingleShot(true);
+    m_busTimer.setInterval(busTimeout);
+    m_busTimer.callOnTimeout(this, [this] { tell(Claim::BusUnresponsive); });
 }
 
 void BusSingleInstance::setActivationHandler(Handler handler)
@@ -58,6 +63,7 @@ void BusSingleInstance::claim(Start start, ClaimHandler handler)
 {
     m_start = start;
     m_claimed = std::move(handler);
+    m_busTimer.start();
     m_bus = std::make_unique<LastingLink>(
         ownService, LastingLink::Handlers{
                         .joined = [this](const std::shared_ptr<BusLink> &link) { joined(*link); },
@@ -88,12 +94,14 @@ void BusSingleInstance::requestName()
     if (!link) {
         return;
     }
+    m_busTimer.start();
     link->askBus(QStringLiteral("RequestName"), {ownService, doNotQueue}, this,
                  [this](const QDBusMessage &reply) { nameAnswered(reply); });
 }
 
 void BusSingleInstance::nameAnswered(const QDBusMessage &reply)
 {
+    m_busTimer.stop();
     if (reply.type() != QDBusMessage::ReplyMessage || !m_bus->link()) {
         tell(Claim::NoSessionBus);
         return;

@@ -8,7 +8,9 @@
 
 #include <QDeadlineTimer>
 #include <QObject>
+#include <QTimer>
 
+#include <chrono>
 #include <memory>
 
 class QDBusMessage;
@@ -22,7 +24,11 @@ class BusSingleInstance : public QObject, public SingleInstance
     Q_OBJECT
 
 public:
-    BusSingleInstance();
+    static constexpr std::chrono::milliseconds defaultBusTimeout{10'000};
+
+    /// @p busTimeout is how long the bus may take for each answer before the claim is decided
+    /// without it.
+    explicit BusSingleInstance(std::chrono::milliseconds busTimeout = defaultBusTimeout);
     ~BusSingleInstance() override = default;
 
     void setActivationHandler(Handler handler) override;
@@ -42,6 +48,7 @@ private:
 
     std::unique_ptr<LastingLink> m_bus;
     Start m_start = Start::ByUser;
+    QTimer m_busTimer;       ///< runs while the bus has to answer
     QDeadlineTimer m_asking; ///< of others
     ClaimHandler m_claimed;  ///< until it was told
     Handler m_activated;

@@ -18,6 +18,11 @@ constexpr const char *programName = "tarnwick-helper";
 /// proc(5): what the kernel adds to the path of a file that is deleted.
 constexpr std::string_view deletedMark = " (deleted)";
 
+std::filesystem::path processFolder(pid_t pid)
+{
+    return "/proc/" + std::to_string(pid);
+}
+
 /// What a link of procfs says; empty when it may not be read.
 std::string linkText(const std::filesystem::path &link)
 {
@@ -38,9 +43,14 @@ HelperProgram HelperProgram::besideApplication(const std::filesystem::path &fold
             .isInstalled = true};
 }
 
+std::string HelperProgram::executableOf(pid_t pid)
+{
+    return linkText(processFolder(pid) / "exe");
+}
+
 HelperProgram::Relation HelperProgram::relationOf(pid_t pid) const
 {
-    const std::filesystem::path process = "/proc/" + std::to_string(pid);
+    const std::filesystem::path process = processFolder(pid);
     std::string running = linkText(process / "exe");
     const bool isDeleted = running.ends_with(deletedMark);
     if (isDeleted) {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <string>
 
 #include <sys/types.h>
 
@@ -33,7 +34,17 @@ struct HelperProgram
     /// is opened or looked up, for it may lie on a file system that the process itself serves. A
     /// path in another mount namespace says nothing of ours, so Same and Former share our
     /// namespace.
+    ///
+    /// It says what runs when it is asked, and that of the process that opened the connection to
+    /// the bus. A program of the same user can open one, hand it on to a child and have that one
+    /// run this file, or change a process that does (ptrace(2)). Such a program can do to the
+    /// user's processes whatever the helper could do for it, so nothing is gained by a challenge.
+    /// What it keeps out is whatever has the name by mistake or without leave to do these: other
+    /// users, sandboxes that may only speak to the bus, and other versions.
     [[nodiscard]] Relation relationOf(pid_t pid) const;
+
+    /// What @p pid runs, in the kernel's words; empty when that may not be read. For people.
+    [[nodiscard]] static std::string executableOf(pid_t pid);
 };
 
 } // namespace Tarnwick

@@ -6,13 +6,9 @@
 #include "Platform/linux/BusNames.h"
 
 #include <QProcess>
-#include <QSocketNotifier>
 #include <QVariant>
 
 #include <utility>
-
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace Tarnwick {
 
@@ -77,29 +73,18 @@ void PeerSearch::startProgram(const QStringList &arguments)
         fail(QStringLiteral("cannot start %1").arg(path));
         return;
     }
-    m_started =
-        FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, static_cast<pid_t>(pid), 0)));
-    if (!m_started) {
-        programEnded();
-        return;
-    }
-    m_startedEnds = std::make_unique<QSocketNotifier>(m_started.get(), QSocketNotifier::Read);
-    connect(m_startedEnds.get(), &QSocketNotifier::activated, this, &PeerSearch::programEnded);
-}
-
-void PeerSearch::programEnded()
-{
-    if (m_startedEnds) {
-        m_startedEnds->setEnabled(false);
-    }
+    m_started = ProcessWatch::open(static_cast<pid_t>(pid));
     // It may have ended because another one of its kind was faster.
-    askForOwner(false);
+    if (m_started) {
+        m_started->start([this] { askForOwner(false); });
+    } else {
+        askForOwner(false);
+    }
 }
 
 void PeerSearch::ownerChanged(const QString &owner)
 {
-    if (m_startedEnds && !owner.isEmpty()) {
-        m_startedEnds.reset();
+    if (m_started && !owner.isEmpty()) {
         m_started.reset();
         verify(owner);
     }
@@ -114,24 +99,35 @@ void PeerSearch::verify(const QString &owner)
             return;
         }
         const uint pid = reply.arguments().value(0).toUInt();
-        const QString mismatch = QStringLiteral("%1 belongs to process %2, which does not run %3")
-                                     .arg(BusNames::helperService())
-                                     .arg(pid)
-                                     .arg(QString::fromStdString(m_program.path.string()));
-        switch (m_program.relationOf(static_cast<pid_t>(pid))) {
+        const auto process = static_cast<pid_t>(pid);
+        switch (m_program.relationOf(process)) {
         case HelperProgram::Relation::Same:
             succeed(owner);
             break;
         case HelperProgram::Relation::Former:
         case HelperProgram::Relation::OtherCopy:
-            replace(mismatch);
+            replace(mismatch(process));
             break;
         case HelperProgram::Relation::Stranger:
-            fail(mismatch);
+            fail(mismatch(process));
             break;
         }
     };
     m_link->askBus(QStringLiteral("GetConnectionUnixProcessID"), {owner}, this, identified);
+}
+
+QString PeerSearch::mismatch(pid_t owner) const
+{
+    QString running = QString::fromStdString(HelperProgram::executableOf(owner));
+    for (QChar &character : running) {
+        if (!character.isPrint()) {
+            character = u'?'; // what another process is called does not begin a line of the log
+        }
+    }
+    return QStringLiteral("%1 belongs to process %2 (%3), which does not run %4")
+        .arg(BusNames::helperService(), QString::number(owner),
+             running.isEmpty() ? QStringLiteral("of an unknown executable") : running,
+             QString::fromStdString(m_program.path.string()));
 }
 
 void PeerSearch::replace(const QString &why)

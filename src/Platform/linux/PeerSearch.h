@@ -5,7 +5,7 @@
 
 #include "Platform/linux/BusLink.h"
 #include "Platform/linux/HelperProgram.h"
-#include "Shared/FileDescriptor.h"
+#include "Platform/linux/ProcessWatch.h"
 
 #include <QDBusMessage>
 #include <QObject>
@@ -16,7 +16,7 @@
 #include <memory>
 #include <variant>
 
-class QSocketNotifier;
+#include <sys/types.h>
 
 namespace Tarnwick {
 
@@ -49,7 +49,7 @@ private:
     void startThroughBus();
     void startProgram(const QStringList &arguments = {});
     void replace(const QString &why);
-    void programEnded();
+    [[nodiscard]] QString mismatch(pid_t owner) const;
     void verify(const QString &owner);
     void fail(const QString &why);
     void succeed(const QString &owner);
@@ -58,8 +58,8 @@ private:
     HelperProgram m_program;
     Found m_found;
     bool m_hasReplaced = false; ///< once for each search, so that two copies do not alternate
-    FileDescriptor m_started;   ///< the program that was started, while its name is awaited
-    std::unique_ptr<QSocketNotifier> m_startedEnds;
+    /// The program that was started, while its name is awaited.
+    std::unique_ptr<ProcessWatch> m_started;
 };
 
 } // namespace Tarnwick

@@ -4,6 +4,7 @@
 #include "Platform/linux/TrayStatusItem.h"
 
 #include "Platform/AnchoredPlacement.h"
+#include "Platform/linux/SharedBusCheck.h"
 #include "Platform/linux/TrayBackground.h"
 
 #include <QAction>
@@ -111,7 +112,7 @@ void TrayStatusItem::traysChanged()
 
 TrayStatusItem::Tray TrayStatusItem::bestTray(bool hasNotifierHost) const
 {
-    if (hasNotifierHost && m_spokenTo != Tray::Embedding) {
+    if (hasNotifierHost && m_spokenTo != Tray::Embedding && !SharedBusCheck::hasFailed()) {
         return Tray::Notifier;
     }
     return m_embeddingTray->isPresent() && m_spokenTo != Tray::Notifier ? Tray::Embedding
