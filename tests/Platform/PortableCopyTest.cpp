@@ -310,6 +310,26 @@ TEST_F(PortableCopyTest, EndsTheMoveWhenTheApplicationQuits)
     EXPECT_TRUE(fs::is_empty(m_applications));
 }
 
+TEST_F(PortableCopyTest, IsMovedWhenTheInstallerIsKilledAfterTheCopyHasGotItsPlace)
+{
+    const fs::path target = m_applications / "Tarn'wick";
+    writeProgram(m_source / "bin" / "tarnwick-install", "cp -R \"$1\" \"$2\"; kill -9 $$\n");
+    EXPECT_EQ(agreeIn(m_source), Outcome::Moved);
+    EXPECT_THAT(lastMessage(),
+                StartsWith("[app] moved to " + target.string() + ", but: tarnwick-install"));
+    EXPECT_TRUE(awaitOutside([&target] { return fs::exists(target / "bin" / "tarnwick.ran"); }));
+}
+
+TEST_F(PortableCopyTest, IsNotMovedByAnInstallerThatIsKilledBefore)
+{
+    const fs::path target = m_applications / "Tarn'wick";
+    fs::copy(m_source, target, fs::copy_options::recursive); // the older copy
+    writeProgram(m_source / "bin" / "tarnwick-install", "kill -9 $$\n");
+    EXPECT_EQ(agreeIn(m_source), Outcome::Stays);
+    EXPECT_THAT(lastMessage(),
+                StartsWith("[app] not moved to " + target.string() + ": tarnwick-install"));
+}
+
 TEST_F(PortableCopyTest, StaysWhereItIsWhenTheInstallationEndsWithoutAnAnswer)
 {
     writeProgram(m_folder.path() / "bin" / "pkexec", "exec cat > /dev/null\n");
