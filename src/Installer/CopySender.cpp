@@ -179,7 +179,7 @@ Failure CopySender::openSource()
     for (const std::string &program :
          {m_places.program, (folder / helper).string(), (folder / installer).string()}) {
         if (!m_manifest.lists({.path = program, .isProgram = true})) {
-            return marker + " does not list the program " + program;
+            return std::string(marker).append(" does not list the program ").append(program);
         }
     }
     return std::nullopt;

@@ -297,7 +297,7 @@ TEST_F(CopySenderTest, ReplacesNothingByACopyThatRunsOnlyWithTheCallersVariables
 
 TEST_F(CopySenderTest, KnowsHowItsProcessesEndedWhereTheCallerIgnoresSigchld)
 {
-    m_launcher = {"/bin/sh", "-c", "trap '' CHLD; exec \"$@\"", "sh"};
+    m_launcher = {"env", "--ignore-signal=CHLD"};
     haveOlderCopy();
     write(m_source / "bin" / "tarnwick", programText("exit 3\n"), 0755);
     expectRefused("the copy does not run: it ended with status 3");

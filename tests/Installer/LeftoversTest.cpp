@@ -67,7 +67,7 @@ protected:
     /// A folder in the folder for applications that looks like what an installation has left.
     [[nodiscard]] fs::path makeLeftover(const std::string &name) const
     {
-        const fs::path leftover = m_applications / name;
+        fs::path leftover = m_applications / name;
         write(leftover / "bin" / "tarnwick", "older\n", 0755);
         write(leftover / ".tarnwick-portable", "tarnwick-portable 1\n755 bin/tarnwick\n");
         return leftover;
