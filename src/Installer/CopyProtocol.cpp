@@ -3,6 +3,8 @@
 
 #include "Installer/CopyProtocol.h"
 
+#include "Shared/WriteAll.h"
+
 #include <cerrno>
 #include <system_error>
 
@@ -11,6 +13,11 @@ namespace Tarnwick::CopyProtocol {
 std::string systemFailure(std::string_view subject)
 {
     return std::string(subject) + ": " + std::generic_category().message(errno);
+}
+
+bool writeWhole(int descriptor, std::string_view bytes)
+{
+    return writeAll(descriptor, bytes) == bytes.size();
 }
 
 } // namespace Tarnwick::CopyProtocol

@@ -4,22 +4,18 @@
 #include "Installer/CopyReceiver.h"
 
 #include "Installer/FilesBelow.h"
+#include "Installer/Leftovers.h"
 #include "Installer/PipeReader.h"
-#include "Shared/WriteAll.h"
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
 #include <charconv>
-#include <chrono>
-#include <cstdio>
-#include <filesystem>
+#include <new>
 #include <optional>
 #include <string_view>
 #include <utility>
 
 #include <fcntl.h>
-#include <sys/random.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Tarnwick {
@@ -28,44 +24,16 @@ namespace {
 
 using CopyProtocol::Failure;
 using CopyProtocol::systemFailure;
+using CopyProtocol::writeWhole;
 
-/// How long the other process may be silent. It may have to start the copy from a slow disk.
-constexpr std::chrono::seconds silence{60};
-constexpr std::uint64_t maxBytes = 4ULL * 1024 * 1024 * 1024;
-constexpr std::size_t maxNameLength = 200; ///< so that there is room for a suffix
 constexpr mode_t copyMode = 0755;
 constexpr mode_t privateMode = 0700;
+constexpr int maxNames = 100; ///< tried for a new folder
 
-const Failure ended = std::string(); ///< the other process has ended, and said why
-
-/// A name that is no hidden file's, and that looks in a log like what it is.
-bool isNameOfCopy(std::string_view name)
+Failure problemOf(const PipeReader &reader)
 {
-    constexpr unsigned char firstPrintable = 0x20;
-    constexpr unsigned char deleteCharacter = 0x7f;
-    return !name.empty() && name.front() != '.' && name.size() <= maxNameLength &&
-           std::none_of(name.begin(), name.end(), [](char character) {
-               const auto byte = static_cast<unsigned char>(character);
-               return byte < firstPrintable || byte == deleteCharacter || character == '/';
-           });
-}
-
-bool isOurs(const struct stat &status)
-{
-    return status.st_uid == ::geteuid();
-}
-
-/// Six characters that nobody foresees.
-std::string randomSuffix()
-{
-    constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz012345";
-    std::array<unsigned char, 6> bytes{};
-    static_cast<void>(::getrandom(bytes.data(), bytes.size(), 0));
-    std::string result;
-    for (const unsigned char byte : bytes) {
-        result += letters[byte % letters.size()];
-    }
-    return result;
+    return "the other process " +
+           (reader.problem().empty() ? "has sent something else than a copy" : reader.problem());
 }
 
 struct Header
@@ -92,39 +60,31 @@ std::optional<Header> parseHeader(std::string_view line)
     return header;
 }
 
-/// renameat2(2) where the file system knows no flags.
-bool isUnknownToFileSystem(int error)
-{
-    return error == EINVAL || error == ENOSYS;
-}
-
 } // namespace
 
-CopyReceiver::CopyReceiver(std::string folder, std::string name)
-    : m_folder(std::move(folder))
-    , m_name(std::move(name))
+CopyReceiver::CopyReceiver(std::string folder, std::string name, std::chrono::milliseconds silence)
+    : m_applications(std::move(folder), std::move(name))
+    , m_silence(silence)
 {
 }
 
 CopyReceiver::~CopyReceiver()
 {
     if (!m_temporaryName.empty()) {
-        FilesBelow::removeListed(m_applications.get(), m_temporaryName, m_received);
+        FilesBelow::removeListed(m_applications.descriptor(), m_temporaryName, m_temporary.get(),
+                                 m_received);
     }
-}
-
-std::string CopyReceiver::target() const
-{
-    return (std::filesystem::path(m_folder) / m_name).string();
 }
 
 Failure CopyReceiver::receive(int input, int output)
 {
-    PipeReader reader(input, silence);
-    if (Failure failure = openApplications()) {
+    PipeReader reader(input, m_silence);
+    if (Failure failure = m_applications.open()) {
         return failure;
     }
-    if (Failure failure = checkPlace()) {
+    Leftovers::putBack(m_applications);
+    Leftovers::clear(m_applications);
+    if (Failure failure = m_applications.checkPlace()) {
         return failure;
     }
     if (Failure failure = makeTemporaryFolder()) {
@@ -136,188 +96,184 @@ Failure CopyReceiver::receive(int input, int output)
     if (Failure failure = finishTemporaryFolder()) {
         return failure;
     }
-    if (!writeAll(output, m_temporaryName + '\n') || reader.line() != CopyProtocol::commit) {
-        return ended;
+    if (!writeWhole(output, m_temporaryName + '\n')) {
+        return systemFailure("the other process cannot be written to");
+    }
+    if (reader.line() != CopyProtocol::commit) {
+        return problemOf(reader);
     }
     // The place may have changed while the copy was written and tried.
-    if (Failure failure = checkPlace()) {
+    if (Failure failure = m_applications.checkPlace()) {
         return failure;
     }
-    return takePlace();
-}
-
-Failure CopyReceiver::openApplications()
-{
-    if (!isNameOfCopy(m_name)) {
-        return "a folder of this name is not moved";
-    }
-    m_applications = FilesBelow::openFolder(m_folder);
-    struct stat status = {};
-    if (!m_applications || ::fstat(m_applications.get(), &status) != 0) {
-        return systemFailure(m_folder);
-    }
-    const bool isGroupTrusted = status.st_gid == ::getegid() || (status.st_mode & S_IWGRP) == 0;
-    if (!isOurs(status) || !isGroupTrusted || (status.st_mode & S_IWOTH) != 0) {
-        return m_folder + ": other users may write into this folder";
-    }
-    return std::nullopt;
-}
-
-Failure CopyReceiver::checkPlace()
-{
-    m_replaces = false;
-    struct stat status = {};
-    if (::fstatat(m_applications.get(), m_name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        return errno == ENOENT ? std::nullopt : Failure(systemFailure(target()));
-    }
-    const std::string notACopy = target() + " is there and is not a copy of Tarnwick";
-    const FileDescriptor place = FilesBelow::openFolder(m_applications.get(), m_name);
-    if (!place || ::fstat(place.get(), &status) != 0 || !isOurs(status)) {
-        return notACopy;
-    }
-    const FileDescriptor marker = FilesBelow::openFile(place.get(), PortableManifest::fileName);
-    if (!marker || ::fstat(marker.get(), &status) != 0 || !isOurs(status)) {
-        return notACopy;
-    }
-    const std::optional<std::string> list =
-        FilesBelow::readFile(place.get(), PortableManifest::fileName, PortableManifest::maxBytes);
-    m_older = PortableManifest::parse(list.value_or("")).value_or(PortableManifest());
-    m_replaces = true;
-    return std::nullopt;
+    return takePlace(output);
 }
 
 Failure CopyReceiver::makeTemporaryFolder()
 {
-    std::string name;
-    do {
-        name = std::string(CopyProtocol::temporaryPrefix) + randomSuffix();
-        if (::mkdirat(m_applications.get(), name.c_str(), privateMode) == 0) {
-            m_temporaryName = name;
-        } else if (errno != EEXIST) {
-            return systemFailure(m_folder);
+    const int parent = m_applications.descriptor();
+    for (int count = 0; count < maxNames; ++count) {
+        const std::string name = Leftovers::temporaryName();
+        if (::mkdirat(parent, name.c_str(), privateMode) != 0) {
+            if (errno != EEXIST) {
+                return systemFailure(m_applications.path());
+            }
+            continue;
         }
-    } while (m_temporaryName.empty());
-    m_temporary = FilesBelow::openFolder(m_applications.get(), m_temporaryName);
-    return m_temporary ? std::nullopt : Failure(systemFailure(m_folder));
+        m_temporary = FilesBelow::openFolder(parent, name);
+        if (!m_temporary || !FilesBelow::setOwnerAndMode(m_temporary.get(), privateMode)) {
+            Failure failure = systemFailure(m_applications.path());
+            ::unlinkat(parent, name.c_str(), AT_REMOVEDIR);
+            return failure;
+        }
+        // Who has the lock is another installation that has found the folder, and removes it. A
+        // file system without locks has none that finds it.
+        if ((Leftovers::lock(m_temporary.get()) || errno != EWOULDBLOCK) &&
+            FilesBelow::isSame(parent, name, m_temporary.get())) {
+            m_temporaryName = name;
+            return startMarker();
+        }
+    }
+    return m_applications.path() + ": no folder with a new name can be made";
+}
+
+Failure CopyReceiver::startMarker()
+{
+    m_marker = FilesBelow::createFile(m_temporary.get(), PortableManifest::fileName);
+    const std::string line = PortableManifest::firstLine();
+    m_markerBytes = line.size();
+    return m_marker && writeWhole(m_marker.get(), line)
+               ? std::nullopt
+               : Failure(systemFailure(m_applications.target()));
 }
 
 Failure CopyReceiver::receiveFiles(PipeReader &reader)
 {
     std::optional<std::string> line = reader.line();
     if (line != CopyProtocol::begin) {
-        return ended;
+        return problemOf(reader);
     }
     while ((line = reader.line()) && *line != CopyProtocol::complete) {
         if (Failure failure = receiveFile(reader, *line)) {
             return failure;
         }
     }
-    return line ? std::nullopt : ended;
+    return line ? std::nullopt : problemOf(reader);
 }
 
 Failure CopyReceiver::receiveFile(PipeReader &reader, const std::string &line)
 {
     const std::optional<Header> header = parseHeader(line);
-    if (!header || m_received.files.size() == PortableManifest::maxFiles ||
-        header->size > maxBytes - m_receivedBytes) {
+    if (!header) {
         return "what was sent is not a copy of Tarnwick";
+    }
+    if (m_received.files.size() == PortableManifest::maxFiles) {
+        return "the copy has more than " + std::to_string(PortableManifest::maxFiles) + " files";
+    }
+    if (header->size > CopyProtocol::maxCopyBytes - m_receivedBytes) {
+        return "the copy has more than " + std::to_string(CopyProtocol::maxCopyBytes) + " bytes";
+    }
+    const std::string listed = header->file.line() + '\n';
+    if (listed.size() > PortableManifest::maxBytes - m_markerBytes) {
+        return "the list of the copy's files has more than " +
+               std::to_string(PortableManifest::maxBytes) + " bytes";
     }
     // Listed first, so that it is removed whatever happens.
     m_received.files.push_back(header->file);
     m_receivedBytes += header->size;
-    const std::string path = target() + '/' + header->file.path;
-    const FileDescriptor file = FilesBelow::createFile(m_temporary.get(), header->file.path);
-    if (!file) {
+    m_markerBytes += listed.size();
+    return writeWhole(m_marker.get(), listed) ? writeFile(reader, header->file, header->size)
+                                              : Failure(systemFailure(m_applications.target()));
+}
+
+Failure CopyReceiver::writeFile(PipeReader &reader, const PortableFile &file, std::uint64_t size)
+{
+    const std::string path = m_applications.target() + '/' + file.path;
+    const FileDescriptor written = FilesBelow::createFile(m_temporary.get(), file.path);
+    if (!written) {
         return systemFailure(path);
     }
-    for (std::uint64_t left = header->size; left > 0;) {
+    for (std::uint64_t left = size; left > 0;) {
         const std::string bytes = reader.bytes(static_cast<std::size_t>(left));
         if (bytes.empty()) {
-            return ended;
+            return problemOf(reader);
         }
-        if (!writeAll(file.get(), bytes)) {
+        if (!writeWhole(written.get(), bytes)) {
             return systemFailure(path);
         }
         left -= bytes.size();
     }
-    return FilesBelow::setOwnerAndMode(file.get(), header->file.mode())
-               ? std::nullopt
-               : Failure(systemFailure(path));
+    return FilesBelow::setOwnerAndMode(written.get(), file.mode()) ? std::nullopt
+                                                                   : Failure(systemFailure(path));
 }
 
 Failure CopyReceiver::finishTemporaryFolder()
 {
-    const FileDescriptor marker =
-        FilesBelow::createFile(m_temporary.get(), PortableManifest::fileName);
     constexpr mode_t markerMode = 0644;
-    const bool isDone = marker && writeAll(marker.get(), m_received.text()) &&
-                        FilesBelow::setOwnerAndMode(marker.get(), markerMode) &&
+    const bool isDone = FilesBelow::setOwnerAndMode(m_marker.get(), markerMode) &&
                         FilesBelow::setOwnerAndMode(m_temporary.get(), copyMode) &&
                         ::syncfs(m_temporary.get()) == 0; // before a name says that it is whole
-    return isDone ? std::nullopt : Failure(systemFailure(target()));
+    return isDone ? std::nullopt : Failure(systemFailure(m_applications.target()));
 }
 
-Failure CopyReceiver::takePlace()
+Failure CopyReceiver::takePlace(int output)
 {
+    const int folder = m_applications.descriptor();
+    if (!FilesBelow::isSame(folder, m_temporaryName, m_temporary.get())) {
+        return m_applications.path() + ": another folder is in the place of the new copy";
+    }
+    const OlderCopy *const older = m_applications.older();
+    if (older != nullptr) {
+        // Held until its removal. Who else has it, such as any user, keeps nothing from happening.
+        static_cast<void>(Leftovers::lock(older->folder.get()));
+    }
+    if (older != nullptr &&
+        !FilesBelow::isSame(folder, m_applications.name(), older->folder.get())) {
+        return m_applications.target() + " has been replaced meanwhile";
+    }
     const bool isDone =
-        m_replaces ? exchange()
-                   : ::renameat2(m_applications.get(), m_temporaryName.c_str(),
-                                 m_applications.get(), m_name.c_str(), RENAME_NOREPLACE) == 0 ||
-                         // Nobody else may make anything here, and over a folder with something in
-                         // it this fails as well.
-                         (isUnknownToFileSystem(errno) &&
-                          ::renameat(m_applications.get(), m_temporaryName.c_str(),
-                                     m_applications.get(), m_name.c_str()) == 0);
+        older != nullptr ? exchange()
+                         : FilesBelow::renameToNew(folder, m_temporaryName, m_applications.name());
     if (!isDone) {
-        return systemFailure(target());
+        return systemFailure(m_applications.target());
     }
     const std::string olderName = std::exchange(m_temporaryName, {});
-    ::fsync(m_applications.get());
-    if (m_replaces) {
-        removeOlderCopy(olderName);
+    static_cast<void>(writeWhole(output, std::string(CopyProtocol::installed) + '\n'));
+    try {
+        ::fsync(folder);
+        if (older != nullptr) {
+            Leftovers::remove(m_applications, olderName, *older);
+        }
+    } catch (const std::bad_alloc &) {
+        // The next installation removes it.
     }
     return std::nullopt;
 }
 
 bool CopyReceiver::exchange()
 {
-    const int folder = m_applications.get();
-    if (::renameat2(folder, m_temporaryName.c_str(), folder, m_name.c_str(), RENAME_EXCHANGE) ==
-        0) {
+    const int folder = m_applications.descriptor();
+    const std::string &name = m_applications.name();
+    if (::renameat2(folder, m_temporaryName.c_str(), folder, name.c_str(), RENAME_EXCHANGE) == 0) {
         return true;
     }
-    if (!isUnknownToFileSystem(errno)) {
+    if (!FilesBelow::isWithoutFlags(errno)) {
         return false;
     }
-    // In two steps then. Both copies are whole all the time.
-    const std::string aside = std::string(CopyProtocol::temporaryPrefix) + randomSuffix();
-    if (::renameat(folder, m_name.c_str(), folder, aside.c_str()) != 0) {
+    // In two steps then. Both copies are whole all the time, and the name of the older one lets the
+    // next installation put it back.
+    const std::string aside = std::string(CopyProtocol::asidePrefix) + name;
+    if (!FilesBelow::renameToNew(folder, name, aside)) {
         return false;
     }
-    if (::renameat(folder, m_temporaryName.c_str(), folder, m_name.c_str()) != 0) {
+    if (!FilesBelow::renameToNew(folder, m_temporaryName, name)) {
         const int reason = errno;
-        ::renameat(folder, aside.c_str(), folder, m_name.c_str());
+        static_cast<void>(FilesBelow::renameToNew(folder, aside, name));
         errno = reason;
         return false;
     }
     m_temporaryName = aside;
     return true;
-}
-
-void CopyReceiver::removeOlderCopy(const std::string &name) const
-{
-    if (FilesBelow::removeListed(m_applications.get(), name, m_older)) {
-        return;
-    }
-    // There is something in it that no copy has brought.
-    const std::string kept = m_name + ".old-" + randomSuffix();
-    if (::renameat2(m_applications.get(), name.c_str(), m_applications.get(), kept.c_str(),
-                    RENAME_NOREPLACE) == 0) {
-        const std::string place = (std::filesystem::path(m_folder) / kept).string();
-        static_cast<void>(std::fprintf(
-            stderr, "tarnwick-install: files that the older copy does not list are kept in %s\n",
-            place.c_str()));
-    }
 }
 
 } // namespace Tarnwick

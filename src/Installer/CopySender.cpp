@@ -3,20 +3,23 @@
 
 #include "Installer/CopySender.h"
 
+#include "Installer/ApplicationsFolder.h"
 #include "Installer/FilesBelow.h"
 #include "Installer/PipeReader.h"
 #include "Installer/Subprocess.h"
 #include "Shared/Version.h"
-#include "Shared/WriteAll.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <string_view>
+#include <system_error>
 #include <utility>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -28,45 +31,90 @@ namespace {
 
 using CopyProtocol::Failure;
 using CopyProtocol::systemFailure;
+using CopyProtocol::writeWhole;
 namespace fs = std::filesystem;
 
+constexpr const char *helper = "tarnwick-helper";
+constexpr const char *installer = "tarnwick-install";
 constexpr std::chrono::seconds trialTime{10}; ///< in which the copy tells its version
 constexpr std::chrono::seconds endTime{2};    ///< after that
 
-const Failure receiverSaysWhy = std::string();
+/// The other half has ended, or reads no more. Its reply, or else its end, says why.
+const Failure receiverStopped = std::string();
 
-/// What pkexec(1) or the other half ended with. That half has written its reason itself.
-Failure failureOf(const Subprocess::End &end)
+/// What pkexec(1) or the other half ended with, when that half has not said why. Never a success:
+/// that is a reply.
+std::string failureOf(const Subprocess::End &end)
 {
     constexpr int dismissed = 126;
     constexpr int notAuthorized = 127;
-    if (end.isSignal) {
+    switch (end.how) {
+    case Subprocess::End::How::Signalled:
         return "ended by signal " + std::to_string(end.status);
+    case Subprocess::End::How::Unknown:
+        return "how the other half ended is unknown: " +
+               std::generic_category().message(end.status);
+    case Subprocess::End::How::Exited:
+        break;
     }
     switch (end.status) {
     case 0:
-        return std::nullopt;
+        return "the other half ended without an answer";
     case dismissed:
         return "the administrator's password was not given";
     case notAuthorized:
         return "pkexec did not authorize it";
     default:
-        return receiverSaysWhy;
+        return "the other half ended with status " + std::to_string(end.status) +
+               " without an answer";
     }
 }
 
 std::string textOf(const Subprocess::End &end)
 {
-    return (end.isSignal ? "signal " : "status ") + std::to_string(end.status);
+    switch (end.how) {
+    case Subprocess::End::How::Exited:
+        return "with status " + std::to_string(end.status);
+    case Subprocess::End::How::Signalled:
+        return "with signal " + std::to_string(end.status);
+    case Subprocess::End::How::Unknown:
+        break;
+    }
+    return "in an unknown way: " + std::generic_category().message(end.status);
 }
 
-/// What the program writes before its output ends or @p timeout passes without any.
+/// What a program needs at most to print its version. Variables such as LD_LIBRARY_PATH, which only
+/// this session may have, are not among them: the copy must run without.
+std::vector<std::string> environmentOfTrial()
+{
+    std::vector<std::string> variables;
+    for (const char *const name : {"HOME", "LANG", "LC_ALL", "LOGNAME", "PATH", "USER"}) {
+        if (const char *const value = std::getenv(name)) {
+            variables.push_back(std::string(name) + '=' + value);
+        }
+    }
+    return variables;
+}
+
+/// The failure that the other half sends instead of what was expected.
+Failure failureIn(const std::optional<std::string> &reply)
+{
+    return reply && reply->starts_with(CopyProtocol::failed)
+               ? Failure(reply->substr(CopyProtocol::failed.size()))
+               : receiverStopped;
+}
+
+/// What the program writes before its output ends or @p timeout has passed.
 std::string outputOf(Subprocess &process, std::chrono::milliseconds timeout)
 {
+    using std::chrono::milliseconds;
     constexpr std::size_t maxOutput = 4096;
-    PipeReader reader(process.output().get(), timeout);
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
     std::string output;
     while (output.size() < maxOutput) {
+        const auto left =
+            std::chrono::ceil<milliseconds>(deadline - std::chrono::steady_clock::now());
+        PipeReader reader(process.output().get(), std::max(left, milliseconds(0)));
         const std::string bytes = reader.bytes(maxOutput - output.size());
         if (bytes.empty()) {
             break;
@@ -88,19 +136,26 @@ Failure CopySender::send()
     if (Failure failure = openSource()) {
         return failure;
     }
-    const std::string name = fs::path(m_places.source).filename();
-    std::optional<Subprocess> receiver =
-        Subprocess::start({"pkexec", m_places.installer, "--receive", m_places.applications, name});
+    if (Failure failure = checkFiles()) {
+        return failure;
+    }
+    if (Failure failure = checkApplications()) {
+        return failure;
+    }
+    std::optional<Subprocess> receiver = Subprocess::start(
+        {"pkexec", m_places.installer, "--receive", m_places.applications, nameOfCopy()});
     if (!receiver) {
         return systemFailure("pkexec");
     }
-    const Failure failure = converse(*receiver);
+    Failure failure = converse(*receiver);
     receiver->input().reset(); // without a "commit" before, the other half undoes everything
-    const Failure ofReceiver = failureOf(receiver->awaitEnd());
-    if (!failure || ofReceiver) {
-        return failure && !failure->empty() ? failure : ofReceiver;
-    }
-    return failure->empty() ? "the other half ended without an answer" : failure;
+    const Subprocess::End end = receiver->awaitEnd();
+    return failure == receiverStopped ? failureOf(end) : failure;
+}
+
+std::string CopySender::nameOfCopy() const
+{
+    return fs::path(m_places.source).filename();
 }
 
 Failure CopySender::openSource()
@@ -110,53 +165,92 @@ Failure CopySender::openSource()
         m_source ? FilesBelow::readFile(m_source.get(), PortableManifest::fileName,
                                         PortableManifest::maxBytes)
                  : std::nullopt;
-    const fs::path marker = fs::path(m_places.source) / PortableManifest::fileName;
+    const std::string marker = (fs::path(m_places.source) / PortableManifest::fileName).string();
     if (!list) {
-        return systemFailure(marker.string());
+        return systemFailure(marker);
     }
-    std::optional<PortableManifest> manifest = PortableManifest::parse(*list);
+    std::string problem;
+    std::optional<PortableManifest> manifest = PortableManifest::parse(*list, &problem);
     if (!manifest) {
-        return marker.string() + " does not list the files of the copy";
+        return marker + " does not list the files of the copy: " + problem;
     }
     m_manifest = std::move(*manifest);
-    const auto &files = m_manifest.files;
-    if (std::find(files.begin(), files.end(),
-                  PortableFile{.path = m_places.program, .isProgram = true}) == files.end()) {
-        return marker.string() + " does not list the program " + m_places.program;
-    }
-    // Before anybody is asked for a password.
-    for (const PortableFile &file : files) {
-        if (!FilesBelow::openFile(m_source.get(), file.path)) {
-            return systemFailure((fs::path(m_places.source) / file.path).string());
+    const fs::path folder = fs::path(m_places.program).parent_path();
+    for (const std::string &program :
+         {m_places.program, (folder / helper).string(), (folder / installer).string()}) {
+        if (!m_manifest.lists({.path = program, .isProgram = true})) {
+            return std::string(marker).append(" does not list the program ").append(program);
         }
     }
     return std::nullopt;
 }
 
+Failure CopySender::checkFiles()
+{
+    m_bytes = 0;
+    for (const PortableFile &file : m_manifest.files) {
+        const FileDescriptor opened = FilesBelow::openFile(m_source.get(), file.path);
+        struct stat status = {};
+        if (!opened || ::fstat(opened.get(), &status) != 0) {
+            return systemFailure((fs::path(m_places.source) / file.path).string());
+        }
+        const auto size = static_cast<std::uint64_t>(status.st_size);
+        if (size > CopyProtocol::maxCopyBytes - m_bytes) {
+            return "the copy has more than " + std::to_string(CopyProtocol::maxCopyBytes) +
+                   " bytes";
+        }
+        m_bytes += size;
+    }
+    return std::nullopt;
+}
+
+Failure CopySender::checkApplications() const
+{
+    ApplicationsFolder applications(m_places.applications, nameOfCopy());
+    if (Failure failure = applications.open()) {
+        return failure;
+    }
+    constexpr std::uint64_t folderAndMarker = 2;
+    if (Failure failure =
+            applications.checkUse(m_manifest.files.size() + folderAndMarker, m_bytes)) {
+        return failure;
+    }
+    return applications.checkPlace();
+}
+
+/// Success is the reply that the copy is in place.
 Failure CopySender::converse(Subprocess &receiver) const
 {
     const int input = receiver.input().get();
-    if (!writeAll(input, std::string(CopyProtocol::begin) + '\n')) {
-        return receiverSaysWhy;
+    PipeReader replies(receiver.output().get()); // the password may take its time
+    Failure failure = sendFiles(input);
+    if (failure && failure != receiverStopped) {
+        return failure;
+    }
+    const std::optional<std::string> temporaryName = replies.line();
+    if (!temporaryName || !temporaryName->starts_with(CopyProtocol::temporaryPrefix)) {
+        return failureIn(temporaryName);
+    }
+    if ((failure = tryCopy(*temporaryName))) {
+        return failure;
+    }
+    static_cast<void>(writeWhole(input, std::string(CopyProtocol::commit) + '\n'));
+    const std::optional<std::string> reply = replies.line();
+    return reply == CopyProtocol::installed ? std::nullopt : failureIn(reply);
+}
+
+Failure CopySender::sendFiles(int receiver) const
+{
+    if (!writeWhole(receiver, std::string(CopyProtocol::begin) + '\n')) {
+        return receiverStopped;
     }
     for (const PortableFile &file : m_manifest.files) {
-        if (Failure failure = sendFile(input, file)) {
+        if (Failure failure = sendFile(receiver, file)) {
             return failure;
         }
     }
-    if (!writeAll(input, std::string(CopyProtocol::complete) + '\n')) {
-        return receiverSaysWhy;
-    }
-    PipeReader answers(receiver.output().get()); // the password may take its time
-    const std::optional<std::string> temporaryName = answers.line();
-    if (!temporaryName || !temporaryName->starts_with(CopyProtocol::temporaryPrefix)) {
-        return receiverSaysWhy;
-    }
-    if (Failure failure = tryCopy(*temporaryName)) {
-        return failure;
-    }
-    return writeAll(input, std::string(CopyProtocol::commit) + '\n') ? std::nullopt
-                                                                     : receiverSaysWhy;
+    return writeWhole(receiver, std::string(CopyProtocol::complete) + '\n') ? std::nullopt
+                                                                            : receiverStopped;
 }
 
 Failure CopySender::sendFile(int receiver, const PortableFile &file) const
@@ -168,8 +262,8 @@ Failure CopySender::sendFile(int receiver, const PortableFile &file) const
         return systemFailure(path);
     }
     auto left = static_cast<std::uint64_t>(status.st_size);
-    if (!writeAll(receiver, std::to_string(left) + ' ' + file.line() + '\n')) {
-        return receiverSaysWhy;
+    if (!writeWhole(receiver, std::to_string(left) + ' ' + file.line() + '\n')) {
+        return receiverStopped;
     }
     std::array<char, 64UL * 1024> buffer{};
     while (left > 0) {
@@ -181,8 +275,8 @@ Failure CopySender::sendFile(int receiver, const PortableFile &file) const
         if (count <= 0) {
             return count < 0 ? systemFailure(path) : path + " has changed meanwhile";
         }
-        if (!writeAll(receiver, {buffer.data(), static_cast<std::size_t>(count)})) {
-            return receiverSaysWhy;
+        if (!writeWhole(receiver, {buffer.data(), static_cast<std::size_t>(count)})) {
+            return receiverStopped;
         }
         left -= static_cast<std::uint64_t>(count);
     }
@@ -193,7 +287,8 @@ Failure CopySender::tryCopy(const std::string &temporaryName) const
 {
     const fs::path program = fs::path(m_places.applications) / temporaryName / m_places.program;
     const FileDescriptor nothing(::open("/dev/null", O_RDWR | O_CLOEXEC));
-    std::optional<Subprocess> trial = Subprocess::start({program, "--version"}, nothing.get());
+    std::optional<Subprocess> trial = Subprocess::start(
+        {program, "--version"}, {.errors = nothing.get(), .environment = environmentOfTrial()});
     if (!trial) {
         return systemFailure("the copy cannot be started");
     }
@@ -203,8 +298,8 @@ Failure CopySender::tryCopy(const std::string &temporaryName) const
     if (!end) {
         return "the copy does not end when it is asked for its version";
     }
-    if (end->isSignal || end->status != 0) {
-        return "the copy does not run: it ended with " + textOf(*end);
+    if (!end->isSuccess()) {
+        return "the copy does not run: it ended " + textOf(*end);
     }
     return output == "tarnwick " + std::string(version) + '\n'
                ? std::nullopt

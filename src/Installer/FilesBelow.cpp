@@ -3,13 +3,18 @@
 
 #include "Installer/FilesBelow.h"
 
+#include "Installer/AccessControl.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <set>
+#include <utility>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -36,10 +41,8 @@ FileDescriptor makeFolder(int folder, const std::string &name)
         return {};
     }
     FileDescriptor made = openFolder(folder, name);
-    if (made && isNew && !setOwnerAndMode(made.get(), folderMode)) {
-        return {};
-    }
-    return made;
+    return made && (!isNew || setOwnerAndMode(made.get(), folderMode)) ? std::move(made)
+                                                                       : FileDescriptor();
 }
 
 using OpenFolder = FileDescriptor (*)(int, const std::string &);
@@ -130,15 +133,26 @@ FileDescriptor openFile(int folder, std::string_view path)
 FileDescriptor createFile(int folder, std::string_view path)
 {
     const std::optional<Place> place = placeOf(folder, path, &makeFolder);
-    return place ? FileDescriptor(::openat(place->folder.get(), place->name.c_str(),
-                                           O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                                           privateFileMode))
-                 : FileDescriptor();
+    FileDescriptor file(place ? ::openat(place->folder.get(), place->name.c_str(),
+                                         O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                                         privateFileMode)
+                              : -1);
+    return file && setOwnerAndMode(file.get(), privateFileMode) ? std::move(file)
+                                                                : FileDescriptor();
 }
 
 bool setOwnerAndMode(int file, mode_t mode)
 {
-    return ::fchown(file, ::geteuid(), ::getegid()) == 0 && ::fchmod(file, mode) == 0;
+    constexpr mode_t permissions = 07777;
+    struct stat status = {};
+    // The lists first: with one, the mode of the group is the list's mask.
+    if (::fchown(file, ::geteuid(), ::getegid()) != 0 || !AccessControl::removeLists(file) ||
+        ::fchmod(file, mode) != 0 || ::fstat(file, &status) != 0) {
+        return false;
+    }
+    errno = EPERM;
+    return status.st_uid == ::geteuid() && status.st_gid == ::getegid() &&
+           (status.st_mode & permissions) == mode;
 }
 
 std::optional<std::string> readFile(int folder, std::string_view path, std::size_t maxBytes)
@@ -165,22 +179,62 @@ std::optional<std::string> readFile(int folder, std::string_view path, std::size
     }
 }
 
-bool removeListed(int parent, const std::string &name, const PortableManifest &manifest)
+bool isSame(int parent, const std::string &name, int open)
 {
-    const FileDescriptor folder = openFolder(parent, name);
-    if (!folder) {
-        return errno == ENOENT;
+    struct stat named = {};
+    struct stat opened = {};
+    return ::fstatat(parent, name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+           ::fstat(open, &opened) == 0 && named.st_dev == opened.st_dev &&
+           named.st_ino == opened.st_ino;
+}
+
+bool renameToNew(int parent, const std::string &name, const std::string &newName)
+{
+    return ::renameat2(parent, name.c_str(), parent, newName.c_str(), RENAME_NOREPLACE) == 0 ||
+           // Over a folder with something in it this fails as well.
+           (isWithoutFlags(errno) &&
+            ::renameat(parent, name.c_str(), parent, newName.c_str()) == 0);
+}
+
+bool isWithoutFlags(int error)
+{
+    return error == EINVAL || error == ENOSYS;
+}
+
+std::optional<std::vector<std::string>> namesIn(int folder)
+{
+    FileDescriptor own(::openat(folder, ".", folderFlags)); // which has a position of its own
+    const std::unique_ptr<DIR, int (*)(DIR *)> entries(own ? ::fdopendir(own.get()) : nullptr,
+                                                       &::closedir);
+    if (!entries) {
+        return std::nullopt;
     }
+    own.release();
+    std::vector<std::string> names;
+    errno = 0;
+    while (const dirent *const entry = ::readdir(entries.get())) {
+        const std::string_view name = static_cast<const char *>(entry->d_name);
+        if (name != "." && name != "..") {
+            names.emplace_back(name);
+        }
+    }
+    return errno == 0 ? std::optional(std::move(names)) : std::nullopt;
+}
+
+bool removeListed(int parent, const std::string &name, int folder, const PortableManifest &manifest)
+{
     std::set<std::string, std::greater<>> folders; // a folder comes after what lies in it
     for (const PortableFile &file : manifest.files) {
-        remove(folder.get(), file.path, 0);
+        remove(folder, file.path, 0);
         addFoldersOf(file.path, folders);
     }
-    remove(folder.get(), PortableManifest::fileName, 0);
     for (const std::string &inner : folders) {
-        remove(folder.get(), inner, AT_REMOVEDIR);
+        remove(folder, inner, AT_REMOVEDIR);
     }
-    return ::unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0;
+    if (namesIn(folder) == std::vector<std::string>{PortableManifest::fileName}) {
+        remove(folder, PortableManifest::fileName, 0);
+    }
+    return isSame(parent, name, folder) && ::unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0;
 }
 
 } // namespace Tarnwick::FilesBelow

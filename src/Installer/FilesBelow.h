@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <sys/stat.h>
 
@@ -28,20 +29,36 @@ namespace Tarnwick::FilesBelow {
 [[nodiscard]] FileDescriptor openFile(int folder, std::string_view path);
 
 /// A new, empty file at @p path for writing, which nobody else can open yet; folders that are
-/// missing are made with mode 0755, and belong to the user and the group of this process. EEXIST
-/// where there is anything.
+/// missing are made with mode 0755, and belong to the user and the group of this process. Neither
+/// has an access control list. EEXIST where there is anything.
 [[nodiscard]] FileDescriptor createFile(int folder, std::string_view path);
 
 /// Gives an open file or folder to the user and the group of this process, with the permissions
-/// @p mode whatever the umask.
+/// @p mode whatever the umask, and removes its access control lists. False as well, with EPERM,
+/// where the file system accepts this and does something else.
 [[nodiscard]] bool setOwnerAndMode(int file, mode_t mode);
 
 /// All of a regular file that is no longer than @p maxBytes (EFBIG).
 [[nodiscard]] std::optional<std::string> readFile(int folder, std::string_view path,
                                                   std::size_t maxBytes);
 
-/// Removes the files that @p manifest lists, its marker, the folders that are empty then, and the
-/// folder @p name itself. What is not listed stays. False when the folder is still there.
-bool removeListed(int parent, const std::string &name, const PortableManifest &manifest);
+/// Whether @p name in @p parent is the open file or folder @p open, and no link to it.
+[[nodiscard]] bool isSame(int parent, const std::string &name, int open);
+
+/// Renames the folder @p name in @p parent to @p newName. False where anything but an empty folder
+/// has that name, and with EEXIST for that as well where the file system can see to it.
+[[nodiscard]] bool renameToNew(int parent, const std::string &name, const std::string &newName);
+
+/// Whether @p error says that a file system knows no flags of renameat2(2).
+[[nodiscard]] bool isWithoutFlags(int error);
+
+/// What lies directly in the open @p folder, without "." and ".."; nothing when it cannot be read.
+[[nodiscard]] std::optional<std::vector<std::string>> namesIn(int folder);
+
+/// Removes the files that @p manifest lists from the open @p folder, the folders in it that are
+/// empty then, and, when nothing is left, the marker and the folder itself, if it still is @p name
+/// in @p parent. What is not listed stays, and the marker with it. False when the folder stays.
+bool removeListed(int parent, const std::string &name, int folder,
+                  const PortableManifest &manifest);
 
 } // namespace Tarnwick::FilesBelow

@@ -28,6 +28,10 @@ public:
     /// The next bytes, at least one and at most @p most; empty where line() has nothing.
     [[nodiscard]] std::string bytes(std::size_t most);
 
+    /// Why the last call gave nothing, in words that follow "the other process"; the error of
+    /// read(2) included. Empty as long as each gave something.
+    [[nodiscard]] const std::string &problem() const { return m_problem; }
+
 private:
     [[nodiscard]] bool fill();
 
@@ -35,6 +39,7 @@ private:
     int m_timeout;        ///< as poll(2) takes it
     std::string m_buffer; ///< what was read and not taken yet, from m_taken on
     std::size_t m_taken = 0;
+    std::string m_problem;
 };
 
 } // namespace Tarnwick

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <climits>
 #include <set>
+#include <utility>
 
 namespace Tarnwick {
 
@@ -32,7 +33,7 @@ bool isRelativePath(std::string_view path)
         std::any_of(path.begin(), path.end(), &isControl)) {
         return false;
     }
-    while (true) {
+    for (std::size_t count = 0; count < PortableFile::maxComponents; ++count) {
         const std::size_t slash = path.find('/');
         if (!isComponent(path.substr(0, slash))) {
             return false;
@@ -42,6 +43,51 @@ bool isRelativePath(std::string_view path)
         }
         path.remove_prefix(slash + 1);
     }
+    return false;
+}
+
+struct Reading
+{
+    std::optional<PortableManifest> manifest; ///< up to the first line that is wrong
+    std::string problem;                      ///< empty where all lines are right
+};
+
+/// Why no @p file was read from a line; empty where it is right to go on.
+std::string problemWith(const std::optional<PortableFile> &file, std::size_t listed)
+{
+    if (listed == PortableManifest::maxFiles) {
+        return "more than " + std::to_string(PortableManifest::maxFiles) + " files";
+    }
+    return file ? std::string()
+                : "not a mode and a path inside of the folder of at most " +
+                      std::to_string(PortableFile::maxComponents) + " components";
+}
+
+Reading readLines(std::string_view text)
+{
+    if (text.substr(0, text.find('\n')) != header) {
+        return {.manifest = {}, .problem = "the first line is not '" + std::string(header) + "'"};
+    }
+    text.remove_prefix(std::min(text.size(), header.size() + 1));
+    Reading reading{.manifest = PortableManifest(), .problem = {}};
+    std::vector<PortableFile> &files = reading.manifest->files;
+    std::set<std::string_view> paths;
+    for (std::size_t number = 2; !text.empty(); ++number) {
+        const std::size_t end = text.find('\n');
+        const std::string_view line = text.substr(0, end);
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+        std::optional<PortableFile> file = PortableFile::parse(line);
+        std::string problem = problemWith(file, files.size());
+        if (problem.empty() && !paths.insert(line.substr(programMode.size())).second) {
+            problem = "a file that is listed already";
+        }
+        if (!problem.empty()) {
+            reading.problem = "line " + std::to_string(number) + ": " + problem;
+            return reading;
+        }
+        files.push_back(std::move(*file));
+    }
+    return reading;
 }
 
 } // namespace
@@ -64,36 +110,36 @@ std::string PortableFile::line() const
     return std::string(isProgram ? programMode : fileMode) + path;
 }
 
-std::optional<PortableManifest> PortableManifest::parse(std::string_view text)
+std::optional<PortableManifest> PortableManifest::parse(std::string_view text, std::string *problem)
 {
-    PortableManifest manifest;
-    std::set<std::string_view> paths;
-    bool isFirst = true;
-    while (!text.empty()) {
-        const std::size_t end = text.find('\n');
-        const std::string_view line = text.substr(0, end);
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-        if (isFirst) {
-            isFirst = false;
-            if (line != header) {
-                return std::nullopt;
-            }
-            continue;
-        }
-        const std::optional<PortableFile> file = PortableFile::parse(line);
-        const std::string_view path = line.substr(std::min(line.size(), programMode.size()));
-        if (!file || !paths.insert(path).second || manifest.files.size() == maxFiles) {
-            return std::nullopt;
-        }
-        manifest.files.push_back(*file);
+    Reading reading = readLines(text);
+    if (reading.problem.empty()) {
+        return std::move(reading.manifest);
     }
-    return isFirst ? std::nullopt : std::optional(manifest);
+    if (problem != nullptr) {
+        *problem = std::move(reading.problem);
+    }
+    return std::nullopt;
+}
+
+std::optional<PortableManifest> PortableManifest::parseUnfinished(std::string_view text)
+{
+    return readLines(text.substr(0, text.rfind('\n') + 1)).manifest;
+}
+
+std::string PortableManifest::firstLine()
+{
+    return std::string(header) + '\n';
+}
+
+bool PortableManifest::lists(const PortableFile &file) const
+{
+    return std::find(files.begin(), files.end(), file) != files.end();
 }
 
 std::string PortableManifest::text() const
 {
-    std::string result(header);
-    result += '\n';
+    std::string result = firstLine();
     for (const PortableFile &file : files) {
         result += file.line() + '\n';
     }

@@ -19,12 +19,15 @@ struct PortableFile
     std::string path; ///< relative to the copy's folder, in the bytes of the file system
     bool isProgram = false;
 
+    static constexpr std::size_t maxComponents = 32; ///< of a path, the name included
+
     /// Its permissions once it is installed: 0755 or 0644.
     [[nodiscard]] mode_t mode() const { return isProgram ? 0755 : 0644; }
 
     /// One line of a list, without the line feed: `755` or `644`, a blank, the path. Nothing for
-    /// any other line, and for a path that is absolute, longer than PATH_MAX, leads out of the
-    /// folder (an empty component, "." or ".."), holds a control character, or is the list itself.
+    /// any other line, and for a path that is absolute, longer than PATH_MAX, has more than
+    /// maxComponents, leads out of the folder (an empty component, "." or ".."), holds a control
+    /// character, or is the list itself.
     [[nodiscard]] static std::optional<PortableFile> parse(std::string_view line);
     [[nodiscard]] std::string line() const;
 
@@ -42,9 +45,17 @@ struct PortableManifest
 
     std::vector<PortableFile> files;
 
-    /// Nothing where any line is wrong, a file is listed twice, or there are too many.
-    [[nodiscard]] static std::optional<PortableManifest> parse(std::string_view text);
+    /// Nothing where any line is wrong, a file is listed twice, or there are too many; @p problem
+    /// then gets the reason in words, without a path.
+    [[nodiscard]] static std::optional<PortableManifest> parse(std::string_view text,
+                                                               std::string *problem = nullptr);
+    /// The first lines of @p text that are whole and right, as of a list that was being written
+    /// when its writer ended. Nothing where not even the first line is.
+    [[nodiscard]] static std::optional<PortableManifest> parseUnfinished(std::string_view text);
+    /// The first line, with its line feed.
+    [[nodiscard]] static std::string firstLine();
     [[nodiscard]] std::string text() const;
+    [[nodiscard]] bool lists(const PortableFile &file) const;
 };
 
 } // namespace Tarnwick

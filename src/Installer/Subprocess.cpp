@@ -3,6 +3,7 @@
 
 #include "Installer/Subprocess.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -34,13 +35,22 @@ std::optional<Pipe> makePipe()
     return Pipe{FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
-/// Between fork(2) and execve(2).
-[[noreturn]] void become(const std::vector<char *> &arguments, int input, int output, int errors,
-                         int report)
+struct Program
 {
+    std::vector<char *> arguments; ///< with a null pointer at the end, as execve(2) takes them
+    std::vector<char *> variables; ///< likewise; empty where those of this process are passed on
+};
+
+/// Between fork(2) and execve(2).
+[[noreturn]] void become(const Program &program, int input, int output, int errors, int report)
+{
+    const std::vector<char *> &arguments = program.arguments;
     const bool isSet = ::dup2(input, STDIN_FILENO) >= 0 && ::dup2(output, STDOUT_FILENO) >= 0 &&
                        (errors < 0 || ::dup2(errors, STDERR_FILENO) >= 0);
     static_cast<void>(std::signal(SIGPIPE, SIG_DFL)); // which execve(2) leaves ignored
+    if (!program.variables.empty()) {
+        ::environ = const_cast<char **>(program.variables.data()); // execve(2) changes none
+    }
     if (isSet) {
         // With a path, execvp(3) would have a shell run what is a program of another machine.
         const bool isPath = std::strchr(arguments.front(), '/') != nullptr;
@@ -52,16 +62,31 @@ std::optional<Pipe> makePipe()
     ::_exit(127);
 }
 
+std::vector<char *> pointersTo(const std::vector<std::string> &words)
+{
+    std::vector<char *> pointers;
+    pointers.reserve(words.size() + 1);
+    for (const std::string &word : words) {
+        pointers.push_back(const_cast<char *>(word.c_str())); // execvp(3) changes none
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
 } // namespace
 
-std::optional<Subprocess> Subprocess::start(const std::vector<std::string> &command, int errors)
+std::optional<Subprocess> Subprocess::start(const std::vector<std::string> &command)
 {
-    std::vector<char *> arguments;
-    arguments.reserve(command.size() + 1);
-    for (const std::string &word : command) {
-        arguments.push_back(const_cast<char *>(word.c_str())); // execvp(3) changes none
+    return start(command, Setup());
+}
+
+std::optional<Subprocess> Subprocess::start(const std::vector<std::string> &command,
+                                            const Setup &setup)
+{
+    Program program{.arguments = pointersTo(command), .variables = {}};
+    if (setup.environment) {
+        program.variables = pointersTo(*setup.environment);
     }
-    arguments.push_back(nullptr);
     std::optional<Pipe> input = makePipe();
     std::optional<Pipe> output = input ? makePipe() : std::nullopt;
     std::optional<Pipe> report = output ? makePipe() : std::nullopt; // closed by execve(2)
@@ -71,7 +96,7 @@ std::optional<Subprocess> Subprocess::start(const std::vector<std::string> &comm
     Subprocess started;
     started.m_pid = ::fork();
     if (started.m_pid == 0) {
-        become(arguments, input->readEnd.get(), output->writeEnd.get(), errors,
+        become(program, input->readEnd.get(), output->writeEnd.get(), setup.errors,
                report->writeEnd.get());
     }
     if (started.m_pid < 0) {
@@ -113,20 +138,29 @@ Subprocess::~Subprocess()
 Subprocess::End Subprocess::awaitEnd()
 {
     int status = 0;
-    while (::waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {
-    }
+    pid_t waited = -1;
+    do {
+        waited = ::waitpid(m_pid, &status, 0);
+    } while (waited < 0 && errno == EINTR);
     m_pid = -1;
-    return WIFSIGNALED(status) ? End{.status = WTERMSIG(status), .isSignal = true}
-                               : End{.status = WEXITSTATUS(status)};
+    if (waited < 0) {
+        return {.how = End::How::Unknown, .status = errno};
+    }
+    return WIFSIGNALED(status) ? End{.how = End::How::Signalled, .status = WTERMSIG(status)}
+                               : End{.how = End::How::Exited, .status = WEXITSTATUS(status)};
 }
 
 std::optional<Subprocess::End> Subprocess::awaitEnd(std::chrono::milliseconds timeout)
 {
-    pollfd waiting = {.fd = m_process.get(), .events = POLLIN, .revents = 0};
-    if (::poll(&waiting, 1, static_cast<int>(timeout.count())) <= 0) {
-        return std::nullopt;
-    }
-    return awaitEnd();
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    int ready = 0;
+    do {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        pollfd waiting = {.fd = m_process.get(), .events = POLLIN, .revents = 0};
+        ready = ::poll(&waiting, 1, static_cast<int>(std::max<std::int64_t>(left.count(), 0)));
+    } while (ready < 0 && errno == EINTR);
+    return ready > 0 ? std::optional(awaitEnd()) : std::nullopt;
 }
 
 } // namespace Tarnwick

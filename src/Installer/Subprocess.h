@@ -6,6 +6,7 @@
 #include "Shared/FileDescriptor.h"
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,18 +24,37 @@ public:
     /// How it ended.
     struct End
     {
-        int status = 0; ///< its exit status, or the signal's number
-        bool isSignal = false;
+        enum class How : std::uint8_t {
+            Exited,
+            Signalled,
+            Unknown, ///< waitpid(2) failed, as where SIGCHLD is ignored: no success
+        };
+
+        How how = How::Exited;
+        int status = 0; ///< its exit status, the signal's number, or the errno of waitpid(2)
+
+        [[nodiscard]] bool isSuccess() const { return how == How::Exited && status == 0; }
+    };
+
+    struct Setup
+    {
+        int errors = -1; ///< becomes its standard error; -1 leaves that of this process
+        /// "NAME=value", all of them; where absent, those of this process.
+        std::optional<std::vector<std::string>> environment{};
     };
 
     /// Starts @p command, whose program is looked up in PATH. Where that fails, errno has the
-    /// reason and nothing is returned. @p errors becomes its standard error; -1 leaves our own.
+    /// reason and nothing is returned.
     [[nodiscard]] static std::optional<Subprocess> start(const std::vector<std::string> &command,
-                                                         int errors = -1);
+                                                         const Setup &setup);
+    [[nodiscard]] static std::optional<Subprocess> start(const std::vector<std::string> &command);
 
     ~Subprocess();
     Subprocess(Subprocess &&other) noexcept;
     Subprocess &operator=(Subprocess &&other) = delete;
+
+    /// Positive until the end was waited for, then -1.
+    [[nodiscard]] pid_t pid() const { return m_pid; }
 
     /// Its standard input, for writing.
     [[nodiscard]] FileDescriptor &input() { return m_input; }

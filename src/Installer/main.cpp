@@ -38,21 +38,48 @@ bool haveStandardStreams()
 
 int report(const CopyProtocol::Failure &failure)
 {
-    if (failure && !failure->empty()) {
+    if (failure) {
         static_cast<void>(std::fprintf(stderr, "tarnwick-install: %s\n", failure->c_str()));
     }
     return failure ? failed : 0;
+}
+
+/// To the other process, or to the log when that one has ended.
+int reply(const CopyProtocol::Failure &failure)
+{
+    if (!failure) {
+        return 0;
+    }
+    const std::string line = std::string(CopyProtocol::failed) + *failure + '\n';
+    return CopyProtocol::writeWhole(STDOUT_FILENO, line) ? failed : report(failure);
+}
+
+/// What would end this process, and be somebody's folder that is left half done: from a terminal,
+/// from a timer (setitimer(2)) or a limit (setrlimit(2)) that execve(2) has kept. A write beyond a
+/// limit then fails with EFBIG.
+void ignoreSignals()
+{
+    for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGALRM, SIGTERM, SIGUSR1, SIGUSR2,
+                             SIGTSTP, SIGTTIN, SIGTTOU, SIGXCPU, SIGXFSZ, SIGVTALRM, SIGPROF}) {
+        static_cast<void>(std::signal(number, SIG_IGN));
+    }
 }
 
 /// tarnwick-install --receive FOLDER NAME, as the administrator.
 int receive(Arguments arguments)
 {
     // The end of its input is what ends it, with everything undone.
-    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-        static_cast<void>(std::signal(number, SIG_IGN));
+    ignoreSignals();
+    try {
+        CopyProtocol::Failure failure;
+        {
+            CopyReceiver receiver(arguments[2], arguments[3]);
+            failure = receiver.receive(STDIN_FILENO, STDOUT_FILENO);
+        } // which undoes what failed
+        return reply(failure);
+    } catch (const std::exception &exception) {
+        return reply(exception.what());
     }
-    CopyReceiver receiver(arguments[2], arguments[3]);
-    return report(receiver.receive(STDIN_FILENO, STDOUT_FILENO));
 }
 
 /// tarnwick-install SOURCE FOLDER PROGRAM, as the user.
@@ -72,6 +99,8 @@ int send(Arguments arguments)
 int main(int argc, char *argv[])
 {
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+    // Inherited as ignored, it would let the system forget how a child ended.
+    static_cast<void>(std::signal(SIGCHLD, SIG_DFL));
     const Arguments arguments(argv, static_cast<std::size_t>(argc));
     constexpr std::size_t words = 4;
     if (!haveStandardStreams() || arguments.size() != words) {

@@ -3,6 +3,7 @@
 
 #include "Installer/CopySender.h"
 
+#include "tests/Installer/AccessControlLists.h"
 #include "tests/Installer/InstallFixture.h"
 #include "tests/Installer/MountedFolder.h"
 
@@ -13,6 +14,7 @@
 #include <thread>
 
 #include <sys/mount.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace Tarnwick {
@@ -46,10 +48,12 @@ TEST_F(CopySenderTest, InstallsTheListedFilesOnly)
     EXPECT_THAT(contents(m_applications),
                 ElementsAre(Key("Tarn'wick copy"), Key("Tarn'wick copy/.tarnwick-portable"),
                             Key("Tarn'wick copy/bin"), Key("Tarn'wick copy/bin/tarnwick"),
-                            Key("Tarn'wick copy/share"), Key("Tarn'wick copy/share/notes")));
+                            Key("Tarn'wick copy/bin/tarnwick-helper"),
+                            Key("Tarn'wick copy/bin/tarnwick-install"), Key("Tarn'wick copy/share"),
+                            Key("Tarn'wick copy/share/notes")));
     EXPECT_EQ(read(m_target / "share" / "notes"), "notes\n");
     EXPECT_EQ(read(m_target / ".tarnwick-portable"),
-              "tarnwick-portable 1\n755 bin/tarnwick\n644 share/notes\n");
+              "tarnwick-portable 1\n" + programs + "644 share/notes\n");
 }
 
 TEST_F(CopySenderTest, GivesEveryFileTheModeThatItIsListedWith)
@@ -76,7 +80,7 @@ TEST_F(CopySenderTest, ReplacesAnOlderCopy)
     EXPECT_EQ(m_said, "");
     EXPECT_FALSE(fs::exists(m_target / "gone"));
     EXPECT_EQ(read(m_target / "bin" / "tarnwick"), programText());
-    EXPECT_THAT(contents(m_applications).size(), 6);
+    EXPECT_EQ(contents(m_applications).size(), 8U);
 }
 
 TEST_F(CopySenderTest, KeepsWhatAnOlderCopyDoesNotList)
@@ -117,20 +121,20 @@ TEST_F(CopySenderTest, NeverTouchesWhatIsNoCopyOfTarnwick)
 {
     const std::string reason = m_target.string() + " is there and is not a copy of Tarnwick";
     fs::create_directory(m_target);
-    expectRefused(reason);
+    expectRefusedAtOnce(reason);
     write(m_target / "browser", "#!/bin/sh\n", 0755);
-    expectRefused(reason);
+    expectRefusedAtOnce(reason);
     fs::create_directory(m_target / ".tarnwick-portable");
-    expectRefused(reason);
+    expectRefusedAtOnce(reason);
     fs::remove(m_target / ".tarnwick-portable");
     fs::create_symlink(m_source / ".tarnwick-portable", m_target / ".tarnwick-portable");
-    expectRefused(reason);
+    expectRefusedAtOnce(reason);
     fs::remove_all(m_target);
     fs::create_directory_symlink(m_source, m_target);
-    expectRefused(reason);
+    expectRefusedAtOnce(reason);
     fs::remove(m_target);
     write(m_target, "a file\n");
-    expectRefused(reason);
+    expectRefusedAtOnce(reason);
 }
 
 TEST_F(CopySenderTest, TakesNoMarkerOfAnotherUser)
@@ -153,18 +157,52 @@ TEST_F(CopySenderTest, WritesNowhereThatOthersMayWriteTo)
     const std::string reason =
         m_applications.string() + "/: other users may write into this folder";
     fs::permissions(m_applications, fs::perms(01777));
-    expectRefused(reason);
+    expectRefusedAtOnce(reason);
+}
+
+TEST_F(CopySenderTest, WritesNowhereThatOthersMayWriteToByAnAccessControlList)
+{
+    if (!setAccessControlList(m_applications, "access", 07)) {
+        GTEST_SKIP() << "the file system has no access control lists";
+    }
+    expectRefusedAtOnce(m_applications.string() + "/: other users may write into this folder");
+    ASSERT_TRUE(setAccessControlList(m_applications, "access", 05));
+    EXPECT_EQ(install(), 0) << m_said;
+}
+
+TEST_F(CopySenderTest, InheritsNoAccessControlList)
+{
+    if (!setAccessControlList(m_applications, "default", 07)) {
+        GTEST_SKIP() << "the file system has no access control lists";
+    }
+    EXPECT_EQ(install(), 0) << m_said;
+    int count = 0;
+    for (const auto &entry : fs::recursive_directory_iterator(m_applications)) {
+        for (const char *const list : {"system.posix_acl_access", "system.posix_acl_default"}) {
+            EXPECT_LT(::getxattr(entry.path().c_str(), list, nullptr, 0), 0) << entry.path();
+        }
+        ++count;
+    }
+    EXPECT_EQ(count, 8);
+    EXPECT_EQ(fs::status(m_target / "share" / "notes").permissions(), fs::perms(0644));
+    EXPECT_EQ(fs::status(m_target).permissions(), fs::perms(0755));
 }
 
 TEST_F(CopySenderTest, AsksForNoPasswordWithoutAListOfFiles)
 {
     const std::string marker = (m_source / ".tarnwick-portable").string();
-    for (const char *const text : {"", "755 bin/tarnwick\n", "tarnwick-portable 1\n644 ../x\n"}) {
+    const std::string begin = marker + " does not list the files of the copy: ";
+    for (const char *const text : {"", "755 bin/tarnwick\n"}) {
         write(marker, text);
-        expectRefused(marker + " does not list the files of the copy");
+        expectRefused(begin + "the first line is not 'tarnwick-portable 1'");
     }
-    list("755 share/notes\n");
-    expectRefused(marker + " does not list the program bin/tarnwick");
+    list("755 a\n644 ../x\n");
+    expectRefused(begin + "line 3: not a mode and a path inside of the folder of at most 32 "
+                          "components");
+    list("755 a\n644 a\n");
+    expectRefused(begin + "line 3: a file that is listed already");
+    write(marker, std::string(2UL * 1024 * 1024 + 1, 'x'));
+    expectRefused(marker + ": File too large");
     fs::remove(marker);
     fs::create_symlink("share/notes", marker);
     expectRefused(marker + ": Too many levels of symbolic links");
@@ -172,6 +210,21 @@ TEST_F(CopySenderTest, AsksForNoPasswordWithoutAListOfFiles)
     ASSERT_EQ(::mkfifo(marker.c_str(), 0644), 0);
     expectRefused(marker + ": Invalid argument");
     EXPECT_FALSE(wasAsked());
+}
+
+TEST_F(CopySenderTest, MovesNoCopyWithoutAllItsPrograms)
+{
+    const std::string marker = (m_source / ".tarnwick-portable").string();
+    for (const char *const program :
+         {"bin/tarnwick", "bin/tarnwick-helper", "bin/tarnwick-install"}) {
+        const std::string line = "755 " + std::string(program) + '\n';
+        std::string others = programs;
+        others.erase(others.find(line), line.size());
+        list(others);
+        expectRefusedAtOnce(marker + " does not list the program " + program);
+        list(others + "644 " + program + '\n');
+        expectRefusedAtOnce(marker + " does not list the program " + program);
+    }
 }
 
 TEST_F(CopySenderTest, ReadsNothingButFilesOfTheFolder)
@@ -185,7 +238,7 @@ TEST_F(CopySenderTest, ReadsNothingButFilesOfTheFolder)
           std::pair("link", "Too many levels of symbolic links"),
           std::pair("pipe", "Invalid argument"), std::pair("none", "No such file or directory"),
           std::pair("share/notes/x", "Not a directory")}) {
-        list(std::string("755 bin/tarnwick\n644 ") + file + '\n');
+        list(programs + "644 " + file + '\n');
         expectRefused((m_source / file).string() + ": " + why);
     }
     EXPECT_FALSE(wasAsked());
@@ -197,7 +250,7 @@ TEST_F(CopySenderTest, HasNoPlaceForAFolderOfAnOddName)
         const fs::path source = m_folder.path() / "home" / name;
         fs::rename(m_source, source);
         m_source = source;
-        expectRefused("a folder of this name is not moved");
+        expectRefusedAtOnce("a folder of this name is not moved");
     }
     EXPECT_EQ(install("/"), 1);
 }
@@ -227,6 +280,46 @@ TEST_F(CopySenderTest, ReplacesNothingByACopyThatDoesNotRun)
           "ELF of another machine",
           0755);
     expectRefused("the copy cannot be started: Exec format error");
+}
+
+TEST_F(CopySenderTest, ReplacesNothingByACopyThatRunsOnlyWithTheCallersVariables)
+{
+    haveOlderCopy();
+    for (const char *const variable : {"LD_LIBRARY_PATH", "QT_PLUGIN_PATH", "GCONV_PATH"}) {
+        write(m_source / "bin" / "tarnwick",
+              "#!/bin/sh\n[ \"$" + std::string(variable) + "\" ] || exit 3\necho 'tarnwick " +
+                  std::string(version) + "'\n",
+              0755);
+        m_launcher = {"/usr/bin/env", std::string(variable) + "=/no/such/folder"};
+        expectRefused("the copy does not run: it ended with status 3");
+    }
+}
+
+TEST_F(CopySenderTest, KnowsHowItsProcessesEndedWhereTheCallerIgnoresSigchld)
+{
+    m_launcher = {"env", "--ignore-signal=CHLD"};
+    haveOlderCopy();
+    write(m_source / "bin" / "tarnwick", programText("exit 3\n"), 0755);
+    expectRefused("the copy does not run: it ended with status 3");
+    pkexec("exit 126\n");
+    expectRefused("the administrator's password was not given");
+}
+
+TEST_F(CopySenderTest, SaysThatTheOtherHalfEndedWithoutAReason)
+{
+    pkexec("exit 7\n");
+    expectRefused("the other half ended with status 7 without an answer");
+    pkexec("exec cat > /dev/null\n");
+    expectRefused("the other half ended without an answer");
+}
+
+TEST_F(CopySenderTest, SucceedsOnceTheCopyIsInPlace)
+{
+    haveOlderCopy();
+    pkexec("\"$@\"; kill -9 $$\n"); // as in the midst of removing the older copy
+    EXPECT_EQ(install(), 0) << m_said;
+    EXPECT_EQ(m_said, "");
+    EXPECT_EQ(read(m_target / "bin" / "tarnwick"), programText());
 }
 
 TEST_F(CopySenderTest, WaitsNotForEverForACopyThatHangs)
@@ -266,16 +359,19 @@ TEST_F(CopySenderTest, ChangesNothingOnAFullDisk)
     }
     write(m_source / "share" / "notes", std::string(1024UL * 1024UL, 'x'));
     haveOlderCopy();
-    expectRefused((m_target / "share" / "notes").string() + ": No space left on device");
+    expectRefusedAtOnce(m_applications.string() +
+                        "/: no room for the copy, which needs 2 MiB of the 1 MiB that are free");
 }
 
 TEST_F(CopySenderTest, ChangesNothingWhereNoMoreFilesFit)
 {
-    const MountedFolder mount(m_applications, "nr_inodes=4,mode=755");
+    const MountedFolder mount(m_applications, "nr_inodes=5,mode=755");
     if (!mount) {
         GTEST_SKIP() << notPermitted;
     }
-    expectRefused((m_target / "share" / "notes").string() + ": No space left on device");
+    expectRefusedAtOnce(
+        m_applications.string() +
+        "/: no room for the copy, which needs 6 of the 4 files that can still be made");
 }
 
 TEST_F(CopySenderTest, ChangesNothingOnAReadOnlyDisk)
@@ -286,7 +382,7 @@ TEST_F(CopySenderTest, ChangesNothingOnAReadOnlyDisk)
     }
     haveOlderCopy();
     ASSERT_TRUE(mount.makeReadOnly());
-    expectRefused(m_applications.string() + "/: Read-only file system");
+    expectRefusedAtOnce(m_applications.string() + "/: Read-only file system");
 }
 
 TEST_F(CopySenderTest, ChangesNothingWhereNoProgramMayRun)
@@ -296,7 +392,8 @@ TEST_F(CopySenderTest, ChangesNothingWhereNoProgramMayRun)
         GTEST_SKIP() << notPermitted;
     }
     haveOlderCopy();
-    expectRefused("the copy cannot be started: Permission denied");
+    expectRefusedAtOnce(m_applications.string() +
+                        "/: the file system is mounted with noexec, no program runs there");
 }
 
 TEST_F(CopySenderTest, LeavesAnotherFileSystemInItsPlaceAlone)
@@ -307,7 +404,7 @@ TEST_F(CopySenderTest, LeavesAnotherFileSystemInItsPlaceAlone)
         GTEST_SKIP() << notPermitted;
     }
     haveOlderCopy();
-    expectRefused(m_target.string() + " is there and is not a copy of Tarnwick");
+    expectRefusedAtOnce(m_target.string() + " is there and is not a copy of Tarnwick");
 }
 
 } // namespace

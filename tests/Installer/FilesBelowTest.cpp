@@ -18,9 +18,18 @@ namespace fs = std::filesystem;
 class FilesBelowTest : public InstallFixture
 {
 protected:
+    [[nodiscard]] bool removeListed() const
+    {
+        const FileDescriptor parent = FilesBelow::openFolder(m_source.parent_path());
+        return FilesBelow::removeListed(parent.get(), m_source.filename(), m_below.get(),
+                                        m_manifest);
+    }
+
     FileDescriptor m_below = FilesBelow::openFolder(m_source);
-    PortableManifest m_manifest{
-        {{.path = "bin/tarnwick", .isProgram = true}, {.path = "share/notes"}}};
+    PortableManifest m_manifest{{{.path = "bin/tarnwick", .isProgram = true},
+                                 {.path = "bin/tarnwick-helper", .isProgram = true},
+                                 {.path = "bin/tarnwick-install", .isProgram = true},
+                                 {.path = "share/notes"}}};
 };
 
 TEST_F(FilesBelowTest, ReadsAFileThatIsNotTooLong)
@@ -51,21 +60,29 @@ TEST_F(FilesBelowTest, CreatesNothingBehindALink)
 
 TEST_F(FilesBelowTest, RemovesWhatIsListed)
 {
-    const FileDescriptor parent = FilesBelow::openFolder(m_source.parent_path());
-    EXPECT_TRUE(FilesBelow::removeListed(parent.get(), m_source.filename(), m_manifest));
+    EXPECT_TRUE(removeListed());
     EXPECT_FALSE(fs::exists(m_source));
-    EXPECT_TRUE(FilesBelow::removeListed(parent.get(), m_source.filename(), m_manifest));
+}
+
+TEST_F(FilesBelowTest, RemovesNoFolderThatHasGotTheNameOfAnother)
+{
+    const fs::path moved = m_folder.path() / "moved";
+    fs::rename(m_source, moved);
+    fs::create_directory(m_source);
+    EXPECT_FALSE(removeListed());
+    EXPECT_TRUE(fs::exists(m_source));
+    EXPECT_FALSE(fs::exists(moved / "share"));
 }
 
 TEST_F(FilesBelowTest, RemovesNothingElseAndNothingBehindALink)
 {
-    const FileDescriptor parent = FilesBelow::openFolder(m_source.parent_path());
     const fs::path outside = m_folder.path() / "outside";
     fs::rename(m_source / "share", outside);
     fs::create_directory_symlink(outside, m_source / "share");
-    EXPECT_FALSE(FilesBelow::removeListed(parent.get(), m_source.filename(), m_manifest));
+    EXPECT_FALSE(removeListed());
     EXPECT_TRUE(fs::exists(outside / "notes"));
     EXPECT_FALSE(fs::exists(m_source / "bin"));
+    EXPECT_TRUE(fs::exists(m_source / ".tarnwick-portable")) << "as long as anything is left";
 }
 
 TEST_F(FilesBelowTest, GoesToNoOtherFileSystem)
@@ -79,8 +96,8 @@ TEST_F(FilesBelowTest, GoesToNoOtherFileSystem)
     const FileDescriptor below = FilesBelow::openFolder(m_source);
     EXPECT_FALSE(FilesBelow::openFile(below.get(), "share/notes"));
     EXPECT_EQ(errno, EXDEV);
-    const FileDescriptor parent = FilesBelow::openFolder(m_source.parent_path());
-    EXPECT_FALSE(FilesBelow::removeListed(parent.get(), m_source.filename(), m_manifest));
+    m_below = FilesBelow::openFolder(m_source);
+    EXPECT_FALSE(removeListed());
     EXPECT_TRUE(fs::exists(m_source / "share" / "notes"));
 }
 

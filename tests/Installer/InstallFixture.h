@@ -8,6 +8,7 @@
 #include "tests/Support/ChildProcess.h"
 #include "tests/Support/TemporaryFolder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -18,6 +19,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <sys/stat.h>
 
@@ -28,6 +30,9 @@ class InstallFixture : public testing::Test
 {
 protected:
     using Path = std::filesystem::path;
+    /// The lines of a list for the programs that every copy has.
+    inline static const std::string programs =
+        "755 bin/tarnwick\n755 bin/tarnwick-helper\n755 bin/tarnwick-install\n";
     /// What is in a folder: paths, with modes and contents.
     using Contents = std::map<std::string, std::string>;
 
@@ -37,8 +42,10 @@ protected:
         std::filesystem::create_directories(m_applications);
         std::filesystem::permissions(m_applications, std::filesystem::perms(0755));
         write(m_source / "bin" / "tarnwick", programText(), 0755);
+        write(m_source / "bin" / "tarnwick-helper", "#!/bin/sh\n", 0755);
+        write(m_source / "bin" / "tarnwick-install", "#!/bin/sh\n", 0755);
         write(m_source / "share" / "notes", "notes\n");
-        list("755 bin/tarnwick\n644 share/notes\n");
+        list(programs + "644 share/notes\n");
         pkexec("exec \"$@\"\n");
     }
 
@@ -96,13 +103,19 @@ protected:
         return result;
     }
 
-    /// Runs the installer to its end, and gives its status.
+    /// Runs the installer to its end, by way of m_launcher, and gives its status.
     std::optional<int> install(const Path &source)
     {
         const Path output = m_folder.path() / "output";
         std::filesystem::remove(output);
+        std::vector<std::string> command = m_launcher;
+        for (const std::string &word :
+             {std::string(installProgram), source.string(), m_applications.string() + "/",
+              std::string("bin/tarnwick")}) {
+            command.push_back(word);
+        }
         ChildProcess installer(
-            {installProgram, source, m_applications.string() + "/", "bin/tarnwick"},
+            command,
             {.output = output,
              .environment = {"PATH=" + (m_folder.path() / "bin").string() + ":/usr/bin:/bin"}});
         const std::optional<int> status = installer.awaitEnd(std::chrono::minutes(2));
@@ -121,18 +134,29 @@ protected:
     }
 
     /// Nothing is installed, and all is in the folder for applications that was there before.
-    void expectRefused(const std::string &reason)
+    void expectRefused(const testing::Matcher<std::string> &reason)
     {
         const Contents before = contents(m_applications);
         EXPECT_EQ(install(), 1);
-        EXPECT_EQ(m_said, "tarnwick-install: " + reason + "\n");
+        const std::string begin = "tarnwick-install: ";
+        ASSERT_TRUE(m_said.starts_with(begin) && m_said.ends_with('\n')) << m_said;
+        EXPECT_THAT(m_said.substr(begin.size(), m_said.size() - begin.size() - 1), reason);
         EXPECT_EQ(contents(m_applications), before);
+    }
+
+    /// The same, and the administrator's password is not asked for.
+    void expectRefusedAtOnce(const testing::Matcher<std::string> &reason)
+    {
+        std::filesystem::remove(m_folder.path() / "asked");
+        expectRefused(reason);
+        EXPECT_FALSE(wasAsked());
     }
 
     TemporaryFolder m_folder;
     Path m_source = m_folder.path() / "home" / "Tarn'wick copy";
     Path m_applications = m_folder.path() / "opt";
     Path m_target = m_applications / "Tarn'wick copy";
+    std::vector<std::string> m_launcher; ///< the first words of the installer's command
     std::string m_said;
 };
 

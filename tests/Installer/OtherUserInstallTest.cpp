@@ -83,7 +83,7 @@ TEST_F(OtherUserInstallTest, GivesTheCopyToRoot)
         EXPECT_EQ(status.st_mode & 07000U, 0U) << entry.path();
         ++count;
     }
-    EXPECT_EQ(count, 6);
+    EXPECT_EQ(count, 8);
 }
 
 TEST_F(OtherUserInstallTest, CopiesNothingThatTheUserMayNotRead)
@@ -99,8 +99,9 @@ TEST_F(OtherUserInstallTest, ReplacesNothingByACopyThatTheUserMayNotReach)
 {
     fs::permissions(m_applications, fs::perms(0700));
     EXPECT_EQ(installAsOtherUser(), 1);
-    EXPECT_EQ(m_said, "tarnwick-install: the copy cannot be started: Permission denied\n");
+    EXPECT_EQ(m_said, "tarnwick-install: " + m_applications.string() + ": Permission denied\n");
     EXPECT_TRUE(fs::is_empty(m_applications));
+    EXPECT_FALSE(wasAsked());
 }
 
 } // namespace

@@ -51,7 +51,21 @@ TEST(PortableManifest, IsBounded)
         text += "644 " + std::to_string(count) + '\n';
     }
     EXPECT_TRUE(PortableManifest::parse(text));
-    EXPECT_FALSE(PortableManifest::parse(text + "644 more\n"));
+    std::string problem;
+    EXPECT_FALSE(PortableManifest::parse(text + "644 more\n", &problem));
+    EXPECT_EQ(problem, "line 10002: more than 10000 files");
+}
+
+TEST(PortableManifest, IsReadAsFarAsItWasWritten)
+{
+    for (const char *const rest : {"", "7", "755 b", "644 ../b\n644 c\n"}) {
+        const auto manifest = PortableManifest::parseUnfinished(header + "755 a\n" + rest);
+        ASSERT_TRUE(manifest) << rest;
+        EXPECT_THAT(manifest->files, ElementsAre(PortableFile{"a", true})) << rest;
+    }
+    EXPECT_FALSE(PortableManifest::parseUnfinished(""));
+    EXPECT_FALSE(PortableManifest::parseUnfinished("tarnwick-portable 1"));
+    EXPECT_FALSE(PortableManifest::parseUnfinished("letter\n755 a\n"));
 }
 
 TEST(PortableFile, HasOneOfTwoModes)
@@ -70,6 +84,12 @@ TEST(PortableFile, LiesInTheFolder)
     }
     EXPECT_FALSE(PortableFile::parse("644 " + std::string(256, 'a')));
     EXPECT_FALSE(PortableFile::parse(std::string("644 a\0b", 7)));
+    std::string deep = "644 ";
+    for (int count = 1; count < 32; ++count) {
+        deep += "a/";
+    }
+    EXPECT_TRUE(PortableFile::parse(deep + 'a'));
+    EXPECT_FALSE(PortableFile::parse(deep + "a/a"));
     EXPECT_TRUE(PortableFile::parse("644 a/.tarnwick-portable"));
     EXPECT_TRUE(PortableFile::parse("644 ..."));
 }

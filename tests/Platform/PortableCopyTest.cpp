@@ -60,8 +60,9 @@ protected:
         writeProgram(m_source / "bin" / "tarnwick",
                      "if [ \"$1\" = --version ]; then echo 'tarnwick " + std::string(version) +
                          "'; exit; fi\npwd > \"$0.part\"; mv \"$0.part\" \"$0.ran\"\n");
-        fs::create_symlink(installProgram, m_source / "bin" / "tarnwick-install");
-        std::ofstream(m_source / ".tarnwick-portable") << "tarnwick-portable 1\n755 bin/tarnwick\n";
+        writeProgram(m_source / "bin" / "tarnwick-helper", "");
+        fs::copy_file(installProgram, m_source / "bin" / "tarnwick-install");
+        std::ofstream(m_source / ".tarnwick-portable") << list;
         allow(true);
     }
 
@@ -98,6 +99,10 @@ protected:
     }
 
     [[nodiscard]] bool triedToMove() const { return fs::exists(m_folder.path() / "asked"); }
+
+    inline static const std::string list =
+        "tarnwick-portable 1\n755 bin/tarnwick\n755 bin/tarnwick-helper\n755 "
+        "bin/tarnwick-install\n";
 
     TemporaryFolder m_folder;
     fs::path m_source = m_folder.path() / "Down loads" / "Tarn'wick";
@@ -207,9 +212,10 @@ TEST_F(PortableCopyTest, GoesOnWhereItIsWhenTheMoveFails)
     const std::string begin = "[app] not moved to " + target.string() + ": ";
     std::ofstream(marker) << "";
     EXPECT_EQ(agreeIn(m_source), Outcome::Stays);
-    EXPECT_EQ(lastMessage(), begin + marker.string() + " does not list the files of the copy");
+    EXPECT_THAT(lastMessage(),
+                StartsWith(begin + marker.string() + " does not list the files of the copy: "));
 
-    std::ofstream(marker) << "tarnwick-portable 1\n755 bin/tarnwick\n";
+    std::ofstream(marker) << list;
     fs::create_directories(target / "of somebody else");
     EXPECT_EQ(agreeIn(m_source), Outcome::Stays);
     EXPECT_EQ(lastMessage(), begin + m_applications.string() +
@@ -302,6 +308,26 @@ TEST_F(PortableCopyTest, EndsTheMoveWhenTheApplicationQuits)
     EXPECT_EQ(QCoreApplication::exec(), 0);
     EXPECT_EQ(outcome, Outcome::Stays);
     EXPECT_TRUE(fs::is_empty(m_applications));
+}
+
+TEST_F(PortableCopyTest, IsMovedWhenTheInstallerIsKilledAfterTheCopyHasGotItsPlace)
+{
+    const fs::path target = m_applications / "Tarn'wick";
+    writeProgram(m_source / "bin" / "tarnwick-install", "cp -R \"$1\" \"$2\"; kill -9 $$\n");
+    EXPECT_EQ(agreeIn(m_source), Outcome::Moved);
+    EXPECT_THAT(lastMessage(),
+                StartsWith("[app] moved to " + target.string() + ", but: tarnwick-install"));
+    EXPECT_TRUE(awaitOutside([&target] { return fs::exists(target / "bin" / "tarnwick.ran"); }));
+}
+
+TEST_F(PortableCopyTest, IsNotMovedByAnInstallerThatIsKilledBefore)
+{
+    const fs::path target = m_applications / "Tarn'wick";
+    fs::copy(m_source, target, fs::copy_options::recursive); // the older copy
+    writeProgram(m_source / "bin" / "tarnwick-install", "kill -9 $$\n");
+    EXPECT_EQ(agreeIn(m_source), Outcome::Stays);
+    EXPECT_THAT(lastMessage(),
+                StartsWith("[app] not moved to " + target.string() + ": tarnwick-install"));
 }
 
 TEST_F(PortableCopyTest, StaysWhereItIsWhenTheInstallationEndsWithoutAnAnswer)

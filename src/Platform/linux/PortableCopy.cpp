@@ -24,6 +24,7 @@
 #include <system_error>
 #include <utility>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Tarnwick {
@@ -88,6 +89,25 @@ std::string reasonOf(QProcess &process)
                             : ": " + process.errorString().toStdString());
 }
 
+/// Which folder has the name @p folder.
+std::optional<std::pair<dev_t, ino_t>> identityOf(const path &folder)
+{
+    struct stat status = {};
+    return ::lstat(folder.c_str(), &status) == 0
+               ? std::optional(std::pair(status.st_dev, status.st_ino))
+               : std::nullopt;
+}
+
+/// Whether both are programs of the same size.
+bool areAlike(const path &one, const path &other)
+{
+    std::error_code oneFailed;
+    std::error_code otherFailed;
+    const bool isSameSize = std::filesystem::file_size(one, oneFailed) ==
+                            std::filesystem::file_size(other, otherFailed);
+    return isSameSize && !oneFailed && !otherFailed && ::access(other.c_str(), X_OK) == 0;
+}
+
 } // namespace
 
 std::unique_ptr<ApplicationBundle> ApplicationBundle::ofThisApplication()
@@ -119,6 +139,7 @@ bool PortableCopy::isPortable() const
 
 ApplicationBundle::Privileged PortableCopy::runPrivileged(const BundleCopy &copy)
 {
+    const auto before = identityOf(copy.target());
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
     QEventLoop loop;
@@ -136,6 +157,11 @@ ApplicationBundle::Privileged PortableCopy::runPrivileged(const BundleCopy &copy
     }
     const bool isDone = process.error() == QProcess::UnknownError &&
                         process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    if (!isDone && identityOf(copy.target()) != before &&
+        areAlike(m_places.executable, executableIn(copy.target()))) {
+        AppLog::log("[app] moved to " + oneLine(copy.target()) + ", but: " + reasonOf(process));
+        return Privileged::Done;
+    }
     if (!isDone) {
         AppLog::log("[app] not moved to " + oneLine(copy.target()) + ": " + reasonOf(process));
         return Privileged::Failed;

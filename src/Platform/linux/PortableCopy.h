@@ -39,7 +39,8 @@ public:
     {
         return m_places.userApplications;
     }
-    /// A failure changes nothing, and is logged in one line.
+    /// A failure changes nothing, and is logged in one line. When the installer ends otherwise than
+    /// with success after the copy has got its place, that is done, and logged as well.
     Privileged runPrivileged(const BundleCopy &copy) override;
     void takeAlong(const std::string &path) override;
     /// Waits up to 10 s for the end of the instance: a copy that met it would leave all to it.
