@@ -94,6 +94,7 @@ ListenerInventory::Private::questions(ProcessCensus::Pulse pulse)
 {
     Questions questions;
     Places open;
+    Places openBelow;
     for (std::uint32_t place = 0; place < sockets.size(); ++place) {
         KnownSocket &known = memory.socket(place);
         if (memory.isNew(place)) {
@@ -103,11 +104,14 @@ ListenerInventory::Private::questions(ProcessCensus::Pulse pulse)
             questions.lost.push_back(place);
         } else if (known.isOpen()) {
             open.push_back(place);
+        } else if (known.isOpenBelow()) {
+            openBelow.push_back(place);
         }
     }
     // Only a process that has come or gone can change who owns what.
     if (pulse.processesChanged) {
         questions.open = std::move(open);
+        questions.openBelow = std::move(openBelow);
     }
     questions.everything = memory.listing() > 1 && Clock::now() >= nextAudit;
     return questions;
@@ -227,9 +231,18 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
     memory.makeRoom();
     groups.beginLook();
     const std::uint64_t failures = SystemFailures::count();
-    OwnerResolution resolution(root.get(), sockets, census.take(), groups, limits);
+    const std::span<const ProcFs::ProcessEntry> processes = census.take();
+    backoff.beginListing(memory.listing());
+    backoff.retain(processes);
+    OwnerResolution resolution(root.get(), sockets, processes, groups, backoff, limits);
     for (const std::uint32_t place : wanted) {
         resolution.want(place);
+    }
+    if (!questions.everything) {
+        for (const std::uint32_t place : questions.openBelow) {
+            const KnownSocket &known = memory.socket(place);
+            resolution.assume({place, known.owner, known.descriptor, known.thread});
+        }
     }
     GroupAttribution attribution(root.get(), groups, [&resolution](pid_t pid) {
         const auto visited = resolution.search().visited().find(pid);
@@ -263,16 +276,22 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
         if ((failed || isCut) && known.verified && !known.isOpen()) {
             continue; // what was missed may be just this owner
         }
-        if (owner && memory.assign(place, owner->pid, KnownSocket::Attribution::Held, clock)) {
-            known.descriptor = owner->descriptor;
-            known.thread = owner->thread;
-            known.manager = owner->manager;
-            known.provisional = owner->provisional;
-        } else if (owner && attemptsLeft > 0) {
+        if (owner && assign(place, *owner)) {
+            continue;
+        }
+        if (owner && attemptsLeft > 0) {
             known.owner = owner->pid;
             ended.lost.push_back(place);
         } else if (!known.verified || known.attribution == KnownSocket::Attribution::Grouped) {
             unowned.push_back(place);
+        }
+    }
+    if (!questions.everything && !failed && !isCut) {
+        for (const std::uint32_t place : questions.openBelow) {
+            const std::optional<SocketOwner> owner = resolution.owner(place);
+            if (owner && owner->pid != memory.socket(place).owner) {
+                static_cast<void>(assign(place, *owner));
+            }
         }
     }
     attribute(attribution, unowned);
@@ -281,6 +300,21 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
     if (!ended.none()) {
         resolve(ended, attemptsLeft - 1);
     }
+}
+
+/// Makes the process that a search has found the owner of a socket; false when it has ended.
+bool ListenerInventory::Private::assign(std::uint32_t place, const SocketOwner &owner)
+{
+    if (!memory.assign(place, owner.pid, KnownSocket::Attribution::Held, clock)) {
+        return false;
+    }
+    KnownSocket &known = memory.socket(place);
+    known.descriptor = owner.descriptor;
+    known.thread = owner.thread;
+    known.manager = owner.manager;
+    known.forOthers = owner.forOthers;
+    known.provisional = owner.provisional;
+    return true;
 }
 
 /// Puts off the next search for an owner that could not be found, each time for longer.
@@ -344,6 +378,7 @@ void ListenerInventory::Private::attribute(GroupAttribution &attribution, const 
         known.groupList = groups.processList(known.group);
         postpone(known);
         known.manager = false;
+        known.forOthers = false;
         known.provisional = false;
         known.verified = false;
         known.attribution = KnownSocket::Attribution::None;

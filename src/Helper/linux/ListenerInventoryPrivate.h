@@ -14,6 +14,7 @@
 #include "Helper/linux/ProcFs.h"
 #include "Helper/linux/ProcessCensus.h"
 #include "Helper/linux/SocketDump.h"
+#include "Helper/linux/ThreadScanBackoff.h"
 #include "Shared/FileDescriptor.h"
 
 #include <chrono>
@@ -48,11 +49,13 @@ struct ListenerInventory::Private
         Places fresh;            ///< not seen before
         Places lost;             ///< their owner is gone or has them no more
         Places open;             ///< without an owner that is sure to stay, and worth another look
+        Places openBelow;        ///< whose owner stays unless a new process has a lower descriptor
         bool everything = false; ///< check all that is remembered, too
 
         [[nodiscard]] bool none() const
         {
-            return fresh.empty() && lost.empty() && open.empty() && !everything;
+            return fresh.empty() && lost.empty() && open.empty() && openBelow.empty() &&
+                   !everything;
         }
     };
 
@@ -61,6 +64,7 @@ struct ListenerInventory::Private
     [[nodiscard]] std::optional<ListingError> update(ProcessInspector::Reading least);
     [[nodiscard]] Questions questions(ProcessCensus::Pulse pulse);
     void resolve(const Questions &questions, int attemptsLeft);
+    [[nodiscard]] bool assign(std::uint32_t place, const SocketOwner &owner);
     [[nodiscard]] Places inheritedFromAnybody(OwnerResolution &resolution, const Places &fresh);
     void look(OwnerResolution &resolution, GroupAttribution &attribution,
               const Questions &questions);
@@ -83,6 +87,7 @@ struct ListenerInventory::Private
     BootClock clock;
     ProcessCensus census;
     OwnerMemory memory;
+    ThreadScanBackoff backoff;
     std::vector<ListeningSocket> sockets;
     SharedProcessReport report = std::make_shared<const ProcessReport>();
     std::chrono::steady_clock::time_point nextAudit;
