@@ -6,6 +6,7 @@
 #include "tests/Support/FailingCalls.h"
 #include "tests/Support/OtherUser.h"
 #include "tests/Support/Puppet.h"
+#include "tests/Support/TemporaryCopy.h"
 
 #include <gtest/gtest.h>
 
@@ -13,8 +14,12 @@
 #include <array>
 #include <cerrno>
 #include <stdexcept>
+#include <string>
+#include <utility>
 #include <vector>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -113,6 +118,31 @@ TEST(ProcFs, TellsSocketsFromFilesAndFromNothing)
     puppet.openFiles(1);
     EXPECT_EQ(kindOf(listener.descriptor + 1), Kind::Other);
     EXPECT_TRUE(ProcFs::mayLookAt(descriptors.get()));
+}
+
+TEST(ProcFs, TakesAFileWithAPathOfMoreThanAPageForAFile)
+{
+    constexpr int depth = 20;
+    const std::string name(250, 'd');
+    const TemporaryCopy copies;
+    FileDescriptor folder(::open(copies.folder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    std::vector<FileDescriptor> folders;
+    for (int level = 0; level < depth; ++level) {
+        ASSERT_EQ(::mkdirat(folder.get(), name.c_str(), 0700), 0);
+        FileDescriptor inner(
+            ::openat(folder.get(), name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        folders.push_back(std::exchange(folder, std::move(inner)));
+    }
+    const FileDescriptor root = ProcFs::openRoot();
+    const FileDescriptor descriptors =
+        ProcFs::openDirectoryOfProcess(root.get(), ::getpid(), "/fd");
+    EXPECT_EQ(ProcFs::descriptor(descriptors.get(), static_cast<unsigned>(folder.get())).kind,
+              ProcFs::Descriptor::Kind::Other);
+    // No path reaches the innermost folders.
+    while (!folders.empty()) {
+        EXPECT_EQ(::unlinkat(folders.back().get(), name.c_str(), AT_REMOVEDIR), 0);
+        folders.pop_back();
+    }
 }
 
 TEST(ProcFs, SaysOfHalfADirectoryThatItIsNotWhole)

@@ -15,32 +15,40 @@ namespace Tarnwick {
 
 namespace {
 
-/// The descriptors in the text of an epoll instance's fdinfo, from lines "tfd:  5 events: ...".
-std::vector<unsigned> polledDescriptors(std::string_view text)
+/// A process of an event loop makes it among its first descriptors.
+constexpr std::size_t maxDescriptors = 64;
+
+/// Whether the text of an epoll instance's fdinfo has a file with @p inode, in a line such as
+/// "tfd:        5 events:       19 data:                5  pos:0 ino:1a2b sdev:9". The inode is
+/// hexadecimal; the number behind "tfd:" is that of who registered the file.
+bool hasInode(std::string_view text, std::uint32_t inode)
 {
     constexpr std::string_view key = "tfd:";
-    std::vector<unsigned> found;
+    constexpr std::string_view inodeKey = " ino:";
+    constexpr int hexadecimal = 16;
     while (!text.empty()) {
-        std::string_view line = text.substr(0, text.find('\n'));
+        const std::string_view line = text.substr(0, text.find('\n'));
         text.remove_prefix(std::min(text.size(), line.size() + 1));
-        if (!line.starts_with(key)) {
+        const std::size_t place = line.find(inodeKey);
+        if (!line.starts_with(key) || place == std::string_view::npos) {
             continue;
         }
-        line.remove_prefix(key.size());
-        line.remove_prefix(std::min(line.size(), line.find_first_not_of(' ')));
-        unsigned number = 0;
-        if (std::from_chars(line.data(), line.data() + line.size(), number).ec == std::errc{}) {
-            found.push_back(number);
+        const std::string_view number = line.substr(place + inodeKey.size());
+        std::uint64_t found = 0;
+        if (std::from_chars(number.data(), number.data() + number.size(), found, hexadecimal).ec ==
+                std::errc{} &&
+            found == inode) {
+            return true;
         }
     }
-    return found;
+    return false;
 }
 
 } // namespace
 
 bool PolledSockets::contain(int root, pid_t pid, std::uint32_t inode)
 {
-    constexpr std::size_t longestInformation = 4UL * 1024 * 1024;
+    constexpr std::size_t maxInformation = 4UL * 1024 * 1024;
     constexpr std::string_view epoll = "anon_inode:[eventpoll]";
     const FileDescriptor descriptors = ProcFs::openDirectoryOfProcess(root, pid, "/fd");
     const FileDescriptor information = ProcFs::openDirectoryOfProcess(root, pid, "/fdinfo");
@@ -48,19 +56,18 @@ bool PolledSockets::contain(int root, pid_t pid, std::uint32_t inode)
     if (!descriptors || !information || !ProcFs::readNumbers(descriptors.get(), entries)) {
         return false;
     }
+    std::sort(entries.begin(), entries.end(),
+              [](const auto &left, const auto &right) { return left.number < right.number; });
+    entries.resize(std::min(entries.size(), maxDescriptors));
     std::string text;
-    return std::any_of(entries.begin(), entries.end(), [&](const ProcFs::NumberedEntry &entry) {
+    for (const ProcFs::NumberedEntry &entry : entries) {
         const std::string number = std::to_string(entry.number);
-        if (!ProcFs::readLink(descriptors.get(), number.c_str(), text) || text != epoll ||
-            !ProcFs::readFile(information.get(), number.c_str(), text, longestInformation)) {
-            return false;
+        if (ProcFs::readLink(descriptors.get(), number.c_str(), text) && text == epoll) {
+            return ProcFs::readFile(information.get(), number.c_str(), text, maxInformation) &&
+                   hasInode(text, inode);
         }
-        const std::vector<unsigned> polled = polledDescriptors(text);
-        return std::any_of(polled.begin(), polled.end(), [&](unsigned descriptor) {
-            const ProcFs::Descriptor seen = ProcFs::descriptor(descriptors.get(), descriptor);
-            return seen.kind == ProcFs::Descriptor::Kind::Socket && seen.inode == inode;
-        });
-    });
+    }
+    return false;
 }
 
 } // namespace Tarnwick

@@ -352,6 +352,9 @@ Descriptor descriptor(int descriptors, unsigned number)
     std::array<char, 64> link;
     const ssize_t got =
         readLinkAt(descriptors, NumberPath(number).text(), link.data(), link.size());
+    if (got < 0 && errno == ENAMETOOLONG) {
+        return {Descriptor::Kind::Other, 0}; // a file with a path that fills more than a page
+    }
     if (got <= 0) {
         const bool denied = got < 0 && (errno == EACCES || errno == EPERM);
         return {denied ? Descriptor::Kind::Denied : Descriptor::Kind::None, 0};
