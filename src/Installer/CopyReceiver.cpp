@@ -121,6 +121,9 @@ Failure CopyReceiver::makeTemporaryFolder()
             continue;
         }
         m_temporary = FilesBelow::openFolder(parent, name);
+        if (!m_temporary && errno == ENOENT) {
+            continue; // another installation has found it empty, and removed it
+        }
         if (!m_temporary || !FilesBelow::setOwnerAndMode(m_temporary.get(), privateMode)) {
             Failure failure = systemFailure(m_applications.path());
             ::unlinkat(parent, name.c_str(), AT_REMOVEDIR);

@@ -96,7 +96,9 @@ void putBack(const ApplicationsFolder &applications)
     }
     struct stat status = {};
     if (::fstatat(parent, applications.name().c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
-        remove(applications, aside, *copy); // it was replaced, and only its removal is missing
+        if (applications.copyNamed(applications.name())) {
+            remove(applications, aside, *copy); // it was replaced; only its removal is missing
+        }
         return;
     }
     static_cast<void>(FilesBelow::renameToNew(parent, aside, applications.name()));

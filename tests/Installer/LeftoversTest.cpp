@@ -220,6 +220,21 @@ TEST_F(LeftoversTest, ThatWereSetAsideReturnToTheirPlace)
     EXPECT_THAT(names(), ElementsAre(m_target.filename()));
 }
 
+TEST_F(LeftoversTest, ThatWereSetAsideStayWhereTheirPlaceIsNoCopys)
+{
+    haveOlderCopy();
+    const Contents older = contents(m_target);
+    fs::rename(m_target, m_applications / m_aside);
+    write(m_target, "of somebody else");
+    std::optional<Subprocess> receiver =
+        Subprocess::start({installProgram, "--receive", m_applications, m_target.filename()});
+    ASSERT_TRUE(receiver);
+    receiver->input().reset();
+    EXPECT_FALSE(receiver->awaitEnd().isSuccess());
+    EXPECT_EQ(read(m_target), "of somebody else");
+    EXPECT_EQ(contents(m_applications / m_aside), older);
+}
+
 TEST_F(LeftoversTest, ThatWereSetAsideAndReplacedAreRemoved)
 {
     haveOlderCopy();
