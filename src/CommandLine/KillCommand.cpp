@@ -189,8 +189,10 @@ void KillCommand::describe(const PortEntry &owner) const
 
 bool KillCommand::isConfirmed(const PortEntry &owner, const std::vector<std::int64_t> &asked)
 {
-    static_cast<void>(m_console.errors.write("Stop " + processText(owner) + " on " +
-                                             portsText(asked) + "? [y/N] "));
+    if (const std::error_code failure = m_console.errors.write(
+            "Stop " + processText(owner) + " on " + portsText(asked) + "? [y/N] ")) {
+        return false; // an answer to what nobody could read is none
+    }
     const std::optional<std::string> answer = m_console.input.readLine();
     if (!answer) {
         m_console.say("");

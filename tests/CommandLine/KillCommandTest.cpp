@@ -86,6 +86,15 @@ TEST_F(KillCommandTest, TakesTheEndOfTheInputForANo)
     EXPECT_THAT(test.errors.written, EndsWith("[y/N] \n"));
 }
 
+TEST_F(KillCommandTest, TakesNoAnswerToAQuestionThatCouldNotBeWritten)
+{
+    listening({record(3000, 4711, "node")});
+    test.errors.error = std::make_error_code(std::errc::no_space_on_device);
+    test.input.lines = {"y"};
+    EXPECT_EQ(kill({3000}), ExitCode::NothingDone);
+    EXPECT_THAT(ends.ended, IsEmpty());
+}
+
 TEST_F(KillCommandTest, DoesNotAskWhenToldSo)
 {
     listening({record(3000, 4711, "node")});
