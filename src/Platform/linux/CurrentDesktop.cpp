@@ -20,7 +20,8 @@ constexpr QByteArrayView onlyShowInKey = "OnlyShowIn";
 constexpr QByteArrayView notShowInKey = "NotShowIn";
 constexpr QByteArrayView hiddenKey = "Hidden";
 constexpr QByteArrayView enabledKey = "X-GNOME-Autostart-enabled";
-// Only systemd's generator reads these; a phase, even an empty one, leaves the entry to GNOME.
+// Only systemd's generator reads these; a phase leaves the entry to GNOME, and an empty one does so
+// in systemd 252 and no longer in 257.
 constexpr QByteArrayView skipKey = "X-systemd-skip";
 constexpr QByteArrayView phaseKey = "X-GNOME-Autostart-Phase";
 
