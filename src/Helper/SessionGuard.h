@@ -13,7 +13,8 @@ namespace Tarnwick {
 
 /// Knows the processes with which the user's session would end: its message bus, its display server
 /// or compositor, and the service managers. They are never terminated, even if they listen on a TCP
-/// port. Another bus or display server, such as that of a test, is none of them. Any thread; reads
+/// port. Another bus or display server, such as that of a test, is none of them; but each bus may
+/// be the session's where nothing is found to listen at the addresses of that. Any thread; reads
 /// the environment.
 class SessionGuard
 {

@@ -4,6 +4,7 @@
 #include "Helper/SessionGuard.h"
 
 #include "Helper/ProcessTerminator.h"
+#include "Helper/linux/UnixListeners.h"
 #include "tests/Helper/InventoryFixture.h"
 #include "tests/Support/FailingCalls.h"
 #include "tests/Support/OtherUser.h"
@@ -22,8 +23,14 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <utility>
+#include <variant>
 
+#include <fcntl.h>
 #include <poll.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -83,10 +90,75 @@ private:
     pid_t m_pid;
 };
 
-/// In a session of which nothing runs, and nothing of the one in which the tests run.
+/// Something that listens where a session's message bus would.
+class StandInBus
+{
+public:
+    StandInBus()
+        : m_listener(listenAt((m_folder.path() / "bus").string()))
+    {
+        m_holder.emplace();
+        m_listener.reset();
+    }
+
+    [[nodiscard]] std::string address() const
+    {
+        return "unix:path=" + (m_folder.path() / "bus").string();
+    }
+
+private:
+    TemporaryFolder m_folder;
+    FileDescriptor m_listener;
+    std::optional<Heir> m_holder;
+};
+
+/// Gives the calling process, which is one of its own, a /tmp/.X11-unix and a /run/user/UID that
+/// nothing is in. False where this user may not.
+bool haveFoldersOfOwn()
+{
+    const std::string runtime = "/run/user/" + std::to_string(::getuid());
+    std::error_code failed;
+    return ::unshare(CLONE_NEWNS) == 0 &&
+           ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           std::filesystem::is_directory("/tmp/.X11-unix", failed) &&
+           std::filesystem::is_directory("/run/user", failed) &&
+           ::mount("none", "/tmp/.X11-unix", "tmpfs", 0, nullptr) == 0 &&
+           ::mount("none", "/run/user", "tmpfs", 0, nullptr) == 0 &&
+           ::mkdir(runtime.c_str(), 0700) == 0;
+}
+
+/// Mounts a file system at @p folder of which every question stays unanswered while the descriptor
+/// is open.
+FileDescriptor mountWithoutAnswers(const std::string &folder)
+{
+    FileDescriptor device(::open("/dev/fuse", O_RDWR | O_CLOEXEC));
+    const std::string options =
+        "fd=" + std::to_string(device.get()) + ",rootmode=40000,user_id=0,group_id=0,allow_other";
+    return device && ::mount("tarnwick-test", folder.c_str(), "fuse", MS_NOSUID | MS_NODEV,
+                             options.c_str()) == 0
+               ? std::move(device)
+               : FileDescriptor();
+}
+
+/// In a session of which nothing runs but something in the place of its bus, and nothing of the one
+/// in which the tests run.
 class SessionGuardTest : public InventoryFixture
 {
 protected:
+    void SetUp() override
+    {
+        if (std::holds_alternative<int>(UnixListeners::list())) {
+            GTEST_SKIP() << "the kernel does not tell which UNIX socket listens where";
+        }
+    }
+
+    [[nodiscard]] std::string sessionBus() const { return m_standIn.address(); }
+
+    static bool hasUsersBus()
+    {
+        return std::filesystem::exists("/run/user/" + std::to_string(::getuid()) + "/bus");
+    }
+
     /// The first port on which @p pid listens, awaited.
     int awaitPortOf(pid_t pid)
     {
@@ -108,7 +180,7 @@ protected:
         return codeOf(InventoryFixture::listAndTerminate(m_inventory, pid));
     }
 
-    static constexpr int noFilter = 125;
+    static constexpr int unavailable = 125;
 
     /// The part that a process is; a failure of the test where that is not known.
     static std::optional<Part> part(pid_t pid)
@@ -134,13 +206,14 @@ protected:
                 const auto *failure = std::get_if<SessionGuard::Failure>(&answer);
                 return failure != nullptr ? failure->code : 0;
             } catch (const std::runtime_error &) {
-                return noFilter;
+                return unavailable;
             }
         });
     }
 
 private:
-    ScopedEnvironment m_bus{"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere/bus"};
+    StandInBus m_standIn;
+    ScopedEnvironment m_bus{"DBUS_SESSION_BUS_ADDRESS", m_standIn.address()};
     ScopedEnvironment m_starter{"DBUS_STARTER_ADDRESS", std::nullopt};
     ScopedEnvironment m_display{"DISPLAY", std::nullopt};
     ScopedEnvironment m_wayland{"WAYLAND_DISPLAY", "/nowhere/wayland-0"};
@@ -167,14 +240,16 @@ TEST_F(SessionGuardTest, KeepsTheSessionsBusThatIsReachedOverTcp)
     options.configuration = "<listen>tcp:host=127.0.0.1,port=0</listen>";
     const PrivateBus bus(options);
     const std::string port = std::to_string(awaitPortOf(bus.pid()));
-    for (const std::string host : {"host=localhost,", "host=127.0.0.1,", ""}) {
+    for (const std::string host :
+         {"host=localhost,", "host=127.0.0.1,", "host=127.1,", "host=localhost.,",
+          "host=bus.localhost,", "host=of-this-machine.invalid,", ""}) {
         const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS",
                                         "tcp:" + host + "port=" + port + ",family=ipv4");
         EXPECT_EQ(part(bus.pid()), Part::MessageBus) << host;
         EXPECT_EQ(terminate(bus.pid()), KillResultCode::PermissionDenied);
     }
     const ScopedEnvironment elsewhere("DBUS_SESSION_BUS_ADDRESS",
-                                      "tcp:host=192.0.2.1,port=" + port + ";unix:path=/nowhere");
+                                      "tcp:host=192.0.2.1,port=" + port + ";" + sessionBus());
     EXPECT_EQ(part(bus.pid()), std::nullopt);
 }
 
@@ -182,9 +257,136 @@ TEST_F(SessionGuardTest, KeepsEachBusWhereNothingNamesTheSessions)
 {
     const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", std::nullopt);
     const PrivateBus bus;
-    const bool hasUsersBus =
-        std::filesystem::is_socket("/run/user/" + std::to_string(::getuid()) + "/bus");
-    EXPECT_EQ(part(bus.pid()), hasUsersBus ? std::nullopt : std::optional(Part::MessageBus));
+    if (hasUsersBus()) {
+        GTEST_SKIP() << "this user has a bus";
+    }
+    EXPECT_EQ(part(bus.pid()), Part::MessageBus);
+}
+
+TEST_F(SessionGuardTest, KeepsEachBusWhereNothingListensAtTheAddressOfTheSessions)
+{
+    if (hasUsersBus()) {
+        GTEST_SKIP() << "this user has a bus";
+    }
+    const TemporaryFolder folder;
+    const std::string closed = (folder.path() / "bus").string();
+    ASSERT_TRUE(listenAt(closed));
+    const PrivateBus bus;
+    const std::string own = bus.address();
+    std::filesystem::remove(own.substr(own.find('/')));
+    Puppet server;
+    const std::string port = std::to_string(server.listen().port);
+    for (const std::string &address :
+         {own, std::string("unix:path=/nowhere/bus"), "unix:path=" + closed,
+          std::string("unix:abstract=/nowhere/bus"), "tcp:host=192.0.2.1,port=" + port,
+          "tcp:host=elsewhere.invalid,port=" + port}) {
+        const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", address);
+        EXPECT_EQ(part(bus.pid()), Part::MessageBus) << address;
+    }
+}
+
+TEST_F(SessionGuardTest, NeverWaitsForAFileSystemThatSomebodyLinksToOrMounts)
+{
+    constexpr int secondsOfPatience = 60;
+    const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", std::nullopt);
+    const ScopedEnvironment unknown("WAYLAND_DISPLAY", std::nullopt);
+    const TemporaryFolder folder;
+    const std::string mounted = folder.path().string();
+    const std::string target = mounted + "/any";
+    const Puppet server;
+    const std::string runtime = "/run/user/" + std::to_string(::getuid());
+    const int result = inOwnProcess([&] {
+        ::alarm(secondsOfPatience);
+        FileDescriptor device;
+        if (!haveFoldersOfOwn() || !(device = mountWithoutAnswers(mounted))) {
+            return unavailable;
+        }
+        const bool areLinked = ::symlink(target.c_str(), "/tmp/.X11-unix/X7") == 0 &&
+                               ::symlink(target.c_str(), (runtime + "/wayland-7").c_str()) == 0 &&
+                               ::symlink(target.c_str(), (runtime + "/bus").c_str()) == 0;
+        if (!areLinked || part(server.pid())) {
+            return 1;
+        }
+        ::unlink((runtime + "/bus").c_str());
+        for (const std::string &place :
+             {std::string("/tmp/.X11-unix/X8"), runtime + "/wayland-8", runtime + "/bus"}) {
+            if (::mkdir(place.c_str(), 0700) != 0 ||
+                ::mount(mounted.c_str(), place.c_str(), nullptr, MS_BIND, nullptr) != 0) {
+                return 2;
+            }
+        }
+        if (part(server.pid())) {
+            return 3;
+        }
+        const FileDescriptor compositor = listenAt(runtime + "/wayland-1");
+        return part(::getpid()) == Part::DisplayServer ? 0 : 4;
+    });
+    if (result == unavailable) {
+        GTEST_SKIP() << "this user cannot mount file systems";
+    }
+    EXPECT_EQ(result, 0);
+}
+
+TEST_F(SessionGuardTest, FollowsALinkOnlyWhereTheEnvironmentNamesIt)
+{
+    const ScopedEnvironment unknown("WAYLAND_DISPLAY", std::nullopt);
+    const TemporaryFolder folder;
+    const std::string path = (folder.path() / "socket").string();
+    const std::string link = "/run/user/" + std::to_string(::getuid()) + "/wayland-7";
+    const int result = inOwnProcess([&] {
+        if (!haveFoldersOfOwn()) {
+            return unavailable;
+        }
+        const FileDescriptor listener = listenAt(path);
+        if (!listener || ::symlink(path.c_str(), link.c_str()) != 0 || part(::getpid())) {
+            return 1;
+        }
+        const ScopedEnvironment named("WAYLAND_DISPLAY", link);
+        return part(::getpid()) == Part::DisplayServer ? 0 : 2;
+    });
+    if (result == unavailable) {
+        GTEST_SKIP() << "this user cannot mount file systems";
+    }
+    EXPECT_EQ(result, 0);
+}
+
+TEST_F(SessionGuardTest, FailsWhereMoreSocketsAreInTheFoldersThanItChecks)
+{
+    constexpr int some = 300;
+    const ScopedEnvironment unknown("WAYLAND_DISPLAY", std::nullopt);
+    const Puppet server;
+    const int result = inOwnProcess([&] {
+        if (!haveFoldersOfOwn()) {
+            return unavailable;
+        }
+        const std::string first = "/tmp/.X11-unix/X1000";
+        if (::mknod(first.c_str(), S_IFSOCK | 0600, 0) != 0) {
+            return 1;
+        }
+        for (int display = 1; display < some; ++display) {
+            const std::string name = "/tmp/.X11-unix/X" + std::to_string(1000 + display);
+            if (::link(first.c_str(), name.c_str()) != 0) {
+                return 2;
+            }
+        }
+        const SessionGuard::Answer links = SessionGuard::part(server.pid());
+        for (int display = 0; display < some; ++display) {
+            const std::string name = "/tmp/.X11-unix/X" + std::to_string(2000 + display);
+            if (::mknod(name.c_str(), S_IFSOCK | 0600, 0) != 0) {
+                return 3;
+            }
+        }
+        const SessionGuard::Answer sockets = SessionGuard::part(server.pid());
+        const auto *failure = std::get_if<SessionGuard::Failure>(&sockets);
+        const bool isRight = std::get_if<std::optional<Part>>(&links) != nullptr &&
+                             !*std::get_if<std::optional<Part>>(&links) && failure != nullptr &&
+                             failure->code == E2BIG;
+        return isRight ? 0 : 4;
+    });
+    if (result == unavailable) {
+        GTEST_SKIP() << "this user cannot mount file systems";
+    }
+    EXPECT_EQ(result, 0);
 }
 
 TEST_F(SessionGuardTest, KeepsTheDisplayServerOfTheSessionOnly)
@@ -334,7 +536,7 @@ TEST_F(SessionGuardTest, SaysThatItCouldNotFindOutWhatAProcessIs)
     const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
     for (const long call : {SYS_openat, SYS_getdents64, SYS_readlinkat, SYS_pread64}) {
         const int code = failureWhile(call, ENOMEM, heir.pid());
-        if (code == noFilter) {
+        if (code == unavailable) {
             GTEST_SKIP() << "no filter of system calls to be had";
         }
         EXPECT_NE(code, 0) << "system call " << call;
@@ -353,11 +555,30 @@ TEST_F(SessionGuardTest, FailsWhereTheKernelCannotTellWhichSocketListensAtAnAddr
     const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
     // A kernel without the module answers that there is no such entry.
     const int code = failureWhile(SYS_sendto, ENOENT, heir.pid());
-    if (code == noFilter) {
+    if (code == unavailable) {
         GTEST_SKIP() << "no filter of system calls to be had";
     }
     EXPECT_EQ(code, EOPNOTSUPP);
     EXPECT_EQ(failureWhile(SYS_sendto, ENOENT, bystander.pid()), 0) << "it listens at no address";
+}
+
+TEST_F(SessionGuardTest, KnowsWithoutTheKernelsDiagnosticsThatNobodyListensAtAnAddress)
+{
+    const TemporaryFolder folder;
+    const std::string path = (folder.path() / "bus").string();
+    ASSERT_TRUE(listenAt(path)); // at once closed
+    const FileDescriptor other = listenAt((folder.path() / "other").string());
+    ASSERT_TRUE(other);
+    const Heir heir;
+    const std::string abstractName = "tarnwick-nobody-" + std::to_string(::getpid());
+    for (const std::string &address : {"unix:path=" + path, "unix:abstract=" + abstractName}) {
+        const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", address);
+        const int code = failureWhile(SYS_sendto, ENOENT, heir.pid());
+        if (code == unavailable) {
+            GTEST_SKIP() << "no filter of system calls to be had";
+        }
+        EXPECT_EQ(code, 0) << address;
+    }
 }
 
 TEST_F(SessionGuardTest, LeavesAProcessAliveThatMayBeAPartOfTheSession)
@@ -379,10 +600,10 @@ TEST_F(SessionGuardTest, LeavesAProcessAliveThatMayBeAPartOfTheSession)
             const auto *error = std::get_if<KillError>(&answer);
             return error != nullptr ? error->code : 0;
         } catch (const std::runtime_error &) {
-            return noFilter;
+            return unavailable;
         }
     });
-    if (result == noFilter) {
+    if (result == unavailable) {
         GTEST_SKIP() << "no filter of system calls to be had";
     }
     EXPECT_EQ(result, ENOMEM);

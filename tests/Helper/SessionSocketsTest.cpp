@@ -27,6 +27,14 @@ Address display(Kind kind, const std::string &name, std::uint16_t port = 0)
     return {kind, name, port, Part::DisplayServer};
 }
 
+/// At a path at which no link is followed.
+Address standardDisplay(const std::string &name)
+{
+    Address address = display(Kind::Path, name);
+    address.followsLinks = false;
+    return address;
+}
+
 TEST(SessionSocketsTest, ReadsTheAddressOfABus)
 {
     EXPECT_THAT(SessionSockets::busAddresses("unix:path=/run/user/1000/bus"),
@@ -46,7 +54,7 @@ TEST(SessionSocketsTest, ReadsTheNameOfADisplayOfThisMachine)
 {
     for (const char *const local : {":1.0", "unix:1", ":1", "unix/host:1"}) {
         EXPECT_THAT(SessionSockets::displayAddresses(local),
-                    ElementsAre(display(Kind::Path, "/tmp/.X11-unix/X1"),
+                    ElementsAre(standardDisplay("/tmp/.X11-unix/X1"),
                                 display(Kind::Abstract, "/tmp/.X11-unix/X1")))
             << local;
     }
@@ -67,12 +75,21 @@ TEST(SessionSocketsTest, ReadsTheNameOfADisplayOfThisMachine)
 
 TEST(SessionSocketsTest, KnowsTheNamesAndAddressesOfThisMachine)
 {
-    for (const char *const own :
-         {"localhost", "LOCALHOST", "127.0.0.1", "127.1.2.3", "0.0.0.0", "::1", "[::1]", "::"}) {
+    for (const char *const own : {"localhost", "LOCALHOST", "127.0.0.1", "127.1.2.3", "0.0.0.0",
+                                  "::1", "[::1]", "::", "127.1", "0x7f.1", "0", "::1%lo",
+                                  "localhost.", "bus.localhost", "bus.LocalHost."}) {
         EXPECT_TRUE(isLocalHost(own)) << own;
+        EXPECT_TRUE(mayBeLocalHost(own)) << own;
     }
-    for (const char *const other : {"", "192.0.2.1", "2001:db8::1", "elsewhere.invalid"}) {
+    for (const char *const other : {"", "192.0.2.1", "2001:db8::1", "elsewhere.invalid",
+                                    "notlocalhost", "192.513", ".localhost"}) {
         EXPECT_FALSE(isLocalHost(other)) << other;
+    }
+    for (const char *const name : {"", "elsewhere.invalid"}) {
+        EXPECT_TRUE(mayBeLocalHost(name)) << name;
+    }
+    for (const char *const address : {"192.0.2.1", "2001:db8::1", "[2001:db8::1]", "192.513"}) {
+        EXPECT_FALSE(mayBeLocalHost(address)) << address;
     }
 }
 

@@ -20,16 +20,6 @@ namespace Tarnwick {
 
 namespace {
 
-std::optional<in6_addr> numericAddress(const std::string &host)
-{
-    in6_addr address = {};
-    if (::inet_pton(AF_INET6, host.c_str(), &address) == 1 ||
-        ::inet_pton(AF_INET6, ("::ffff:" + host).c_str(), &address) == 1) {
-        return address;
-    }
-    return std::nullopt;
-}
-
 in6_addr mapped(const in_addr &address)
 {
     in6_addr result = {};
@@ -37,6 +27,31 @@ in6_addr mapped(const in_addr &address)
     result.s6_addr[11] = 0xff;
     std::memcpy(&result.s6_addr[12], &address, sizeof(address));
     return result;
+}
+
+/// @p host without the brackets that an IPv6 address may have, and without the dot that ends a
+/// whole name.
+std::string plainHost(std::string_view host)
+{
+    if (host.starts_with('[') && host.ends_with(']')) {
+        host = host.substr(1, host.size() - 2);
+    }
+    if (host.ends_with('.')) {
+        host.remove_suffix(1);
+    }
+    return std::string(host);
+}
+
+/// The address of a plain host: IPv6 with or without a zone, or IPv4 in any form of inet(3), such
+/// as "127.1".
+std::optional<in6_addr> numericAddress(const std::string &host)
+{
+    in6_addr address = {};
+    if (::inet_pton(AF_INET6, host.substr(0, host.find('%')).c_str(), &address) == 1) {
+        return address;
+    }
+    in_addr old = {};
+    return ::inet_aton(host.c_str(), &old) != 0 ? std::optional(mapped(old)) : std::nullopt;
 }
 
 bool isLoopbackOrAny(const in6_addr &address)
@@ -84,10 +99,7 @@ bool isOfAnInterface(const in6_addr &wanted)
 
 bool isLocalHost(std::string_view host)
 {
-    if (host.starts_with('[') && host.ends_with(']')) {
-        host = host.substr(1, host.size() - 2);
-    }
-    const std::string name(host);
+    const std::string name = plainHost(host);
     if (const std::optional<in6_addr> address = numericAddress(name)) {
         return isLoopbackOrAny(*address) || isOfAnInterface(*address);
     }
@@ -98,9 +110,19 @@ bool isLocalHost(std::string_view host)
         })) {
         return true;
     }
+    constexpr std::string_view domain = ".localhost";
+    if (name.size() > domain.size() &&
+        ::strcasecmp(name.c_str() + name.size() - domain.size(), domain.data()) == 0) {
+        return true;
+    }
     std::array<char, 256> own{};
     return ::gethostname(own.data(), own.size() - 1) == 0 &&
            ::strcasecmp(own.data(), name.c_str()) == 0;
+}
+
+bool mayBeLocalHost(std::string_view host)
+{
+    return !numericAddress(plainHost(host)) || isLocalHost(host);
 }
 
 } // namespace Tarnwick

@@ -43,50 +43,67 @@ bool isGone(int code)
     return code == ENOENT || code == ESRCH;
 }
 
-/// The process that listens at an address, as far as the kernel knows it: the one that began to
-/// listen there. -1 when nobody can be reached.
-pid_t listenerAt(const Address &address)
+/// Who listens at an address, as far as a connection tells: the process that began to listen there,
+/// -1 where it is not to be known. Nothing when nobody listens. @p file is that of a path.
+std::optional<pid_t> listenerAt(const Address &address, const std::optional<SocketFile> &file)
 {
     sockaddr_un target = {};
     target.sun_family = AF_UNIX;
-    const bool isAbstract = address.kind == Address::Kind::Abstract;
-    const std::string name = isAbstract ? std::string(1, '\0') + address.name : address.name;
-    if (address.kind == Address::Kind::Port || address.name.empty() ||
-        name.size() >= sizeof(target.sun_path)) {
-        return -1;
+    const std::string name = file ? file->path() : std::string(1, '\0') + address.name;
+    if (name.size() >= sizeof(target.sun_path)) {
+        return std::nullopt; // longer than any abstract name can be
     }
     std::copy(name.begin(), name.end(), static_cast<char *>(target.sun_path));
-    const std::size_t size = offsetof(sockaddr_un, sun_path) + name.size() + (isAbstract ? 0U : 1U);
+    const std::size_t size = offsetof(sockaddr_un, sun_path) + name.size() + (file ? 1U : 0U);
     const FileDescriptor connection(
         ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     ucred peer = {};
     socklen_t sizeOfPeer = sizeof(peer);
-    const bool told =
+    const bool isKnown =
         connection &&
         ::connect(connection.get(), reinterpret_cast<const sockaddr *>(&target),
                   static_cast<socklen_t>(size)) == 0 &&
         ::getsockopt(connection.get(), SOL_SOCKET, SO_PEERCRED, &peer, &sizeOfPeer) == 0;
-    if (!told && SystemFailures::isTransient(errno)) {
+    if (!isKnown && SystemFailures::isTransient(errno)) {
         throw Undecided{errno};
     }
-    return told && peer.pid > 0 ? peer.pid : -1;
+    if (!isKnown && errno == ECONNREFUSED) {
+        return std::nullopt;
+    }
+    return isKnown && peer.pid > 0 ? peer.pid : -1;
 }
 
-/// The sockets that listen at the addresses of a session.
+/// What listens at the addresses of a session.
 struct Listening
 {
+    /// Who began to listen at an address whose socket is not known.
+    struct Answerer
+    {
+        pid_t pid = -1; ///< -1 when that is not known
+        Part part = Part::MessageBus;
+    };
+
     std::map<std::uint32_t, Part> sockets; ///< by inode
-    std::vector<Address> unidentified;     ///< addresses at which none of these was found
-    /// UNIX sockets one of which may listen at an address that is unidentified; nothing where the
-    /// kernel tells which does.
+    bool hasSessionBus = false; ///< whether one of these is that of the session's message bus
+    std::vector<Answerer> answerers;
+    /// UNIX sockets one of which may listen at an answerer's address; nothing where the kernel
+    /// tells which does.
     std::set<std::uint32_t> possible;
     int code = 0; ///< why the kernel does not tell
+
+    void add(std::uint32_t socket, const Address &address)
+    {
+        sockets.emplace(socket, address.part);
+        hasSessionBus = hasSessionBus || address.isSessionBus;
+    }
 };
 
 /// The file at the path of an address; none where no program of this user could reach a socket.
-std::optional<SocketFile> openFile(int root, const std::string &path)
+std::optional<SocketFile> openFile(const Address &address, MountTable &mounts)
 {
-    std::variant<SocketFile, int> opened = SocketFile::open(root, path);
+    const auto links =
+        address.followsLinks ? SocketFile::Links::Followed : SocketFile::Links::NotFollowed;
+    std::variant<SocketFile, int> opened = SocketFile::open(address.name, links, mounts);
     if (const int *code = std::get_if<int>(&opened)) {
         if (SystemFailures::isTransient(*code)) {
             throw Undecided{*code};
@@ -127,7 +144,7 @@ void addPorts(const std::vector<Address> &addresses, Listening &listening)
     for (const Address &address : addresses) {
         for (const ListeningSocket &socket : sockets) {
             if (isPort(address) && socket.port == address.port) {
-                listening.sockets.emplace(socket.inode, address.part);
+                listening.add(socket.inode, address);
             }
         }
     }
@@ -137,12 +154,13 @@ Listening listeningAt(int root, const std::vector<Address> &addresses)
 {
     constexpr std::size_t longestTable = 64UL * 1024 * 1024;
     Listening found;
+    MountTable mounts(root);
     addPorts(addresses, found);
     std::optional<std::variant<std::vector<UnixListener>, int>> listeners;
     for (const Address &address : addresses) {
         std::optional<SocketFile> file;
         if (address.kind == Address::Kind::Path) {
-            file = openFile(root, address.name);
+            file = openFile(address, mounts);
         }
         if (address.kind == Address::Kind::Port || (address.kind == Address::Kind::Path && !file)) {
             continue;
@@ -154,13 +172,17 @@ Listening listeningAt(int root, const std::vector<Address> &addresses)
         const std::vector<std::uint32_t> sockets =
             known != nullptr ? socketsAt(address, *known, file) : std::vector<std::uint32_t>();
         for (const std::uint32_t socket : sockets) {
-            found.sockets.emplace(socket, address.part);
+            found.add(socket, address);
         }
-        if (sockets.empty()) {
-            found.unidentified.push_back(address);
+        if (!sockets.empty()) {
+            continue;
+        }
+        if (const std::optional<pid_t> pid = listenerAt(address, file)) {
+            found.answerers.push_back({*pid, address.part});
         }
     }
-    if (const int *code = listeners ? std::get_if<int>(&*listeners) : nullptr) {
+    const int *const code = listeners ? std::get_if<int>(&*listeners) : nullptr;
+    if (code != nullptr && !found.answerers.empty()) {
         std::string table;
         if (!ProcFs::readFile(root, "self/net/unix", table, longestTable)) {
             throw Undecided{errno};
@@ -222,9 +244,8 @@ std::set<std::uint32_t> socketsOf(int root, pid_t pid)
 
 /// What a process is by the sockets that it has open. A bus or a compositor may have been given its
 /// socket by who started it, whom alone the kernel names then.
-std::optional<Part> partBySockets(int root, pid_t pid, const std::vector<Address> &addresses)
+std::optional<Part> partBySockets(int root, pid_t pid, const Listening &listening)
 {
-    const Listening listening = listeningAt(root, addresses);
     if (!listening.sockets.empty() || !listening.possible.empty()) {
         const std::set<std::uint32_t> held = socketsOf(root, pid);
         bool isPossible = false;
@@ -239,9 +260,10 @@ std::optional<Part> partBySockets(int root, pid_t pid, const std::vector<Address
             throw Undecided{listening.code};
         }
     }
-    const auto address = std::find_if(listening.unidentified.begin(), listening.unidentified.end(),
-                                      [pid](const Address &one) { return listenerAt(one) == pid; });
-    return address != listening.unidentified.end() ? std::optional(address->part) : std::nullopt;
+    const auto answerer =
+        std::find_if(listening.answerers.begin(), listening.answerers.end(),
+                     [pid](const Listening::Answerer &one) { return one.pid == pid; });
+    return answerer != listening.answerers.end() ? std::optional(answerer->part) : std::nullopt;
 }
 
 /// Whether the process is in the service of a message bus, of a user's or of the system.
@@ -306,24 +328,34 @@ std::optional<Part> find(pid_t pid)
     if (isBus && isInServiceOfBus(root.get(), pid)) {
         return Part::MessageBus;
     }
-    std::variant<SessionSockets::Found, int> found = SessionSockets::addresses(users);
+    const std::variant<std::vector<Address>, int> found = SessionSockets::addresses(users);
     if (const int *code = std::get_if<int>(&found)) {
         throw Undecided{*code};
     }
-    const auto &sockets = std::get<SessionSockets::Found>(found);
-    if (isBus && !sockets.hasSessionBus) {
+    const Listening listening = listeningAt(root.get(), std::get<std::vector<Address>>(found));
+    if (isBus && !listening.hasSessionBus) {
         return Part::MessageBus; // nothing tells it from the session's
     }
-    return partBySockets(root.get(), pid, sockets.addresses);
+    return partBySockets(root.get(), pid, listening);
+}
+
+/// The text for an errno of Undecided.
+std::string reasonFor(int code)
+{
+    switch (code) {
+    case EOPNOTSUPP:
+        return "the kernel has no diagnostics of UNIX sockets (unix_diag)";
+    case E2BIG:
+        return "too many sockets in /tmp/.X11-unix or /run/user";
+    default:
+        return std::strerror(code);
+    }
 }
 
 SessionGuard::Failure failure(std::int32_t pid, int code)
 {
-    const std::string reason = code == EOPNOTSUPP
-                                   ? "the kernel has no diagnostics of UNIX sockets (unix_diag)"
-                                   : std::strerror(code);
     return {code, "cannot tell whether process " + std::to_string(pid) +
-                      " is a part of the session: " + reason};
+                      " is a part of the session: " + reasonFor(code)};
 }
 
 } // namespace

@@ -4,17 +4,23 @@
 #include "Helper/linux/SessionSockets.h"
 
 #include "Helper/linux/LocalHost.h"
+#include "Helper/linux/SystemFailures.h"
+#include "Shared/FileDescriptor.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
-#include <filesystem>
 #include <map>
+#include <memory>
 #include <optional>
-#include <system_error>
+#include <set>
+#include <tuple>
+#include <utility>
 
+#include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -87,32 +93,82 @@ std::string runtimeFolder(uid_t user)
     return "/run/user/" + std::to_string(user);
 }
 
-bool isSocket(const std::string &path)
+/// The sockets in folders that others may write to.
+class SharedFolders
 {
-    struct stat status = {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISSOCK(status.st_mode);
+public:
+    /// Appends the sockets in a folder whose names are @p prefix and more and that @p accept takes
+    /// by name and owner, each under one of its names. 0, or the errno of a failure that says
+    /// nothing about the folder.
+    template<class Accept>
+    int append(const std::string &folder, std::string_view prefix, const Accept &accept,
+               std::vector<Address> &found);
+
+private:
+    static constexpr int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
+
+    static FileDescriptor open(const std::string &folder);
+
+    std::set<std::tuple<std::uint32_t, std::uint32_t, std::uint64_t>> m_files;
+    std::size_t m_seen = 0;
+};
+
+FileDescriptor SharedFolders::open(const std::string &folder)
+{
+    // Nobody but root can replace a link of root's in /tmp.
+    struct statx status = {};
+    const bool isLinkOfRoot =
+        ::statx(AT_FDCWD, folder.c_str(), flags, STATX_TYPE | STATX_UID, &status) == 0 &&
+        S_ISLNK(status.stx_mode) && status.stx_uid == 0;
+    return FileDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC |
+                                                     (isLinkOfRoot ? 0 : O_NOFOLLOW)));
 }
 
-/// Appends the sockets in a folder whose names are @p prefix and more. 0, or the errno of a failure
-/// that says nothing about the folder.
 template<class Accept>
-int appendFolder(const std::string &folder, std::string_view prefix, const Accept &accept,
-                 std::vector<Address> &found)
+int SharedFolders::append(const std::string &folder, std::string_view prefix, const Accept &accept,
+                          std::vector<Address> &found)
 {
-    std::error_code error;
-    std::filesystem::directory_iterator entry(folder, error);
-    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        const std::string path = entry->path().string();
-        const std::string name = entry->path().filename().string();
-        struct stat status = {};
-        if (name.starts_with(prefix) && ::stat(path.c_str(), &status) == 0 &&
-            S_ISSOCK(status.st_mode) && accept(name, status.st_uid)) {
-            found.push_back({Address::Kind::Path, path, 0, Part::DisplayServer});
-        }
+    constexpr std::array<int, 4> notThere{ENOENT, ENOTDIR, ELOOP, EACCES};
+    constexpr std::size_t mostSeen = 65536;
+    FileDescriptor descriptor = open(folder);
+    if (!descriptor) {
+        const int code = errno;
+        return std::find(notThere.begin(), notThere.end(), code) != notThere.end() ? 0 : code;
     }
-    const std::array<int, 4> notThere{0, ENOENT, ENOTDIR, EACCES};
-    const int code = error.value();
-    return std::find(notThere.begin(), notThere.end(), code) != notThere.end() ? 0 : code;
+    const auto close = [](DIR *open) { ::closedir(open); };
+    const std::unique_ptr<DIR, decltype(close)> entries(::fdopendir(descriptor.get()), close);
+    if (!entries) {
+        return errno;
+    }
+    const int directory = descriptor.release();
+    errno = 0;
+    while (const dirent *const entry = ::readdir(entries.get())) {
+        const std::string name(static_cast<const char *>(entry->d_name));
+        const bool mayBeSocket = entry->d_type == DT_SOCK || entry->d_type == DT_UNKNOWN;
+        if (++m_seen > mostSeen) {
+            return E2BIG;
+        }
+        errno = 0;
+        struct statx status = {};
+        if (name.starts_with(prefix) && mayBeSocket &&
+            ::statx(directory, name.c_str(), flags, STATX_TYPE | STATX_UID | STATX_INO, &status) ==
+                0 &&
+            S_ISSOCK(status.stx_mode) && accept(name, status.stx_uid) &&
+            m_files.emplace(status.stx_dev_major, status.stx_dev_minor, status.stx_ino).second) {
+            found.push_back({.kind = Address::Kind::Path,
+                             .name = folder + "/" + name,
+                             .part = Part::DisplayServer,
+                             .followsLinks = false});
+        }
+        if (SystemFailures::isTransient(errno)) {
+            return errno;
+        }
+        if (m_files.size() > SessionSockets::mostInFolders) {
+            return E2BIG;
+        }
+        errno = 0;
+    }
+    return errno;
 }
 
 int appendDisplays(std::span<const uid_t> users, std::vector<Address> &found)
@@ -122,13 +178,14 @@ int appendDisplays(std::span<const uid_t> users, std::vector<Address> &found)
                std::find(users.begin(), users.end(), owner) != users.end();
     };
     const std::size_t before = found.size();
-    int code = appendFolder(displayFolder, "X", isOfUsers, found);
+    SharedFolders folders;
+    int code = folders.append(displayFolder, "X", isOfUsers, found);
     // A server may listen at the abstract name only besides.
     for (std::size_t at = before, end = found.size(); at < end; ++at) {
         found.push_back({Address::Kind::Abstract, found[at].name, 0, Part::DisplayServer});
     }
     for (const uid_t user : users) {
-        const int failed = appendFolder(
+        const int failed = folders.append(
             runtimeFolder(user), "wayland-", [](const std::string &, uid_t) { return true; },
             found);
         code = code != 0 ? code : failed;
@@ -177,40 +234,51 @@ std::vector<Address> addressesOfBus(std::string_view one)
     }
     const std::optional<std::uint16_t> port = toPort(values["port"]);
     const bool isTcp = transport == "tcp" || transport == "nonce-tcp";
-    if (!isTcp || !port || (values.contains("host") && !isLocalHost(values["host"]))) {
+    const bool isHere = !values.contains("host") || isLocalHost(values["host"]);
+    if (!isTcp || !port || (!isHere && !mayBeLocalHost(values["host"]))) {
         return {};
     }
-    return {{Address::Kind::Port, {}, *port, Part::MessageBus}};
+    return {{.kind = Address::Kind::Port,
+             .name = {},
+             .port = *port,
+             .part = Part::MessageBus,
+             .mayBeElsewhere = !isHere}};
 }
 
 } // namespace
 
-std::variant<SessionSockets::Found, int> SessionSockets::addresses(std::span<const uid_t> users)
+std::variant<std::vector<Address>, int> SessionSockets::addresses(std::span<const uid_t> users)
 {
-    Found found;
+    std::vector<Address> found;
     const auto isOfUsers = [users](uid_t user) {
         return std::find(users.begin(), users.end(), user) != users.end();
     };
     // Under sudo the variables may be those of another session than the process is of.
     const bool isOwn = isOfUsers(::getuid()) || isOfUsers(::geteuid());
     for (const char *const name : {"DBUS_SESSION_BUS_ADDRESS", "DBUS_STARTER_ADDRESS"}) {
-        const std::vector<Address> bus = busAddresses(variable(name));
-        found.hasSessionBus = found.hasSessionBus || (isOwn && !bus.empty());
-        append(found.addresses, bus);
+        for (Address &bus : busAddresses(variable(name))) {
+            bus.isSessionBus = isOwn && !bus.mayBeElsewhere;
+            found.push_back(std::move(bus));
+        }
     }
+    const auto appendBus = [&found](const std::string &path, bool isSessionBus) {
+        found.push_back({.kind = Address::Kind::Path,
+                         .name = path,
+                         .part = Part::MessageBus,
+                         .followsLinks = false,
+                         .isSessionBus = isSessionBus});
+    };
     for (const uid_t user : users) {
-        const std::string path = runtimeFolder(user) + "/bus";
-        found.hasSessionBus = found.hasSessionBus || isSocket(path);
-        found.addresses.push_back({Address::Kind::Path, path, 0, Part::MessageBus});
+        appendBus(runtimeFolder(user) + "/bus", true);
     }
-    found.addresses.push_back({Address::Kind::Path, systemBus, 0, Part::MessageBus});
-    append(found.addresses, busAddresses(variable("DBUS_SYSTEM_BUS_ADDRESS")));
+    appendBus(systemBus, false);
+    append(found, busAddresses(variable("DBUS_SYSTEM_BUS_ADDRESS")));
 
     std::vector<Address> displays = displayAddresses(variable("DISPLAY"));
     append(displays, compositorOfEnvironment());
-    append(found.addresses, displays);
+    append(found, displays);
     if (!isOwn || displays.empty()) {
-        if (const int code = appendDisplays(users, found.addresses); code != 0) {
+        if (const int code = appendDisplays(users, found); code != 0) {
             return code;
         }
     }
@@ -258,14 +326,18 @@ std::vector<Address> SessionSockets::displayAddresses(std::string_view display)
     host.remove_prefix(slash == std::string_view::npos ? 0 : slash + 1);
     if (host.empty() || host == "unix" || protocol == "unix" || protocol == "local") {
         const std::string socket = std::string(displayFolder) + "/X" + std::string(number);
-        return {{Address::Kind::Path, socket, 0, Part::DisplayServer},
+        return {{Address::Kind::Path, socket, 0, Part::DisplayServer, false},
                 {Address::Kind::Abstract, socket, 0, Part::DisplayServer}};
     }
     const std::optional<std::uint16_t> port = toPort(number, firstPort);
-    if (!port || !isLocalHost(host)) {
+    if (!port || !mayBeLocalHost(host)) {
         return {};
     }
-    return {{Address::Kind::Port, {}, *port, Part::DisplayServer}};
+    return {{.kind = Address::Kind::Port,
+             .name = {},
+             .port = *port,
+             .part = Part::DisplayServer,
+             .mayBeElsewhere = !isLocalHost(host)}};
 }
 
 } // namespace Tarnwick

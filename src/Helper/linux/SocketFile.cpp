@@ -4,16 +4,15 @@
 #include "Helper/linux/SocketFile.h"
 
 #include "Helper/linux/ProcFs.h"
-#include "Shared/FileDescriptor.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <string_view>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/sysmacros.h>
 
 namespace Tarnwick {
 
@@ -62,28 +61,47 @@ std::uint32_t deviceOf(std::string_view mount, std::string_view table)
 
 } // namespace
 
-std::variant<SocketFile, int> SocketFile::open(int root, const std::string &path)
+std::optional<std::uint32_t> MountTable::deviceOfMount(int descriptor)
 {
-    const FileDescriptor descriptor(::open(path.c_str(), O_PATH | O_CLOEXEC));
-    struct stat status = {};
-    if (!descriptor || ::fstat(descriptor.get(), &status) != 0) {
+    const std::string name = "self/fdinfo/" + std::to_string(descriptor);
+    std::string information;
+    if (!ProcFs::readFile(m_root, name.c_str(), information, longestTable) ||
+        (m_table.empty() && !ProcFs::readFile(m_root, "self/mountinfo", m_table, longestTable))) {
+        return std::nullopt;
+    }
+    return deviceOf(mountOf(information), m_table);
+}
+
+std::variant<SocketFile, int> SocketFile::open(const std::string &path, Links links,
+                                               MountTable &mounts)
+{
+    const int noFollow = links == Links::NotFollowed ? O_NOFOLLOW : 0;
+    FileDescriptor descriptor(::open(path.c_str(), O_PATH | O_CLOEXEC | noFollow));
+    struct statx status = {};
+    // What is mounted there may be a file system that answers no request (fuse(4)), so only what
+    // the kernel has of it is taken.
+    if (!descriptor || ::statx(descriptor.get(), "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC,
+                               STATX_TYPE | STATX_INO, &status) != 0) {
         return errno;
     }
-    if (!S_ISSOCK(status.st_mode)) {
+    if (!S_ISSOCK(status.stx_mode)) {
         return ENOTSOCK;
     }
-    SocketFile file;
-    file.m_inode = static_cast<std::uint32_t>(status.st_ino);
-    file.m_device = UnixListeners::fileDevice(major(status.st_dev), minor(status.st_dev));
-    const std::string name = "self/fdinfo/" + std::to_string(descriptor.get());
-    std::string information;
-    std::string mounts;
-    if (!ProcFs::readFile(root, name.c_str(), information, longestTable) ||
-        !ProcFs::readFile(root, "self/mountinfo", mounts, longestTable)) {
+    const std::optional<std::uint32_t> deviceOfMount = mounts.deviceOfMount(descriptor.get());
+    if (!deviceOfMount) {
         return errno;
     }
-    file.m_deviceOfMount = deviceOf(mountOf(information), mounts);
+    SocketFile file;
+    file.m_descriptor = std::move(descriptor);
+    file.m_inode = static_cast<std::uint32_t>(status.stx_ino);
+    file.m_device = UnixListeners::fileDevice(status.stx_dev_major, status.stx_dev_minor);
+    file.m_deviceOfMount = *deviceOfMount;
     return file;
+}
+
+std::string SocketFile::path() const
+{
+    return "/proc/self/fd/" + std::to_string(m_descriptor.get());
 }
 
 bool SocketFile::isOf(const UnixListener &listener) const
