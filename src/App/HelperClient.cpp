@@ -8,6 +8,7 @@
 #include "Core/MainThread.h"
 #include "Core/SerialExecutor.h"
 #include "Models/Precondition.h"
+#include "Models/Timestamp.h"
 #include "Platform/FileViewer.h"
 #include "Shared/AppLog.h"
 #include "Shared/Paths.h"
@@ -15,10 +16,14 @@
 
 #include <QByteArray>
 
+#include <algorithm>
+#include <chrono>
 #include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <variant>
 
@@ -44,13 +49,53 @@ RawPortInfo::Decoded decode(const QByteArray &payload)
         std::string_view(payload.constData(), static_cast<std::size_t>(payload.size())));
 }
 
+/// What tells a process from another one with its identifier.
+struct ProcessIdentity
+{
+    std::string path; ///< of the executable, empty when unknown
+    Timestamp startedAt;
+
+    [[nodiscard]] bool isSame(const ProcessIdentity &other) const
+    {
+        const bool arePathsKnown = !path.empty() && !other.path.empty();
+        return (!arePathsKnown || path == other.path) &&
+               std::chrono::abs(startedAt - other.startedAt) <= startTolerance;
+    }
+};
+
+/// By process identifier.
+using ProcessIdentities = std::unordered_map<std::int64_t, ProcessIdentity>;
+
+ProcessIdentities identitiesOf(const std::vector<RawPortInfo> &records)
+{
+    ProcessIdentities identities;
+    for (const RawPortInfo &record : records) {
+        identities.try_emplace(record.pid,
+                               ProcessIdentity{record.commandPath, record.processStartedAt});
+    }
+    return identities;
+}
+
+/// The last listing that was handed on and had not failed. Main thread.
+struct LastListing
+{
+    std::weak_ptr<HelperConnection> connection; ///< that it came over
+    std::optional<ProcessIdentities> processes; ///< absent before the first one
+    std::unordered_set<std::int64_t> leftOut;   ///< the processes that it listed all the same
+};
+
 /// The records of @p payload, none for a listing that failed, as what follows the listing before.
+/// @p last becomes this listing, when it has not failed, as one that came over @p connection.
 QCoro::Task<std::vector<RawPortInfo>> handOn(std::optional<QByteArray> payload,
                                              std::shared_ptr<ListedPrograms> listed,
+                                             std::weak_ptr<HelperConnection> connection,
+                                             std::shared_ptr<LastListing> last,
                                              SerialExecutor &decoder)
 {
     co_await decoder.enter();
+    LastListing listing{.connection = std::move(connection), .processes = {}, .leftOut = {}};
     RawPortInfo::Decoded decoded;
+    const bool isAnswered = payload.has_value();
     if (payload) {
         decoded = decode(*payload);
         payload.reset();
@@ -59,12 +104,51 @@ QCoro::Task<std::vector<RawPortInfo>> handOn(std::optional<QByteArray> payload,
     if (auto *const some = std::get_if<std::vector<RawPortInfo>>(&decoded)) {
         records = std::move(*some);
     }
+    for (const RawPortInfo &record : records) {
+        listing.leftOut.insert(record.pid);
+    }
     listed->continueWith(records);
+    if (isAnswered && std::holds_alternative<std::vector<RawPortInfo>>(decoded)) {
+        listing.processes = identitiesOf(records);
+        for (const auto &[pid, identity] : *listing.processes) {
+            listing.leftOut.erase(pid);
+        }
+    }
     co_await MainThread::enter();
+    if (listing.processes) {
+        *last = std::move(listing);
+    }
     if (const auto *error = std::get_if<RawPortInfo::DecodingError>(&decoded)) {
         AppLog::log("[helper] decode error: " + error->description());
     }
     co_return records;
+}
+
+/// What the listing in @p payload holds of the process, nothing when it does not list it or does
+/// not decode. Returns on the main thread.
+QCoro::Task<std::optional<ProcessIdentity>> identityIn(QByteArray payload, std::int64_t pid,
+                                                       SerialExecutor &decoder)
+{
+    co_await decoder.enter();
+    std::optional<ProcessIdentity> identity;
+    const RawPortInfo::Decoded decoded = decode(std::exchange(payload, {}));
+    if (const auto *const records = std::get_if<std::vector<RawPortInfo>>(&decoded)) {
+        const auto record = std::ranges::find(*records, pid, &RawPortInfo::pid);
+        if (record != records->end()) {
+            identity = {record->commandPath, record->processStartedAt};
+        }
+    }
+    co_await MainThread::enter();
+    if (const auto *error = std::get_if<RawPortInfo::DecodingError>(&decoded)) {
+        AppLog::log("[helper] decode error: " + error->description());
+    }
+    co_return identity;
+}
+
+void logError(const HelperError &error)
+{
+    AppLog::log("[helper] listListeningPorts error: " + error.description +
+                " domain=" + error.domain + " code=" + std::to_string(error.code));
 }
 
 std::int32_t processIdentifier(std::int64_t pid)
@@ -99,6 +183,7 @@ struct HelperClient::Link : std::enable_shared_from_this<HelperClient::Link>
     /// Of the decoder's thread. Every listing goes through it, one that failed as well, so that it
     /// gets them in the order in which they are handed on.
     std::shared_ptr<ListedPrograms> listed = std::make_shared<ListedPrograms>();
+    std::shared_ptr<LastListing> last = std::make_shared<LastListing>();
 };
 
 HelperConnection &HelperClient::Link::getConnection()
@@ -167,32 +252,63 @@ QCoro::Task<std::vector<RawPortInfo>> HelperClient::scan(std::shared_ptr<Link> l
         });
         co_return std::vector<RawPortInfo>();
     }
+    const std::weak_ptr<HelperConnection> connection = link->connection;
+    const std::shared_ptr<LastListing> last = link->last;
     // A call that is never answered must not keep the connection.
     SerialExecutor &decoder = std::exchange(link, nullptr)->decoder;
 
     ListReply reply = co_await pending;
     if (reply.error) {
-        AppLog::log("[helper] listListeningPorts error: " + reply.error->description + " domain=" +
-                    reply.error->domain + " code=" + std::to_string(reply.error->code));
+        logError(*reply.error);
+        reply.payload.reset();
     } else if (!reply.payload) {
         AppLog::log("[helper] listListeningPorts returned nil data");
-    } else {
-        co_return co_await handOn(std::move(*reply.payload), listed, decoder);
     }
-    co_return co_await handOn({}, listed, decoder);
+    co_return co_await handOn(std::move(reply.payload), listed, connection, last, decoder);
 }
 
 QCoro::Task<KillResult> HelperClient::kill(std::shared_ptr<Link> link, std::int64_t pid)
 {
     co_await MainThread::enter();
-    PendingReply<KillReply> pending;
-    if (const std::shared_ptr<HelperProxy> proxy = link->proxy()) {
-        proxy->killProcess(processIdentifier(pid), pending.callback());
-    } else {
+    std::shared_ptr<HelperProxy> proxy = link->proxy();
+    if (!proxy) {
         co_return KillResult::XpcUnavailable;
+    }
+    const std::int32_t identifier = processIdentifier(pid);
+    const LastListing &last = *link->last;
+    if (last.leftOut.contains(pid)) {
+        co_return KillResult::NotFound;
+    }
+    const bool isOtherHelper = last.processes && last.connection.lock() != link->connection;
+    if (isOtherHelper) {
+        // The helper at hand ends what it lists itself, which need not be what was handed on.
+        const auto known = last.processes->find(pid);
+        if (known == last.processes->end()) {
+            co_return KillResult::NotFound;
+        }
+        const ProcessIdentity expected = known->second;
+        SerialExecutor &decoder = std::exchange(link, nullptr)->decoder;
+        PendingReply<ListReply> listing;
+        proxy->listListeningPorts(listing.callback());
+        ListReply listed = co_await listing;
+        if (listed.error) {
+            logError(*listed.error);
+            co_return KillResult::XpcUnavailable;
+        }
+        if (!listed.payload) {
+            AppLog::log("[helper] listListeningPorts returned nil data");
+            co_return KillResult::XpcUnavailable;
+        }
+        const std::optional<ProcessIdentity> found =
+            co_await identityIn(std::move(*listed.payload), pid, decoder);
+        if (!found || !found->isSame(expected)) {
+            co_return KillResult::NotFound;
+        }
     }
     link.reset();
 
+    PendingReply<KillReply> pending;
+    std::exchange(proxy, nullptr)->killProcess(identifier, pending.callback());
     const KillReply reply = co_await pending;
     if (reply.error) {
         AppLog::log("[helper] killProcess error: " + reply.error->description);

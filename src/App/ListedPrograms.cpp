@@ -31,10 +31,11 @@ void ListedPrograms::continueWith(std::vector<RawPortInfo> &records)
         }
     }
     if (!areAllContinued) {
-        // Sockets of an unknown owner may have several names under one key: one that goes on is
-        // enough for all of them.
+        // Sockets of an unknown owner may have several names under one key, of which the state
+        // could not tell the listeners apart when one of them closes.
         std::erase_if(records, [this](const RawPortInfo &record) {
-            return m_programs.at({record.pid, record.port}).listing != m_listing;
+            const Program &program = m_programs.at({record.pid, record.port});
+            return program.listing != m_listing || !isSame(program, record);
         });
     }
     std::erase_if(m_programs,

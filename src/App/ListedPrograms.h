@@ -26,7 +26,9 @@ public:
     /// are a listing that failed, after which every listener is taken up anew. A process that runs
     /// the same executable keeps the name that it was listed with, as in the listings of one
     /// helper. A listener that another program has by now is left out of this one listing, so that
-    /// it goes and is taken up anew with the next. The start of a process is compared only where
+    /// it goes and is taken up anew with the next. Of several names under one identifier and port,
+    /// as sockets of an unknown owner have, one is handed on: the one of the listing before for as
+    /// long as it is there. The start of a process is compared only where
     /// the name differs, since all of them move when the system's clock is set.
     void continueWith(std::vector<RawPortInfo> &records);
 

@@ -67,6 +67,7 @@ PanelModel::PanelModel(AppState &state, Services services, std::string home, QOb
 void PanelModel::followState()
 {
     connect(&m_state, &AppState::portsChanged, this, &PanelModel::refreshSoon);
+    connect(&m_state, &AppState::portsChanged, this, &PanelModel::noteEmptyState);
     connect(&m_state, &AppState::showSystemPortsChanged, this, &PanelModel::showNews);
     connect(&m_state, &AppState::selectedTierChanged, this, &PanelModel::showOtherList);
     connect(&m_state, &AppState::searchQueryChanged, this, &PanelModel::showOtherList);
@@ -87,6 +88,14 @@ void PanelModel::refreshSoon()
 {
     if (m_active && !m_refreshTimer.isActive()) {
         m_refreshTimer.start();
+    }
+}
+
+void PanelModel::noteEmptyState()
+{
+    if (m_state.ports().empty()) {
+        // A scan that failed does this as well, and says nothing about any process.
+        m_wasListed = false;
     }
 }
 

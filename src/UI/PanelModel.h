@@ -111,7 +111,8 @@ public:
     Q_INVOKABLE void requestKill(const Tarnwick::PortRow &row);
     Q_INVOKABLE void cancelKill();
     /// Closes the confirmation and kills what it was for, unless its process has gone from the
-    /// state meanwhile. Nothing when nothing is pending.
+    /// state meanwhile, which a state without entries does not prove. Nothing when nothing is
+    /// pending.
     Q_INVOKABLE void confirmKill();
 
     /// Has the entry's process killed, asks for a rescan, then prints the outcome. An entry of the
@@ -134,6 +135,7 @@ private:
 
     void followState();
     void refreshSoon();
+    void noteEmptyState();
     void showNews();
     void showOtherList();
     void refreshFigures();
@@ -146,7 +148,9 @@ private:
     QList<int> m_tabCounts;
     std::optional<PortRow> m_pendingKill;
     PortRow m_confirmedEntry;
-    bool m_wasListed = false; ///< the entry of the confirmation, when that was asked for
+    /// The entry of the confirmation was, when that was asked for, and the state was never empty
+    /// since.
+    bool m_wasListed = false;
     bool m_active = false;
 };
 

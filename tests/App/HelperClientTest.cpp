@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <chrono>
 #include <functional>
 #include <latch>
 #include <limits>
@@ -116,6 +117,14 @@ RawPortInfo recordOn(std::int64_t port)
 {
     RawPortInfo record = sampleRecord();
     record.port = port;
+    return record;
+}
+
+RawPortInfo processOf(std::string path)
+{
+    RawPortInfo record = sampleRecord();
+    record.pid = 42;
+    record.commandPath = std::move(path);
     return record;
 }
 
@@ -413,6 +422,71 @@ TEST_P(HelperClientAfterTheEnd, KeepsTheNextConnectionWhenTheFirstEndsAgain)
     EXPECT_FALSE(m_connections[1]->isFreed);
     EXPECT_THAT(scanAnswered("[]", std::nullopt), IsEmpty());
     EXPECT_EQ(m_connections.size(), 2U);
+}
+
+TEST_P(HelperClientAfterTheEnd, KillsWhatWasHandedOnBeforeWhenItIsStillListed)
+{
+    scanAnswered(payloadOf({processOf("/bin/a")}), std::nullopt);
+    end(last());
+    turn();
+    const Kill ending = kill();
+    EXPECT_THAT(last().kills, IsEmpty());
+    last().listings.at(0).reply(payloadOf({processOf("/bin/a")}), std::nullopt);
+    ASSERT_TRUE(await([this] { return !last().kills.empty(); }));
+    EXPECT_EQ(last().kills[0].pid, 42);
+    last().kills[0].reply(0, std::nullopt);
+    EXPECT_EQ(resultOf(ending), KillResult::Terminated);
+}
+
+TEST_P(HelperClientAfterTheEnd, KillsWhatWasHandedOnBeforeAListingThatFailed)
+{
+    scanAnswered(payloadOf({processOf("/bin/a")}), std::nullopt);
+    end(last());
+    turn();
+    scanAnswered(std::nullopt, denied);
+    const Kill ending = kill();
+    last().listings.at(1).reply(payloadOf({processOf("/bin/a")}), std::nullopt);
+    ASSERT_TRUE(await([this] { return !last().kills.empty(); }));
+    last().kills[0].reply(0, std::nullopt);
+    EXPECT_EQ(resultOf(ending), KillResult::Terminated);
+}
+
+TEST_P(HelperClientAfterTheEnd, KillsNoProcessThatWasNotHandedOn)
+{
+    const RawPortInfo listed = processOf("/bin/a");
+    RawPortInfo later = listed;
+    later.processStartedAt += std::chrono::seconds(2);
+    scanAnswered(payloadOf({listed}), std::nullopt);
+    end(last());
+    turn();
+    for (const Records &now : {Records{processOf("/bin/b")}, Records{later}, Records{}}) {
+        const Kill ending = kill();
+        last().listings.back().reply(payloadOf(now), std::nullopt);
+        EXPECT_EQ(resultOf(ending), KillResult::NotFound);
+    }
+    EXPECT_EQ(resultOf(kill(43)), KillResult::NotFound);
+    EXPECT_THAT(last().kills, IsEmpty());
+}
+
+TEST_P(HelperClientAfterTheEnd, KillsNoProcessThatWasLeftOutOfTheListing)
+{
+    scanAnswered(payloadOf({processOf("/bin/a")}), std::nullopt);
+    end(last());
+    turn();
+    EXPECT_THAT(scanAnswered(payloadOf({processOf("/bin/b")}), std::nullopt), IsEmpty());
+    EXPECT_EQ(resultOf(kill()), KillResult::NotFound);
+    EXPECT_THAT(last().kills, IsEmpty());
+}
+
+TEST_P(HelperClientAfterTheEnd, KillsNothingWithoutAListingOfTheNextHelper)
+{
+    scanAnswered(payloadOf({processOf("/bin/a")}), std::nullopt);
+    end(last());
+    turn();
+    const Kill ending = kill();
+    last().listings.at(0).reply(std::nullopt, denied);
+    EXPECT_EQ(resultOf(ending), KillResult::XpcUnavailable);
+    EXPECT_THAT(last().kills, IsEmpty());
 }
 
 TEST_P(HelperClientAfterTheEnd, OnlyLogsItWhenTheClientIsGone)

@@ -57,7 +57,7 @@ TEST_F(ForgedReplyTest, IsNoOutcomeOfAKill)
     EXPECT_THAT(helper.requests(), ElementsAre("ListListeningPorts", "KillProcess"));
 }
 
-TEST_F(ForgedReplyTest, DoesNotHideThatTheProcessHasEnded)
+TEST_F(ForgedReplyTest, IsNoSuccessThoughTheProcessEnds)
 {
     Puppet puppet;
     const int port = puppet.listen().port;
@@ -72,10 +72,10 @@ TEST_F(ForgedReplyTest, DoesNotHideThatTheProcessHasEnded)
     ASSERT_TRUE(hasForged(1));
     EXPECT_FALSE(puppet.hasEnded());
     helper.signal(SIGCONT);
-    EXPECT_EQ(outcome(ending), KillResult::Terminated);
-    EXPECT_TRUE(puppet.hasEnded());
-    EXPECT_THAT(m_log.messages(), ElementsAre("[helper] killProcess: " + mismatch(owner) +
-                                              ", and the process has ended"));
+    EXPECT_EQ(outcome(ending), KillResult::XpcUnavailable);
+    EXPECT_TRUE(puppet.awaitEnd());
+    EXPECT_FALSE(lists(puppet.pid(), port));
+    EXPECT_THAT(m_log.messages(), ElementsAre("[helper] killProcess error: " + mismatch(owner)));
 }
 
 TEST_F(ForgedReplyTest, IsNoListing)

@@ -96,6 +96,21 @@ TEST_F(HelperConnectionTest, EndsAListenerThatAHelperShowedWhichHasEnded)
     EXPECT_THAT(m_log.messages(), ElementsAre(interrupted));
 }
 
+TEST_F(HelperConnectionTest, EndsNoOtherProgramWhoseIdentifierAHelperShowedWhichHasEnded)
+{
+    Puppet puppet;
+    const int port = puppet.listen().port;
+    ASSERT_TRUE(lists(puppet.pid(), port));
+    RunningHelper(m_bus).signal(SIGKILL);
+    ASSERT_TRUE(awaitLines(1));
+    const TemporaryCopy copies;
+    puppet.exec(copies.copy(Puppet::program(), "other"), {"other"});
+    puppet.listen();
+    EXPECT_EQ(outcome(kill(puppet.pid())), KillResult::NotFound);
+    EXPECT_FALSE(puppet.hasEnded());
+    EXPECT_THAT(m_log.messages(), ElementsAre(interrupted));
+}
+
 TEST_F(HelperConnectionTest, TellsWhatTheHelperRefuses)
 {
     EXPECT_EQ(outcome(kill(1)), KillResult::PermissionDenied);

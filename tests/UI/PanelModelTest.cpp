@@ -304,11 +304,32 @@ TEST_F(AVisiblePanel, TakesAProcessForGoneThatHasLeftTheListSinceItWasChosen)
     const SharedPortEntry chosen = sampleEntry("node", 812, 3000);
     state.portOpened(chosen);
     panel.requestKill(rowOf(chosen));
-    state.portClosed(*chosen);
     openAndShow("ruby", 3000);
+    state.portClosed(*chosen);
     EXPECT_EQ(panel.confirmedEntry().entry(), chosen);
     panel.confirmKill();
     EXPECT_THAT(requests, ElementsAre("rescan", "[kill] :3000 already gone"));
+}
+
+TEST_F(AVisiblePanel, KillsWhatWasChosenWhenAScanHasFailedSince)
+{
+    const SharedPortEntry chosen = sampleEntry("node", 812, 3000);
+    state.portOpened(chosen);
+    panel.requestKill(rowOf(chosen));
+    state.portClosed(*chosen);
+    panel.confirmKill();
+    EXPECT_EQ(requests.front(), "kill 812");
+}
+
+TEST_F(AVisiblePanel, KillsWhatWasChosenWhileTheListFillsAfterAScanThatFailed)
+{
+    const SharedPortEntry chosen = sampleEntry("node", 812, 3000);
+    state.portOpened(chosen);
+    panel.requestKill(rowOf(chosen));
+    state.portClosed(*chosen);
+    openAndShow("ruby", 3001);
+    panel.confirmKill();
+    EXPECT_EQ(requests.front(), "kill 812");
 }
 
 TEST_F(AVisiblePanel, KillsAProcessThatListensOnOneOfItsPortsStill)

@@ -5,15 +5,12 @@
 
 #include "Platform/linux/BusCall.h"
 #include "Platform/linux/BusNames.h"
-#include "Platform/linux/ProcessWatch.h"
 #include "Platform/linux/SystemError.h"
-#include "Shared/AppLog.h"
 #include "Shared/HelperProtocol.h"
 
 #include <QCoreApplication>
 #include <QDBusVariant>
 #include <QLatin1String>
-#include <QTimer>
 
 #include <optional>
 #include <utility>
@@ -63,42 +60,6 @@ void send(const std::shared_ptr<BusLink> &link, const QDBusMessage &call, BusCal
                   {.timeout = BusLink::noTimeout, .afterForgery = afterForgery});
 }
 
-/// Calls @p found once: whether @p process ends in time.
-void awaitEnd(std::shared_ptr<ProcessWatch> process, const std::function<void(bool ended)> &found)
-{
-    auto *const timeout = new QTimer(QCoreApplication::instance());
-    ProcessWatch &watch = *process;
-    watch.start([timeout, found] {
-        if (timeout->isActive()) {
-            timeout->stop();
-            timeout->deleteLater();
-            found(true);
-        }
-    });
-    // The watch lives as long as the timer.
-    timeout->setSingleShot(true);
-    timeout->callOnTimeout([timeout, found, process = std::move(process)] {
-        timeout->deleteLater();
-        found(false);
-    });
-    timeout->start(killOutcomeTimeout);
-}
-
-/// Replies for a helper whose own reply is lost, by what becomes of @p process.
-void replyForHelper(const std::shared_ptr<ProcessWatch> &process, const QDBusMessage &forged,
-                    const HelperProxy::KillReply &reply)
-{
-    awaitEnd(process, [forged, reply](bool ended) {
-        if (ended) {
-            AppLog::log("[helper] killProcess: " + forged.errorMessage().toStdString() +
-                        ", and the process has ended");
-            reply(static_cast<std::int32_t>(KillResultCode::Terminated), std::nullopt);
-        } else {
-            reply(0, helperError(forged));
-        }
-    });
-}
-
 } // namespace
 
 void listListeningPorts(const std::shared_ptr<BusLink> &link, const QString &owner,
@@ -126,13 +87,10 @@ void listListeningPorts(const std::shared_ptr<BusLink> &link, const QString &own
 void killProcess(const std::shared_ptr<BusLink> &link, const QString &owner, std::int32_t pid,
                  HelperProxy::KillReply reply, HelperConnection::ErrorHandler failed)
 {
-    const std::shared_ptr<ProcessWatch> process = ProcessWatch::open(pid);
-    const auto replied = [process, reply = std::move(reply),
+    const auto replied = [reply = std::move(reply),
                           failed = std::move(failed)](const QDBusMessage &answer) {
         if (isError(answer) && isRaisedByBus(answer)) {
             failed(answer.errorMessage().toStdString());
-        } else if (process && answer.errorName() == BusCall::forgedReply) {
-            replyForHelper(process, answer, reply);
         } else if (isError(answer)) {
             reply(0, helperError(answer));
         } else if (answer.signature() == QLatin1String("i")) {
@@ -142,7 +100,8 @@ void killProcess(const std::shared_ptr<BusLink> &link, const QString &owner, std
                    answer.signature().toStdString() + "\"");
         }
     };
-    // A kill is asked for once, whatever the answer.
+    // A kill is asked for once, whatever the answer. What became of the process after a forged one
+    // is not known here: it may have ended for another reason.
     send(link, request(owner, "KillProcess", {pid}), replied, BusCall::AfterForgery::Fail);
 }
 

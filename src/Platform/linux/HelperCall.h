@@ -8,7 +8,6 @@
 
 #include <QString>
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -20,12 +19,8 @@ namespace Tarnwick::HelperCall {
 /// are answered, however long that takes. Errors that the bus or its library raised go to
 /// @p failed and all others, with the reply, to @p reply; the one that is not called is let go. A
 /// listing whose reply was forged is requested again, and lost when that happens too often. A kill
-/// is requested once; where its reply was forged, which the true one cannot follow, its success is
-/// that the process has ended within @ref killOutcomeTimeout, and it is an error when it has not.
-
-/// Longer than the helper takes for a scan, the signal that a process may handle and the one that
-/// it cannot.
-inline constexpr std::chrono::seconds killOutcomeTimeout{10};
+/// is requested once; a forged reply to it, which the true one cannot follow, is an error, whatever
+/// becomes of the process.
 
 void listListeningPorts(const std::shared_ptr<BusLink> &link, const QString &owner,
                         HelperProxy::ListReply reply, HelperConnection::ErrorHandler failed);
