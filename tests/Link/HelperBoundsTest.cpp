@@ -27,6 +27,14 @@ protected:
 
     static void SetUpTestSuite() { isAlone = enterOwnNetwork(); }
 
+    /// The helper ends half a minute after it was started unless somebody asks it something, and
+    /// what the tests prepare may take longer.
+    void SetUp() override
+    {
+        HelperFixture::SetUp();
+        ASSERT_TRUE(m_caller.list().records().has_value()) << m_helper.output();
+    }
+
     /// The process identifiers and ports of what @p puppet listens on from now on.
     static void listen(Puppet &puppet, int count, std::set<std::pair<std::int64_t, int>> &listeners)
     {

@@ -77,6 +77,11 @@ protected:
     static constexpr int many = 10'000;
     static constexpr seconds patience{300};
 
+    explicit HelperFlood(const PrivateBus::Options &options = {})
+        : HelperFixture(options)
+    {
+    }
+
     /// What else listens on this machine would have its share in the helper's memory.
     static void SetUpTestSuite() { isAlone = enterOwnNetwork(); }
 
@@ -249,6 +254,63 @@ TEST_F(HelperFlood, ForgetsTheRequestsOfOneWhoLeaves)
     }
     EXPECT_TRUE(m_caller.list().records().has_value());
     expectGrowth(2048, 40'960);
+}
+
+/// What the helper does when the bus reads no more of what it sends.
+class HelperOnStoppedBus : public HelperFlood
+{
+protected:
+    /// The bus reads no further when so much of a sender is unread by its receivers.
+    HelperOnStoppedBus()
+        : HelperFlood({.configuration = R"(<limit name="max_incoming_bytes">2000000</limit>)"})
+    {
+    }
+
+    void TearDown() override {}
+
+    void expectFailure()
+    {
+        EXPECT_EQ(m_helper.awaitEnd(seconds(120)), 1);
+        EXPECT_EQ(m_helper.output(), "tarnwick-helper: the session bus takes no messages\n");
+    }
+
+    /// Expects that a helper started now answers.
+    void expectAnswerOfNext()
+    {
+        const HelperProcess next(m_bus);
+        ASSERT_TRUE(m_caller.awaitHelper()) << next.output();
+        EXPECT_TRUE(m_caller.list().records().has_value());
+    }
+};
+
+TEST_F(HelperOnStoppedBus, LeavesItToTheNextOneWhenAClientDoesNotReadItsAnswers)
+{
+    const Puppet server = longWinded();
+    BusCaller silent(m_bus.address());
+    for (int times = 0; times < 100; ++times) {
+        silent.askForList();
+    }
+    silent.flush();
+    m_caller.askForList();
+    m_caller.askForList();
+    expectFailure();
+    EXPECT_TRUE(m_caller.awaitAll());
+    expectAnswerOfNext();
+    EXPECT_EQ(silent.answers(), 0U);
+}
+
+TEST_F(HelperOnStoppedBus, LeavesItToTheNextOneThoughTheSocketTookAllAnswers)
+{
+    m_helper.signal(SIGSTOP);
+    BusCaller other(m_bus.address());
+    const auto request = other.askForList();
+    ASSERT_NE(other.owner("com.velmora.tarnwick.helper"), ""); // the bus has the request
+    m_bus.pause();
+    m_helper.signal(SIGCONT);
+    expectFailure();
+    m_bus.resume();
+    EXPECT_EQ(other.answer(request).error, "org.freedesktop.DBus.Error.NoReply");
+    expectAnswerOfNext();
 }
 
 } // namespace

@@ -51,6 +51,15 @@ TEST_F(SessionBusTest, IsInTheRuntimeFolderWhateverItsName)
     EXPECT_TRUE(isOnBus(openSessionBus()));
 }
 
+TEST_F(SessionBusTest, IsInTheRuntimeFolderWhereTheAddressIsEmpty)
+{
+    const std::string prefix = "unix:path=";
+    const std::filesystem::path socket = m_bus.address().substr(prefix.size());
+    const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", "");
+    const ScopedEnvironment runtime("XDG_RUNTIME_DIR", socket.parent_path().string());
+    EXPECT_TRUE(isOnBus(openSessionBus()));
+}
+
 TEST_F(SessionBusTest, IsMissingWhereNothingSaysWhereItIs)
 {
     const ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", std::nullopt);

@@ -53,6 +53,37 @@ std::string failure(const char *what, int result)
     return std::string(what) + ": " + std::strerror(-result);
 }
 
+int onReply(sd_bus_message * /*reply*/, void *isThere, sd_bus_error * /*error*/)
+{
+    *static_cast<bool *>(isThere) = true;
+    return 0;
+}
+
+/// Has the bus write to a closed connection. It does not poll one that it reads no more, and so
+/// does not see that it was closed until it writes to it. Waits for two seconds at most.
+void writeTo(const std::string &closed)
+{
+    constexpr std::chrono::seconds timeout{2};
+    std::variant<BusHandle, int> opened = openSessionBus();
+    auto *bus = std::get_if<BusHandle>(&opened);
+    if (bus == nullptr) {
+        return;
+    }
+    bool isThere = false;
+    int result =
+        sd_bus_call_method_async(bus->get(), nullptr, closed.c_str(), "/",
+                                 "org.freedesktop.DBus.Peer", "Ping", &onReply, &isThere, nullptr);
+    const auto deadline = EventLoop::Clock::now() + timeout;
+    while (result >= 0 && !isThere && EventLoop::Clock::now() < deadline) {
+        result = sd_bus_process(bus->get(), nullptr);
+        if (result == 0) {
+            const std::chrono::microseconds nap = std::chrono::milliseconds(100);
+            result = sd_bus_wait(bus->get(), static_cast<std::uint64_t>(nap.count()));
+        }
+    }
+    sd_bus_close(bus->get());
+}
+
 } // namespace
 
 HelperBus::Opened HelperBus::open(SystemdEventLoop &loop, HelperService &service,
@@ -84,6 +115,7 @@ HelperBus::HelperBus(BusHandle bus, SystemdEventLoop &loop, HelperService &servi
     , m_clients(m_bus.get(), m_daemon, [this] { clientsChanged(); })
     , m_replies(loop, m_clients)
     , m_payloads(m_bus.get(), loop, m_clients, m_replies)
+    , m_output(m_bus.get(), loop, [this] { leaveStoppedBus(); })
 {
     sd_bus_slot *slot = nullptr;
     sd_bus_add_filter(m_bus.get(), &slot, &HelperBus::onMessage, this);
@@ -306,6 +338,7 @@ void HelperBus::leaveWhenDone()
             m_leaveRetry = m_loop.at(EventLoop::Clock::now() + ReplyQueue::retryDelay,
                                      [this] { leaveWhenDone(); });
         }
+        m_output.update();
     }
 }
 
@@ -313,6 +346,18 @@ void HelperBus::leaveWithFailure(const char *why)
 {
     reportFailure(why);
     m_loop.leave(EXIT_FAILURE);
+}
+
+void HelperBus::leaveStoppedBus()
+{
+    // The bus counts what another connection sends anew, and answers what was asked on this one
+    // with an error. Closed first, since the end of the loop would wait until all is sent.
+    const char *name = nullptr;
+    static_cast<void>(sd_bus_get_unique_name(m_bus.get(), &name));
+    const std::string closed = name != nullptr ? name : "";
+    sd_bus_close(m_bus.get());
+    writeTo(closed);
+    leaveWithFailure("the session bus takes no messages");
 }
 
 void HelperBus::onLastWord()

@@ -7,6 +7,7 @@
 #include "Helper/linux/BusClients.h"
 #include "Helper/linux/BusDaemonCalls.h"
 #include "Helper/linux/BusHandles.h"
+#include "Helper/linux/BusOutput.h"
 #include "Helper/linux/PayloadQueue.h"
 #include "Helper/linux/ReplyQueue.h"
 #include "Helper/linux/SystemdEventLoop.h"
@@ -22,7 +23,8 @@ namespace Tarnwick {
 /// The helper's channel on Linux: the session bus. Hands requests of its own user over to the
 /// service and ends the loop when nobody has been there for a while, or at once when nobody is left
 /// after another helper has taken the name over, with status 0. It ends the loop with EXIT_FAILURE
-/// and a line on standard error when the connection has ended. The interface is the one in
+/// and a line on standard error when the connection has ended, or when the bus has read nothing of
+/// what was sent on it for BusOutput::longestStop. The interface is the one in
 /// Shared/com.velmora.tarnwick.helper.xml.
 class HelperBus
 {
@@ -70,6 +72,7 @@ private:
     void giveNameUp();
     void leaveWhenDone();
     void leaveWithFailure(const char *why);
+    void leaveStoppedBus();
     [[nodiscard]] bool isDone() const;
     [[nodiscard]] std::string nameOwner();
     static int onMessage(sd_bus_message *message, void *channel, sd_bus_error *error);
@@ -85,6 +88,7 @@ private:
     BusClients m_clients;
     ReplyQueue m_replies;
     PayloadQueue m_payloads;
+    BusOutput m_output;
     bool m_hasLostName = false; ///< to another helper; the clients that are there are still served
     std::unique_ptr<EventLoop::Wait> m_alone; ///< since the last client left
     std::unique_ptr<EventLoop::Wait> m_leaving;

@@ -36,7 +36,8 @@ std::string escaped(std::string_view value)
 /// Empty where the session has no bus.
 std::string address()
 {
-    if (const char *given = ::secure_getenv("DBUS_SESSION_BUS_ADDRESS")) {
+    const char *given = ::secure_getenv("DBUS_SESSION_BUS_ADDRESS");
+    if (given != nullptr && *given != '\0') {
         return given;
     }
     const char *folder = ::secure_getenv("XDG_RUNTIME_DIR");
