@@ -80,20 +80,19 @@ ProcessIdentities identitiesOf(const std::vector<RawPortInfo> &records)
 struct LastListing
 {
     std::weak_ptr<HelperConnection> connection; ///< that it came over
+    bool isFollowedByFailure = false;
     std::optional<ProcessIdentities> processes; ///< absent before the first one
     std::unordered_set<std::int64_t> leftOut;   ///< the processes that it listed all the same
 };
 
 /// The records of @p payload, none for a listing that failed, as what follows the listing before.
-/// @p last becomes this listing, when it has not failed, as one that came over @p connection.
+/// @p last becomes this listing, when it has not failed: @p listing, which says where it is from.
 QCoro::Task<std::vector<RawPortInfo>> handOn(std::optional<QByteArray> payload,
                                              std::shared_ptr<ListedPrograms> listed,
-                                             std::weak_ptr<HelperConnection> connection,
-                                             std::shared_ptr<LastListing> last,
+                                             LastListing listing, std::shared_ptr<LastListing> last,
                                              SerialExecutor &decoder)
 {
     co_await decoder.enter();
-    LastListing listing{.connection = std::move(connection), .processes = {}, .leftOut = {}};
     RawPortInfo::Decoded decoded;
     const bool isAnswered = payload.has_value();
     if (payload) {
@@ -117,6 +116,8 @@ QCoro::Task<std::vector<RawPortInfo>> handOn(std::optional<QByteArray> payload,
     co_await MainThread::enter();
     if (listing.processes) {
         *last = std::move(listing);
+    } else {
+        last->isFollowedByFailure = true;
     }
     if (const auto *error = std::get_if<RawPortInfo::DecodingError>(&decoded)) {
         AppLog::log("[helper] decode error: " + error->description());
@@ -252,7 +253,10 @@ QCoro::Task<std::vector<RawPortInfo>> HelperClient::scan(std::shared_ptr<Link> l
         });
         co_return std::vector<RawPortInfo>();
     }
-    const std::weak_ptr<HelperConnection> connection = link->connection;
+    LastListing listing{.connection = link->connection,
+                        .isFollowedByFailure = false,
+                        .processes = {},
+                        .leftOut = {}};
     const std::shared_ptr<LastListing> last = link->last;
     // A call that is never answered must not keep the connection.
     SerialExecutor &decoder = std::exchange(link, nullptr)->decoder;
@@ -264,7 +268,7 @@ QCoro::Task<std::vector<RawPortInfo>> HelperClient::scan(std::shared_ptr<Link> l
     } else if (!reply.payload) {
         AppLog::log("[helper] listListeningPorts returned nil data");
     }
-    co_return co_await handOn(std::move(reply.payload), listed, connection, last, decoder);
+    co_return co_await handOn(std::move(reply.payload), listed, std::move(listing), last, decoder);
 }
 
 QCoro::Task<KillResult> HelperClient::kill(std::shared_ptr<Link> link, std::int64_t pid)
@@ -280,13 +284,13 @@ QCoro::Task<KillResult> HelperClient::kill(std::shared_ptr<Link> link, std::int6
         co_return KillResult::NotFound;
     }
     const bool isOtherHelper = last.processes && last.connection.lock() != link->connection;
-    if (isOtherHelper) {
-        // The helper at hand ends what it lists itself, which need not be what was handed on.
-        const auto known = last.processes->find(pid);
-        if (known == last.processes->end()) {
-            co_return KillResult::NotFound;
-        }
-        const ProcessIdentity expected = known->second;
+    const bool isKnown = last.processes && last.processes->contains(pid);
+    if (isOtherHelper && !isKnown) {
+        co_return KillResult::NotFound;
+    }
+    if (isKnown && (isOtherHelper || last.isFollowedByFailure)) {
+        // The helper ends what it has listed itself, which need not be what was handed on.
+        const ProcessIdentity expected = last.processes->at(pid);
         SerialExecutor &decoder = std::exchange(link, nullptr)->decoder;
         PendingReply<ListReply> listing;
         proxy->listListeningPorts(listing.callback());

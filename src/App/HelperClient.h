@@ -41,10 +41,11 @@ public:
     [[nodiscard]] QCoro::Task<std::vector<RawPortInfo>> xpcScan() override;
 
     /// Asks the helper to end the process with that identifier. When the last listing that was
-    /// handed on came over another connection, the helper is asked for a listing first: a process
-    /// that either of the two lacks, or whose executable or start differs between them, is not
-    /// found, and none is ended. Nor is one that was left out of what was handed on. An identifier
-    /// that does not fit 32 bits is a programming error and stops the program.
+    /// handed on came over another connection, or another one failed since, the helper is asked for
+    /// a listing first: a process that it lacks, or that the one handed on lacks which came over
+    /// another connection, or whose executable or start differs between them, is not found, and
+    /// none is ended. Nor is one that was left out of what was handed on. An identifier that does
+    /// not fit 32 bits is a programming error and stops the program.
     [[nodiscard]] QCoro::Task<KillResult> xpcKill(std::int64_t pid);
 
     /// Asks @p viewer to show the diagnostic log, whether it exists or not. Main thread.

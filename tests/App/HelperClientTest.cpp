@@ -424,6 +424,17 @@ TEST_P(HelperClientAfterTheEnd, KeepsTheNextConnectionWhenTheFirstEndsAgain)
     EXPECT_EQ(m_connections.size(), 2U);
 }
 
+TEST_F(HelperClientTest, KillsNoOtherProcessThatOnlyAFailedListingHeld)
+{
+    scanAnswered(payloadOf({processOf("/bin/a")}), std::nullopt);
+    scanAnswered("broken", std::nullopt);
+    const Kill ending = kill();
+    ASSERT_EQ(last().listings.size(), 3U);
+    last().listings[2].reply(payloadOf({processOf("/bin/b")}), std::nullopt);
+    EXPECT_EQ(resultOf(ending), KillResult::NotFound);
+    EXPECT_THAT(last().kills, IsEmpty());
+}
+
 TEST_P(HelperClientAfterTheEnd, KillsWhatWasHandedOnBeforeWhenItIsStillListed)
 {
     scanAnswered(payloadOf({processOf("/bin/a")}), std::nullopt);
@@ -461,6 +472,7 @@ TEST_P(HelperClientAfterTheEnd, KillsNoProcessThatWasNotHandedOn)
     turn();
     for (const Records &now : {Records{processOf("/bin/b")}, Records{later}, Records{}}) {
         const Kill ending = kill();
+        ASSERT_FALSE(last().listings.empty());
         last().listings.back().reply(payloadOf(now), std::nullopt);
         EXPECT_EQ(resultOf(ending), KillResult::NotFound);
     }
