@@ -17,9 +17,9 @@ public:
     PolledSockets() = delete;
 
     /// Whether the first epoll instance of @p pid, that under the lowest descriptor, has the socket
-    /// with @p inode, by /proc/PID/fdinfo (proc(5)). Others may be in flight like the socket. False,
-    /// too, where that cannot be read or does not come among the first descriptors. @p root is
-    /// /proc. Any thread; a few system calls.
+    /// with @p inode, by /proc/PID/fdinfo (proc(5)). Others may be in flight like the socket.
+    /// False, too, where that cannot be read or does not come among the first descriptors. @p root
+    /// is /proc. Any thread; a few system calls.
     [[nodiscard]] static bool contain(int root, pid_t pid, std::uint32_t inode);
 };
 
