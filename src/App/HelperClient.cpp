@@ -49,7 +49,7 @@ RawPortInfo::Decoded decode(const QByteArray &payload)
         std::string_view(payload.constData(), static_cast<std::size_t>(payload.size())));
 }
 
-/// What tells a process from another one with its identifier.
+/// What distinguishes a process from another one with the same identifier.
 struct ProcessIdentity
 {
     std::string path; ///< of the executable, empty when unknown

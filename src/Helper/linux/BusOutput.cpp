@@ -22,7 +22,7 @@ BusOutput::Unread BusOutput::unread() const
 {
     Unread now;
     static_cast<void>(sd_bus_get_n_queued_write(m_bus, &now.queued));
-    // What cannot be asked stays 0: the queue alone then tells.
+    // Stays 0 where the kernel does not support it: then the queue alone decides.
     static_cast<void>(::ioctl(sd_bus_get_fd(m_bus), SIOCOUTQ, &now.inSocket));
     return now;
 }
@@ -50,7 +50,7 @@ void BusOutput::check()
     m_timer.reset();
     ++m_checks;
     update();
-    if (m_checks >= mostChecks) {
+    if (m_checks >= maxChecks) {
         m_timer.reset();
         m_onStopped();
     }

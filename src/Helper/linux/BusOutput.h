@@ -19,7 +19,7 @@ namespace Tarnwick {
 class BusOutput
 {
 public:
-    /// Calls @p onStopped once when something was unread for @ref longestStop and none of it was
+    /// Calls @p onStopped once when something was unread for @ref maxStop and none of it was
     /// read meanwhile. Time in which this process is stopped does not count. The connection and the
     /// loop outlive this object.
     BusOutput(sd_bus *bus, SystemdEventLoop &loop, EventLoop::Task onStopped);
@@ -28,8 +28,8 @@ public:
     void update();
 
     static constexpr std::chrono::seconds checkInterval{1};
-    static constexpr int mostChecks = 10; ///< in a row without progress
-    static constexpr std::chrono::seconds longestStop = mostChecks * checkInterval;
+    static constexpr int maxChecks = 10; ///< in a row without progress
+    static constexpr std::chrono::seconds maxStop = maxChecks * checkInterval;
 
 private:
     /// What the bus has not read.

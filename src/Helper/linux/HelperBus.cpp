@@ -314,7 +314,7 @@ void HelperBus::tidyUpLater()
 
 void HelperBus::giveNameUp()
 {
-    // From now on the bus starts another helper for whoever asks; who asked before is answered. No
+    // From now on the bus starts another helper for new requests; earlier ones are answered. No
     // reply is awaited: the bus has done this when it answers the call that comes next.
     if (!m_hasLostName && m_daemon.send("ReleaseName", serviceName) != 0) {
         clientsChanged();

@@ -24,7 +24,7 @@ namespace Tarnwick {
 /// service and ends the loop when nobody has been there for a while, or at once when nobody is left
 /// after another helper has taken the name over, with status 0. It ends the loop with EXIT_FAILURE
 /// and a line on standard error when the connection has ended, or when the bus has read nothing of
-/// what was sent on it for BusOutput::longestStop. The interface is the one in
+/// what was sent on it for BusOutput::maxStop. The interface is the one in
 /// Shared/com.velmora.tarnwick.helper.xml.
 class HelperBus
 {
