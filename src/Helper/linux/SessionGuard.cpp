@@ -152,7 +152,7 @@ void addPorts(const std::vector<Address> &addresses, Listening &listening)
 
 Listening listeningAt(int root, const std::vector<Address> &addresses)
 {
-    constexpr std::size_t longestTable = 64UL * 1024 * 1024;
+    constexpr std::size_t maxTableBytes = 64UL * 1024 * 1024;
     Listening found;
     MountTable mounts(root);
     addPorts(addresses, found);
@@ -184,7 +184,7 @@ Listening listeningAt(int root, const std::vector<Address> &addresses)
     const int *const code = listeners ? std::get_if<int>(&*listeners) : nullptr;
     if (code != nullptr && !found.answerers.empty()) {
         std::string table;
-        if (!ProcFs::readFile(root, "self/net/unix", table, longestTable)) {
+        if (!ProcFs::readFile(root, "self/net/unix", table, maxTableBytes)) {
             throw Undecided{errno};
         }
         found.possible = UnixListeners::possibleInodes(table);
@@ -293,9 +293,9 @@ bool isInServiceOfBus(int root, pid_t pid)
 /// The users of a process; none when it has ended.
 std::vector<uid_t> usersOf(int directory)
 {
-    constexpr std::size_t longestStatus = 64UL * 1024;
+    constexpr std::size_t maxStatusBytes = 64UL * 1024;
     std::string status;
-    if (!ProcFs::readFile(directory, "status", status, longestStatus)) {
+    if (!ProcFs::readFile(directory, "status", status, maxStatusBytes)) {
         if (isGone(errno)) {
             return {};
         }
@@ -334,7 +334,7 @@ std::optional<Part> find(pid_t pid)
     }
     const Listening listening = listeningAt(root.get(), std::get<std::vector<Address>>(found));
     if (isBus && !listening.hasSessionBus) {
-        return Part::MessageBus; // nothing tells it from the session's
+        return Part::MessageBus; // it cannot be distinguished from the session's
     }
     return partBySockets(root.get(), pid, listening);
 }

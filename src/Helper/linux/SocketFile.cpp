@@ -18,7 +18,7 @@ namespace Tarnwick {
 
 namespace {
 
-constexpr std::size_t longestTable = 16UL * 1024 * 1024;
+constexpr std::size_t maxTableBytes = 16UL * 1024 * 1024;
 
 /// The number of the mount that a descriptor of this process is on, from the text of its fdinfo
 /// (proc(5)); empty when it is not there.
@@ -65,8 +65,8 @@ std::optional<std::uint32_t> MountTable::deviceOfMount(int descriptor)
 {
     const std::string name = "self/fdinfo/" + std::to_string(descriptor);
     std::string information;
-    if (!ProcFs::readFile(m_root, name.c_str(), information, longestTable) ||
-        (m_table.empty() && !ProcFs::readFile(m_root, "self/mountinfo", m_table, longestTable))) {
+    if (!ProcFs::readFile(m_root, name.c_str(), information, maxTableBytes) ||
+        (m_table.empty() && !ProcFs::readFile(m_root, "self/mountinfo", m_table, maxTableBytes))) {
         return std::nullopt;
     }
     return deviceOf(mountOf(information), m_table);
