@@ -44,7 +44,7 @@ std::string processText(const PortEntry &owner)
 
 bool isYes(std::string_view answer)
 {
-    constexpr std::string_view blanks = " \t\r";
+    constexpr std::string_view blanks = " \t";
     const std::size_t begin = answer.find_first_not_of(blanks);
     if (begin == std::string_view::npos) {
         return false;
@@ -91,8 +91,7 @@ KillCommand::KillCommand(KillArguments arguments, const Console &console, Listen
 
 ExitCode KillCommand::run()
 {
-    if (!m_arguments.yes && !m_console.input.isTerminal()) {
-        m_console.sayError("Standard input is not a terminal to ask on; --yes is needed.");
+    if (!m_arguments.yes && !canAsk()) {
         return ExitCode::Usage;
     }
     if (!updateListeners()) {
@@ -109,6 +108,20 @@ ExitCode KillCommand::run()
         gravest = std::max(gravest, stopProcess(pid));
     }
     return std::max(gravest, checkFreedPorts());
+}
+
+/// Whether the user can read a question and answer it; the reason is printed where not.
+bool KillCommand::canAsk() const
+{
+    if (!m_console.input.isTerminal()) {
+        m_console.sayError("Standard input is not a terminal to ask on; --yes is needed.");
+        return false;
+    }
+    if (!m_console.errors.terminal().isTerminal) {
+        m_console.sayError("Standard error is not a terminal to ask on; --yes is needed.");
+        return false;
+    }
+    return true;
 }
 
 /// What the user agrees to is the end of the processes of this listing. Answering takes time, in
@@ -188,6 +201,10 @@ void KillCommand::describe(const PortEntry &owner) const
 }
 
 bool KillCommand::isConfirmed(const PortEntry &owner, const std::vector<std::int64_t> &asked)
+    if (const std::error_code failure = m_console.input.discardPending()) {
+        m_console.sayError("Cannot read an answer: " + failure.message());
+        return false;
+    }
 {
     if (const std::error_code failure = m_console.errors.write(
             "Stop " + processText(owner) + " on " + portsText(asked) + "? [y/N] ")) {

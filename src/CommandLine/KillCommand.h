@@ -48,6 +48,7 @@ private:
     [[nodiscard]] ExitCode fail(const PortEntry &owner, const KillError &error) const;
     [[nodiscard]] bool isConfirmed(const PortEntry &owner, const std::vector<std::int64_t> &asked);
     [[nodiscard]] std::vector<Listener> listenersOn(std::int64_t port) const;
+    [[nodiscard]] bool canAsk() const;
     [[nodiscard]] std::vector<std::int64_t> portsOf(std::int64_t pid) const;
     [[nodiscard]] std::vector<std::int64_t> portsAskedForOf(std::int64_t pid) const;
     [[nodiscard]] std::string_view hintForPrivilege() const;

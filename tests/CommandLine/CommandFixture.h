@@ -45,17 +45,26 @@ class PreparedAnswers : public LineInput
 public:
     [[nodiscard]] bool isTerminal() const override { return isATerminal; }
 
+    [[nodiscard]] std::error_code discardPending() override
+    {
+        typedBefore.clear();
+        return discardError;
+    }
+
     [[nodiscard]] std::optional<std::string> readLine() override
     {
-        if (lines.empty()) {
+        std::deque<std::string> &next = typedBefore.empty() ? lines : typedBefore;
+        if (next.empty()) {
             return std::nullopt;
         }
-        std::string line = std::move(lines.front());
-        lines.pop_front();
+        std::string line = std::move(next.front());
+        next.pop_front();
         return line;
     }
 
+    std::deque<std::string> typedBefore; ///< in front of the lines, until it is discarded
     std::deque<std::string> lines;
+    std::error_code discardError;
     bool isATerminal = true;
 };
 

@@ -29,6 +29,8 @@ struct KillCommandTest : testing::Test
     KillCommand::Release release{.interval = std::chrono::milliseconds(1),
                                  .atMost = std::chrono::milliseconds(20)};
 
+    KillCommandTest() { test.errors.shape.isTerminal = true; }
+
     /// What listens before, and after nothing.
     void listening(std::vector<RawPortInfo> records)
     {
@@ -95,10 +97,42 @@ TEST_F(KillCommandTest, TakesNoAnswerToAQuestionThatCouldNotBeWritten)
     EXPECT_THAT(ends.ended, IsEmpty());
 }
 
+TEST_F(KillCommandTest, TakesNoAnswerThatWasTypedBeforeTheQuestion)
+{
+    listening({record(3000, 4711, "node"), record(3001, 4712, "vite")});
+    test.input.typedBefore = {"y", "y"};
+    test.input.lines = {"n", "y"};
+    EXPECT_EQ(kill({3000, 3001}), ExitCode::NothingDone);
+    EXPECT_THAT(ends.ended, ElementsAre(4712));
+}
+
+TEST_F(KillCommandTest, TakesNoAnswerWhereWhatWasTypedBeforeCannotBeDiscarded)
+{
+    listening({record(3000, 4711, "node")});
+    test.input.discardError = std::make_error_code(std::errc::io_error);
+    test.input.lines = {"y"};
+    EXPECT_EQ(kill({3000}), ExitCode::NothingDone);
+    EXPECT_THAT(ends.ended, IsEmpty());
+    EXPECT_THAT(test.errors.written, EndsWith("tarnwickctl: Cannot read an answer: " +
+                                              test.input.discardError.message() + "\n"));
+}
+
+TEST_F(KillCommandTest, RefusesWhereTheQuestionCannotBeRead)
+{
+    listening({record(3000, 4711, "node")});
+    test.errors.shape.isTerminal = false;
+    test.input.lines = {"y"};
+    EXPECT_EQ(kill({3000}), ExitCode::Usage);
+    EXPECT_THAT(ends.ended, IsEmpty());
+    EXPECT_EQ(test.errors.written, "tarnwickctl: Standard error is not a terminal to ask on; "
+                                   "--yes is needed.\n");
+}
+
 TEST_F(KillCommandTest, DoesNotAskWhenToldSo)
 {
     listening({record(3000, 4711, "node")});
     test.input.isATerminal = false;
+    test.errors.shape.isTerminal = false;
     EXPECT_EQ(kill({3000}, true), ExitCode::Done);
     EXPECT_THAT(ends.ended, ElementsAre(4711));
     EXPECT_THAT(test.errors.written, Not(HasSubstr("[y/N]")));
@@ -161,6 +195,7 @@ TEST_F(KillCommandTest, DoesNotRecommendRootToRoot)
 TEST_F(KillCommandTest, ListsSeveralOwnersOfAPortAndWantsToBeToldWhich)
 {
     listening({record(3000, 4711, "node"), record(3000, 4712, "vite")});
+    test.errors.shape.isTerminal = false;
     EXPECT_EQ(kill({3000}, true), ExitCode::Usage);
     EXPECT_THAT(ends.ended, IsEmpty());
     EXPECT_THAT(test.errors.written, HasSubstr("PORT  TIER   PID  PROCESS"));
