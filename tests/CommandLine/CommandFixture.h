@@ -123,12 +123,19 @@ public:
         return known != protections.end() ? known->second : std::string();
     }
 
+    [[nodiscard]] std::vector<Ancestor> ancestors(std::int32_t pid) const override
+    {
+        const auto known = ancestry.find(pid);
+        return known != ancestry.end() ? known->second : std::vector<Ancestor>();
+    }
+
     /// When every process started; a moment later after each end, as if all were others then.
     std::uint64_t startTicks = 100;
     std::vector<std::int32_t> ended;
     std::vector<std::uint64_t> startsOfEnded;
     std::map<std::int32_t, KillAnswer> results; ///< `Terminated` for the others
     std::map<std::int32_t, std::string> protections;
+    std::map<std::int32_t, std::vector<Ancestor>> ancestry; ///< not known of the others
 };
 
 /// A console whose user is the test.

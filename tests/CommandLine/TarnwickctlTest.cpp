@@ -415,6 +415,44 @@ TEST(TarnwickctlKill, FindsThePortTakenByAProcessThatSharedItAndInheritedTheSock
     EXPECT_EQ(child.endedBy(), SIGTERM);
 }
 
+TEST(TarnwickctlKill, FindsThePortTakenByAChildWithASocketOfItsOwn)
+{
+    ListeningChild child({.hasChild = true, .childListens = true, .childInherits = false});
+    ASSERT_GT(child.grandchild(), 0);
+    const auto result = runTarnwickctl({"kill", "--yes", "--pid", child.pidText()});
+    EXPECT_EQ(result.exitCode, 5);
+    EXPECT_EQ(result.output, "[kill] :" + child.portText() + " terminated\n");
+    EXPECT_THAT(result.errors,
+                EndsWith("Port " + child.portText() + " is still held by shop-server" + " (pid " +
+                         std::to_string(child.grandchild()) + ").\n"));
+    EXPECT_EQ(child.endedBy(), SIGTERM);
+}
+
+TEST(TarnwickctlKill, LeavesThePortToWhomItWasSharedWith)
+{
+    ListeningChild child({.isShared = true});
+    const FileDescriptor share = child.shareFirstPort();
+    const auto result = runTarnwickctl({"kill", "--yes", "--pid", child.pidText()});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.errors, EndsWith("(pid " + std::to_string(getpid()) + ").\n"));
+    EXPECT_EQ(child.endedBy(), SIGTERM);
+}
+
+TEST(TarnwickctlKill, FindsThePortTakenByASocketThatWasOpenedSinceTheQuestion)
+{
+    ListeningChild child({.isShared = true});
+    const FileDescriptor share = child.shareFirstPort();
+    PseudoTerminal terminal(80, 24);
+    RunningProgram program(tarnwickctl({"kill", "--pid", child.pidText()}), terminal);
+    ASSERT_TRUE(program.shows("[y/N] "));
+    const FileDescriptor opened = child.shareFirstPort();
+    program.type("y\n");
+    const auto result = program.finish();
+    EXPECT_EQ(result.exitCode, 5);
+    EXPECT_THAT(result.output, HasSubstr("Port " + child.portText() + " is still held by "));
+    EXPECT_EQ(child.endedBy(), SIGTERM);
+}
+
 TEST(TarnwickctlKill, SaysThatAProcessDoesNotListen)
 {
     const std::string pid = std::to_string(getpid());
