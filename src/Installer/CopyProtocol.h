@@ -41,4 +41,8 @@ using Failure = std::optional<std::string>;
 /// Writes all of @p bytes. False, with the reason in errno, where some were not written.
 [[nodiscard]] bool writeWhole(int descriptor, std::string_view bytes);
 
+/// Writes a line of @p text to standard error, as far as that takes it at once: it may be a pipe
+/// that nobody reads.
+void log(const std::string &text);
+
 } // namespace Tarnwick::CopyProtocol

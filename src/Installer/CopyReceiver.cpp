@@ -131,10 +131,17 @@ Failure CopyReceiver::makeTemporaryFolder()
         }
         // Who has the lock is another installation that has found the folder, and removes it. A
         // file system without locks has none that finds it.
-        if ((Leftovers::lock(m_temporary.get()) || errno != EWOULDBLOCK) &&
-            FilesBelow::isSame(parent, name, m_temporary.get())) {
+        if (!Leftovers::lock(m_temporary.get()) && errno == EWOULDBLOCK) {
+            continue;
+        }
+        if (FilesBelow::isSame(parent, name, m_temporary.get())) {
             m_temporaryName = name;
             return startMarker();
+        }
+        if (FilesBelow::isResourceError(errno)) {
+            Failure failure = systemFailure(m_applications.path());
+            ::unlinkat(parent, name.c_str(), AT_REMOVEDIR);
+            return failure;
         }
     }
     return m_applications.path() + ": no folder with a new name can be made";
@@ -223,7 +230,9 @@ Failure CopyReceiver::takePlace(int output)
 {
     const int folder = m_applications.descriptor();
     if (!FilesBelow::isSame(folder, m_temporaryName, m_temporary.get())) {
-        return m_applications.path() + ": another folder is in the place of the new copy";
+        return FilesBelow::isResourceError(errno)
+                   ? systemFailure(m_applications.path())
+                   : m_applications.path() + ": another folder is in the place of the new copy";
     }
     const OlderCopy *const older = m_applications.older();
     if (older != nullptr) {
@@ -232,7 +241,9 @@ Failure CopyReceiver::takePlace(int output)
     }
     if (older != nullptr &&
         !FilesBelow::isSame(folder, m_applications.name(), older->folder.get())) {
-        return m_applications.target() + " has been replaced meanwhile";
+        return FilesBelow::isResourceError(errno)
+                   ? systemFailure(m_applications.target())
+                   : m_applications.target() + " has been replaced meanwhile";
     }
     const bool isDone =
         older != nullptr ? exchange()

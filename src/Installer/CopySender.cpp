@@ -287,8 +287,10 @@ Failure CopySender::tryCopy(const std::string &temporaryName) const
 {
     const fs::path program = fs::path(m_places.applications) / temporaryName / m_places.program;
     const FileDescriptor nothing(::open("/dev/null", O_RDWR | O_CLOEXEC));
-    std::optional<Subprocess> trial = Subprocess::start(
-        {program, "--version"}, {.errors = nothing.get(), .environment = environmentOfTrial()});
+    std::optional<Subprocess> trial =
+        nothing ? Subprocess::start({program, "--version"},
+                                    {.errors = nothing.get(), .environment = environmentOfTrial()})
+                : std::nullopt;
     if (!trial) {
         return systemFailure("the copy cannot be started");
     }

@@ -10,11 +10,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstddef>
-#include <cstdio>
+#include <ctime>
 #include <filesystem>
 #include <optional>
 #include <string_view>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -54,7 +57,7 @@ bool isOwn(int folder)
     struct stat status = {};
     return ::fstat(folder, &status) == 0 && status.st_uid == ::geteuid() &&
            (status.st_mode & (S_IWGRP | S_IWOTH)) == 0 &&
-           !AccessControl::letsNamedOnesWrite(folder);
+           !AccessControl::letsNamedOnesWrite(folder).value_or(true);
 }
 
 void clearOne(const ApplicationsFolder &applications, const std::string &name)
@@ -121,6 +124,13 @@ void remove(const ApplicationsFolder &applications, const std::string &name, con
     if (FilesBelow::removeListed(parent, name, copy.folder.get(), copy.manifest)) {
         return;
     }
+    const auto pathOf = [&applications](const std::string &folder) {
+        return (std::filesystem::path(applications.path()) / folder).string();
+    };
+    if (FilesBelow::isResourceError(errno)) {
+        CopyProtocol::log(CopyProtocol::systemFailure(pathOf(name)));
+        return; // with its marker, for the next installation
+    }
     // There is something in it that no copy has brought.
     const std::string kept = applications.name() + ".old-" + randomSuffix();
     if (!FilesBelow::isSame(parent, name, copy.folder.get()) ||
@@ -128,10 +138,7 @@ void remove(const ApplicationsFolder &applications, const std::string &name, con
         return;
     }
     ::unlinkat(copy.folder.get(), PortableManifest::fileName, 0);
-    const std::string place = (std::filesystem::path(applications.path()) / kept).string();
-    static_cast<void>(std::fprintf(
-        stderr, "tarnwick-install: files that the older copy does not list are kept in %s\n",
-        place.c_str()));
+    CopyProtocol::log("files that the older copy does not list are kept in " + pathOf(kept));
 }
 
 } // namespace Tarnwick::Leftovers

@@ -33,7 +33,8 @@ void putBack(const ApplicationsFolder &applications);
 void clear(const ApplicationsFolder &applications);
 
 /// Removes @p copy, which was replaced and has the name @p name now. Files that it does not list go
-/// on in `NAME.old-XXXXXX`, which standard error says.
+/// on in `NAME.old-XXXXXX`, which standard error says. Where it cannot be removed for an error of
+/// FilesBelow::isResourceError(), it stays under that name, and standard error says why.
 void remove(const ApplicationsFolder &applications, const std::string &name, const OlderCopy &copy);
 
 } // namespace Leftovers

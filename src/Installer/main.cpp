@@ -4,6 +4,7 @@
 #include "Installer/CopyReceiver.h"
 #include "Installer/CopySender.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstddef>
 #include <cstdio>
@@ -15,6 +16,7 @@
 #include <system_error>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -24,6 +26,18 @@ using Arguments = std::span<char *const>;
 
 constexpr int failed = 1;
 constexpr int misused = 2;
+
+/// Lets this process open as many files as it may, up to what programs expect by default: a program
+/// that it starts inherits the limit, and may try each descriptor (select(2)).
+void raiseDescriptorLimit()
+{
+    constexpr rlim_t usual = 1024;
+    rlimit limit = {};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < usual) {
+        limit.rlim_cur = std::min(limit.rlim_max, usual);
+        static_cast<void>(::setrlimit(RLIMIT_NOFILE, &limit)); // else with what there are
+    }
+}
 
 /// A file that is opened must never become one of the standard streams.
 bool haveStandardStreams()
@@ -39,7 +53,7 @@ bool haveStandardStreams()
 int report(const CopyProtocol::Failure &failure)
 {
     if (failure) {
-        static_cast<void>(std::fprintf(stderr, "tarnwick-install: %s\n", failure->c_str()));
+        CopyProtocol::log(*failure);
     }
     return failure ? failed : 0;
 }
@@ -101,6 +115,7 @@ int main(int argc, char *argv[])
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     // Inherited as ignored, it would let the system forget how a child ended.
     static_cast<void>(std::signal(SIGCHLD, SIG_DFL));
+    raiseDescriptorLimit();
     const Arguments arguments(argv, static_cast<std::size_t>(argc));
     constexpr std::size_t words = 4;
     if (!haveStandardStreams() || arguments.size() != words) {
