@@ -6,6 +6,7 @@
 #include "Installer/FilesBelow.h"
 #include "Installer/Leftovers.h"
 #include "Installer/PipeReader.h"
+#include "Installer/PipeWriter.h"
 
 #include <cerrno>
 #include <charconv>
@@ -79,6 +80,7 @@ CopyReceiver::~CopyReceiver()
 Failure CopyReceiver::receive(int input, int output)
 {
     PipeReader reader(input, m_silence);
+    PipeWriter replies(output, m_silence);
     if (Failure failure = m_applications.open()) {
         return failure;
     }
@@ -96,7 +98,7 @@ Failure CopyReceiver::receive(int input, int output)
     if (Failure failure = finishTemporaryFolder()) {
         return failure;
     }
-    if (!writeWhole(output, m_temporaryName + '\n')) {
+    if (!replies.write(m_temporaryName + '\n')) {
         return systemFailure("the other process cannot be written to");
     }
     if (reader.line() != CopyProtocol::commit) {
@@ -106,7 +108,7 @@ Failure CopyReceiver::receive(int input, int output)
     if (Failure failure = m_applications.checkPlace()) {
         return failure;
     }
-    return takePlace(output);
+    return takePlace(replies);
 }
 
 Failure CopyReceiver::makeTemporaryFolder()
@@ -226,7 +228,7 @@ Failure CopyReceiver::finishTemporaryFolder()
     return isDone ? std::nullopt : Failure(systemFailure(m_applications.target()));
 }
 
-Failure CopyReceiver::takePlace(int output)
+Failure CopyReceiver::takePlace(PipeWriter &replies)
 {
     const int folder = m_applications.descriptor();
     if (!FilesBelow::isSame(folder, m_temporaryName, m_temporary.get())) {
@@ -252,7 +254,7 @@ Failure CopyReceiver::takePlace(int output)
         return systemFailure(m_applications.target());
     }
     const std::string olderName = std::exchange(m_temporaryName, {});
-    static_cast<void>(writeWhole(output, std::string(CopyProtocol::installed) + '\n'));
+    static_cast<void>(replies.write(std::string(CopyProtocol::installed) + '\n'));
     try {
         ::fsync(folder);
         if (older != nullptr) {

@@ -3,6 +3,7 @@
 
 #include "Installer/CopyReceiver.h"
 #include "Installer/CopySender.h"
+#include "Installer/PipeWriter.h"
 
 #include <algorithm>
 #include <csignal>
@@ -65,7 +66,8 @@ int reply(const CopyProtocol::Failure &failure)
         return 0;
     }
     const std::string line = std::string(CopyProtocol::failed) + *failure + '\n';
-    return CopyProtocol::writeWhole(STDOUT_FILENO, line) ? failed : report(failure);
+    return PipeWriter(STDOUT_FILENO, CopyProtocol::maxSilence).write(line) ? failed
+                                                                           : report(failure);
 }
 
 /// What would end this process, and be somebody's folder that is left half done: from a terminal,
