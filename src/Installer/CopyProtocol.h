@@ -26,8 +26,8 @@ inline constexpr std::string_view failed = "failed ";
 
 /// Before the six characters that make a temporary name in the folder for applications.
 inline constexpr std::string_view temporaryPrefix = ".tarnwick-";
-/// Before the name of a copy, where an older copy of that name is set aside for a moment because
-/// the file system cannot exchange two folders in one step.
+/// Before the name of a copy and six characters, where an older copy of that name is set aside for
+/// a moment because the file system cannot exchange two folders in one step.
 inline constexpr std::string_view asidePrefix = ".tarnwick-aside-";
 
 /// Of all files of a copy together, in bytes.

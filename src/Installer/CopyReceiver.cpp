@@ -278,8 +278,8 @@ bool CopyReceiver::exchange()
     }
     // In two steps then. Both copies are whole all the time, and the name of the older one lets the
     // next installation put it back.
-    const std::string aside = std::string(CopyProtocol::asidePrefix) + name;
-    if (!FilesBelow::renameToNew(folder, name, aside)) {
+    const std::string aside = setAside();
+    if (aside.empty()) {
         return false;
     }
     if (!FilesBelow::renameToNew(folder, m_temporaryName, name)) {
@@ -288,8 +288,27 @@ bool CopyReceiver::exchange()
         errno = reason;
         return false;
     }
-    m_temporaryName = aside;
+    // As after an exchange in one step: nobody puts it back any more.
+    if (!FilesBelow::renameToNew(folder, aside, m_temporaryName)) {
+        m_temporaryName = aside;
+    }
     return true;
+}
+
+/// Renames the older copy, and gives its name then; empty, with the reason in errno, on failure.
+std::string CopyReceiver::setAside() const
+{
+    const std::string &name = m_applications.name();
+    for (int count = 0; count < maxNames; ++count) {
+        std::string aside = Leftovers::asideName(name);
+        if (FilesBelow::renameToNew(m_applications.descriptor(), name, aside)) {
+            return aside;
+        }
+        if (errno != EEXIST && errno != ENOTEMPTY && errno != ENOTDIR) {
+            break;
+        }
+    }
+    return {};
 }
 
 } // namespace Tarnwick

@@ -57,6 +57,7 @@ private:
     [[nodiscard]] Failure finishTemporaryFolder();
     [[nodiscard]] Failure takePlace(PipeWriter &replies);
     [[nodiscard]] bool exchange();
+    [[nodiscard]] std::string setAside() const;
 
     ApplicationsFolder m_applications;
     std::chrono::milliseconds m_silence;
