@@ -87,6 +87,11 @@ int receive(Arguments arguments)
     // The end of its input is what ends it, with everything undone.
     ignoreSignals();
     try {
+        // pkexec(1) may keep the user's working directory. A relative path would be one of the
+        // user's there, and its file system could not be unmounted meanwhile.
+        if (::chdir("/") != 0) {
+            return reply(CopyProtocol::systemFailure("/"));
+        }
         CopyProtocol::Failure failure;
         {
             CopyReceiver receiver(arguments[2], arguments[3]);
