@@ -31,8 +31,9 @@ public:
 
     [[nodiscard]] virtual bool isShown() const = 0;
 
-    /// Whether it is hidden because the click that is being handled, on the status item, was to it
-    /// a click elsewhere.
+    /// Whether the click that is being handled, on the status item, is answered already: to a shown
+    /// popover it was a click elsewhere and has hidden it, or it was reported so late, after the
+    /// click before it, that the report of that one was taken for it and has shown the popover.
     [[nodiscard]] virtual bool wasClosedByThisClick() = 0;
 
     /// Shows it by @p anchor, a rectangle of the screen: below it, or above where there is no room,

@@ -63,12 +63,23 @@ OutsideClicks::OutsideClicks()
     selectRawButtons(m_display.get());
     m_arrivals = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(m_display.get()),
                                                    QSocketNotifier::Read);
-    connect(m_arrivals.get(), &QSocketNotifier::activated, this, &OutsideClicks::catchUp);
+    connect(m_arrivals.get(), &QSocketNotifier::activated, this, &OutsideClicks::readEvents);
 }
 
 OutsideClicks::~OutsideClicks() = default;
 
 void OutsideClicks::catchUp()
+{
+    if (isWatching()) {
+        // Events are sent before the reply to what is requested after them.
+        xcb_connection_t *const display = m_display.get();
+        const XcbReply<xcb_get_input_focus_reply_t> reply(
+            xcb_get_input_focus_reply(display, xcb_get_input_focus(display), nullptr));
+    }
+    readEvents();
+}
+
+void OutsideClicks::readEvents()
 {
     const QPointer<OutsideClicks> self(this);
     while (self && m_arrivals) {

@@ -27,8 +27,8 @@ public:
     /// Whether this display lets it.
     [[nodiscard]] bool isWatching() const { return m_arrivals && m_arrivals->isEnabled(); }
 
-    /// Tells now what has happened already. The events of windows come another way, and so may come
-    /// earlier.
+    /// Tells now what has happened already. The events of windows come over another connection, and
+    /// so may arrive earlier: this asks the display server and waits for its reply.
     void catchUp();
 
 Q_SIGNALS:
@@ -40,6 +40,8 @@ private:
     {
         void operator()(xcb_connection_t *display) const;
     };
+
+    void readEvents();
 
     std::unique_ptr<xcb_connection_t, Disconnecting> m_display;
     std::unique_ptr<QSocketNotifier> m_arrivals;

@@ -25,7 +25,7 @@ namespace {
 constexpr std::chrono::milliseconds clickDelay{400};
 
 /// From the release of the mouse button to the same, on a busy machine. Another click is seen to
-/// begin, so it is not mistaken for that one.
+/// begin; reports come in the order of their clicks.
 constexpr std::chrono::milliseconds reportDelay{2000};
 
 constexpr int mostPixels = (1 << 24) - 1; // as QWindow::maximumSize() is at first
@@ -34,6 +34,9 @@ constexpr QSize unbounded{mostPixels, mostPixels};
 /// Within which a keyboard that only changed hands is back: the menu that has just opened the panel
 /// gives it up meanwhile.
 constexpr std::chrono::milliseconds handOver{100};
+
+/// From the request for the keyboard until it is there, on a busy machine.
+constexpr std::chrono::milliseconds activationTime{3000};
 
 /// After it was made, the start of the application is over by then.
 constexpr std::chrono::milliseconds startTime{1000};
@@ -117,10 +120,26 @@ bool QuickPopover::wasClosedByThisClick()
     if (m_clicks) {
         m_clicks->catchUp();
     }
-    if (isShown() || m_closing == Closing::ByOther) {
+    if (isShown()) {
+        return !std::exchange(m_secondMayCome, QDeadlineTimer()).hasExpired();
+    }
+    switch (m_closing) {
+    case Closing::ByOther:
+        return false;
+    case Closing::ByPress:
+        return true;
+    case Closing::ByClick:
+    case Closing::ByFocus:
+        return !m_clickMayCome.hasExpired();
+    case Closing::ByEarlierClick:
+        // The report of that click, or of the one that followed and is to show it: if both were on
+        // the status item, the other report is still to come.
+        if (!m_clickMayCome.hasExpired()) {
+            m_secondMayCome.setRemainingTime(reportDelay);
+        }
         return false;
     }
-    return m_closing == Closing::ByPress || !m_clickMayCome.hasExpired();
+    return false;
 }
 
 void QuickPopover::show(const std::optional<QRect> &anchor)
@@ -135,7 +154,7 @@ void QuickPopover::show(const std::optional<QRect> &anchor)
     }
     m_hadFocus = isShown() && m_view->isActive();
     if (m_focusCheck.isActive()) {
-        m_focusCheck.start(2 * clickDelay); // it is about to get the keyboard again
+        m_focusCheck.start(activationTime); // it is about to get the keyboard again
     }
     m_view->show();
     m_view->raise();
@@ -173,14 +192,17 @@ void QuickPopover::watchClicks()
 
 void QuickPopover::pressedSomewhere()
 {
+    m_secondMayCome = QDeadlineTimer();
     if (isShown()) {
         if (!m_view->geometry().contains(QCursor::pos())) {
             close();
             m_closing = Closing::ByPress;
         }
-        return;
+    } else if (m_closing == Closing::ByPress || m_closing == Closing::ByClick) {
+        m_closing = Closing::ByEarlierClick;
+    } else if (m_closing == Closing::ByFocus) {
+        m_closing = Closing::ByOther;
     }
-    m_closing = Closing::ByOther;
 }
 
 void QuickPopover::releasedSomewhere()
@@ -213,7 +235,7 @@ void QuickPopover::focusMoved(const QWindow *window)
         m_focusCheck.start(handOver);
     } else if (!m_focusCheck.isActive()) {
         // Qt tells late of a loss: of this showing, or still of the one before.
-        m_focusCheck.start(2 * clickDelay);
+        m_focusCheck.start(activationTime);
     }
 }
 

@@ -40,7 +40,13 @@ private:
     enum class Form : std::uint8_t { Popover, Window };
 
     /// How it was closed, as far as a click that is still to be reported may be the reason.
-    enum class Closing : std::uint8_t { ByOther, ByPress, ByClick, ByFocus };
+    enum class Closing : std::uint8_t {
+        ByOther,
+        ByPress,
+        ByClick,
+        ByEarlierClick, ///< and another button press followed
+        ByFocus,
+    };
 
     void makeView();
     void takeForm(Form form);
@@ -61,7 +67,8 @@ private:
     std::unique_ptr<OutsideClicks> m_clicks;
     bool m_hadFocus = false;
     Closing m_closing = Closing::ByOther;
-    QDeadlineTimer m_clickMayCome; ///< until then, a click is the one that closed it
+    QDeadlineTimer m_clickMayCome;  ///< until then, a click is the one that closed it
+    QDeadlineTimer m_secondMayCome; ///< until then, a click is one that was answered already
     QTimer m_endOfWatch;
     QTimer m_focusCheck;
 };
