@@ -79,16 +79,20 @@ public:
         SocketSource source = SocketSource::Automatic;
         /// How often everything remembered is checked against a look at the whole machine, which
         /// gives what a first listing would. Between two of these only one change goes unseen: a
-        /// process that is older than a listener's owner, and of the same control group, is handed
-        /// the socket, and would now be its owner.
+        /// process that was there before is handed a socket of which it would be the owner, and has
+        /// as many descriptors as before, since it has closed others. The owners that a scan is
+        /// asked for are found as in a first listing.
         std::chrono::seconds auditInterval{300};
         /// The interval grows so that such a look takes no more than one part in this many of the
-        /// time.
+        /// time; nor does the one at the processes whose number of descriptors has changed, which
+        /// is made in every listing otherwise.
         int auditShare = 500;
         /// The most work of one search for owners, in looks at a descriptor, and that on one
         /// process. What is found by then is told, and of other sockets no owner.
         std::uint64_t mostWork = 2'000'000;
         std::uint64_t mostWorkOnProcess = 200'000;
+        /// The most time of all searches of one scan.
+        std::chrono::milliseconds maxSearchTime{3000};
         /// Takes lines for the diagnostic log: what failed in a listing, each kind once in an hour.
         std::function<void(std::string_view line)> log{};
     };
