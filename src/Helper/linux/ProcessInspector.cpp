@@ -75,6 +75,31 @@ void readLinkAgain(int directory, const char *name, std::string &known, bool &ch
     }
 }
 
+/// Device and inode, "fd:01 4711", of the file that the text of PID/maps (proc(5)) has under
+/// @p path; empty when there is none.
+std::string mappedFile(std::string_view maps, std::string_view path)
+{
+    constexpr int fieldsBeforeDevice = 3; // the range, the permissions and the offset
+    while (!maps.empty() && !path.empty()) {
+        const std::string_view line = maps.substr(0, maps.find('\n'));
+        maps.remove_prefix(std::min(maps.size(), line.size() + 1));
+        if (!line.ends_with(path)) {
+            continue;
+        }
+        std::size_t device = 0;
+        for (int field = 0; field < fieldsBeforeDevice; ++field) {
+            device = std::min(line.size(), line.find(' ', device)) + 1;
+        }
+        // Blanks fill the room between the inode and the path.
+        const std::size_t inode = std::min(line.size(), line.find(' ', device)) + 1;
+        const std::size_t end = std::min(line.size(), line.find(' ', inode));
+        if (inode < line.size() && line.find_first_not_of(' ', end) == line.size() - path.size()) {
+            return std::string(line.substr(device, end - device));
+        }
+    }
+    return {};
+}
+
 /// A link's target without the mark that the kernel puts behind the path of a deleted file. A file
 /// may really have such a name: then it is there, and known to the kernel, for it is in use.
 std::string withoutDeletedMark(const std::string &target)
@@ -327,9 +352,10 @@ void ProcessInspector::describe()
 /// be had.
 void ProcessInspector::describeProgram(std::string name, std::string path)
 {
-    const bool isSame = m_described && (path.empty() || m_details.commandPath.empty() ||
+    const bool isMoved = isSameExecutable() && !m_details.commandPath.empty();
+    const bool isSame = m_described && (isMoved || path.empty() || m_details.commandPath.empty() ||
                                         path == m_details.commandPath);
-    if (!path.empty()) {
+    if (!path.empty() && !isMoved) {
         m_details.commandPath = std::move(path);
     }
     if (!isSame) {
@@ -337,6 +363,26 @@ void ProcessInspector::describeProgram(std::string name, std::string path)
         m_details.program =
             std::hash<std::string>()(m_details.commandPath + '\0' + m_details.processName);
     }
+}
+
+/// Whether the process runs the file that it ran when this was called last, under the same path or
+/// another. A look at the mappings asks no file system, as one at the file itself would (see
+/// CachedPath).
+bool ProcessInspector::isSameExecutable()
+{
+    // An executable is among the first, below the libraries.
+    constexpr std::size_t maxMapsBytes = 16UL * 1024;
+    if (m_rawExecutable == m_executablePath) {
+        return !m_executable.empty();
+    }
+    m_executablePath = m_rawExecutable;
+    std::string maps;
+    const std::string before = std::exchange(m_executable, {});
+    if (!m_rawExecutable.empty() &&
+        ProcFs::readFile(m_directory.get(), "maps", maps, maxMapsBytes)) {
+        m_executable = mappedFile(maps, m_rawExecutable);
+    }
+    return !before.empty() && m_executable == before;
 }
 
 std::vector<std::string> ProcessInspector::splitArguments(std::string_view commandLine)
