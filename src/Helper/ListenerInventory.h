@@ -91,7 +91,7 @@ public:
         /// process. What is found by then is told, and of other sockets no owner.
         std::uint64_t mostWork = 2'000'000;
         std::uint64_t mostWorkOnProcess = 200'000;
-        /// The most time of all searches of one scan.
+        /// The most time of all searches of one scan, and of one look at a process's descriptors.
         std::chrono::milliseconds maxSearchTime{3000};
         /// Takes lines for the diagnostic log: what failed in a listing, each kind once in an hour.
         std::function<void(std::string_view line)> log{};
@@ -122,7 +122,8 @@ public:
     [[nodiscard]] std::variant<Ownership, ListingError> ownership(std::int32_t pid);
 
     /// Whether @p pid itself has one of the sockets open that listened at the latest scan, by a
-    /// look at each of its descriptors, or the errno of what kept us from looking.
+    /// look at each of its descriptors, or the errno of what kept us from looking; ETIME where it
+    /// has more descriptors than can be looked at in Options::maxSearchTime.
     [[nodiscard]] std::variant<bool, int> holdsListener(std::int32_t pid) const;
 
     struct Private;
