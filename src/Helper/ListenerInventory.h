@@ -64,8 +64,9 @@ using Scan = std::variant<ScanResult, ListingError>;
 
 /// Everything that listens on a TCP port in this network namespace, with the process that owns each
 /// listening socket. It remembers between calls who owned which socket, so that a listing in which
-/// nothing changed costs one check for each listener; a first listing is the same code with nothing
-/// remembered. Belongs to one thread.
+/// nothing changed costs one check for each listener, and, as far as its share of the time allows,
+/// one for each process; a first listing is the same code with nothing remembered. Belongs to one
+/// thread.
 class ListenerInventory
 {
 public:

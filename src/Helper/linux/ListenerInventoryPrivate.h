@@ -44,6 +44,11 @@ struct ListenerInventory::Private
     }
 
     using Places = std::vector<std::uint32_t>;
+    using Clock = std::chrono::steady_clock;
+
+    /// How often the owners of a listing are searched for, when some end meanwhile or a search
+    /// fails.
+    static constexpr int attempts = 3;
 
     /// The sockets of a listing whose owner has to be looked for, by why.
     struct Questions

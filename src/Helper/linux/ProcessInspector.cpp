@@ -7,6 +7,7 @@
 #include "Helper/RecordBounds.h"
 #include "Helper/linux/CachedPath.h"
 #include "Helper/linux/ForeignExecutable.h"
+#include "Helper/linux/MappedFile.h"
 #include "Helper/linux/ProcessIdentification.h"
 #include "Helper/linux/SystemFailures.h"
 
@@ -73,31 +74,6 @@ void readLinkAgain(int directory, const char *name, std::string &known, bool &ch
         known = read;
         changed = true;
     }
-}
-
-/// Device and inode, "fd:01 4711", of the file that the text of PID/maps (proc(5)) has under
-/// @p path; empty when there is none.
-std::string mappedFile(std::string_view maps, std::string_view path)
-{
-    constexpr int fieldsBeforeDevice = 3; // the range, the permissions and the offset
-    while (!maps.empty() && !path.empty()) {
-        const std::string_view line = maps.substr(0, maps.find('\n'));
-        maps.remove_prefix(std::min(maps.size(), line.size() + 1));
-        if (!line.ends_with(path)) {
-            continue;
-        }
-        std::size_t device = 0;
-        for (int field = 0; field < fieldsBeforeDevice; ++field) {
-            device = std::min(line.size(), line.find(' ', device)) + 1;
-        }
-        // Blanks fill the room between the inode and the path.
-        const std::size_t inode = std::min(line.size(), line.find(' ', device)) + 1;
-        const std::size_t end = std::min(line.size(), line.find(' ', inode));
-        if (inode < line.size() && line.find_first_not_of(' ', end) == line.size() - path.size()) {
-            return std::string(line.substr(device, end - device));
-        }
-    }
-    return {};
 }
 
 /// A link's target without the mark that the kernel puts behind the path of a deleted file. A file
@@ -380,7 +356,7 @@ bool ProcessInspector::isSameExecutable()
     const std::string before = std::exchange(m_executable, {});
     if (!m_rawExecutable.empty() &&
         ProcFs::readFile(m_directory.get(), "maps", maps, maxMapsBytes)) {
-        m_executable = mappedFile(maps, m_rawExecutable);
+        m_executable = MappedFile::find(maps, m_rawExecutable);
     }
     return !before.empty() && m_executable == before;
 }

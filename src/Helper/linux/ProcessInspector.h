@@ -141,7 +141,7 @@ private:
     std::string m_rawDirectory;
     std::string m_rawLeaderCommandLine;
     std::string m_executablePath; ///< by which the next one was found
-    std::string m_executable; ///< device and inode, as mappedFile() gives them; empty if unknown
+    std::string m_executable;     ///< device and inode, as MappedFile gives them; empty if unknown
     bool m_described = false;
     bool m_isStale = false; ///< some of them were read, and the details not made from them yet
     ProcessDetails m_details;
