@@ -14,7 +14,8 @@ function __tarnwickctl_list
         test -n "$name"; or set name HOME
         set program $$name/(string replace -r -- '^[^/]*/' '' $program)
     end
-    test -n "$program[1]"; and command $program[1] list --json 2>/dev/null
+    # fish itself reports a program that it cannot find, into the middle of the line.
+    command -sq -- "$program[1]"; and command $program[1] list --json 2>/dev/null
 end
 
 function __tarnwickctl_ports

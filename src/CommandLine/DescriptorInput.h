@@ -7,7 +7,9 @@
 
 namespace Tarnwick {
 
-/// The input behind a file descriptor that others own. Reads no further than the line it gives.
+/// The input behind a file descriptor that others own. Reads no further than the line it gives. A
+/// terminal in raw mode passes keys on as they are: a carriage return ends a line, too, and Ctrl-C
+/// and Ctrl-D end the input.
 class DescriptorInput : public LineInput
 {
 public:
@@ -17,6 +19,7 @@ public:
     }
 
     [[nodiscard]] bool isTerminal() const override;
+    [[nodiscard]] std::error_code discardPending() override;
     [[nodiscard]] std::optional<std::string> readLine() override;
 
 private:

@@ -44,7 +44,7 @@ std::string processText(const PortEntry &owner)
 
 bool isYes(std::string_view answer)
 {
-    constexpr std::string_view blanks = " \t\r";
+    constexpr std::string_view blanks = " \t";
     const std::size_t begin = answer.find_first_not_of(blanks);
     if (begin == std::string_view::npos) {
         return false;
@@ -91,8 +91,7 @@ KillCommand::KillCommand(KillArguments arguments, const Console &console, Listen
 
 ExitCode KillCommand::run()
 {
-    if (!m_arguments.yes && !m_console.input.isTerminal()) {
-        m_console.sayError("Standard input is not a terminal to ask on; --yes is needed.");
+    if (!m_arguments.yes && !canAsk()) {
         return ExitCode::Usage;
     }
     if (!updateListeners()) {
@@ -111,13 +110,26 @@ ExitCode KillCommand::run()
     return std::max(gravest, checkFreedPorts());
 }
 
+/// Whether the user can read a question and answer it; the reason is printed where not.
+bool KillCommand::canAsk() const
+{
+    if (!m_console.input.isTerminal()) {
+        m_console.sayError("Standard input is not a terminal to ask on; --yes is needed.");
+        return false;
+    }
+    if (!m_console.errors.terminal().isTerminal) {
+        m_console.sayError("Standard error is not a terminal to ask on; --yes is needed.");
+        return false;
+    }
+    return true;
+}
+
 /// What the user agrees to is the end of the processes of this listing. Answering takes time, in
 /// which one may end and another process get its identifier.
 void KillCommand::rememberOwners()
 {
     for (const Listener &listener : m_listeners) {
         m_initialOwners.emplace(listener.socket, listener.entry.pid);
-        m_initialHolders.emplace(listener.entry.port, listener.entry.pid);
         const auto pid = static_cast<std::int32_t>(listener.entry.pid);
         if (const std::optional<ProcessIdentity> shown = m_ender.identity(pid)) {
             m_shown.emplace(pid, *shown);
@@ -189,6 +201,10 @@ void KillCommand::describe(const PortEntry &owner) const
 
 bool KillCommand::isConfirmed(const PortEntry &owner, const std::vector<std::int64_t> &asked)
 {
+    if (const std::error_code failure = m_console.input.discardPending()) {
+        m_console.sayError("Cannot read an answer: " + failure.message());
+        return false;
+    }
     if (const std::error_code failure = m_console.errors.write(
             "Stop " + processText(owner) + " on " + portsText(asked) + "? [y/N] ")) {
         return false; // an answer to what nobody could read is none
@@ -202,6 +218,8 @@ bool KillCommand::isConfirmed(const PortEntry &owner, const std::vector<std::int
 
 ExitCode KillCommand::end(const PortEntry &owner, const std::vector<std::int64_t> &asked)
 {
+    const bool restartPossible = mayBeRestarted(owner);
+    std::set<std::int64_t> descendants = descendantsOn(asked, owner);
     const auto shown = m_shown.find(owner.pid);
     const KillAnswer answer =
         shown == m_shown.end() ? KillResultCode::NotFound : m_ender.end(shown->second);
@@ -216,7 +234,9 @@ ExitCode KillCommand::end(const PortEntry &owner, const std::vector<std::int64_t
         outcome += killOutcomeLine(killResultFromReply(number), port) + '\n';
     }
     if (code == ExitCode::Done) {
-        m_ended.insert(owner.pid);
+        m_stopped.insert(owner.pid);
+        m_stopped.merge(descendants);
+        m_restartPossible = m_restartPossible || restartPossible;
         m_freed.insert(asked.begin(), asked.end());
     }
     if (code == ExitCode::NotPermitted) {
@@ -269,6 +289,34 @@ std::vector<std::int64_t> KillCommand::portsAskedForOf(std::int64_t pid) const
     return ports;
 }
 
+bool KillCommand::mayBeRestarted(const PortEntry &owner) const
+{
+    const std::vector<Ancestor> above = m_ender.ancestors(static_cast<std::int32_t>(owner.pid));
+    return !above.empty() && !above.front().isShell;
+}
+
+/// The processes that listen on @p ports with sockets of their own and descend from @p owner.
+std::set<std::int64_t> KillCommand::descendantsOn(const std::vector<std::int64_t> &ports,
+                                                  const PortEntry &owner) const
+{
+    std::set<std::int64_t> descendants;
+    for (const std::int64_t port : ports) {
+        for (const Listener &listener : listenersOn(port)) {
+            const std::int64_t pid = listener.entry.pid;
+            if (pid == 0 || pid == owner.pid) {
+                continue;
+            }
+            const std::vector<Ancestor> above = m_ender.ancestors(static_cast<std::int32_t>(pid));
+            if (std::any_of(above.begin(), above.end(), [&owner](const Ancestor &ancestor) {
+                    return ancestor.pid == owner.pid;
+                })) {
+                descendants.insert(pid);
+            }
+        }
+    }
+    return descendants;
+}
+
 std::string_view KillCommand::hintForPrivilege() const
 {
     return m_console.environment.isRoot ? "" : " Running as root may help.";
@@ -287,8 +335,9 @@ void KillCommand::listOwners(const std::vector<Listener> &owners) const
     }
 }
 
-/// Whether a port that was to be freed has another owner than before, or a socket of a process that
-/// was stopped lives on. The other sockets of those who shared the port may stay.
+/// Whether @p listener takes a port that was to be freed: it is all but a socket that listened
+/// before, with the same owner, which is neither a process that was stopped nor a descendant of
+/// one.
 bool KillCommand::isTaken(const Listener &listener) const
 {
     const PortEntry &holder = listener.entry;
@@ -296,9 +345,9 @@ bool KillCommand::isTaken(const Listener &listener) const
         return false;
     }
     const auto initialOwner = m_initialOwners.find(listener.socket);
-    const bool isLeftBehind =
-        initialOwner != m_initialOwners.end() && m_ended.contains(initialOwner->second);
-    return isLeftBehind || !m_initialHolders.contains({holder.port, holder.pid});
+    const bool isUnchanged =
+        initialOwner != m_initialOwners.end() && initialOwner->second == holder.pid;
+    return !isUnchanged || m_stopped.contains(holder.pid);
 }
 
 bool KillCommand::isAnyTaken() const
@@ -326,17 +375,21 @@ ExitCode KillCommand::checkFreedPorts()
     if (m_freed.empty()) {
         return ExitCode::Done;
     }
-    const auto deadline = std::chrono::steady_clock::now() + m_release.atMost;
-    for (;;) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point start = Clock::now();
+    const Clock::time_point deadline = start + m_release.atMost;
+    const Clock::time_point recheck = m_restartPossible ? start + m_release.restart : start;
+    for (Clock::time_point listed = start;; listed = Clock::now()) {
         if (!updateListeners()) {
             return ExitCode::Failed;
         }
         const bool anyTaken = isAnyTaken();
-        if (!anyTaken || std::chrono::steady_clock::now() + m_release.interval > deadline) {
+        const Clock::time_point next = anyTaken ? Clock::now() + m_release.interval : recheck;
+        if (anyTaken ? next > deadline : listed >= recheck) {
             printHoldersOfFreedPorts();
             return anyTaken ? ExitCode::PortTaken : ExitCode::Done;
         }
-        std::this_thread::sleep_for(m_release.interval);
+        std::this_thread::sleep_until(next);
     }
 }
 

@@ -14,7 +14,6 @@
 #include <map>
 #include <set>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace Tarnwick {
@@ -30,6 +29,9 @@ public:
     {
         std::chrono::milliseconds interval{50}; ///< between two listings
         std::chrono::milliseconds atMost{1000};
+        /// When a port that was released is checked again where the parent of the process is no
+        /// shell and may start it again.
+        std::chrono::milliseconds restart{300};
     };
 
     KillCommand(KillArguments arguments, const Console &console, ListenerSource &source,
@@ -46,10 +48,14 @@ private:
     [[nodiscard]] ExitCode stop(const PortEntry &owner, const std::vector<std::int64_t> &asked);
     [[nodiscard]] ExitCode end(const PortEntry &owner, const std::vector<std::int64_t> &asked);
     [[nodiscard]] ExitCode fail(const PortEntry &owner, const KillError &error) const;
+    [[nodiscard]] bool canAsk() const;
     [[nodiscard]] bool isConfirmed(const PortEntry &owner, const std::vector<std::int64_t> &asked);
     [[nodiscard]] std::vector<Listener> listenersOn(std::int64_t port) const;
     [[nodiscard]] std::vector<std::int64_t> portsOf(std::int64_t pid) const;
     [[nodiscard]] std::vector<std::int64_t> portsAskedForOf(std::int64_t pid) const;
+    [[nodiscard]] bool mayBeRestarted(const PortEntry &owner) const;
+    [[nodiscard]] std::set<std::int64_t> descendantsOn(const std::vector<std::int64_t> &ports,
+                                                       const PortEntry &owner) const;
     [[nodiscard]] std::string_view hintForPrivilege() const;
     void describe(const PortEntry &owner) const;
     void listOwners(const std::vector<Listener> &owners) const;
@@ -67,10 +73,10 @@ private:
     std::vector<Listener> m_listeners;
     std::map<std::int64_t, ProcessIdentity> m_shown;       ///< by process identifier
     std::set<std::int64_t> m_handled;                      ///< processes asked about already
-    std::set<std::int64_t> m_ended;                        ///< processes that were stopped
+    std::set<std::int64_t> m_stopped;                      ///< with descendants on their ports
     std::set<std::int64_t> m_freed;                        ///< ports whose owner has ended
     std::map<std::uint64_t, std::int64_t> m_initialOwners; ///< by socket
-    std::set<std::pair<std::int64_t, std::int64_t>> m_initialHolders; ///< port and process
+    bool m_restartPossible = false;                        ///< of a process that was stopped
 };
 
 } // namespace Tarnwick

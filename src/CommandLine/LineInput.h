@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <system_error>
 
 namespace Tarnwick {
 
@@ -20,7 +21,12 @@ public:
     /// Whether a person can be asked.
     [[nodiscard]] virtual bool isTerminal() const = 0;
 
-    /// The next line without its line feed; nothing at the end of the input.
+    /// Discards what was typed and has not been read, so that the next line is typed after this
+    /// call; the reason where that is not possible.
+    [[nodiscard]] virtual std::error_code discardPending() = 0;
+
+    /// The next line without its end; nothing at the end of the input, also where that is in the
+    /// middle of a line.
     [[nodiscard]] virtual std::optional<std::string> readLine() = 0;
 };
 

@@ -3,12 +3,14 @@
 
 #pragma once
 
+#include "Helper/ProcessAncestry.h"
 #include "Helper/ProcessIdentity.h"
 #include "Helper/ProcessTerminator.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Tarnwick {
 
@@ -30,6 +32,9 @@ public:
 
     /// What the process is that makes it one never to be ended, for people; empty for others.
     [[nodiscard]] virtual std::string protection(std::int32_t pid) const = 0;
+
+    /// The ancestors of @p pid at this moment, its parent first; empty when they are not known.
+    [[nodiscard]] virtual std::vector<Ancestor> ancestors(std::int32_t pid) const = 0;
 };
 
 } // namespace Tarnwick

@@ -42,4 +42,9 @@ std::string SystemListeners::protection(std::int32_t pid) const
     return part != nullptr && *part ? std::string(SessionGuard::name(**part)) : std::string();
 }
 
+std::vector<Ancestor> SystemListeners::ancestors(std::int32_t pid) const
+{
+    return Tarnwick::ancestors(pid);
+}
+
 } // namespace Tarnwick

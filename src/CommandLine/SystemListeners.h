@@ -24,6 +24,7 @@ public:
     [[nodiscard]] std::optional<ProcessIdentity> identity(std::int32_t pid) const override;
     [[nodiscard]] KillAnswer end(const ProcessIdentity &process) override;
     [[nodiscard]] std::string protection(std::int32_t pid) const override;
+    [[nodiscard]] std::vector<Ancestor> ancestors(std::int32_t pid) const override;
 
 private:
     ListenerInventory m_inventory;

@@ -41,17 +41,20 @@ bool isAbsent()
 
 } // namespace
 
-bool letsNamedOnesWrite(int file)
+std::optional<bool> letsNamedOnesWrite(int file)
 {
     const ssize_t size = ::fgetxattr(file, accessList, nullptr, 0);
     if (size < 0) {
-        return !isAbsent();
+        return isAbsent() ? std::optional(false) : std::nullopt;
     }
     std::string list(static_cast<std::size_t>(size), '\0');
     constexpr std::size_t headerSize = sizeof(posix_acl_xattr_header);
     constexpr std::size_t entrySize = sizeof(posix_acl_xattr_entry);
-    if (::fgetxattr(file, accessList, list.data(), list.size()) != size ||
-        list.size() < headerSize || (list.size() - headerSize) % entrySize != 0) {
+    const ssize_t count = ::fgetxattr(file, accessList, list.data(), list.size());
+    if (count < 0) {
+        return std::nullopt;
+    }
+    if (count != size || list.size() < headerSize || (list.size() - headerSize) % entrySize != 0) {
         return true;
     }
     bool isGranted = false;

@@ -87,8 +87,11 @@ Failure ApplicationsFolder::open()
     // Root is of the group 0, which no other user should be of.
     const gid_t trusted = m_owner == 0 ? 0 : ::getegid();
     const bool isGroupTrusted = status.st_gid == trusted || (status.st_mode & S_IWGRP) == 0;
-    if (!isGroupTrusted || (status.st_mode & S_IWOTH) != 0 ||
-        AccessControl::letsNamedOnesWrite(m_folder.get())) {
+    const std::optional<bool> isListTooWide = AccessControl::letsNamedOnesWrite(m_folder.get());
+    if (!isListTooWide) {
+        return systemFailure(m_path);
+    }
+    if (!isGroupTrusted || (status.st_mode & S_IWOTH) != 0 || *isListTooWide) {
         return m_path + ": other users may write into this folder";
     }
     return std::nullopt;
@@ -132,7 +135,9 @@ Failure ApplicationsFolder::checkPlace()
     if (m_older || (errno == EACCES && isOfAnotherUser())) {
         return std::nullopt;
     }
-    return target() + " is there and is not a copy of Tarnwick";
+    return FilesBelow::isResourceError(errno)
+               ? systemFailure(target())
+               : target() + " is there and is not a copy of Tarnwick";
 }
 
 std::optional<OlderCopy> ApplicationsFolder::copyNamed(const std::string &name) const
@@ -152,6 +157,9 @@ std::optional<OlderCopy> ApplicationsFolder::copyNamed(const std::string &name) 
     }
     const std::optional<std::string> list =
         FilesBelow::readFile(folder.get(), PortableManifest::fileName, PortableManifest::maxBytes);
+    if (!list && errno != EFBIG) {
+        return std::nullopt;
+    }
     constexpr mode_t forOthers = 0077;
     const bool isFinished = (status.st_mode & forOthers) != 0; // see CopyReceiver
     std::optional<PortableManifest> manifest =

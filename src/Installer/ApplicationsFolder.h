@@ -47,12 +47,13 @@ public:
 
     /// Reads what is in the place of the copy: nothing, or an older copy, which is a folder, no
     /// link, on the same file system, with a marker that is a regular file, both the owner's of the
-    /// applications folder. Anything else is a failure.
+    /// applications folder. Anything else is a failure, and so is what cannot be read.
     [[nodiscard]] Failure checkPlace();
     /// As checkPlace() found it; null where nothing is in the place.
     [[nodiscard]] const OlderCopy *older() const { return m_older ? &*m_older : nullptr; }
 
-    /// The copy in the folder named @p name, if one is there by the rules of checkPlace().
+    /// The copy in the folder named @p name, if one is there by the rules of checkPlace(). Else
+    /// errno says why: with an error of FilesBelow::isResourceError() that is not known.
     [[nodiscard]] std::optional<OlderCopy> copyNamed(const std::string &name) const;
 
     [[nodiscard]] int descriptor() const { return m_folder.get(); }

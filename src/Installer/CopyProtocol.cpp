@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <system_error>
 
+#include <unistd.h>
+
 namespace Tarnwick::CopyProtocol {
 
 std::string systemFailure(std::string_view subject)
@@ -18,6 +20,11 @@ std::string systemFailure(std::string_view subject)
 bool writeWhole(int descriptor, std::string_view bytes)
 {
     return writeAll(descriptor, bytes) == bytes.size();
+}
+
+void log(const std::string &text)
+{
+    static_cast<void>(writeAvailable(STDERR_FILENO, "tarnwick-install: " + text + '\n'));
 }
 
 } // namespace Tarnwick::CopyProtocol

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -25,12 +26,15 @@ inline constexpr std::string_view failed = "failed ";
 
 /// Before the six characters that make a temporary name in the folder for applications.
 inline constexpr std::string_view temporaryPrefix = ".tarnwick-";
-/// Before the name of a copy, where an older copy of that name is set aside for a moment because
-/// the file system cannot exchange two folders in one step.
+/// Before the name of a copy and six characters, where an older copy of that name is set aside for
+/// a moment because the file system cannot exchange two folders in one step.
 inline constexpr std::string_view asidePrefix = ".tarnwick-aside-";
 
 /// Of all files of a copy together, in bytes.
 inline constexpr std::uint64_t maxCopyBytes = 4ULL * 1024 * 1024 * 1024;
+
+/// For which the receiver waits for the other process to write or to read.
+inline constexpr std::chrono::seconds maxSilence{60};
 
 /// Why something failed, in words for a log; absent when it did not.
 using Failure = std::optional<std::string>;
@@ -38,7 +42,11 @@ using Failure = std::optional<std::string>;
 /// "SUBJECT: " and what errno says.
 [[nodiscard]] std::string systemFailure(std::string_view subject);
 
-/// Writes all of @p bytes. False, with the reason in errno, where some were not written.
+/// Writes all of @p bytes to a file. False, with the reason in errno, where some were not written.
 [[nodiscard]] bool writeWhole(int descriptor, std::string_view bytes);
+
+/// Writes a line of @p text to standard error, as far as that takes it at once: it may be a pipe
+/// that nobody reads.
+void log(const std::string &text);
 
 } // namespace Tarnwick::CopyProtocol

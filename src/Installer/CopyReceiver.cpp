@@ -6,6 +6,7 @@
 #include "Installer/FilesBelow.h"
 #include "Installer/Leftovers.h"
 #include "Installer/PipeReader.h"
+#include "Installer/PipeWriter.h"
 
 #include <cerrno>
 #include <charconv>
@@ -79,6 +80,7 @@ CopyReceiver::~CopyReceiver()
 Failure CopyReceiver::receive(int input, int output)
 {
     PipeReader reader(input, m_silence);
+    PipeWriter replies(output, m_silence);
     if (Failure failure = m_applications.open()) {
         return failure;
     }
@@ -96,7 +98,7 @@ Failure CopyReceiver::receive(int input, int output)
     if (Failure failure = finishTemporaryFolder()) {
         return failure;
     }
-    if (!writeWhole(output, m_temporaryName + '\n')) {
+    if (!replies.write(m_temporaryName + '\n')) {
         return systemFailure("the other process cannot be written to");
     }
     if (reader.line() != CopyProtocol::commit) {
@@ -106,7 +108,7 @@ Failure CopyReceiver::receive(int input, int output)
     if (Failure failure = m_applications.checkPlace()) {
         return failure;
     }
-    return takePlace(output);
+    return takePlace(replies);
 }
 
 Failure CopyReceiver::makeTemporaryFolder()
@@ -131,10 +133,17 @@ Failure CopyReceiver::makeTemporaryFolder()
         }
         // Who has the lock is another installation that has found the folder, and removes it. A
         // file system without locks has none that finds it.
-        if ((Leftovers::lock(m_temporary.get()) || errno != EWOULDBLOCK) &&
-            FilesBelow::isSame(parent, name, m_temporary.get())) {
+        if (!Leftovers::lock(m_temporary.get()) && errno == EWOULDBLOCK) {
+            continue;
+        }
+        if (FilesBelow::isSame(parent, name, m_temporary.get())) {
             m_temporaryName = name;
             return startMarker();
+        }
+        if (FilesBelow::isResourceError(errno)) {
+            Failure failure = systemFailure(m_applications.path());
+            ::unlinkat(parent, name.c_str(), AT_REMOVEDIR);
+            return failure;
         }
     }
     return m_applications.path() + ": no folder with a new name can be made";
@@ -219,11 +228,13 @@ Failure CopyReceiver::finishTemporaryFolder()
     return isDone ? std::nullopt : Failure(systemFailure(m_applications.target()));
 }
 
-Failure CopyReceiver::takePlace(int output)
+Failure CopyReceiver::takePlace(PipeWriter &replies)
 {
     const int folder = m_applications.descriptor();
     if (!FilesBelow::isSame(folder, m_temporaryName, m_temporary.get())) {
-        return m_applications.path() + ": another folder is in the place of the new copy";
+        return FilesBelow::isResourceError(errno)
+                   ? systemFailure(m_applications.path())
+                   : m_applications.path() + ": another folder is in the place of the new copy";
     }
     const OlderCopy *const older = m_applications.older();
     if (older != nullptr) {
@@ -232,7 +243,9 @@ Failure CopyReceiver::takePlace(int output)
     }
     if (older != nullptr &&
         !FilesBelow::isSame(folder, m_applications.name(), older->folder.get())) {
-        return m_applications.target() + " has been replaced meanwhile";
+        return FilesBelow::isResourceError(errno)
+                   ? systemFailure(m_applications.target())
+                   : m_applications.target() + " has been replaced meanwhile";
     }
     const bool isDone =
         older != nullptr ? exchange()
@@ -241,7 +254,7 @@ Failure CopyReceiver::takePlace(int output)
         return systemFailure(m_applications.target());
     }
     const std::string olderName = std::exchange(m_temporaryName, {});
-    static_cast<void>(writeWhole(output, std::string(CopyProtocol::installed) + '\n'));
+    static_cast<void>(replies.write(std::string(CopyProtocol::installed) + '\n'));
     try {
         ::fsync(folder);
         if (older != nullptr) {
@@ -265,8 +278,8 @@ bool CopyReceiver::exchange()
     }
     // In two steps then. Both copies are whole all the time, and the name of the older one lets the
     // next installation put it back.
-    const std::string aside = std::string(CopyProtocol::asidePrefix) + name;
-    if (!FilesBelow::renameToNew(folder, name, aside)) {
+    const std::string aside = setAside();
+    if (aside.empty()) {
         return false;
     }
     if (!FilesBelow::renameToNew(folder, m_temporaryName, name)) {
@@ -275,8 +288,27 @@ bool CopyReceiver::exchange()
         errno = reason;
         return false;
     }
-    m_temporaryName = aside;
+    // As after an exchange in one step: nobody puts it back any more.
+    if (!FilesBelow::renameToNew(folder, aside, m_temporaryName)) {
+        m_temporaryName = aside;
+    }
     return true;
+}
+
+/// Renames the older copy, and gives its name then; empty, with the reason in errno, on failure.
+std::string CopyReceiver::setAside() const
+{
+    const std::string &name = m_applications.name();
+    for (int count = 0; count < maxNames; ++count) {
+        std::string aside = Leftovers::asideName(name);
+        if (FilesBelow::renameToNew(m_applications.descriptor(), name, aside)) {
+            return aside;
+        }
+        if (errno != EEXIST && errno != ENOTEMPTY && errno != ENOTDIR) {
+            break;
+        }
+    }
+    return {};
 }
 
 } // namespace Tarnwick

@@ -16,6 +16,7 @@
 namespace Tarnwick {
 
 class PipeReader;
+class PipeWriter;
 
 /// The privileged half of an installation: writes the files that it is sent into a new folder with
 /// a temporary name, and lets that folder take the place of an older copy with one rename. It reads
@@ -30,9 +31,9 @@ class CopyReceiver
 public:
     /// @p name is that of the copy in @p folder, which exists, belongs to the user that this
     /// process runs as, and which no other user may write into. The other process may be silent
-    /// for @p silence: it may have to start the copy from a slow disk.
+    /// for @p silence, or read nothing: it may have to start the copy from a slow disk.
     CopyReceiver(std::string folder, std::string name,
-                 std::chrono::milliseconds silence = std::chrono::seconds(60));
+                 std::chrono::milliseconds silence = CopyProtocol::maxSilence);
     /// Removes what has not taken its place.
     ~CopyReceiver();
     CopyReceiver(const CopyReceiver &) = delete;
@@ -54,8 +55,9 @@ private:
     [[nodiscard]] Failure writeFile(PipeReader &reader, const PortableFile &file,
                                     std::uint64_t size);
     [[nodiscard]] Failure finishTemporaryFolder();
-    [[nodiscard]] Failure takePlace(int output);
+    [[nodiscard]] Failure takePlace(PipeWriter &replies);
     [[nodiscard]] bool exchange();
+    [[nodiscard]] std::string setAside() const;
 
     ApplicationsFolder m_applications;
     std::chrono::milliseconds m_silence;

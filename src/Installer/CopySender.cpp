@@ -6,6 +6,7 @@
 #include "Installer/ApplicationsFolder.h"
 #include "Installer/FilesBelow.h"
 #include "Installer/PipeReader.h"
+#include "Installer/PipeWriter.h"
 #include "Installer/Subprocess.h"
 #include "Shared/Version.h"
 
@@ -31,13 +32,14 @@ namespace {
 
 using CopyProtocol::Failure;
 using CopyProtocol::systemFailure;
-using CopyProtocol::writeWhole;
 namespace fs = std::filesystem;
 
 constexpr const char *helper = "tarnwick-helper";
 constexpr const char *installer = "tarnwick-install";
-constexpr std::chrono::seconds trialTime{10}; ///< in which the copy tells its version
-constexpr std::chrono::seconds endTime{2};    ///< after that
+constexpr std::chrono::seconds trialTime{10};  ///< in which the copy tells its version
+constexpr std::chrono::seconds endTime{2};     ///< after that
+constexpr std::chrono::seconds removalTime{2}; ///< for the other half, once the copy is in place
+constexpr std::chrono::seconds undoTime{60};   ///< likewise, when it will not be
 
 /// The other half has ended, or reads no more. Its reply, or else its end, says why.
 const Failure receiverStopped = std::string();
@@ -97,11 +99,20 @@ std::vector<std::string> environmentOfTrial()
 }
 
 /// The failure that the other half sends instead of what was expected.
-Failure failureIn(const std::optional<std::string> &reply)
+Failure failureIn(const std::optional<std::string> &reply, const PipeReader &replies)
 {
+    if (!reply && replies.hasTimedOut()) {
+        return "the other half " + replies.problem();
+    }
     return reply && reply->starts_with(CopyProtocol::failed)
                ? Failure(reply->substr(CopyProtocol::failed.size()))
                : receiverStopped;
+}
+
+/// Why nothing more can be written to the other half, by errno.
+Failure writeFailure()
+{
+    return errno == ETIMEDOUT ? Failure("the other half reads nothing any more") : receiverStopped;
 }
 
 /// What the program writes before its output ends or @p timeout has passed.
@@ -126,8 +137,9 @@ std::string outputOf(Subprocess &process, std::chrono::milliseconds timeout)
 
 } // namespace
 
-CopySender::CopySender(Places places)
+CopySender::CopySender(Places places, std::chrono::milliseconds silence)
     : m_places(std::move(places))
+    , m_silence(silence)
 {
 }
 
@@ -149,8 +161,16 @@ Failure CopySender::send()
     }
     Failure failure = converse(*receiver);
     receiver->input().reset(); // without a "commit" before, the other half undoes everything
-    const Subprocess::End end = receiver->awaitEnd();
-    return failure == receiverStopped ? failureOf(end) : failure;
+    const std::optional<Subprocess::End> end =
+        receiver->awaitEnd(failure ? std::min<std::chrono::milliseconds>(m_silence, undoTime)
+                                   : std::chrono::milliseconds(removalTime));
+    if (!end) {
+        receiver->detach();
+    }
+    if (failure != receiverStopped) {
+        return failure;
+    }
+    return end ? failureOf(*end) : "the other half neither answers nor ends";
 }
 
 std::string CopySender::nameOfCopy() const
@@ -221,39 +241,41 @@ Failure CopySender::checkApplications() const
 /// Success is the reply that the copy is in place.
 Failure CopySender::converse(Subprocess &receiver) const
 {
-    const int input = receiver.input().get();
-    PipeReader replies(receiver.output().get()); // the password may take its time
+    PipeWriter input(receiver.input().get(), m_silence, PipeWriter::Start::AnyTime);
     Failure failure = sendFiles(input);
     if (failure && failure != receiverStopped) {
         return failure;
     }
+    // Until it reads, the password may take its time.
+    PipeReader replies(receiver.output().get(),
+                       input.isReadFrom() ? std::optional(m_silence) : std::nullopt);
     const std::optional<std::string> temporaryName = replies.line();
     if (!temporaryName || !temporaryName->starts_with(CopyProtocol::temporaryPrefix)) {
-        return failureIn(temporaryName);
+        return failureIn(temporaryName, replies);
     }
     if ((failure = tryCopy(*temporaryName))) {
         return failure;
     }
-    static_cast<void>(writeWhole(input, std::string(CopyProtocol::commit) + '\n'));
+    static_cast<void>(input.write(std::string(CopyProtocol::commit) + '\n'));
     const std::optional<std::string> reply = replies.line();
-    return reply == CopyProtocol::installed ? std::nullopt : failureIn(reply);
+    return reply == CopyProtocol::installed ? std::nullopt : failureIn(reply, replies);
 }
 
-Failure CopySender::sendFiles(int receiver) const
+Failure CopySender::sendFiles(PipeWriter &receiver) const
 {
-    if (!writeWhole(receiver, std::string(CopyProtocol::begin) + '\n')) {
-        return receiverStopped;
+    if (!receiver.write(std::string(CopyProtocol::begin) + '\n')) {
+        return writeFailure();
     }
     for (const PortableFile &file : m_manifest.files) {
         if (Failure failure = sendFile(receiver, file)) {
             return failure;
         }
     }
-    return writeWhole(receiver, std::string(CopyProtocol::complete) + '\n') ? std::nullopt
-                                                                            : receiverStopped;
+    return receiver.write(std::string(CopyProtocol::complete) + '\n') ? std::nullopt
+                                                                      : writeFailure();
 }
 
-Failure CopySender::sendFile(int receiver, const PortableFile &file) const
+Failure CopySender::sendFile(PipeWriter &receiver, const PortableFile &file) const
 {
     const std::string path = (fs::path(m_places.source) / file.path).string();
     const FileDescriptor source = FilesBelow::openFile(m_source.get(), file.path);
@@ -262,8 +284,8 @@ Failure CopySender::sendFile(int receiver, const PortableFile &file) const
         return systemFailure(path);
     }
     auto left = static_cast<std::uint64_t>(status.st_size);
-    if (!writeWhole(receiver, std::to_string(left) + ' ' + file.line() + '\n')) {
-        return receiverStopped;
+    if (!receiver.write(std::to_string(left) + ' ' + file.line() + '\n')) {
+        return writeFailure();
     }
     std::array<char, 64UL * 1024> buffer{};
     while (left > 0) {
@@ -275,8 +297,8 @@ Failure CopySender::sendFile(int receiver, const PortableFile &file) const
         if (count <= 0) {
             return count < 0 ? systemFailure(path) : path + " has changed meanwhile";
         }
-        if (!writeWhole(receiver, {buffer.data(), static_cast<std::size_t>(count)})) {
-            return receiverStopped;
+        if (!receiver.write({buffer.data(), static_cast<std::size_t>(count)})) {
+            return writeFailure();
         }
         left -= static_cast<std::uint64_t>(count);
     }
@@ -287,8 +309,10 @@ Failure CopySender::tryCopy(const std::string &temporaryName) const
 {
     const fs::path program = fs::path(m_places.applications) / temporaryName / m_places.program;
     const FileDescriptor nothing(::open("/dev/null", O_RDWR | O_CLOEXEC));
-    std::optional<Subprocess> trial = Subprocess::start(
-        {program, "--version"}, {.errors = nothing.get(), .environment = environmentOfTrial()});
+    std::optional<Subprocess> trial =
+        nothing ? Subprocess::start({program, "--version"},
+                                    {.errors = nothing.get(), .environment = environmentOfTrial()})
+                : std::nullopt;
     if (!trial) {
         return systemFailure("the copy cannot be started");
     }

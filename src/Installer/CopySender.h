@@ -7,11 +7,13 @@
 #include "Installer/PortableManifest.h"
 #include "Shared/FileDescriptor.h"
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 
 namespace Tarnwick {
 
+class PipeWriter;
 class Subprocess;
 
 /// The half of an installation that runs as the user: reads the files that a portable copy lists,
@@ -32,10 +34,16 @@ public:
         std::string installer; ///< this program, for pkexec
     };
 
-    explicit CopySender(Places places);
+    /// Once the other half has begun to read, it may read and send nothing for @p silence: it
+    /// writes to the disk meanwhile.
+    explicit CopySender(Places places,
+                        std::chrono::milliseconds silence = std::chrono::minutes(10));
 
     /// Returns when the copy has its place, which is a success whatever happens to the other half
-    /// after that, or when nothing has changed. Waits as long as the user needs for the password.
+    /// after that, or when nothing has changed. Waits as long as the user needs for the password,
+    /// and 2 s at most for the other half to remove an older copy. Then that half goes on alone,
+    /// and so does one that was silent for too long, which undoes everything unless the copy was to
+    /// take its place already.
     [[nodiscard]] CopyProtocol::Failure send();
 
 private:
@@ -46,11 +54,12 @@ private:
     [[nodiscard]] Failure checkFiles();
     [[nodiscard]] Failure checkApplications() const;
     [[nodiscard]] Failure converse(Subprocess &receiver) const;
-    [[nodiscard]] Failure sendFiles(int receiver) const;
-    [[nodiscard]] Failure sendFile(int receiver, const PortableFile &file) const;
+    [[nodiscard]] Failure sendFiles(PipeWriter &receiver) const;
+    [[nodiscard]] Failure sendFile(PipeWriter &receiver, const PortableFile &file) const;
     [[nodiscard]] Failure tryCopy(const std::string &temporaryName) const;
 
     Places m_places;
+    std::chrono::milliseconds m_silence;
     FileDescriptor m_source;
     PortableManifest m_manifest;
     std::uint64_t m_bytes = 0; ///< of all files

@@ -72,11 +72,11 @@ void addFoldersOf(std::string_view path, std::set<std::string, std::greater<>> &
     }
 }
 
-void remove(int folder, std::string_view path, int flags)
+/// False, with the reason in errno, where it is still there or was not.
+bool remove(int folder, std::string_view path, int flags)
 {
-    if (const std::optional<Place> place = placeOf(folder, path, &openFolder)) {
-        ::unlinkat(place->folder.get(), place->name.c_str(), flags);
-    }
+    const std::optional<Place> place = placeOf(folder, path, &openFolder);
+    return place && ::unlinkat(place->folder.get(), place->name.c_str(), flags) == 0;
 }
 
 } // namespace
@@ -183,9 +183,12 @@ bool isSame(int parent, const std::string &name, int open)
 {
     struct stat named = {};
     struct stat opened = {};
-    return ::fstatat(parent, name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
-           ::fstat(open, &opened) == 0 && named.st_dev == opened.st_dev &&
-           named.st_ino == opened.st_ino;
+    if (::fstatat(parent, name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 ||
+        ::fstat(open, &opened) != 0) {
+        return false;
+    }
+    errno = ENOENT;
+    return named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
 }
 
 bool renameToNew(int parent, const std::string &name, const std::string &newName)
@@ -199,6 +202,13 @@ bool renameToNew(int parent, const std::string &name, const std::string &newName
 bool isWithoutFlags(int error)
 {
     return error == EINVAL || error == ENOSYS;
+}
+
+bool isResourceError(int error)
+{
+    constexpr std::array<int, 9> errors{EMFILE, ENFILE, ENOMEM,  ENOSPC,   EDQUOT,
+                                        EIO,    ESTALE, EUCLEAN, ETIMEDOUT};
+    return std::find(errors.begin(), errors.end(), error) != errors.end();
 }
 
 std::optional<std::vector<std::string>> namesIn(int folder)
@@ -223,18 +233,31 @@ std::optional<std::vector<std::string>> namesIn(int folder)
 
 bool removeListed(int parent, const std::string &name, int folder, const PortableManifest &manifest)
 {
+    int resourceError = 0;
+    const auto check = [&resourceError](bool isDone) {
+        if (!isDone && resourceError == 0 && isResourceError(errno)) {
+            resourceError = errno;
+        }
+    };
     std::set<std::string, std::greater<>> folders; // a folder comes after what lies in it
     for (const PortableFile &file : manifest.files) {
-        remove(folder, file.path, 0);
+        check(remove(folder, file.path, 0));
         addFoldersOf(file.path, folders);
     }
     for (const std::string &inner : folders) {
-        remove(folder, inner, AT_REMOVEDIR);
+        check(remove(folder, inner, AT_REMOVEDIR));
     }
-    if (namesIn(folder) == std::vector<std::string>{PortableManifest::fileName}) {
-        remove(folder, PortableManifest::fileName, 0);
+    const std::optional<std::vector<std::string>> left = namesIn(folder);
+    check(left.has_value());
+    if (left == std::vector<std::string>{PortableManifest::fileName}) {
+        check(remove(folder, PortableManifest::fileName, 0));
     }
-    return isSame(parent, name, folder) && ::unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0;
+    const bool isGone =
+        isSame(parent, name, folder) && ::unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0;
+    if (!isGone && resourceError != 0) {
+        errno = resourceError;
+    }
+    return isGone;
 }
 
 } // namespace Tarnwick::FilesBelow

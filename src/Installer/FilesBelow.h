@@ -42,7 +42,8 @@ namespace Tarnwick::FilesBelow {
 [[nodiscard]] std::optional<std::string> readFile(int folder, std::string_view path,
                                                   std::size_t maxBytes);
 
-/// Whether @p name in @p parent is the open file or folder @p open, and no link to it.
+/// Whether @p name in @p parent is the open file or folder @p open, and no link to it. ENOENT where
+/// it is another one.
 [[nodiscard]] bool isSame(int parent, const std::string &name, int open);
 
 /// Renames the folder @p name in @p parent to @p newName. False where anything but an empty folder
@@ -52,12 +53,18 @@ namespace Tarnwick::FilesBelow {
 /// Whether @p error says that a file system knows no flags of renameat2(2).
 [[nodiscard]] bool isWithoutFlags(int error);
 
+/// Whether @p error says that the system is short of something, such as descriptors or memory, or
+/// that a device fails: it says nothing about what is at a path.
+[[nodiscard]] bool isResourceError(int error);
+
 /// What lies directly in the open @p folder, without "." and ".."; nothing when it cannot be read.
 [[nodiscard]] std::optional<std::vector<std::string>> namesIn(int folder);
 
 /// Removes the files that @p manifest lists from the open @p folder, the folders in it that are
 /// empty then, and, when nothing is left, the marker and the folder itself, if it still is @p name
-/// in @p parent. What is not listed stays, and the marker with it. False when the folder stays.
+/// in @p parent. What is not listed stays, and the marker with it. False when the folder stays:
+/// with the first error of isResourceError() in errno where there was one, as then what is listed
+/// may have stayed as well.
 bool removeListed(int parent, const std::string &name, int folder,
                   const PortableManifest &manifest);
 

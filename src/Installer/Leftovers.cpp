@@ -10,11 +10,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstddef>
-#include <cstdio>
+#include <ctime>
 #include <filesystem>
 #include <optional>
 #include <string_view>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -40,12 +43,26 @@ std::string randomSuffix()
     return result;
 }
 
-bool isTemporaryName(std::string_view name)
+/// What comes before the suffix of a copy that was set aside.
+std::string asideBegin(std::string_view name)
 {
-    return name.size() == CopyProtocol::temporaryPrefix.size() + suffixLength &&
-           name.starts_with(CopyProtocol::temporaryPrefix) &&
-           name.find_first_not_of(suffixCharacters, CopyProtocol::temporaryPrefix.size()) ==
-               std::string_view::npos;
+    return std::string(CopyProtocol::asidePrefix).append(name).append("-");
+}
+
+/// Whether @p name is @p begin and a suffix.
+bool hasSuffix(std::string_view name, std::string_view begin)
+{
+    return name.size() == begin.size() + suffixLength && name.starts_with(begin) &&
+           name.find_first_not_of(suffixCharacters, begin.size()) == std::string_view::npos;
+}
+
+std::vector<std::string> namesWithSuffix(const ApplicationsFolder &applications,
+                                         std::string_view begin)
+{
+    std::vector<std::string> names =
+        FilesBelow::namesIn(applications.descriptor()).value_or(std::vector<std::string>());
+    std::erase_if(names, [begin](const std::string &name) { return !hasSuffix(name, begin); });
+    return names;
 }
 
 /// Whether only the user of this process may write into the open @p folder.
@@ -54,7 +71,7 @@ bool isOwn(int folder)
     struct stat status = {};
     return ::fstat(folder, &status) == 0 && status.st_uid == ::geteuid() &&
            (status.st_mode & (S_IWGRP | S_IWOTH)) == 0 &&
-           !AccessControl::letsNamedOnesWrite(folder);
+           !AccessControl::letsNamedOnesWrite(folder).value_or(true);
 }
 
 void clearOne(const ApplicationsFolder &applications, const std::string &name)
@@ -73,6 +90,40 @@ void clearOne(const ApplicationsFolder &applications, const std::string &name)
     }
 }
 
+/// A copy that was set aside, with its lock.
+struct SetAside
+{
+    std::string name;
+    OlderCopy copy;
+    timespec changed = {};
+
+    [[nodiscard]] bool isOlderThan(const SetAside &other) const
+    {
+        return std::tie(changed.tv_sec, changed.tv_nsec) <
+               std::tie(other.changed.tv_sec, other.changed.tv_nsec);
+    }
+};
+
+std::optional<SetAside> lastSetAside(const ApplicationsFolder &applications)
+{
+    const int parent = applications.descriptor();
+    std::optional<SetAside> last;
+    for (const std::string &name : namesWithSuffix(applications, asideBegin(applications.name()))) {
+        std::optional<OlderCopy> copy = applications.copyNamed(name);
+        struct stat status = {};
+        if (!copy || !lock(copy->folder.get()) ||
+            !FilesBelow::isSame(parent, name, copy->folder.get()) ||
+            ::fstat(copy->folder.get(), &status) != 0) {
+            continue;
+        }
+        SetAside found{.name = name, .copy = std::move(*copy), .changed = status.st_ctim};
+        if (!last || last->isOlderThan(found)) {
+            last = std::move(found);
+        }
+    }
+    return last;
+}
+
 } // namespace
 
 bool lock(int folder)
@@ -85,33 +136,34 @@ std::string temporaryName()
     return std::string(CopyProtocol::temporaryPrefix) + randomSuffix();
 }
 
+std::string asideName(std::string_view name)
+{
+    return asideBegin(name) + randomSuffix();
+}
+
 void putBack(const ApplicationsFolder &applications)
 {
     const int parent = applications.descriptor();
-    const std::string aside = std::string(CopyProtocol::asidePrefix) + applications.name();
-    const std::optional<OlderCopy> copy = applications.copyNamed(aside);
-    if (!copy || !lock(copy->folder.get()) ||
-        !FilesBelow::isSame(parent, aside, copy->folder.get())) {
-        return;
-    }
+    const std::string &place = applications.name();
     struct stat status = {};
-    if (::fstatat(parent, applications.name().c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
-        if (applications.copyNamed(applications.name())) {
-            remove(applications, aside, *copy); // it was replaced; only its removal is missing
-        }
+    if (::fstatat(parent, place.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 || errno != ENOENT) {
         return;
     }
-    static_cast<void>(FilesBelow::renameToNew(parent, aside, applications.name()));
+    if (const std::optional<SetAside> aside = lastSetAside(applications)) {
+        static_cast<void>(FilesBelow::renameToNew(parent, aside->name, place));
+    }
 }
 
 void clear(const ApplicationsFolder &applications)
 {
-    const std::optional<std::vector<std::string>> names =
-        FilesBelow::namesIn(applications.descriptor());
-    for (const std::string &name : names.value_or(std::vector<std::string>())) {
-        if (isTemporaryName(name)) {
-            clearOne(applications, name);
-        }
+    for (const std::string &name : namesWithSuffix(applications, CopyProtocol::temporaryPrefix)) {
+        clearOne(applications, name);
+    }
+    if (!applications.copyNamed(applications.name())) {
+        return; // the only copy may be one that was set aside
+    }
+    for (const std::string &name : namesWithSuffix(applications, asideBegin(applications.name()))) {
+        clearOne(applications, name);
     }
 }
 
@@ -121,6 +173,13 @@ void remove(const ApplicationsFolder &applications, const std::string &name, con
     if (FilesBelow::removeListed(parent, name, copy.folder.get(), copy.manifest)) {
         return;
     }
+    const auto pathOf = [&applications](const std::string &folder) {
+        return (std::filesystem::path(applications.path()) / folder).string();
+    };
+    if (FilesBelow::isResourceError(errno)) {
+        CopyProtocol::log(CopyProtocol::systemFailure(pathOf(name)));
+        return; // with its marker, for the next installation
+    }
     // There is something in it that no copy has brought.
     const std::string kept = applications.name() + ".old-" + randomSuffix();
     if (!FilesBelow::isSame(parent, name, copy.folder.get()) ||
@@ -128,10 +187,7 @@ void remove(const ApplicationsFolder &applications, const std::string &name, con
         return;
     }
     ::unlinkat(copy.folder.get(), PortableManifest::fileName, 0);
-    const std::string place = (std::filesystem::path(applications.path()) / kept).string();
-    static_cast<void>(std::fprintf(
-        stderr, "tarnwick-install: files that the older copy does not list are kept in %s\n",
-        place.c_str()));
+    CopyProtocol::log("files that the older copy does not list are kept in " + pathOf(kept));
 }
 
 } // namespace Tarnwick::Leftovers

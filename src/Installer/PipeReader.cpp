@@ -77,6 +77,7 @@ bool PipeReader::fill()
         m_problem = "cannot be read from: " + std::generic_category().message(errno);
     } else if (ready == 0) {
         m_problem = "sent nothing for " + inWords(m_timeout);
+        m_hasTimedOut = true;
     } else if (count == 0) {
         m_problem = "ended too early";
     }

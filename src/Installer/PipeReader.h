@@ -31,6 +31,8 @@ public:
     /// Why the last call gave nothing, in words that follow "the other process"; the error of
     /// read(2) included. Empty as long as each gave something.
     [[nodiscard]] const std::string &problem() const { return m_problem; }
+    /// Whether that was the timeout.
+    [[nodiscard]] bool hasTimedOut() const { return m_hasTimedOut; }
 
 private:
     [[nodiscard]] bool fill();
@@ -40,6 +42,7 @@ private:
     std::string m_buffer; ///< what was read and not taken yet, from m_taken on
     std::size_t m_taken = 0;
     std::string m_problem;
+    bool m_hasTimedOut = false;
 };
 
 } // namespace Tarnwick

@@ -20,6 +20,8 @@ namespace Tarnwick {
 
 namespace {
 
+constexpr std::chrono::seconds killTime{2}; ///< in which what was killed ends, or never does
+
 struct Pipe
 {
     FileDescriptor readEnd;
@@ -130,9 +132,21 @@ Subprocess::~Subprocess()
         m_input.reset(); // what we may not kill ends for that
         m_output.reset();
         ::kill(m_pid, SIGKILL); // not waited for yet, so the number is still its own
-        static_cast<void>(awaitEnd());
+        if (m_process) {
+            static_cast<void>(awaitEnd(killTime));
+        } else {
+            static_cast<void>(awaitEnd());
+        }
         errno = kept;
     }
+}
+
+void Subprocess::detach()
+{
+    m_pid = -1;
+    m_process.reset();
+    m_input.reset();
+    m_output.reset();
 }
 
 Subprocess::End Subprocess::awaitEnd()

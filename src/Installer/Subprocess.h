@@ -15,9 +15,9 @@
 
 namespace Tarnwick {
 
-/// A program that was started with pipes as its standard input and output. It is killed, and waited
-/// for, with this object unless it has ended; descriptors of this process are closed in it if they
-/// have FD_CLOEXEC.
+/// A program that was started with pipes as its standard input and output. It is killed with this
+/// object unless it has ended, and waited for, 2 s at most; descriptors of this process are closed
+/// in it if they have FD_CLOEXEC.
 class Subprocess
 {
 public:
@@ -60,6 +60,9 @@ public:
     [[nodiscard]] FileDescriptor &input() { return m_input; }
     /// Its standard output, for reading.
     [[nodiscard]] FileDescriptor &output() { return m_output; }
+
+    /// Closes the pipes, and lets the program go on without this object.
+    void detach();
 
     /// Waits for the end, without a limit.
     [[nodiscard]] End awaitEnd();

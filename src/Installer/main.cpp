@@ -3,7 +3,9 @@
 
 #include "Installer/CopyReceiver.h"
 #include "Installer/CopySender.h"
+#include "Installer/PipeWriter.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstddef>
 #include <cstdio>
@@ -15,6 +17,7 @@
 #include <system_error>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -24,6 +27,18 @@ using Arguments = std::span<char *const>;
 
 constexpr int failed = 1;
 constexpr int misused = 2;
+
+/// Lets this process open as many files as it may, up to what programs expect by default: a program
+/// that it starts inherits the limit, and may try each descriptor (select(2)).
+void raiseDescriptorLimit()
+{
+    constexpr rlim_t usual = 1024;
+    rlimit limit = {};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < usual) {
+        limit.rlim_cur = std::min(limit.rlim_max, usual);
+        static_cast<void>(::setrlimit(RLIMIT_NOFILE, &limit)); // else with what there are
+    }
+}
 
 /// A file that is opened must never become one of the standard streams.
 bool haveStandardStreams()
@@ -39,7 +54,7 @@ bool haveStandardStreams()
 int report(const CopyProtocol::Failure &failure)
 {
     if (failure) {
-        static_cast<void>(std::fprintf(stderr, "tarnwick-install: %s\n", failure->c_str()));
+        CopyProtocol::log(*failure);
     }
     return failure ? failed : 0;
 }
@@ -51,7 +66,8 @@ int reply(const CopyProtocol::Failure &failure)
         return 0;
     }
     const std::string line = std::string(CopyProtocol::failed) + *failure + '\n';
-    return CopyProtocol::writeWhole(STDOUT_FILENO, line) ? failed : report(failure);
+    return PipeWriter(STDOUT_FILENO, CopyProtocol::maxSilence).write(line) ? failed
+                                                                           : report(failure);
 }
 
 /// What would end this process, and be somebody's folder that is left half done: from a terminal,
@@ -71,6 +87,11 @@ int receive(Arguments arguments)
     // The end of its input is what ends it, with everything undone.
     ignoreSignals();
     try {
+        // pkexec(1) may keep the user's working directory. A relative path would be one of the
+        // user's there, and its file system could not be unmounted meanwhile.
+        if (::chdir("/") != 0) {
+            return reply(CopyProtocol::systemFailure("/"));
+        }
         CopyProtocol::Failure failure;
         {
             CopyReceiver receiver(arguments[2], arguments[3]);
@@ -101,6 +122,7 @@ int main(int argc, char *argv[])
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     // Inherited as ignored, it would let the system forget how a child ended.
     static_cast<void>(std::signal(SIGCHLD, SIG_DFL));
+    raiseDescriptorLimit();
     const Arguments arguments(argv, static_cast<std::size_t>(argc));
     constexpr std::size_t words = 4;
     if (!haveStandardStreams() || arguments.size() != words) {

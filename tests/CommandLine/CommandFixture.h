@@ -45,17 +45,26 @@ class PreparedAnswers : public LineInput
 public:
     [[nodiscard]] bool isTerminal() const override { return isATerminal; }
 
+    [[nodiscard]] std::error_code discardPending() override
+    {
+        typedBefore.clear();
+        return discardError;
+    }
+
     [[nodiscard]] std::optional<std::string> readLine() override
     {
-        if (lines.empty()) {
+        std::deque<std::string> &next = typedBefore.empty() ? lines : typedBefore;
+        if (next.empty()) {
             return std::nullopt;
         }
-        std::string line = std::move(lines.front());
-        lines.pop_front();
+        std::string line = std::move(next.front());
+        next.pop_front();
         return line;
     }
 
+    std::deque<std::string> typedBefore; ///< in front of the lines, until it is discarded
     std::deque<std::string> lines;
+    std::error_code discardError;
     bool isATerminal = true;
 };
 
@@ -114,12 +123,19 @@ public:
         return known != protections.end() ? known->second : std::string();
     }
 
+    [[nodiscard]] std::vector<Ancestor> ancestors(std::int32_t pid) const override
+    {
+        const auto known = ancestry.find(pid);
+        return known != ancestry.end() ? known->second : std::vector<Ancestor>();
+    }
+
     /// When every process started; a moment later after each end, as if all were others then.
     std::uint64_t startTicks = 100;
     std::vector<std::int32_t> ended;
     std::vector<std::uint64_t> startsOfEnded;
     std::map<std::int32_t, KillAnswer> results; ///< `Terminated` for the others
     std::map<std::int32_t, std::string> protections;
+    std::map<std::int32_t, std::vector<Ancestor>> ancestry; ///< not known of the others
 };
 
 /// A console whose user is the test.

@@ -53,7 +53,8 @@ RunningProgram::Setup CompletingShell::setup() const
     const std::string folder = std::filesystem::path(programPath).parent_path();
     const char *const path = std::getenv("PATH");
     const std::string home = m_home.path();
-    return {.environment = {"PATH=" + folder + ":" + (path != nullptr ? path : "/usr/bin:/bin"),
+    return {.environment = {"PATH=" + home + "/path:" + folder + ":" +
+                                (path != nullptr ? path : "/usr/bin:/bin"),
                             "HOME=" + home, "ZDOTDIR=" + home, "XDG_CONFIG_HOME=" + home,
                             "XDG_DATA_HOME=" + home, "INPUTRC=/dev/null", "TERM=dumb",
                             "COMPLETIONS=" + completions}};

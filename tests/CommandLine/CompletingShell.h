@@ -28,7 +28,7 @@ public:
     /// blank. The "=" that some shells put after an option is left out.
     [[nodiscard]] std::set<std::string> offered(const std::string &line);
 
-    /// What is in the tilde of the shell.
+    /// What is in the tilde of the shell. Its folder "path" comes first in the shell's PATH.
     [[nodiscard]] const std::filesystem::path &home() const { return m_home.path(); }
 
 private:

@@ -43,9 +43,10 @@ protected:
 
     /// Another tarnwickctl in a folder of the home folder, with one listener: process 41, port
     /// 4241.
-    [[nodiscard]] std::filesystem::path makeProgram(const std::string &folder) const
+    [[nodiscard]] std::filesystem::path makeProgram(const std::string &folder,
+                                                    const char *name = "tarnwickctl") const
     {
-        std::filesystem::path program = m_shell->home() / folder / "tarnwickctl";
+        std::filesystem::path program = m_shell->home() / folder / name;
         std::filesystem::create_directories(program.parent_path());
         std::ofstream(program) << "#!/bin/sh\necho '{\"pid\":41,\"port\":4241,\"cwd\":\"\"}'\n";
         std::filesystem::permissions(program, std::filesystem::perms(0755));
@@ -147,6 +148,18 @@ TEST_P(Completion, RunsTheProgramThatIsTyped)
         EXPECT_THAT(offered(program + " kill "), ElementsAre("4241")) << program;
         EXPECT_THAT(offered(program + " kill --pid "), ElementsAre("41")) << program;
     }
+}
+
+TEST_P(Completion, RunsNoProgramForAnUnknownUser)
+{
+    // What a shell would run that leaves out the program in front of the arguments.
+    static_cast<void>(makeProgram("path", "list"));
+    for (const char *line :
+         {"~no-such-user/tarnwickctl kill ", "~no-such-user/tarnwickctl kill --pid ",
+          "~no-such-user/tarnwickctl list --port "}) {
+        EXPECT_THAT(offered(line), IsEmpty()) << line;
+    }
+    EXPECT_THAT(offered("tarnwickctl w"), ElementsAre("watch"));
 }
 
 TEST_P(Completion, OffersNoOptionsBehindTwoDashes)

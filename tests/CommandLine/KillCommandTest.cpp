@@ -27,7 +27,10 @@ struct KillCommandTest : testing::Test
     PreparedListings listings;
     NotedEnds ends;
     KillCommand::Release release{.interval = std::chrono::milliseconds(1),
-                                 .atMost = std::chrono::milliseconds(20)};
+                                 .atMost = std::chrono::milliseconds(20),
+                                 .restart = std::chrono::milliseconds(5)};
+
+    KillCommandTest() { test.errors.shape.isTerminal = true; }
 
     /// What listens before, and after nothing.
     void listening(std::vector<RawPortInfo> records)
@@ -95,10 +98,42 @@ TEST_F(KillCommandTest, TakesNoAnswerToAQuestionThatCouldNotBeWritten)
     EXPECT_THAT(ends.ended, IsEmpty());
 }
 
+TEST_F(KillCommandTest, TakesNoAnswerThatWasTypedBeforeTheQuestion)
+{
+    listening({record(3000, 4711, "node"), record(3001, 4712, "vite")});
+    test.input.typedBefore = {"y", "y"};
+    test.input.lines = {"n", "y"};
+    EXPECT_EQ(kill({3000, 3001}), ExitCode::NothingDone);
+    EXPECT_THAT(ends.ended, ElementsAre(4712));
+}
+
+TEST_F(KillCommandTest, TakesNoAnswerWhereWhatWasTypedBeforeCannotBeDiscarded)
+{
+    listening({record(3000, 4711, "node")});
+    test.input.discardError = std::make_error_code(std::errc::io_error);
+    test.input.lines = {"y"};
+    EXPECT_EQ(kill({3000}), ExitCode::NothingDone);
+    EXPECT_THAT(ends.ended, IsEmpty());
+    EXPECT_THAT(test.errors.written, EndsWith("tarnwickctl: Cannot read an answer: " +
+                                              test.input.discardError.message() + "\n"));
+}
+
+TEST_F(KillCommandTest, RefusesWhereTheQuestionCannotBeRead)
+{
+    listening({record(3000, 4711, "node")});
+    test.errors.shape.isTerminal = false;
+    test.input.lines = {"y"};
+    EXPECT_EQ(kill({3000}), ExitCode::Usage);
+    EXPECT_THAT(ends.ended, IsEmpty());
+    EXPECT_EQ(test.errors.written, "tarnwickctl: Standard error is not a terminal to ask on; "
+                                   "--yes is needed.\n");
+}
+
 TEST_F(KillCommandTest, DoesNotAskWhenToldSo)
 {
     listening({record(3000, 4711, "node")});
     test.input.isATerminal = false;
+    test.errors.shape.isTerminal = false;
     EXPECT_EQ(kill({3000}, true), ExitCode::Done);
     EXPECT_THAT(ends.ended, ElementsAre(4711));
     EXPECT_THAT(test.errors.written, Not(HasSubstr("[y/N]")));
@@ -161,6 +196,7 @@ TEST_F(KillCommandTest, DoesNotRecommendRootToRoot)
 TEST_F(KillCommandTest, ListsSeveralOwnersOfAPortAndWantsToBeToldWhich)
 {
     listening({record(3000, 4711, "node"), record(3000, 4712, "vite")});
+    test.errors.shape.isTerminal = false;
     EXPECT_EQ(kill({3000}, true), ExitCode::Usage);
     EXPECT_THAT(ends.ended, IsEmpty());
     EXPECT_THAT(test.errors.written, HasSubstr("PORT  TIER   PID  PROCESS"));
@@ -278,6 +314,60 @@ TEST_F(KillCommandTest, FindsThePortTakenByTheSocketOfTheStoppedProcess)
                          std::vector{listener(4712, 1), listener(4712, 2)}};
     EXPECT_EQ(run({.ports = {}, .pids = {4711}, .yes = true}), ExitCode::PortTaken);
     EXPECT_THAT(test.errors.written, EndsWith("Port 3000 is still held by node (pid 4712).\n"));
+}
+
+TEST_F(KillCommandTest, FindsThePortTakenByADescendantOfTheStoppedProcess)
+{
+    const RawPortInfo worker = record(3000, 4713, "worker");
+    ends.ancestry = {{4713, {{.pid = 4712}, {.pid = 4711}, {.pid = 1}}}};
+    listings.listings = {std::vector{record(3000, 4711, "node"), worker}, std::vector{worker}};
+    EXPECT_EQ(run({.ports = {}, .pids = {4711}, .yes = true}), ExitCode::PortTaken);
+    EXPECT_THAT(test.errors.written, EndsWith("Port 3000 is still held by worker (pid 4713).\n"));
+}
+
+TEST_F(KillCommandTest, LeavesThePortToADescendantOfAProcessThatWasNotStopped)
+{
+    const RawPortInfo parent = record(3000, 4711, "node");
+    const RawPortInfo worker = record(3000, 4712, "worker");
+    ends.ancestry = {{4712, {{.pid = 4711}}}};
+    ends.results = {{4711, KillResultCode::PermissionDenied}};
+    listings.listings = {std::vector{parent, worker, record(3000, 4713, "vite")},
+                         std::vector{parent, worker}};
+    EXPECT_EQ(run({.ports = {}, .pids = {4711, 4713}, .yes = true}), ExitCode::NotPermitted);
+    EXPECT_THAT(ends.ended, ElementsAre(4711, 4713));
+}
+
+TEST_F(KillCommandTest, FindsThePortTakenByANewSocketOfAnEarlierHolder)
+{
+    // The memory tells the sockets apart.
+    listings.socket = [](const RawPortInfo &record) { return record.memoryBytes; };
+    RawPortInfo vite = record(3000, 4712, "vite");
+    vite.memoryBytes = 1;
+    RawPortInfo reopened = vite;
+    reopened.memoryBytes = 2;
+    listings.listings = {std::vector{record(3000, 4711, "node"), vite}, std::vector{reopened}};
+    EXPECT_EQ(run({.ports = {}, .pids = {4711}, .yes = true}), ExitCode::PortTaken);
+}
+
+TEST_F(KillCommandTest, FindsThePortTakenByAServerThatItsParentHasStartedAgain)
+{
+    ends.ancestry = {{4711, {{.pid = 1}}}};
+    listings.listings = {std::vector{record(3000, 4711, "node")}, std::vector<RawPortInfo>{},
+                         std::vector{record(3000, 4712, "node")}};
+    EXPECT_EQ(kill({3000}, true), ExitCode::PortTaken);
+    EXPECT_THAT(test.errors.written, EndsWith("Port 3000 is still held by node (pid 4712).\n"));
+}
+
+TEST_F(KillCommandTest, ListsOnceMoreOnlyWhereTheParentMayStartTheServerAgain)
+{
+    for (const auto &[pid, above] : std::map<std::int32_t, std::vector<Ancestor>>{
+             {4711, {}}, {4712, {{.pid = 9, .isShell = true}, {.pid = 1}}}}) {
+        ends.ancestry = {{pid, above}};
+        listening({record(3000, pid, "node")});
+        listings.asked = 0;
+        EXPECT_EQ(kill({3000}, true), ExitCode::Done);
+        EXPECT_EQ(listings.asked, 2);
+    }
 }
 
 TEST_F(KillCommandTest, FailsWhenItCannotSeeWhetherThePortIsFree)

@@ -84,7 +84,8 @@ ListeningChild::ListeningChild(const Setup &setup)
     std::vector<FileDescriptor> listeners;
     listeners.reserve(setup.ports);
     for (int &port : m_ports) {
-        const FileDescriptor &listener = listeners.emplace_back(listenOn(0, setup.childListens));
+        const FileDescriptor &listener =
+            listeners.emplace_back(listenOn(0, setup.childListens || setup.isShared));
         port = portOf(listener);
         if (port == 0) {
             throw std::runtime_error("no port to listen on");
@@ -109,6 +110,9 @@ ListeningChild::ListeningChild(const Setup &setup)
         if (setup.hasChild && grandchild == 0) {
             // Outlives its parent; the test ends it by its identifier.
             setsid();
+            if (!setup.childInherits) {
+                listeners.clear();
+            }
             FileDescriptor own;
             if (setup.childListens && !(own = listenOn(m_ports.front(), true))) {
                 _exit(127);
@@ -136,6 +140,15 @@ ListeningChild::~ListeningChild()
     if (m_grandchild > 0) {
         kill(m_grandchild, SIGKILL);
     }
+}
+
+FileDescriptor ListeningChild::shareFirstPort() const
+{
+    FileDescriptor listener = listenOn(port(), true);
+    if (!listener || fcntl(listener.get(), F_SETFD, FD_CLOEXEC) != 0) {
+        throw std::runtime_error("no share of the port to be had");
+    }
+    return listener;
 }
 
 int ListeningChild::endedBy()

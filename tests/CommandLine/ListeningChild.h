@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "Shared/FileDescriptor.h"
 #include "tests/Support/TemporaryCopy.h"
 
 #include <filesystem>
@@ -27,6 +28,8 @@ public:
         bool ignoresSigterm = false;
         bool hasChild = false;     ///< with a child of its own that holds the sockets, too
         bool childListens = false; ///< on the first port, with a socket of its own as well
+        bool childInherits = true; ///< the sockets of its parent
+        bool isShared = false;     ///< with SO_REUSEPORT, as where a child listens, too
     };
 
     explicit ListeningChild(const Setup &setup);
@@ -50,6 +53,10 @@ public:
 
     /// The number of the signal that ended the process; 0 while it lives.
     [[nodiscard]] int endedBy();
+
+    /// Another socket that listens on the first port, which must be shared: one of the test's own,
+    /// close-on-exec.
+    [[nodiscard]] FileDescriptor shareFirstPort() const;
 
 private:
     [[nodiscard]] std::filesystem::path program(const Setup &setup) const;

@@ -8,15 +8,22 @@
 #include "tests/Support/HelperProgram.h"
 #include "tests/Support/HostileServer.h"
 #include "tests/Support/RunningProgram.h"
+#include "tests/Support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <csignal>
+#include <fstream>
+#include <string>
+#include <tuple>
+#include <vector>
 
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace Tarnwick {
@@ -38,6 +45,15 @@ RunningProgram::Result runTarnwickctl(std::vector<std::string> arguments,
                                       const RunningProgram::Setup &setup = {})
 {
     return run(tarnwickctl(std::move(arguments)), setup);
+}
+
+/// Types @p text before a program reads from @p terminal, and waits until it can be read.
+[[nodiscard]] bool typeAhead(const PseudoTerminal &terminal, std::string_view text)
+{
+    pollfd received{.fd = terminal.program.get(), .events = POLLIN, .revents = 0};
+    return write(terminal.user.get(), text.data(), text.size()) ==
+               static_cast<ssize_t>(text.size()) &&
+           poll(&received, 1, 10'000) == 1;
 }
 
 /// A port on which nothing listened a moment ago.
@@ -270,6 +286,71 @@ TEST(TarnwickctlKill, AsksOnATerminal)
     EXPECT_EQ(child.endedBy(), SIGTERM);
 }
 
+TEST(TarnwickctlKill, TakesNoAnswerThatWasTypedBeforeTheQuestion)
+{
+    ListeningChild child;
+    PseudoTerminal terminal(80, 24);
+    ASSERT_TRUE(typeAhead(terminal, "y\n"));
+    RunningProgram program(tarnwickctl({"kill", child.portText()}), terminal);
+    ASSERT_TRUE(program.shows("[y/N] "));
+    program.type("n\n");
+    EXPECT_EQ(program.finish().exitCode, 1);
+    EXPECT_EQ(child.endedBy(), 0);
+}
+
+TEST(TarnwickctlKill, TakesAnAnswerForOneQuestionOnly)
+{
+    ListeningChild first;
+    ListeningChild second;
+    PseudoTerminal terminal(80, 24);
+    RunningProgram program(tarnwickctl({"kill", first.portText(), second.portText()}), terminal);
+    ASSERT_TRUE(program.shows("on port " + first.portText() + "? [y/N] "));
+    program.type("y\ny\n");
+    ASSERT_TRUE(program.shows("on port " + second.portText() + "? [y/N] "));
+    program.type("n\n");
+    EXPECT_EQ(program.finish().exitCode, 1);
+    EXPECT_EQ(first.endedBy(), SIGTERM);
+    EXPECT_EQ(second.endedBy(), 0);
+}
+
+TEST(TarnwickctlKill, RefusesWhereTheQuestionCannotBeRead)
+{
+    ListeningChild child;
+    const TemporaryFolder folder;
+    const std::string file = folder.path() / "errors";
+    for (const std::string &errors : {std::string("/dev/null"), file}) {
+        PseudoTerminal terminal(80, 24);
+        RunningProgram program({"/bin/sh", "-c", R"(exec "$0" kill "$1" 2>"$2")",
+                                std::string(programPath), child.portText(), errors},
+                               terminal);
+        program.type("y\ny\n");
+        EXPECT_EQ(program.finish().exitCode, 2) << errors;
+        EXPECT_EQ(child.endedBy(), 0) << errors;
+    }
+    std::string written;
+    std::getline(std::ifstream(file), written);
+    EXPECT_EQ(written, "tarnwickctl: Standard error is not a terminal to ask on; --yes is needed.");
+}
+
+TEST(TarnwickctlKill, AsksOnATerminalInRawMode)
+{
+    const std::vector<std::tuple<std::string, int, int>> answers{
+        {"n\r", 1, 0}, {"y\x03", 1, 0}, {"\x04", 1, 0}, {"y\r", 0, SIGTERM}};
+    ListeningChild child;
+    for (const auto &[answer, exitCode, endedBy] : answers) {
+        PseudoTerminal terminal(80, 24);
+        termios settings{};
+        ASSERT_EQ(tcgetattr(terminal.program.get(), &settings), 0);
+        cfmakeraw(&settings);
+        ASSERT_EQ(tcsetattr(terminal.program.get(), TCSANOW, &settings), 0);
+        RunningProgram program(tarnwickctl({"kill", child.portText()}), terminal);
+        ASSERT_TRUE(program.shows("[y/N] "));
+        program.type(answer);
+        EXPECT_EQ(program.finish().exitCode, exitCode) << testing::PrintToString(answer);
+        EXPECT_EQ(child.endedBy(), endedBy) << testing::PrintToString(answer);
+    }
+}
+
 TEST(TarnwickctlKill, MayHaveAsManyDescriptorsAsItIsAllowed)
 {
     ListeningChild child;
@@ -289,7 +370,7 @@ TEST(TarnwickctlKill, DoesNothingAfterANoAnEndOfInputOrAnInterrupt)
 {
     ListeningChild child;
     const std::vector<std::pair<std::string, int>> answers{
-        {"n\n", 1}, {"\n", 1}, {"\x04", 1}, {"\x03", 128 + SIGINT}};
+        {"n\n", 1}, {"\n", 1}, {"\x04", 1}, {"y\x04\x04", 1}, {"\x03", 128 + SIGINT}};
     for (const auto &[answer, exitCode] : answers) {
         PseudoTerminal terminal(80, 24);
         RunningProgram program(tarnwickctl({"kill", child.portText()}), terminal);
@@ -331,6 +412,44 @@ TEST(TarnwickctlKill, FindsThePortTakenByAProcessThatSharedItAndInheritedTheSock
     EXPECT_THAT(result.errors,
                 EndsWith("Port " + child.portText() + " is still held by shop-server" + " (pid " +
                          std::to_string(child.grandchild()) + ").\n"));
+    EXPECT_EQ(child.endedBy(), SIGTERM);
+}
+
+TEST(TarnwickctlKill, FindsThePortTakenByAChildWithASocketOfItsOwn)
+{
+    ListeningChild child({.hasChild = true, .childListens = true, .childInherits = false});
+    ASSERT_GT(child.grandchild(), 0);
+    const auto result = runTarnwickctl({"kill", "--yes", "--pid", child.pidText()});
+    EXPECT_EQ(result.exitCode, 5);
+    EXPECT_EQ(result.output, "[kill] :" + child.portText() + " terminated\n");
+    EXPECT_THAT(result.errors,
+                EndsWith("Port " + child.portText() + " is still held by shop-server" + " (pid " +
+                         std::to_string(child.grandchild()) + ").\n"));
+    EXPECT_EQ(child.endedBy(), SIGTERM);
+}
+
+TEST(TarnwickctlKill, LeavesThePortToWhomItWasSharedWith)
+{
+    ListeningChild child({.isShared = true});
+    const FileDescriptor share = child.shareFirstPort();
+    const auto result = runTarnwickctl({"kill", "--yes", "--pid", child.pidText()});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.errors, EndsWith("(pid " + std::to_string(getpid()) + ").\n"));
+    EXPECT_EQ(child.endedBy(), SIGTERM);
+}
+
+TEST(TarnwickctlKill, FindsThePortTakenByASocketThatWasOpenedSinceTheQuestion)
+{
+    ListeningChild child({.isShared = true});
+    const FileDescriptor share = child.shareFirstPort();
+    PseudoTerminal terminal(80, 24);
+    RunningProgram program(tarnwickctl({"kill", "--pid", child.pidText()}), terminal);
+    ASSERT_TRUE(program.shows("[y/N] "));
+    const FileDescriptor opened = child.shareFirstPort();
+    program.type("y\n");
+    const auto result = program.finish();
+    EXPECT_EQ(result.exitCode, 5);
+    EXPECT_THAT(result.output, HasSubstr("Port " + child.portText() + " is still held by "));
     EXPECT_EQ(child.endedBy(), SIGTERM);
 }
 

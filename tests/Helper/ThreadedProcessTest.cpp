@@ -4,8 +4,12 @@
 #include "tests/Support/ThreadedProcess.h"
 #include "Helper/ProcessTerminator.h"
 #include "tests/Helper/InventoryFixture.h"
+#include "tests/Support/OtherUser.h"
 
 #include <filesystem>
+
+#include <sys/prctl.h>
+#include <unistd.h>
 
 namespace Tarnwick {
 namespace {
@@ -39,6 +43,26 @@ TEST_F(ThreadedProcessTest, StaysTheOwnerWhenItsMainThreadEnds)
     }
     ASSERT_TRUE(server.awaitEndOfMainThread());
     EXPECT_EQ(only(list(m_inventory), server.port()).pid, server.pid());
+}
+
+TEST_F(ThreadedProcessTest, OwnsItsSocketsWithoutItsMainThreadForAUserWhoIsNotRoot)
+{
+    if (::getuid() != 0) {
+        GTEST_SKIP() << "whoever is not root is such a user in the other tests";
+    }
+    const int failed = asOtherUser([] {
+        // Who changes the user is root's to look into.
+        ::prctl(PR_SET_DUMPABLE, 1);
+        const ThreadedProcess server(Kind::WithoutMainThread);
+        ListenerInventory inventory;
+        const bool isListed = server.awaitEndOfMainThread() &&
+                              only(list(inventory), server.port()).pid == server.pid() &&
+                              only(list(inventory), server.port()).processName == "HelperTests";
+        return isListed && codeOf(terminate(inventory, server.pid())) == KillResultCode::Terminated
+                   ? 0
+                   : 1;
+    });
+    EXPECT_EQ(failed, 0);
 }
 
 TEST_F(ThreadedProcessTest, CanBeEndedWithoutItsMainThread)

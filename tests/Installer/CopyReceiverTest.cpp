@@ -249,6 +249,15 @@ TEST_F(CopyReceiverTest, OutlivesSignalsOfTerminalsTimersAndLimits)
     EXPECT_EQ(read(m_applications / "copy" / "bin" / "tarnwick"), "hello");
 }
 
+TEST_F(CopyReceiverTest, WorksInTheRootDirectory)
+{
+    std::string temporaryName;
+    const std::optional<Subprocess> receiver = startReceiver(temporaryName);
+    ASSERT_TRUE(receiver);
+    ASSERT_THAT(temporaryName, StartsWith(".tarnwick-"));
+    EXPECT_EQ(fs::read_symlink("/proc/" + std::to_string(receiver->pid()) + "/cwd"), "/");
+}
+
 TEST_F(CopyReceiverTest, UndoesEverythingWhenTheOtherHalfDies)
 {
     pkexec("\"$@\"; echo $? > '" + (m_folder.path() / "ended.part").string() + "'; mv '" +

@@ -84,7 +84,7 @@ protected:
     }
 
     const std::string m_first = "tarnwick-copy 1\n5 644 deep/er/first\nhello";
-    const std::string m_aside = ".tarnwick-aside-" + m_target.filename().string();
+    const std::string m_aside = ".tarnwick-aside-" + m_target.filename().string() + "-abc012";
 };
 
 TEST_F(LeftoversTest, OfAnInstallationThatWasKilledAreRemovedByTheNextOne)
@@ -133,7 +133,9 @@ TEST_F(LeftoversTest, AreNoFoldersOfOthers)
 {
     for (const char *const name :
          {".tarnwick-abc01", ".tarnwick-abc0123", ".tarnwick-ABC012", ".tarnwick-abc-12",
-          ".tarnwick-abc789", "tarnwick-abc012", ".tarnwick-", ".tarnwick-aside-other"}) {
+          ".tarnwick-abc789", "tarnwick-abc012", ".tarnwick-", ".tarnwick-aside-other",
+          ".tarnwick-aside-other-abc012", ".tarnwick-aside-Tarn'wick copy",
+          ".tarnwick-aside-Tarn'wick copy-abc0123", ".tarnwick-aside-Tarn'wick copy-more-abc012"}) {
         static_cast<void>(makeLeftover(name));
     }
     write(m_applications / ".tarnwick-nomark" / "letter", "dear\n");
@@ -252,7 +254,7 @@ TEST_F(LeftoversTest, AreNoneOfAnExchangeInTwoSteps)
                              "complete\n"
                              "commit\n";
     std::optional<Subprocess::End> end;
-    const bool isPossible = withoutRenameFlags([&] {
+    const bool isPossible = withoutRenameFlags(MissingFlags::All, [&] {
         std::optional<Subprocess> receiver =
             Subprocess::start({installProgram, "--receive", m_applications, m_target.filename()});
         if (receiver && writeAll(receiver->input().get(), text) == text.size()) {
@@ -266,6 +268,80 @@ TEST_F(LeftoversTest, AreNoneOfAnExchangeInTwoSteps)
     EXPECT_TRUE(end->isSuccess());
     EXPECT_EQ(read(m_target / "bin" / "tarnwick"), "hello");
     EXPECT_THAT(names(), ElementsAre(m_target.filename()));
+}
+
+TEST_F(LeftoversTest, OfOthersBlockNoExchangeInTwoSteps)
+{
+    const fs::path taken = m_applications / (".tarnwick-aside-" + m_target.filename().string());
+    for (const MissingFlags missing : {MissingFlags::All, MissingFlags::Exchange}) {
+        for (const bool isEmpty : {true, false}) {
+            haveOlderCopy();
+            fs::create_directory(taken);
+            if (!isEmpty) {
+                write(taken / "letter", "dear\n");
+            }
+            const Contents before = contents(taken);
+            std::optional<int> status;
+            if (!withoutRenameFlags(missing, [&] { status = install(); })) {
+                GTEST_SKIP() << "the system filters no system calls";
+            }
+            EXPECT_EQ(status, 0) << m_said;
+            EXPECT_EQ(read(m_target / "bin" / "tarnwick"), programText());
+            EXPECT_THAT(names(), ElementsAre(taken.filename(), m_target.filename()));
+            EXPECT_EQ(contents(taken), before);
+            fs::remove_all(taken);
+            fs::remove_all(m_target);
+        }
+    }
+}
+
+TEST_F(LeftoversTest, ThatAnotherProcessLocksBlockNoExchangeInTwoSteps)
+{
+    haveOlderCopy();
+    const fs::path taken =
+        makeLeftover(".tarnwick-aside-" + m_target.filename().string()); // of somebody else
+    const fs::path aside = makeLeftover(m_aside);
+    const FileDescriptor takenLock(::open(taken.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const FileDescriptor asideLock(::open(aside.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(::flock(takenLock.get(), LOCK_EX), 0);
+    ASSERT_EQ(::flock(asideLock.get(), LOCK_EX), 0);
+    std::optional<int> status;
+    if (!withoutRenameFlags(MissingFlags::All, [&] { status = install(); })) {
+        GTEST_SKIP() << "the system filters no system calls";
+    }
+    EXPECT_EQ(status, 0) << m_said;
+    EXPECT_EQ(read(m_target / "bin" / "tarnwick"), programText());
+    EXPECT_TRUE(fs::exists(taken / "bin" / "tarnwick"));
+    EXPECT_TRUE(fs::exists(aside / "bin" / "tarnwick"));
+    ASSERT_EQ(::flock(asideLock.get(), LOCK_UN), 0);
+    EXPECT_EQ(install(), 0) << m_said;
+    EXPECT_THAT(names(), ElementsAre(taken.filename(), m_target.filename()));
+}
+
+TEST_F(LeftoversTest, ThatWereSetAsideLastReturnToTheirPlace)
+{
+    const auto changed = [](const fs::path &folder) {
+        struct stat status = {};
+        EXPECT_EQ(::stat(folder.c_str(), &status), 0);
+        return std::pair(status.st_ctim.tv_sec, status.st_ctim.tv_nsec);
+    };
+    for (const auto &[first, second] : {std::pair("-abc012", "-bcd123"), {"-bcd123", "-abc012"}}) {
+        const std::string begin = ".tarnwick-aside-" + m_target.filename().string();
+        const fs::path older = makeLeftover(begin + first);
+        haveOlderCopy();
+        const Contents last = contents(m_target);
+        const fs::path newer = m_applications / (begin + second);
+        do { // until the clock of the file system has gone on
+            fs::rename(m_target, newer);
+            fs::rename(newer, m_target);
+        } while (changed(m_target) <= changed(older));
+        fs::rename(m_target, newer);
+        write(m_source / "bin" / "tarnwick", programText("exit 3\n"), 0755);
+        EXPECT_EQ(install(), 1);
+        EXPECT_EQ(contents(m_target), last);
+        EXPECT_THAT(names(), ElementsAre(m_target.filename()));
+        fs::remove_all(m_target);
+    }
 }
 
 } // namespace

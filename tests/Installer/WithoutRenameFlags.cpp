@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <cstdio>
 #include <thread>
 
 #include <linux/filter.h>
@@ -18,15 +19,16 @@ namespace Tarnwick {
 namespace {
 
 /// Of this thread, for good.
-bool filterRenameFlags()
+bool filterRenameFlags(MissingFlags missing)
 {
+    const unsigned filtered = missing == MissingFlags::All ? ~0U : RENAME_EXCHANGE;
     constexpr unsigned flags = 4; // the fifth argument; its low half, on a little-endian machine
     std::array<sock_filter, 6> program{{
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_renameat2, 0, 3),
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS,
                  offsetof(seccomp_data, args) + flags * sizeof(seccomp_data::args[0])),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, 0, 1, 0),
+        BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, filtered, 0, 1),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EINVAL),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
     }};
@@ -37,11 +39,11 @@ bool filterRenameFlags()
 
 } // namespace
 
-bool withoutRenameFlags(const std::function<void()> &body)
+bool withoutRenameFlags(MissingFlags missing, const std::function<void()> &body)
 {
     bool isFiltered = false;
     std::thread([&] {
-        isFiltered = filterRenameFlags();
+        isFiltered = filterRenameFlags(missing);
         if (isFiltered) {
             body();
         }

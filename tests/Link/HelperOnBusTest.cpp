@@ -321,18 +321,13 @@ protected:
         : HelperFixture({.letsEveryUserIn = true, .configuration = {}})
     {
     }
-
-    void SetUp() override
-    {
-        if (::getuid() != 0) {
-            GTEST_SKIP() << "only root can become another user";
-        }
-        HelperFixture::SetUp();
-    }
 };
 
 TEST_F(HelperOnOpenBus, RefusesWhoeverIsAnotherUser)
 {
+    if (::getuid() != 0) {
+        GTEST_SKIP() << "only root can become another user";
+    }
     Puppet server;
     server.listen();
     const int refused = asOtherUser([this, &server] {

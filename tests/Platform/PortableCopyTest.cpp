@@ -6,6 +6,7 @@
 #include "App/MoveToApplications.h"
 #include "App/Preferences.h"
 #include "Platform/linux/AutostartEntry.h"
+#include "Shared/FileDescriptor.h"
 #include "Shared/Version.h"
 #include "tests/Installer/InstallProgram.h"
 #include "tests/Platform/Polling.h"
@@ -29,6 +30,9 @@
 #include <iterator>
 #include <string>
 #include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 namespace Tarnwick {
 namespace {
@@ -308,6 +312,41 @@ TEST_F(PortableCopyTest, EndsTheMoveWhenTheApplicationQuits)
     EXPECT_EQ(QCoreApplication::exec(), 0);
     EXPECT_EQ(outcome, Outcome::Stays);
     EXPECT_TRUE(fs::is_empty(m_applications));
+}
+
+TEST_F(PortableCopyTest, EndsTheMoveAlsoWhenTheInstallerIgnoresThatTheApplicationQuits)
+{
+    writeProgram(m_source / "bin" / "tarnwick-install", "trap '' TERM; touch '" +
+                                                            (m_folder.path() / "asked").string() +
+                                                            "'; while :; do sleep 0.05; done\n");
+    Outcome outcome = Outcome::Moved;
+    QTimer::singleShot(0, qApp, [this, &outcome] { outcome = agreeIn(m_source); });
+    QTimer tick;
+    QObject::connect(&tick, &QTimer::timeout, [this] {
+        if (triedToMove()) {
+            QCoreApplication::quit();
+        }
+    });
+    tick.start(std::chrono::milliseconds(5));
+    EXPECT_EQ(QCoreApplication::exec(), 0);
+    EXPECT_EQ(outcome, Outcome::Stays);
+}
+
+TEST_F(PortableCopyTest, IsStartedFromItsNewPlaceWhileTheOlderCopyIsStillBeingRemoved)
+{
+    const fs::path target = m_applications / "Tarn'wick";
+    const fs::path fifo = m_folder.path() / "fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    FileDescriptor held(::open(fifo.c_str(), O_RDWR | O_CLOEXEC));
+    const fs::path ended = m_folder.path() / "ended";
+    writeProgram(m_folder.path() / "bin" / "pkexec",
+                 "\"$@\"; read line < '" + fifo.string() + "'; touch '" + ended.string() + "'\n");
+    EXPECT_EQ(agreeIn(m_source), Outcome::Moved);
+    EXPECT_TRUE(awaitOutside([&target] { return fs::exists(target / "bin" / "tarnwick.ran"); }));
+    EXPECT_FALSE(fs::exists(ended));
+    EXPECT_TRUE(m_log.messages().empty());
+    held.reset();
+    EXPECT_TRUE(awaitOutside([&ended] { return fs::exists(ended); }));
 }
 
 TEST_F(PortableCopyTest, IsMovedWhenTheInstallerIsKilledAfterTheCopyHasGotItsPlace)

@@ -6,7 +6,6 @@
 #include "Helper/linux/ParallelLoop.h"
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <charconv>
 #include <mutex>
@@ -20,12 +19,9 @@ constexpr std::size_t longestCommandLine = 16UL * 1024;
 /// With fewer processes to look at than this, threads cost more than they save.
 constexpr std::size_t worthThreads = 128;
 
-constexpr std::array<std::string_view, 8> shells{"sh",  "bash", "dash", "zsh",
-                                                 "ksh", "fish", "mksh", "ash"};
-
 bool isShell(const GroupMember &member)
 {
-    return std::find(shells.begin(), shells.end(), member.stat.comm) != shells.end();
+    return member.stat.isShell();
 }
 
 /// Threads of the kernel, zombies, and processes that were searched own no socket.

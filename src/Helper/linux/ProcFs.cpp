@@ -23,6 +23,9 @@ namespace {
 /// PF_KTHREAD of the kernel's include/linux/sched.h.
 constexpr std::uint32_t kernelThreadFlag = 0x00200000;
 
+constexpr std::array<std::string_view, 8> shells{"sh",  "bash", "dash", "zsh",
+                                                 "ksh", "fish", "mksh", "ash"};
+
 /// The decimal text of a number, NUL-terminated, for a path.
 class NumberPath
 {
@@ -80,6 +83,11 @@ bool takeNumber(std::string_view &text, Number &number)
 bool Stat::isKernelThread() const
 {
     return (flags & kernelThreadFlag) != 0;
+}
+
+bool Stat::isShell() const
+{
+    return std::find(shells.begin(), shells.end(), comm) != shells.end();
 }
 
 FileDescriptor openRoot()

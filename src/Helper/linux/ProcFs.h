@@ -41,6 +41,9 @@ struct Stat
     std::uint64_t startTicks = 0; ///< since boot, in units of sysconf(_SC_CLK_TCK)
 
     [[nodiscard]] bool isKernelThread() const;
+
+    /// Whether `comm` is the name of one of the usual shells.
+    [[nodiscard]] bool isShell() const;
 };
 
 /// /proc itself, open; none when it is not mounted.

@@ -35,6 +35,7 @@ using std::filesystem::path;
 
 constexpr const char *installer = "tarnwick-install";
 constexpr std::string_view systemPrefix = "/usr/";
+constexpr int endTime = 2000; ///< ms in which a process ends that is to, or never does
 
 /// The folder with the marker: that of the executable, or the one above.
 std::optional<path> markedFolder(const path &executable)
@@ -152,7 +153,11 @@ ApplicationBundle::Privileged PortableCopy::runPrivileged(const BundleCopy &copy
         constexpr int applicationEnds = -1;
         if (loop.exec() == applicationEnds) {
             process.terminate(); // the installation undoes itself
-            process.waitForFinished(-1);
+            if (!process.waitForFinished(endTime)) {
+                process.kill();
+                process.waitForFinished(endTime);
+            }
+            break;
         }
     }
     const bool isDone = process.error() == QProcess::UnknownError &&
