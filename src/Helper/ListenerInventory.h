@@ -64,8 +64,9 @@ using Scan = std::variant<ScanResult, ListingError>;
 
 /// Everything that listens on a TCP port in this network namespace, with the process that owns each
 /// listening socket. It remembers between calls who owned which socket, so that a listing in which
-/// nothing changed costs one check for each listener; a first listing is the same code with nothing
-/// remembered. Belongs to one thread.
+/// nothing changed costs one check for each listener, and, as far as its share of the time allows,
+/// one for each process; a first listing is the same code with nothing remembered. Belongs to one
+/// thread.
 class ListenerInventory
 {
 public:
@@ -79,16 +80,20 @@ public:
         SocketSource source = SocketSource::Automatic;
         /// How often everything remembered is checked against a look at the whole machine, which
         /// gives what a first listing would. Between two of these only one change goes unseen: a
-        /// process that is older than a listener's owner, and of the same control group, is handed
-        /// the socket, and would now be its owner.
+        /// process that was there before is handed a socket of which it would be the owner, and has
+        /// as many descriptors as before, since it has closed others. The owners that a scan is
+        /// asked for are found as in a first listing.
         std::chrono::seconds auditInterval{300};
         /// The interval grows so that such a look takes no more than one part in this many of the
-        /// time.
+        /// time; nor does the one at the processes whose number of descriptors has changed, which
+        /// is made in every listing otherwise.
         int auditShare = 500;
         /// The most work of one search for owners, in looks at a descriptor, and that on one
         /// process. What is found by then is told, and of other sockets no owner.
         std::uint64_t mostWork = 2'000'000;
         std::uint64_t mostWorkOnProcess = 200'000;
+        /// The most time of all searches of one scan, and of one look at a process's descriptors.
+        std::chrono::milliseconds maxSearchTime{3000};
         /// Takes lines for the diagnostic log: what failed in a listing, each kind once in an hour.
         std::function<void(std::string_view line)> log{};
     };
@@ -118,7 +123,8 @@ public:
     [[nodiscard]] std::variant<Ownership, ListingError> ownership(std::int32_t pid);
 
     /// Whether @p pid itself has one of the sockets open that listened at the latest scan, by a
-    /// look at each of its descriptors, or the errno of what kept us from looking.
+    /// look at each of its descriptors, or the errno of what kept us from looking; ETIME where it
+    /// has more descriptors than can be looked at in Options::maxSearchTime.
     [[nodiscard]] std::variant<bool, int> holdsListener(std::int32_t pid) const;
 
     struct Private;

@@ -335,6 +335,28 @@ TEST_F(ListenerInventoryTest, NamesAListenerAnewThatBecameAnotherProgram)
     EXPECT_NE(then->program, now->program);
 }
 
+TEST_F(ListenerInventoryTest, TakesAListenerWhoseExecutableIsMovedForTheSameProgram)
+{
+    const TemporaryCopy copies;
+    const auto program = copies.copy(Puppet::program(), "moved server");
+    Puppet server(program, {"server"});
+    const int port = server.listen().port;
+    const RawPortInfo first = only(list(m_inventory), port);
+    const SharedProcessReport before = m_inventory.report();
+    std::filesystem::rename(program, copies.folder() / "moved");
+    const RawPortInfo record = only(list(m_inventory), port);
+    EXPECT_EQ(record.processName, first.processName);
+    EXPECT_EQ(record.commandPath, program);
+    const SharedProcessReport after = m_inventory.report();
+    const ReportedProcess *then = before->find(server.pid());
+    const ReportedProcess *now = after->find(server.pid());
+    ASSERT_TRUE(then != nullptr && now != nullptr);
+    EXPECT_EQ(then->program, now->program);
+    // Another file in the old one's place is another program.
+    server.exec(copies.copy(Puppet::program(), "successor"), {"successor"});
+    EXPECT_EQ(only(list(m_inventory), port).processName, "successor");
+}
+
 TEST_F(ListenerInventoryTest, ReportsWhichProcessesTheLatestListingNames)
 {
     Puppet server;

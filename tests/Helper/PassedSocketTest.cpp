@@ -23,6 +23,11 @@ protected:
     ListenerInventory m_audited{{.source = ListenerInventory::SocketSource::Automatic,
                                  .auditInterval = std::chrono::seconds(0),
                                  .auditShare = 0}};
+    /// Compares nothing with the whole machine after its first listing, and everything with the
+    /// processes whose number of descriptors has changed in each listing.
+    ListenerInventory m_compared{{.source = ListenerInventory::SocketSource::Automatic,
+                                  .auditInterval = std::chrono::hours(24),
+                                  .auditShare = 0}};
 };
 
 TEST_F(PassedSocketTest, IsNotTheMessageBusThatHasItInFlight)
@@ -145,6 +150,69 @@ TEST_F(PassedSocketTest, HasTheSameOwnerWarmAndColdWhenALaterProcessGetsALowerDe
         later.end();
         EXPECT_EQ(owner(listener.port), server.pid());
     }
+}
+
+TEST_F(PassedSocketTest, HasTheSameOwnerWarmAndColdWhenAnEarlierProcessIsHandedIt)
+{
+    struct Case
+    {
+        int ofServer;
+        int ofOlder;
+        bool isOlderOwner;
+    };
+    for (const Case &numbers :
+         {Case{5, 3, true}, Case{5, 12, true}, Case{5, 20, false}, Case{20, 25, true},
+          Case{20, 4, true}, Case{40, 60, true}, Case{40, 7, true}, Case{40, 700, true}}) {
+        Puppet older;
+        Puppet server;
+        const Puppet::Listener listener = server.listen(Puppet::Family::V4, numbers.ofServer);
+        EXPECT_EQ(only(list(m_compared), listener.port).pid, server.pid());
+        EXPECT_EQ(only(list(m_compared), listener.port).pid, server.pid());
+        server.pass(listener.descriptor, older, numbers.ofOlder);
+        const pid_t expected = numbers.isOlderOwner ? older.pid() : server.pid();
+        EXPECT_EQ(only(list(m_compared), listener.port).pid, expected)
+            << "from " << numbers.ofServer << " to " << numbers.ofOlder;
+        EXPECT_EQ(only(coldList(), listener.port).pid, expected);
+        EXPECT_EQ(only(list(m_compared), listener.port).pid, expected) << "it stays so";
+    }
+}
+
+TEST_F(PassedSocketTest, PassesToAHolderInTheGroupThatWasThereBefore)
+{
+    const auto ofKeeper = ControlGroup::make("without.service");
+    const auto ofServer = ControlGroup::make("within.service");
+    if (!ofKeeper || !ofServer) {
+        GTEST_SKIP() << "no control group to be had";
+    }
+    Puppet server;
+    Puppet heir;
+    ASSERT_TRUE(ofServer->take(server.pid()) && ofServer->take(heir.pid()));
+    Puppet keeper;
+    ASSERT_TRUE(ofKeeper->take(keeper.pid()));
+    const Puppet::Listener listener = server.listen();
+    server.pass(listener.descriptor, keeper, 7);
+    server.end();
+    EXPECT_EQ(only(list(m_compared), listener.port).pid, keeper.pid());
+    keeper.pass(7, heir, 300);
+    EXPECT_EQ(only(list(m_compared), listener.port).pid, heir.pid());
+}
+
+TEST_F(PassedSocketTest, IsNotWhatItsFormerOwnerIsKilledFor)
+{
+    // With as many descriptors as before, nothing makes a listing compare the two.
+    Puppet older;
+    older.openFiles(1);
+    Puppet server;
+    const Puppet::Listener listener = server.listen(Puppet::Family::V4, 5);
+    EXPECT_EQ(only(list(m_compared), listener.port).pid, server.pid());
+    EXPECT_EQ(only(list(m_compared), listener.port).pid, server.pid());
+    older.close(3);
+    server.pass(listener.descriptor, older, 3);
+    EXPECT_EQ(codeOf(terminate(m_compared, server.pid())), KillResultCode::PermissionDenied);
+    EXPECT_FALSE(server.hasEnded());
+    EXPECT_EQ(only(list(m_compared), listener.port).pid, older.pid());
+    EXPECT_EQ(codeOf(terminate(m_compared, older.pid())), KillResultCode::Terminated);
+    EXPECT_EQ(codeOf(listAndTerminate(m_compared, server.pid())), KillResultCode::Terminated);
 }
 
 TEST_F(PassedSocketTest, StaysWithTheServerWhenALaterProcessGetsAHigherDescriptor)

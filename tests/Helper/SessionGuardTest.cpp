@@ -15,10 +15,13 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <iostream>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -147,7 +150,7 @@ class SessionGuardTest : public InventoryFixture
 protected:
     void SetUp() override
     {
-        if (std::holds_alternative<int>(UnixListeners::list())) {
+        if (std::holds_alternative<SystemFailures::Failure>(UnixListeners::list())) {
             GTEST_SKIP() << "the kernel does not tell which UNIX socket listens where";
         }
     }
@@ -541,6 +544,57 @@ TEST_F(SessionGuardTest, SaysThatItCouldNotFindOutWhatAProcessIs)
         }
         EXPECT_NE(code, 0) << "system call " << call;
     }
+}
+
+TEST_F(SessionGuardTest, FailsWhereAProcessHasMoreDescriptorsThanItHasTimeFor)
+{
+    const Puppet server;
+    const SessionGuard::Answer answer =
+        SessionGuard::part(server.pid(), std::chrono::milliseconds(0));
+    const auto *failure = std::get_if<SessionGuard::Failure>(&answer);
+    ASSERT_NE(failure, nullptr);
+    EXPECT_EQ(failure->code, ETIME);
+    EXPECT_NE(failure->message.find("too many descriptors"), std::string::npos) << failure->message;
+}
+
+TEST_F(SessionGuardTest, SaysWhichSystemCallFailed)
+{
+    const TemporaryFolder folder;
+    const std::string path = (folder.path() / "bus").string();
+    FileDescriptor listener = listenAt(path);
+    FileDescriptor port(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    ASSERT_TRUE(listener && port && ::listen(port.get(), 1) == 0);
+    const Heir heir;
+    listener.reset();
+    port.reset();
+    const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
+    for (const auto &[code, reason] :
+         {std::pair(EPERM, "socket(AF_NETLINK): "), std::pair(EMFILE, "socket(AF_UNIX): ")}) {
+        const int result = inOwnProcess([code = code, reason = reason, &heir] {
+            try {
+                ListenerInventory inventory;
+                static_cast<void>(list(inventory));
+                constexpr std::array<long, 1> watched{SYS_socket};
+                FailingCalls calls(watched);
+                calls.failEach(SYS_socket, code);
+                const KillAnswer answer = InventoryFixture::terminate(inventory, heir.pid());
+                const auto *error = std::get_if<KillError>(&answer);
+                const std::string expected = std::string(reason) + std::strerror(code);
+                if (error != nullptr && error->code == code && error->message.ends_with(expected)) {
+                    return 0;
+                }
+                std::cerr << (error != nullptr ? error->message : "no error") << '\n';
+                return 1;
+            } catch (const std::runtime_error &) {
+                return unavailable;
+            }
+        });
+        if (result == unavailable) {
+            GTEST_SKIP() << "no filter of system calls to be had";
+        }
+        EXPECT_EQ(result, 0) << std::strerror(code);
+    }
+    EXPECT_EQ(::kill(heir.pid(), 0), 0) << "it may be the bus";
 }
 
 TEST_F(SessionGuardTest, FailsWhereTheKernelCannotTellWhichSocketListensAtAnAddress)

@@ -125,6 +125,7 @@ TEST_F(SharedSocketTest, BelongsToAParentThatWasHandedItByItsChild)
 TEST_F(SharedSocketTest, IsCheckedAgainstAllProcessesFromTimeToTime)
 {
     Puppet older;
+    older.openFiles(1);
     Puppet server;
     ListenerInventory audited({.source = ListenerInventory::SocketSource::Automatic,
                                .auditInterval = std::chrono::seconds(0),
@@ -132,6 +133,8 @@ TEST_F(SharedSocketTest, IsCheckedAgainstAllProcessesFromTimeToTime)
     const Puppet::Listener listener = server.listen(Family::V4, 5);
     EXPECT_EQ(only(list(audited), listener.port).pid, server.pid());
     EXPECT_EQ(only(list(m_inventory), listener.port).pid, server.pid());
+    // As many descriptors as before: no other listing would look at the older one.
+    older.close(3);
     server.pass(listener.descriptor, older, 3);
     EXPECT_EQ(only(list(audited), listener.port).pid, older.pid());
     EXPECT_EQ(only(coldList(), listener.port).pid, older.pid());

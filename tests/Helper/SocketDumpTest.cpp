@@ -3,18 +3,23 @@
 
 #include "Helper/linux/SocketDump.h"
 
+#include "tests/Support/OtherUser.h"
 #include "tests/Support/Puppet.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <limits>
+#include <optional>
 #include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include <linux/netlink.h>
+#include <sys/resource.h>
 
 namespace Tarnwick {
 namespace {
@@ -89,6 +94,26 @@ TEST(SocketDump, TakesOnlyANegatedErrorNumberForTheReasonOfAnEnd)
         EXPECT_TRUE(progress.isOver);
         EXPECT_EQ(progress.error, expected) << told;
     }
+}
+
+TEST(SocketDump, SaysWhichCallsFailed)
+{
+    const int result = inOwnProcess([] {
+        const rlimit none = {.rlim_cur = 0, .rlim_max = 0};
+        SocketDump dump(ListenerInventory::SocketSource::Automatic);
+        std::vector<ListeningSocket> sockets;
+        if (::setrlimit(RLIMIT_NOFILE, &none) != 0) {
+            return 1;
+        }
+        const std::optional<ListingError> error = dump.list(sockets);
+        const std::string reason = std::strerror(EMFILE);
+        return error && error->code == EMFILE &&
+                       error->message == "cannot list the listening sockets: socket(AF_NETLINK): " +
+                                             reason + "; /proc/net/tcp: " + reason
+                   ? 0
+                   : 2;
+    });
+    EXPECT_EQ(result, 0);
 }
 
 TEST(SocketDump, SaysTheSameThroughDiagnosticsAndTables)

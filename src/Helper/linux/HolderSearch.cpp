@@ -72,7 +72,6 @@ FileDescriptor openDescriptors(int root, pid_t pid, pid_t thread)
 HolderSearch::HolderSearch(int root, std::span<const ListeningSocket> sockets, const Limits &limits)
     : m_root(root)
     , m_limits(limits)
-    , m_deadline(std::chrono::steady_clock::now() + limits.time)
     , m_countsTold(kernelTellsCounts(root))
 {
     m_index.reserve(sockets.size());
@@ -222,7 +221,7 @@ bool HolderSearch::mayWork(std::uint64_t done, std::uint64_t allowance)
 {
     constexpr std::uint64_t betweenLooksAtTheClock = 256;
     const bool isLate =
-        done % betweenLooksAtTheClock == 0 && std::chrono::steady_clock::now() > m_deadline;
+        done % betweenLooksAtTheClock == 0 && std::chrono::steady_clock::now() > m_limits.deadline;
     const bool may = done < allowance && m_work + done < m_limits.total && !isLate;
     m_cut = m_cut || !may;
     return may;
@@ -331,7 +330,7 @@ void HolderSearch::visitThreads(std::span<const ProcFs::ProcessEntry> processes,
     std::erase_if(threaded, [](const Threaded &process) { return process.threads <= 1; });
     const std::size_t omitted = std::erase_if(
         threaded, [&backoff](const Threaded &process) { return !backoff.isDue(process.process); });
-    m_cut = m_cut || omitted > 0;
+    m_omitsThreads = m_omitsThreads || omitted > 0;
     std::stable_sort(
         threaded.begin(), threaded.end(),
         [](const Threaded &left, const Threaded &right) { return left.threads < right.threads; });

@@ -58,13 +58,18 @@ public:
         bool complete = false; ///< whether all of its descriptors have been looked at
     };
 
+    /// How long a search may take where nothing else is said.
+    static constexpr std::chrono::milliseconds defaultTime{3000};
+
     /// The most that a search does. Work is counted in looks at a descriptor, each of which takes
     /// about a microsecond, and in steps that cost as much.
     struct Limits
     {
         std::uint64_t process = 200'000; ///< work on one process
         std::uint64_t total = 2'000'000; ///< work on all
-        std::chrono::milliseconds time{3000};
+        /// Several searches with one purpose have one deadline.
+        std::chrono::steady_clock::time_point deadline =
+            std::chrono::steady_clock::now() + defaultTime;
     };
 
     /// @p sockets must outlive the search; those with inode 0 are never found.
@@ -76,6 +81,8 @@ public:
 
     /// Whether a limit kept the search from looking at something.
     [[nodiscard]] bool isCut() const { return m_cut; }
+    /// Whether visitThreads() left out the threads of a process that were not due.
+    [[nodiscard]] bool omitsThreads() const { return m_omitsThreads; }
     /// The work done up to now.
     [[nodiscard]] std::uint64_t work() const { return m_work; }
 
@@ -93,7 +100,7 @@ public:
     bool visitAll(std::span<const ProcFs::ProcessEntry> processes, const Settled &settled);
 
     /// Looks at the descriptors that the main threads of these processes, which have been visited,
-    /// do not have. Those that are not due by @p backoff are left out, as if by a limit.
+    /// do not have. Those that are not due by @p backoff are left out, see omitsThreads().
     void visitThreads(std::span<const ProcFs::ProcessEntry> processes, ThreadScanBackoff &backoff);
 
     /// In which band a number is; 0 for the lowest. Where the kernel does not tell how many
@@ -158,9 +165,9 @@ private:
 
     int m_root;
     Limits m_limits;
-    std::chrono::steady_clock::time_point m_deadline;
     std::atomic<std::uint64_t> m_work{0};
     std::atomic<bool> m_cut{false};
+    bool m_omitsThreads = false;
     bool m_countsTold; ///< whether this kernel tells the number of descriptors
     std::vector<Indexed> m_index;
     std::unordered_map<pid_t, Visited> m_visited;

@@ -7,6 +7,7 @@
 #include "Helper/linux/ListenerInventoryPrivate.h"
 
 #include <cerrno>
+#include <chrono>
 #include <new>
 #include <utility>
 
@@ -69,7 +70,9 @@ SharedProcessReport ListenerInventory::report() const
 
 std::variant<bool, int> ListenerInventory::holdsListener(std::int32_t pid) const
 {
-    return HeldSockets::any(m_private->root.get(), pid, m_private->sockets);
+    const Private &d = *m_private;
+    return HeldSockets::any(d.root.get(), pid, d.sockets,
+                            std::chrono::steady_clock::now() + d.searchTime);
 }
 
 } // namespace Tarnwick

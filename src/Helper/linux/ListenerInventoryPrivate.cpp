@@ -17,21 +17,14 @@ namespace Tarnwick {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 /// The longest pause between two searches for an owner that could not be found, in listings.
 constexpr std::uint64_t longestPause = 64;
-/// How often the owners of a listing are searched for, when some end meanwhile or a search fails.
-constexpr int attempts = 3;
 
 } // namespace
 
 Scan ListenerInventory::Private::scan(const ScanRequest &request)
 {
-    using Reading = ProcessInspector::Reading;
-    const Reading least =
-        request.owners.empty() ? Reading::WhatMayHaveChanged : Reading::Everything;
-    if (std::optional<ListingError> error = update(least)) {
+    if (std::optional<ListingError> error = update(request)) {
         return *std::move(error);
     }
     ScanResult result;
@@ -61,9 +54,13 @@ std::vector<std::uint64_t> ListenerInventory::Private::reportedSockets()
     return reported;
 }
 
-/// Finds out what listens now and who owns it, reading of the known owners no less than @p least.
-std::optional<ListingError> ListenerInventory::Private::update(ProcessInspector::Reading least)
+/// Finds out what listens now and who owns it. What the owners that are asked for have is found as
+/// in a first listing.
+std::optional<ListingError> ListenerInventory::Private::update(const ScanRequest &request)
 {
+    using Reading = ProcessInspector::Reading;
+    const Reading least =
+        request.owners.empty() ? Reading::WhatMayHaveChanged : Reading::Everything;
     if (!root) {
         return ListingError{ENOENT, "cannot read /proc: is it mounted?"};
     }
@@ -74,9 +71,18 @@ std::optional<ListingError> ListenerInventory::Private::update(ProcessInspector:
     clock.update();
     // The moment that the listing is true of, where nothing else ran then.
     const ProcessCensus::Pulse pulse = census.pulse();
-    memory.check(sockets, clock, pulse.othersRun ? ProcessInspector::Reading::Everything : least);
-    if (const Questions asked = questions(pulse); !asked.none()) {
+    memory.check(sockets, clock, pulse.othersRun ? Reading::Everything : least);
+    limits.deadline = Clock::now() + searchTime;
+    const Questions asked = questions(pulse, request.owners);
+    const bool isComparisonDue = memory.listing() > 1 && !sockets.empty() && !asked.everything &&
+                                 Clock::now() >= nextComparison;
+    if (!asked.none()) {
         resolve(asked, attempts);
+    } else if (isComparisonDue) {
+        beginLook(ProcessCensus::Purpose::Comparison);
+    }
+    if (isComparisonDue) {
+        compareWithChanged();
     }
     logFailures();
     return std::nullopt;
@@ -90,7 +96,8 @@ void ListenerInventory::Private::logFailures()
 }
 
 ListenerInventory::Private::Questions
-ListenerInventory::Private::questions(ProcessCensus::Pulse pulse)
+ListenerInventory::Private::questions(ProcessCensus::Pulse pulse,
+                                      std::span<const std::int32_t> owners)
 {
     Questions questions;
     Places open;
@@ -102,6 +109,9 @@ ListenerInventory::Private::questions(ProcessCensus::Pulse pulse)
         } else if ((known.attribution != KnownSocket::Attribution::None && !known.verified) ||
                    std::exchange(known.unsure, false)) {
             questions.lost.push_back(place);
+        } else if (known.attribution == KnownSocket::Attribution::Held &&
+                   std::find(owners.begin(), owners.end(), known.owner) != owners.end()) {
+            questions.doubtful.push_back(place);
         } else if (known.isOpen()) {
             open.push_back(place);
         } else if (known.isOpenBelow()) {
@@ -175,7 +185,7 @@ void ListenerInventory::Private::look(OwnerResolution &resolution, GroupAttribut
                                       const Questions &questions)
 {
     const Clock::time_point start = Clock::now();
-    bool everywhere = memory.listing() == 1 || questions.everything;
+    bool everywhere = memory.listing() == 1 || questions.everything || !questions.doubtful.empty();
     Places inherited;
     // Who comes later is compared with the owner there is.
     for (const std::uint32_t place : questions.open) {
@@ -217,24 +227,30 @@ void ListenerInventory::Private::look(OwnerResolution &resolution, GroupAttribut
     }
 }
 
+/// Takes note of the processes that there are now, before they are looked at.
+void ListenerInventory::Private::beginLook(ProcessCensus::Purpose purpose)
+{
+    memory.makeRoom();
+    groups.beginLook();
+    backoff.beginListing(memory.listing());
+    backoff.retain(census.take(purpose));
+}
+
 void ListenerInventory::Private::resolve(const Questions &questions, int attemptsLeft)
 {
     Places wanted = questions.fresh;
     wanted.insert(wanted.end(), questions.lost.begin(), questions.lost.end());
     wanted.insert(wanted.end(), questions.open.begin(), questions.open.end());
+    wanted.insert(wanted.end(), questions.doubtful.begin(), questions.doubtful.end());
     if (questions.everything) {
         wanted.resize(sockets.size());
         for (std::uint32_t place = 0; place < sockets.size(); ++place) {
             wanted[place] = place;
         }
     }
-    memory.makeRoom();
-    groups.beginLook();
     const std::uint64_t failures = SystemFailures::count();
-    const std::span<const ProcFs::ProcessEntry> processes = census.take();
-    backoff.beginListing(memory.listing());
-    backoff.retain(processes);
-    OwnerResolution resolution(root.get(), sockets, processes, groups, backoff, limits);
+    beginLook(ProcessCensus::Purpose::Search);
+    OwnerResolution resolution(root.get(), sockets, census.processes(), groups, backoff, limits);
     for (const std::uint32_t place : wanted) {
         resolution.want(place);
     }
@@ -257,11 +273,17 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
     });
     look(resolution, attribution, questions);
     const bool failed = SystemFailures::count() != failures;
-    if (failed && attemptsLeft == attempts) {
+    if (failed && attemptsLeft == attempts && Clock::now() < limits.deadline) {
         resolve(questions, attemptsLeft - 1);
         return;
     }
     const bool isCut = resolution.search().isCut();
+    if (!failed && !isCut && attemptsLeft == attempts &&
+        (memory.listing() == 1 || questions.everything)) {
+        for (const auto &[pid, visited] : resolution.search().visited()) {
+            census.noteCompared(pid, visited.descriptors);
+        }
+    }
     if (isCut) {
         log.log("[helper] the search for owners was cut short",
                 " after " + std::to_string(resolution.search().work()) + " descriptors");
@@ -270,12 +292,17 @@ void ListenerInventory::Private::resolve(const Questions &questions, int attempt
     Places unowned;
     Questions ended;
     for (const std::uint32_t place : wanted) {
-        const std::optional<SocketOwner> owner = resolution.owner(place);
         KnownSocket &known = memory.socket(place);
         known.unsure = failed;
-        if ((failed || isCut) && known.verified && !known.isOpen()) {
+        const bool mayMissOwner =
+            failed || isCut || (known.thread != 0 && resolution.search().omitsThreads());
+        if (mayMissOwner && known.verified && !known.isOpen()) {
+            resolution.assume({place, known.owner, known.descriptor, known.thread});
+            const std::optional<SocketOwner> better = resolution.owner(place);
+            known.kept = known.kept || (better && better->pid != known.owner);
             continue; // what was missed may be just this owner
         }
+        const std::optional<SocketOwner> owner = resolution.owner(place);
         if (owner && assign(place, *owner)) {
             continue;
         }

@@ -21,6 +21,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace Tarnwick {
@@ -33,6 +34,7 @@ struct ListenerInventory::Private
         : auditInterval(options.auditInterval)
         , auditShare(options.auditShare)
         , limits({.process = options.mostWorkOnProcess, .total = options.mostWork})
+        , searchTime(options.maxSearchTime)
         , log(options.log)
         , root(ProcFs::openRoot())
         , dump(options.source)
@@ -42,6 +44,11 @@ struct ListenerInventory::Private
     }
 
     using Places = std::vector<std::uint32_t>;
+    using Clock = std::chrono::steady_clock;
+
+    /// How often the owners of a listing are searched for, when some end meanwhile or a search
+    /// fails.
+    static constexpr int attempts = 3;
 
     /// The sockets of a listing whose owner has to be looked for, by why.
     struct Questions
@@ -50,19 +57,24 @@ struct ListenerInventory::Private
         Places lost;             ///< their owner is gone or has them no more
         Places open;             ///< without an owner that is sure to stay, and worth another look
         Places openBelow;        ///< whose owner stays unless a new process has a lower descriptor
+        Places doubtful;         ///< whose owner is to be found as in a first listing
         bool everything = false; ///< check all that is remembered, too
 
         [[nodiscard]] bool none() const
         {
             return fresh.empty() && lost.empty() && open.empty() && openBelow.empty() &&
-                   !everything;
+                   doubtful.empty() && !everything;
         }
     };
 
     [[nodiscard]] Scan scan(const ScanRequest &request);
     [[nodiscard]] std::vector<std::uint64_t> reportedSockets();
-    [[nodiscard]] std::optional<ListingError> update(ProcessInspector::Reading least);
-    [[nodiscard]] Questions questions(ProcessCensus::Pulse pulse);
+    [[nodiscard]] std::optional<ListingError> update(const ScanRequest &request);
+    [[nodiscard]] Questions questions(ProcessCensus::Pulse pulse,
+                                      std::span<const std::int32_t> owners);
+    void beginLook(ProcessCensus::Purpose purpose);
+    void compareWithChanged();
+    [[nodiscard]] Places heldByBetterOwners();
     void resolve(const Questions &questions, int attemptsLeft);
     [[nodiscard]] bool assign(std::uint32_t place, const SocketOwner &owner);
     [[nodiscard]] Places inheritedFromAnybody(OwnerResolution &resolution, const Places &fresh);
@@ -79,7 +91,8 @@ struct ListenerInventory::Private
 
     std::chrono::seconds auditInterval;
     int auditShare;
-    HolderSearch::Limits limits;
+    HolderSearch::Limits limits; ///< of the searches of one scan
+    std::chrono::milliseconds searchTime;
     HourlyLog log;
     FileDescriptor root;
     SocketDump dump;
@@ -91,6 +104,7 @@ struct ListenerInventory::Private
     std::vector<ListeningSocket> sockets;
     SharedProcessReport report = std::make_shared<const ProcessReport>();
     std::chrono::steady_clock::time_point nextAudit;
+    std::chrono::steady_clock::time_point nextComparison;
     bool isInterrupted = false; ///< the last scan was not finished
 };
 

@@ -16,6 +16,11 @@ class NetlinkDump
 public:
     NetlinkDump() = delete;
 
+    /// The system calls of a dump, by the names under which their failures are reported.
+    static constexpr const char *socketCall = "socket(AF_NETLINK)";
+    static constexpr const char *sendCall = "send(AF_NETLINK)";
+    static constexpr const char *receiveCall = "recv(AF_NETLINK)";
+
     /// How far a dump has come.
     struct Progress
     {

@@ -47,6 +47,18 @@ void OwnerResolution::look(std::span<const pid_t> processes)
     climb();
 }
 
+void OwnerResolution::lookUpTo(unsigned highest, std::span<const ProcFs::ProcessEntry> processes)
+{
+    m_search.visitAll(processes, [highest](unsigned looked) { return looked > highest; });
+}
+
+bool OwnerResolution::isHeldByOther(std::uint32_t socket, pid_t pid)
+{
+    const std::span<const Holder> holders = m_search.holders(socket);
+    return std::any_of(holders.begin(), holders.end(),
+                       [pid](const Holder &holder) { return holder.pid != pid; });
+}
+
 void OwnerResolution::lookEverywhere(std::span<const std::uint32_t> inherited,
                                      const KnownOtherwise &knownOtherwise)
 {

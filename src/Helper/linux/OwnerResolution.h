@@ -65,6 +65,13 @@ public:
     /// Looks at these processes, and at those above each holder in its tree.
     void look(std::span<const pid_t> processes);
 
+    /// Looks at the descriptors of these processes up to the range in which @p highest lies, as a
+    /// look at all processes does for a socket that was found under this number.
+    void lookUpTo(unsigned highest, std::span<const ProcFs::ProcessEntry> processes);
+
+    /// Whether another process than @p pid is known to hold a socket.
+    [[nodiscard]] bool isHeldByOther(std::uint32_t socket, pid_t pid);
+
     /// Whether the owner of a socket that nobody was seen to hold is known in another way.
     using KnownOtherwise = std::function<bool(std::uint32_t socket)>;
 

@@ -38,18 +38,21 @@ ProcessCensus::Pulse ProcessCensus::pulse()
     return pulse;
 }
 
-std::span<const ProcFs::ProcessEntry> ProcessCensus::take()
+std::span<const ProcFs::ProcessEntry> ProcessCensus::take(Purpose purpose)
 {
     ++m_take;
+    m_search += purpose == Purpose::Search ? 1 : 0;
+    const std::uint64_t nextSearch = m_search + (purpose == Purpose::Search ? 0 : 1);
     m_processes = ProcFs::processes(m_root);
     for (const ProcFs::ProcessEntry &process : m_processes) {
         Known &known = m_known[process.pid];
         if (known.inode != process.inode) {
             // Those of the first take were there before; only later ones have just come.
             known = {.inode = process.inode,
-                     .firstTake = m_take == 1 ? 0 : m_take,
+                     .firstSearch = m_take == 1 ? 0 : nextSearch,
                      .lastTake = 0,
-                     .descriptors = -1};
+                     .descriptors = -1,
+                     .compared = -1};
         }
         known.lastTake = m_take;
     }
@@ -64,7 +67,7 @@ std::vector<pid_t> ProcessCensus::newcomers() const
     std::vector<pid_t> found;
     for (const ProcFs::ProcessEntry &process : m_processes) {
         const auto known = m_known.find(process.pid);
-        if (known != m_known.end() && known->second.firstTake + 1 >= m_take) {
+        if (known != m_known.end() && known->second.firstSearch + 1 >= m_search) {
             found.push_back(process.pid);
         }
     }
@@ -83,6 +86,27 @@ std::vector<pid_t> ProcessCensus::changed()
         }
     }
     return found;
+}
+
+std::vector<ProcFs::ProcessEntry> ProcessCensus::takeUncompared()
+{
+    std::vector<ProcFs::ProcessEntry> found;
+    const std::vector<std::int64_t> counts = descriptorCounts(m_root, m_processes);
+    for (std::size_t at = 0; at < m_processes.size(); ++at) {
+        Known &known = m_known[m_processes[at].pid];
+        const std::int64_t before = std::exchange(known.compared, counts[at]);
+        if (counts[at] < 0 || counts[at] != before) {
+            found.push_back(m_processes[at]);
+        }
+    }
+    return found;
+}
+
+void ProcessCensus::noteCompared(pid_t pid, std::int64_t descriptors)
+{
+    if (const auto known = m_known.find(pid); known != m_known.end()) {
+        known->second.compared = descriptors;
+    }
 }
 
 void ProcessCensus::remember(pid_t pid, std::int64_t descriptors)

@@ -7,6 +7,7 @@
 #include "Helper/RecordBounds.h"
 #include "Helper/linux/CachedPath.h"
 #include "Helper/linux/ForeignExecutable.h"
+#include "Helper/linux/MappedFile.h"
 #include "Helper/linux/ProcessIdentification.h"
 #include "Helper/linux/SystemFailures.h"
 
@@ -327,9 +328,10 @@ void ProcessInspector::describe()
 /// be had.
 void ProcessInspector::describeProgram(std::string name, std::string path)
 {
-    const bool isSame = m_described && (path.empty() || m_details.commandPath.empty() ||
+    const bool isMoved = isSameExecutable() && !m_details.commandPath.empty();
+    const bool isSame = m_described && (isMoved || path.empty() || m_details.commandPath.empty() ||
                                         path == m_details.commandPath);
-    if (!path.empty()) {
+    if (!path.empty() && !isMoved) {
         m_details.commandPath = std::move(path);
     }
     if (!isSame) {
@@ -337,6 +339,26 @@ void ProcessInspector::describeProgram(std::string name, std::string path)
         m_details.program =
             std::hash<std::string>()(m_details.commandPath + '\0' + m_details.processName);
     }
+}
+
+/// Whether the process runs the file that it ran when this was called last, under the same path or
+/// another. A look at the mappings asks no file system, as one at the file itself would (see
+/// CachedPath).
+bool ProcessInspector::isSameExecutable()
+{
+    // An executable is among the first, below the libraries.
+    constexpr std::size_t maxMapsBytes = 16UL * 1024;
+    if (m_rawExecutable == m_executablePath) {
+        return !m_executable.empty();
+    }
+    m_executablePath = m_rawExecutable;
+    std::string maps;
+    const std::string before = std::exchange(m_executable, {});
+    if (!m_rawExecutable.empty() &&
+        ProcFs::readFile(m_directory.get(), "maps", maps, maxMapsBytes)) {
+        m_executable = MappedFile::find(maps, m_rawExecutable);
+    }
+    return !before.empty() && m_executable == before;
 }
 
 std::vector<std::string> ProcessInspector::splitArguments(std::string_view commandLine)

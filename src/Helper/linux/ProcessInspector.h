@@ -25,6 +25,7 @@ namespace Tarnwick {
 struct ProcessDetails
 {
     std::string processName; ///< the first that this program went by
+    /// Where its executable lay when it was seen first: a file that is moved stays the program.
     std::string commandPath;
     std::string cwd;
     std::vector<std::string> arguments;
@@ -115,6 +116,7 @@ private:
     void followLeader(pid_t leader);
     void describe();
     void describeProgram(std::string name, std::string path);
+    [[nodiscard]] bool isSameExecutable();
 
     int m_root;
     ProcFs::Numbering m_numbering;
@@ -138,6 +140,8 @@ private:
     std::string m_rawExecutable;
     std::string m_rawDirectory;
     std::string m_rawLeaderCommandLine;
+    std::string m_executablePath; ///< by which the next one was found
+    std::string m_executable;     ///< device and inode, as MappedFile gives them; empty if unknown
     bool m_described = false;
     bool m_isStale = false; ///< some of them were read, and the details not made from them yet
     ProcessDetails m_details;

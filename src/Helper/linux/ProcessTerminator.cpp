@@ -39,14 +39,15 @@ std::string nameOf(std::int32_t pid)
 
 KillError couldNot(const std::string &what, std::int32_t pid, int code)
 {
-    return {code, "cannot " + what + " " + nameOf(pid) + ": " + std::strerror(code)};
+    const std::string reason = code == ETIME ? "it has too many descriptors" : std::strerror(code);
+    return {code, "cannot " + what + " " + nameOf(pid) + ": " + reason};
 }
 
 /// Whether a failed system call says nothing about the process that it was for.
 bool isShortage(int code)
 {
     return code == EMFILE || code == ENFILE || code == ENOMEM || code == ENOBUFS ||
-           code == EAGAIN || code == EINTR || code == EIO;
+           code == EAGAIN || code == EINTR || code == EIO || code == ETIME;
 }
 
 /// What the failure of a system call for a process stands for.
@@ -68,7 +69,8 @@ std::optional<KillAnswer> refusalOfSessionPart(std::int32_t pid)
 {
     const SessionGuard::Answer part = SessionGuard::part(pid);
     if (const auto *failure = std::get_if<SessionGuard::Failure>(&part)) {
-        const bool isDenied = failure->code == EACCES || failure->code == EPERM;
+        const bool isDenied =
+            failure->isOfProcess && (failure->code == EACCES || failure->code == EPERM);
         return isDenied ? KillAnswer(KillResultCode::PermissionDenied)
                         : KillError{failure->code, failure->message};
     }

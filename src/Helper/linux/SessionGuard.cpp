@@ -4,6 +4,7 @@
 #include "Helper/SessionGuard.h"
 
 #include "Helper/linux/ControlGroups.h"
+#include "Helper/linux/HeldSockets.h"
 #include "Helper/linux/ProcFs.h"
 #include "Helper/linux/ProcessRoles.h"
 #include "Helper/linux/SessionSockets.h"
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <cstring>
 #include <map>
@@ -30,13 +32,21 @@ namespace Tarnwick {
 namespace {
 
 using Address = SessionSockets::Address;
+using Deadline = HeldSockets::Deadline;
 using Part = SessionGuard::Part;
 
 /// Thrown, and caught in SessionGuard::part(), where something cannot be found out.
 struct Undecided
 {
     int code = 0;
+    std::string reason{};     ///< for people; empty where the code says it all
+    bool isOfProcess = false; ///< it was a look at the process itself
 };
+
+std::string reasonFor(const std::string &call, int code)
+{
+    return call + ": " + std::strerror(code);
+}
 
 bool isGone(int code)
 {
@@ -65,7 +75,9 @@ std::optional<pid_t> listenerAt(const Address &address, const std::optional<Sock
                   static_cast<socklen_t>(size)) == 0 &&
         ::getsockopt(connection.get(), SOL_SOCKET, SO_PEERCRED, &peer, &sizeOfPeer) == 0;
     if (!isKnown && SystemFailures::isTransient(errno)) {
-        throw Undecided{errno};
+        const int code = errno;
+        throw Undecided{.code = code,
+                        .reason = reasonFor(connection ? "connect" : "socket(AF_UNIX)", code)};
     }
     if (!isKnown && errno == ECONNREFUSED) {
         return std::nullopt;
@@ -89,7 +101,7 @@ struct Listening
     /// UNIX sockets one of which may listen at an answerer's address; nothing where the kernel
     /// tells which does.
     std::set<std::uint32_t> possible;
-    int code = 0; ///< why the kernel does not tell
+    Undecided failure; ///< why the kernel does not tell
 
     void add(std::uint32_t socket, const Address &address)
     {
@@ -106,7 +118,7 @@ std::optional<SocketFile> openFile(const Address &address, MountTable &mounts)
     std::variant<SocketFile, int> opened = SocketFile::open(address.name, links, mounts);
     if (const int *code = std::get_if<int>(&opened)) {
         if (SystemFailures::isTransient(*code)) {
-            throw Undecided{*code};
+            throw Undecided{.code = *code};
         }
         return std::nullopt;
     }
@@ -139,7 +151,7 @@ void addPorts(const std::vector<Address> &addresses, Listening &listening)
     SocketDump dump(ListenerInventory::SocketSource::Automatic);
     std::vector<ListeningSocket> sockets;
     if (const std::optional<ListingError> error = dump.list(sockets)) {
-        throw Undecided{error->code};
+        throw Undecided{.code = error->code, .reason = error->message};
     }
     for (const Address &address : addresses) {
         for (const ListeningSocket &socket : sockets) {
@@ -156,7 +168,7 @@ Listening listeningAt(int root, const std::vector<Address> &addresses)
     Listening found;
     MountTable mounts(root);
     addPorts(addresses, found);
-    std::optional<std::variant<std::vector<UnixListener>, int>> listeners;
+    std::optional<std::variant<std::vector<UnixListener>, SystemFailures::Failure>> listeners;
     for (const Address &address : addresses) {
         std::optional<SocketFile> file;
         if (address.kind == Address::Kind::Path) {
@@ -181,83 +193,103 @@ Listening listeningAt(int root, const std::vector<Address> &addresses)
             found.answerers.push_back({*pid, address.part});
         }
     }
-    const int *const code = listeners ? std::get_if<int>(&*listeners) : nullptr;
-    if (code != nullptr && !found.answerers.empty()) {
+    const auto *const refused =
+        listeners ? std::get_if<SystemFailures::Failure>(&*listeners) : nullptr;
+    if (refused != nullptr && !found.answerers.empty()) {
+        const bool isUnsupported = refused->code == ENOENT || refused->code == EPROTONOSUPPORT;
+        found.failure = isUnsupported
+                            ? Undecided{.code = EOPNOTSUPP}
+                            : Undecided{.code = refused->code,
+                                        .reason = reasonFor(refused->call, refused->code)};
         std::string table;
         if (!ProcFs::readFile(root, "self/net/unix", table, maxTableBytes)) {
-            throw Undecided{errno};
+            throw Undecided{.code = errno, .reason = reasonFor("/proc/net/unix", errno)};
         }
         found.possible = UnixListeners::possibleInodes(table);
-        found.code = *code == ENOENT || *code == EPROTONOSUPPORT ? EOPNOTSUPP : *code;
     }
     return found;
 }
 
-/// The inodes of the sockets in a directory PID/fd, added to @p held; how many descriptors there
-/// are.
-std::size_t addSockets(const FileDescriptor &descriptors, std::set<std::uint32_t> &held)
+/// What a process is by the sockets that it has open; those of its threads count, too, where the
+/// main thread has ended.
+class SocketMatch
 {
-    std::vector<ProcFs::NumberedEntry> entries;
-    if (!descriptors || !ProcFs::readNumbers(descriptors.get(), entries)) {
-        if (isGone(errno)) {
+public:
+    SocketMatch(int root, pid_t pid, const Listening &listening, Deadline deadline)
+        : m_listening(listening)
+        , m_deadline(deadline)
+    {
+        if (look(ProcFs::openDirectoryOfProcess(root, pid, "/fd")) != 0) {
+            return;
+        }
+        const FileDescriptor folder = ProcFs::openDirectoryOfProcess(root, pid, "/task");
+        std::vector<ProcFs::NumberedEntry> threads;
+        if (!folder || !ProcFs::readNumbers(folder.get(), threads)) {
+            failUnlessGone(errno);
+            return;
+        }
+        for (const ProcFs::NumberedEntry &thread : threads) {
+            const std::string name = std::to_string(thread.number) + "/fd";
+            // All living threads but a few share one table.
+            if (look(ProcFs::openDirectory(folder.get(), name.c_str())) != 0) {
+                return;
+            }
+        }
+    }
+
+    /// That of a socket which listens at an address.
+    [[nodiscard]] std::optional<Part> part() const { return m_part; }
+    /// Whether it has one that may listen at an address.
+    [[nodiscard]] bool isPossible() const { return m_isPossible; }
+
+private:
+    static void failUnlessGone(int code)
+    {
+        if (!isGone(code)) {
+            throw Undecided{.code = code, .isOfProcess = true};
+        }
+    }
+
+    /// How many descriptors there are in a directory PID/fd.
+    std::size_t look(const FileDescriptor &descriptors)
+    {
+        if (!descriptors) {
+            failUnlessGone(errno);
             return 0;
         }
-        throw Undecided{errno};
-    }
-    for (const ProcFs::NumberedEntry &entry : entries) {
-        errno = 0;
-        const ProcFs::Descriptor seen = ProcFs::descriptor(descriptors.get(), entry.number);
-        if (seen.kind == ProcFs::Descriptor::Kind::Socket) {
-            held.insert(seen.inode);
-        } else if (seen.kind != ProcFs::Descriptor::Kind::Other && !isGone(errno)) {
-            throw Undecided{errno};
+        const HeldSockets::Look looked =
+            HeldSockets::each(descriptors.get(), m_deadline, [this](std::uint32_t inode) {
+                if (const auto known = m_listening.sockets.find(inode);
+                    known != m_listening.sockets.end()) {
+                    m_part = known->second;
+                }
+                m_isPossible = m_isPossible || m_listening.possible.contains(inode);
+                return !m_part;
+            });
+        if (looked.code != 0) {
+            throw Undecided{.code = looked.code, .isOfProcess = true};
         }
+        return looked.descriptors;
     }
-    return entries.size();
-}
 
-/// The inodes of the sockets that a process has open; those of its threads, too, where the main
-/// thread has ended.
-std::set<std::uint32_t> socketsOf(int root, pid_t pid)
-{
-    std::set<std::uint32_t> held;
-    if (addSockets(ProcFs::openDirectoryOfProcess(root, pid, "/fd"), held) != 0) {
-        return held;
-    }
-    const FileDescriptor folder = ProcFs::openDirectoryOfProcess(root, pid, "/task");
-    std::vector<ProcFs::NumberedEntry> threads;
-    if (!folder || !ProcFs::readNumbers(folder.get(), threads)) {
-        if (isGone(errno)) {
-            return held;
-        }
-        throw Undecided{errno};
-    }
-    for (const ProcFs::NumberedEntry &thread : threads) {
-        const std::string name = std::to_string(thread.number) + "/fd";
-        // All living threads but a few share one table.
-        if (addSockets(ProcFs::openDirectory(folder.get(), name.c_str()), held) != 0) {
-            break;
-        }
-    }
-    return held;
-}
+    const Listening &m_listening;
+    Deadline m_deadline;
+    std::optional<Part> m_part;
+    bool m_isPossible = false;
+};
 
 /// What a process is by the sockets that it has open. A bus or a compositor may have been given its
 /// socket by who started it, whom alone the kernel names then.
-std::optional<Part> partBySockets(int root, pid_t pid, const Listening &listening)
+std::optional<Part> partBySockets(int root, pid_t pid, const Listening &listening,
+                                  Deadline deadline)
 {
     if (!listening.sockets.empty() || !listening.possible.empty()) {
-        const std::set<std::uint32_t> held = socketsOf(root, pid);
-        bool isPossible = false;
-        for (const std::uint32_t socket : held) {
-            if (const auto known = listening.sockets.find(socket);
-                known != listening.sockets.end()) {
-                return known->second;
-            }
-            isPossible = isPossible || listening.possible.contains(socket);
+        const SocketMatch match(root, pid, listening, deadline);
+        if (match.part()) {
+            return match.part();
         }
-        if (isPossible) {
-            throw Undecided{listening.code};
+        if (match.isPossible()) {
+            throw listening.failure;
         }
     }
     const auto answerer =
@@ -276,7 +308,7 @@ bool isInServiceOfBus(int root, pid_t pid)
         if (isGone(errno)) {
             return false;
         }
-        throw Undecided{errno};
+        throw Undecided{.code = errno, .isOfProcess = true};
     }
     std::string_view rest = text;
     while (!rest.empty()) {
@@ -299,7 +331,7 @@ std::vector<uid_t> usersOf(int directory)
         if (isGone(errno)) {
             return {};
         }
-        throw Undecided{errno};
+        throw Undecided{.code = errno, .isOfProcess = true};
     }
     std::vector<uid_t> users = ProcFs::parseUsers(status);
     std::sort(users.begin(), users.end());
@@ -307,7 +339,7 @@ std::vector<uid_t> usersOf(int directory)
     return users;
 }
 
-std::optional<Part> find(pid_t pid)
+std::optional<Part> find(pid_t pid, Deadline deadline)
 {
     errno = 0;
     const FileDescriptor root = ProcFs::openRoot();
@@ -317,7 +349,7 @@ std::optional<Part> find(pid_t pid)
         if (root && isGone(errno)) {
             return std::nullopt;
         }
-        throw Undecided{errno != 0 ? errno : EIO};
+        throw Undecided{.code = errno != 0 ? errno : EIO, .isOfProcess = true};
     }
     const std::vector<uid_t> users = usersOf(process.get());
     const ProcessRoles::Role role = ProcessRoles(root.get()).role(pid, *stat);
@@ -330,48 +362,54 @@ std::optional<Part> find(pid_t pid)
     }
     const std::variant<std::vector<Address>, int> found = SessionSockets::addresses(users);
     if (const int *code = std::get_if<int>(&found)) {
-        throw Undecided{*code};
+        throw Undecided{.code = *code};
     }
     const Listening listening = listeningAt(root.get(), std::get<std::vector<Address>>(found));
     if (isBus && !listening.hasSessionBus) {
         return Part::MessageBus; // it cannot be distinguished from the session's
     }
-    return partBySockets(root.get(), pid, listening);
+    return partBySockets(root.get(), pid, listening, deadline);
 }
 
-/// The text for an errno of Undecided.
-std::string reasonFor(int code)
+std::string reasonFor(const Undecided &undecided)
 {
-    switch (code) {
+    if (!undecided.reason.empty()) {
+        return undecided.reason;
+    }
+    switch (undecided.code) {
     case EOPNOTSUPP:
         return "the kernel has no diagnostics of UNIX sockets (unix_diag)";
     case E2BIG:
         return "too many sockets in /tmp/.X11-unix or /run/user";
+    case ETIME:
+        return "it has too many descriptors";
     default:
-        return std::strerror(code);
+        return std::strerror(undecided.code);
     }
 }
 
-SessionGuard::Failure failure(std::int32_t pid, int code)
+SessionGuard::Failure failure(std::int32_t pid, const Undecided &undecided)
 {
-    return {code, "cannot tell whether process " + std::to_string(pid) +
-                      " is a part of the session: " + reasonFor(code)};
+    return {undecided.code,
+            "cannot tell whether process " + std::to_string(pid) +
+                " is a part of the session: " + reasonFor(undecided),
+            undecided.isOfProcess};
 }
 
 } // namespace
 
-SessionGuard::Answer SessionGuard::part(std::int32_t pid)
+SessionGuard::Answer SessionGuard::part(std::int32_t pid, std::chrono::milliseconds maxTime)
 {
     const std::uint64_t failures = SystemFailures::count();
     try {
-        const std::optional<Part> found = find(pid);
+        const std::optional<Part> found = find(pid, std::chrono::steady_clock::now() + maxTime);
         // A call that failed for a moment may have hidden what the process is.
         if (!found && SystemFailures::count() != failures) {
-            return failure(pid, EAGAIN);
+            return failure(pid, Undecided{.code = EAGAIN});
         }
         return found;
     } catch (const Undecided &undecided) {
-        return failure(pid, undecided.code);
+        return failure(pid, undecided);
     }
 }
 

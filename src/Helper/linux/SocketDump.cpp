@@ -4,7 +4,6 @@
 #include "Helper/linux/SocketDump.h"
 
 #include "Helper/linux/ProcFs.h"
-#include "Helper/linux/SystemFailures.h"
 
 #include <algorithm>
 #include <array>
@@ -75,9 +74,15 @@ bool byInode(const ListeningSocket &left, const ListeningSocket &right)
     return left.inode < right.inode;
 }
 
-ListingError failure(int code, std::string_view what)
+/// The error where the tables cannot be read, by errno @p code, and diagnostics have failed before,
+/// unless they were not tried.
+ListingError failure(const SystemFailures::Failure &diagnostics, int code)
 {
-    return {code, std::string(what) + ": " + std::strerror(code)};
+    std::string message = "cannot list the listening sockets: ";
+    if (diagnostics.call != nullptr) {
+        message += std::string(diagnostics.call) + ": " + std::strerror(diagnostics.code) + "; ";
+    }
+    return {code, message + "/proc/net/tcp: " + std::strerror(code)};
 }
 
 /// 0, or the errno of the failure. A kernel without IPv6 has no tcp6, which is no failure.
@@ -106,26 +111,25 @@ int readTables(std::vector<ListeningSocket> &sockets)
 std::optional<ListingError> SocketDump::list(std::vector<ListeningSocket> &sockets)
 {
     sockets.clear();
-    int refused = EOPNOTSUPP;
+    SystemFailures::Failure refused{.call = nullptr, .code = EOPNOTSUPP};
     if (m_source == ListenerInventory::SocketSource::Automatic) {
-        for (int attempt = 0; attempt < attempts && refused != 0; ++attempt) {
+        for (int attempt = 0; attempt < attempts && refused.code != 0; ++attempt) {
             sockets.clear();
             refused = listByDiagnostics(sockets);
             // A dump that sockets come and go during is interrupted; that is no failure.
-            SystemFailures::noteRepeated("sock_diag", refused == EINTR ? 0 : refused);
-            if (refused != 0) {
+            SystemFailures::noteRepeated(refused.call, refused.code == EINTR ? 0 : refused.code);
+            if (refused.code != 0) {
                 m_netlink.reset();
             }
         }
     }
-    if (refused == 0) {
+    if (refused.code == 0) {
         m_last = sockets;
         std::sort(m_last.begin(), m_last.end(), byInode);
     } else {
         sockets.clear();
         if (const int code = readTables(sockets); code != 0) {
-            return failure(code, "cannot list the listening sockets: socket diagnostics are refused"
-                                 " and /proc/net/tcp cannot be read");
+            return failure(refused, code);
         }
         completeFromLast(sockets);
     }
@@ -152,34 +156,45 @@ void SocketDump::completeFromLast(std::vector<ListeningSocket> &sockets) const
     }
 }
 
-int SocketDump::listByDiagnostics(std::vector<ListeningSocket> &sockets)
+SystemFailures::Failure SocketDump::listByDiagnostics(std::vector<ListeningSocket> &sockets)
 {
     if (!m_netlink) {
         m_netlink =
             FileDescriptor(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG));
         if (!m_netlink) {
-            return errno;
+            return {NetlinkDump::socketCall, errno};
         }
     }
     bool interrupted = false;
     // The older request dumps both families at once; a kernel that has dropped it gets the newer
     // one, which wants a request for each family.
-    int code = request(TCPDIAG_GETSOCK, AF_UNSPEC);
-    code = code != 0 ? code : receive(sockets, interrupted);
-    if (code == EINVAL || code == EOPNOTSUPP || code == ENOENT) {
+    SystemFailures::Failure failed = dump(TCPDIAG_GETSOCK, AF_UNSPEC, sockets, interrupted);
+    if (failed.code == EINVAL || failed.code == EOPNOTSUPP || failed.code == ENOENT) {
         sockets.clear();
         for (const int family : {AF_INET, AF_INET6}) {
-            code = request(SOCK_DIAG_BY_FAMILY, static_cast<std::uint8_t>(family));
-            code = code != 0 ? code : receive(sockets, interrupted);
-            if (code == ENOENT && family == AF_INET6) {
-                code = 0;
+            failed =
+                dump(SOCK_DIAG_BY_FAMILY, static_cast<std::uint8_t>(family), sockets, interrupted);
+            if (failed.code == ENOENT && family == AF_INET6) {
+                failed.code = 0;
             }
-            if (code != 0) {
-                return code;
+            if (failed.code != 0) {
+                return failed;
             }
         }
     }
-    return code == 0 && interrupted ? EINTR : code;
+    if (failed.code == 0 && interrupted) {
+        failed.code = EINTR;
+    }
+    return failed;
+}
+
+SystemFailures::Failure SocketDump::dump(std::uint16_t type, std::uint8_t family,
+                                         std::vector<ListeningSocket> &sockets, bool &interrupted)
+{
+    if (const int code = request(type, family); code != 0) {
+        return {NetlinkDump::sendCall, code};
+    }
+    return {NetlinkDump::receiveCall, receive(sockets, interrupted)};
 }
 
 int SocketDump::request(std::uint16_t type, std::uint8_t family)

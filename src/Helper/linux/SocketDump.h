@@ -5,6 +5,7 @@
 
 #include "Helper/ListenerInventory.h"
 #include "Helper/linux/NetlinkDump.h"
+#include "Helper/linux/SystemFailures.h"
 #include "Shared/FileDescriptor.h"
 
 #include <cstdint>
@@ -59,8 +60,12 @@ public:
 
 private:
     void completeFromLast(std::vector<ListeningSocket> &sockets) const;
+    /// The system call that failed; code 0 where none did.
+    [[nodiscard]] SystemFailures::Failure listByDiagnostics(std::vector<ListeningSocket> &sockets);
+    [[nodiscard]] SystemFailures::Failure dump(std::uint16_t type, std::uint8_t family,
+                                               std::vector<ListeningSocket> &sockets,
+                                               bool &interrupted);
     /// errno of the failure, or 0.
-    [[nodiscard]] int listByDiagnostics(std::vector<ListeningSocket> &sockets);
     [[nodiscard]] int request(std::uint16_t type, std::uint8_t family);
     [[nodiscard]] int receive(std::vector<ListeningSocket> &sockets, bool &interrupted);
 

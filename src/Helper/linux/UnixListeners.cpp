@@ -3,7 +3,6 @@
 
 #include "Helper/linux/UnixListeners.h"
 
-#include "Helper/linux/SystemFailures.h"
 #include "Shared/FileDescriptor.h"
 
 #include <algorithm>
@@ -41,14 +40,14 @@ UnixListener fromMessage(std::string_view payload)
     return listener;
 }
 
-/// 0, or the errno of the failure.
-int dump(std::vector<UnixListener> &found)
+/// The system call that failed; code 0 where none did.
+SystemFailures::Failure dump(std::vector<UnixListener> &found)
 {
     constexpr std::uint32_t sequence = 1;
     const FileDescriptor connection(
         ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG));
     if (!connection) {
-        return errno;
+        return {NetlinkDump::socketCall, errno};
     }
     struct
     {
@@ -63,13 +62,15 @@ int dump(std::vector<UnixListener> &found)
     message.request.udiag_states = 1U << TCP_LISTEN;
     message.request.udiag_show = UDIAG_SHOW_NAME | UDIAG_SHOW_VFS;
     if (::send(connection.get(), &message, sizeof(message), MSG_NOSIGNAL) < 0) {
-        return errno;
+        return {NetlinkDump::sendCall, errno};
     }
     NetlinkDump::Progress progress;
-    return NetlinkDump::receive(connection.get(), progress,
-                                [&found](std::string_view messages, NetlinkDump::Progress &state) {
-                                    UnixListeners::parse(messages, sequence, found, state);
-                                });
+    const int code =
+        NetlinkDump::receive(connection.get(), progress,
+                             [&found](std::string_view messages, NetlinkDump::Progress &state) {
+                                 UnixListeners::parse(messages, sequence, found, state);
+                             });
+    return {NetlinkDump::receiveCall, code};
 }
 
 /// Takes what stands before the next @p separator off @p text.
@@ -82,19 +83,19 @@ std::string_view takeUntil(std::string_view &text, char separator)
 
 } // namespace
 
-std::variant<std::vector<UnixListener>, int> UnixListeners::list()
+std::variant<std::vector<UnixListener>, SystemFailures::Failure> UnixListeners::list()
 {
     constexpr int attempts = 3;
-    int code = 0;
+    SystemFailures::Failure failure;
     for (int attempt = 0; attempt < attempts; ++attempt) {
         std::vector<UnixListener> found;
-        code = dump(found);
-        if (code == 0) {
+        failure = dump(found);
+        if (failure.code == 0) {
             return found;
         }
-        SystemFailures::noteRepeated("unix_diag", code);
+        SystemFailures::noteRepeated(failure.call, failure.code);
     }
-    return code;
+    return failure;
 }
 
 std::uint32_t UnixListeners::fileDevice(unsigned major, unsigned minor)

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Helper/linux/NetlinkDump.h"
+#include "Helper/linux/SystemFailures.h"
 
 #include <cstdint>
 #include <set>
@@ -31,9 +32,9 @@ class UnixListeners
 public:
     UnixListeners() = delete;
 
-    /// From socket diagnostics (sock_diag(7), unix_diag); the errno where they are refused, fail or
-    /// are no part of this kernel (ENOENT).
-    [[nodiscard]] static std::variant<std::vector<UnixListener>, int> list();
+    /// From socket diagnostics (sock_diag(7), unix_diag); the system call and its errno where they
+    /// are refused, fail or are no part of this kernel (ENOENT).
+    [[nodiscard]] static std::variant<std::vector<UnixListener>, SystemFailures::Failure> list();
 
     /// A device number as socket diagnostics write it, MKDEV of the kernel's linux/kdev_t.h.
     [[nodiscard]] static std::uint32_t fileDevice(unsigned major, unsigned minor);
