@@ -442,7 +442,6 @@ TEST_P(AutostartEntryReaderTest, ReadsAnEntryAsTheSessionDoes)
                                     whole + "X-systemd-skip=true\n",
                                     whole + "X-systemd-skip=FALSE\n",
                                     whole + "X-systemd-skip=\n",
-                                    whole + "X-GNOME-Autostart-Phase=Applications\n",
                                     whole + "X-Mine=non\uFFFEcharacter\n",
                                     whole + "X-Mine=\xe4\n",
                                     whole + "# \xe4\n",

@@ -162,6 +162,19 @@ TEST(CurrentDesktop, TakesAConditionForOffThatAProgramOfTheSessionChecks)
     }
 }
 
+TEST(CurrentDesktop, TakesAnEntryWithAPhaseForOffWhereSomeGeneratorsDoNotStartIt)
+{
+    const QByteArray text = "[Desktop Entry]\nX-GNOME-Autostart-Phase=Applications\n";
+    for (const char *const name : {"KDE", "XFCE"}) {
+        const CurrentDesktop desktop(name);
+        DesktopEntry entry = DesktopEntry::parse(text).value();
+        EXPECT_EQ(desktop.isSwitchedOff(keysOf(entry, desktop)),
+                  desktop.reader() == EntryReader::Systemd);
+        desktop.switchOn(entry);
+        EXPECT_FALSE(desktop.isSwitchedOff(keysOf(entry, desktop)));
+    }
+}
+
 TEST(CurrentDesktop, ReadsTheSwitchOfGnomeInItsFamily)
 {
     for (const char *const names : {"GNOME", "ubuntu:GNOME", "Unity:Unity7:ubuntu", "X-Cinnamon",

@@ -25,8 +25,8 @@ constexpr QByteArrayView onlyShowInKey = "OnlyShowIn";
 constexpr QByteArrayView notShowInKey = "NotShowIn";
 constexpr QByteArrayView hiddenKey = "Hidden";
 constexpr QByteArrayView enabledKey = "X-GNOME-Autostart-enabled";
-// Only systemd's generator reads these; a phase leaves the entry to GNOME, and an empty one does so
-// in systemd 252 and no longer in 257.
+// Only systemd's generator reads these. That of systemd 252 starts no entry with a phase, and that
+// of 257 does outside GNOME: such an entry counts as switched off.
 constexpr QByteArrayView skipKey = "X-systemd-skip";
 constexpr QByteArrayView phaseKey = "X-GNOME-Autostart-Phase";
 
