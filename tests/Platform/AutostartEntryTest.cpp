@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -441,11 +442,11 @@ TEST_P(AutostartEntryReaderTest, ReadsAnEntryAsTheSessionDoes)
                                     whole + "X-systemd-skip=true\n",
                                     whole + "X-systemd-skip=FALSE\n",
                                     whole + "X-systemd-skip=\n",
-                                    whole + "X-GNOME-Autostart-Phase=Applications\n",
                                     whole + "X-Mine=non\uFFFEcharacter\n",
                                     whole + "X-Mine=\xe4\n",
                                     whole + "# \xe4\n",
-                                    whole + "[Mine]\nA=b\n[Desktop Entry]\nHidden=true\n"}) {
+                                    whole + "[Mine]\nA=b\n[Desktop Entry]\nHidden=true\n",
+                                    whole + "[Mine]\nA=b\n[Desktop Entry]\nType=Link\n"}) {
         write(m_file, text);
         const std::optional<int> status = launch(GetParam().first, m_program);
         if (status == notHere) {
@@ -453,6 +454,118 @@ TEST_P(AutostartEntryReaderTest, ReadsAnEntryAsTheSessionDoes)
         }
         EXPECT_EQ(m_entry.status() == Status::Enabled, status == 0) << text << read(m_output);
     }
+}
+
+/// Entries that the readers take in different ways.
+std::vector<std::string> disputedEntries(const std::string &program, const std::string &desktop)
+{
+    const std::string header = "[Desktop Entry]\n";
+    const std::string type = "Type=Application\n";
+    const std::string command = "Name=Tarnwick\nExec=" + program + "\n";
+    const std::string whole = header + type + command;
+    std::vector<std::string> texts{
+        header + "Type=Application \n" + command,
+        header + "Type= \tApplication\n" + command,
+        header + "Type=Application\\s\n" + command,
+        header + "Type=Link\n" + type + command,
+        whole + "Type=Link\n",
+        header + "Exec=/nonexistent\n" + type + command,
+        whole + "Exec=/nonexistent\n",
+        header + "Exec=\n" + type + command,
+        whole + "TryExec=/nonexistent\nTryExec=" + program + "\n",
+        whole + "TryExec=" + program + "\nTryExec=/nonexistent\n",
+        whole + "TryExec=\nTryExec=" + program + "\n",
+        whole + "TryExec=" + program + " \n",
+        whole + "Hidden=true \n",
+        whole + "Hidden=true\nHidden=false\n",
+        whole + "Hidden=false\nHidden=true\n",
+        whole + "Hidden=true\nHidden=perhaps\n",
+        whole + "Hidden=perhaps\nHidden=false\n",
+        whole + "; a comment\n",
+        whole + "; a = comment\n",
+        "; a comment\n" + whole,
+        whole + "nonsense\n",
+        "nonsense\n" + whole,
+        "A=b\n" + whole,
+        "[Mine]\nA=b\n" + whole,
+        whole + "=b\n",
+        whole + "[Mine\n",
+        whole + "[]\nHidden=true\n",
+        whole + "[Mine] b\n",
+        whole + "Name[de=b\n",
+        whole + "Name [de]=b\n",
+        whole + "Hidden[de]=true\n",
+        whole + "Encoding=ISO-8859-1\n",
+        whole + "A=b\\\nHidden=true\n",
+        whole + "A=b\\\\\nHidden=true\n",
+        whole + "# b\\\nHidden=true\n",
+        whole + "A=b\\\n# c\nHidden=true\n",
+        whole + "A=b\rHidden=true\n",
+        whole + "\tHidden\t=\ttrue\r\n",
+        "\xef\xbb\xbf" + whole,
+        whole + "AutostartCondition=if-exists gone\n",
+    };
+    for (const std::string value :
+         {"", " ", ";", "@", "@ ", " @;", "@ ;", "other; @;", "other\\;@;", "@\\;other;",
+          "other;\\s@;", "@\\s;", "@;\\q;", "other;\\q;", "other b;@;", "\\;@", ";;@"}) {
+        for (const char *const key : {"OnlyShowIn", "NotShowIn"}) {
+            std::string line = key + ("=" + value) + "\n";
+            if (const std::size_t at = line.find('@'); at != std::string::npos) {
+                line.replace(at, 1, desktop);
+            }
+            texts.push_back(whole + line);
+        }
+    }
+    for (const char *const key : {"OnlyShowIn=", "NotShowIn="}) {
+        texts.push_back(whole + key + desktop + ";\n" + key + "other;\n");
+        texts.push_back(whole + key + "other;\n" + key + desktop + ";\n");
+        texts.push_back(whole + key + "\n" + key + "other;\n");
+        texts.push_back(whole + key + "other;\n" + key + "\n");
+    }
+    return texts;
+}
+
+TEST_P(AutostartEntryReaderTest, ReadsADisputedEntryAsTheSessionDoes)
+{
+    for (const std::string &text : disputedEntries(m_program.string(), GetParam().second)) {
+        write(m_file, text);
+        const std::optional<int> status = launch(GetParam().first, m_program);
+        if (status == notHere) {
+            GTEST_SKIP() << GetParam().first << " is not here";
+        }
+        EXPECT_EQ(m_entry.status() == Status::Enabled, status == 0) << text << read(m_output);
+    }
+}
+
+TEST_P(AutostartEntryReaderTest, WritesAnEntryThatEveryReaderStarts)
+{
+    std::set<std::string> seen;
+    for (const std::string &text : disputedEntries(m_program.string(), GetParam().second)) {
+        write(m_file, text);
+        ASSERT_EQ(m_entry.registerApplication(), std::nullopt) << text;
+        EXPECT_EQ(m_entry.status(), Status::Enabled) << text << "becomes\n" << read(m_file);
+        if (!seen.insert(read(m_file)).second) {
+            continue;
+        }
+        for (const char *const launcher : {"glib", "dex", "systemd"}) {
+            const std::optional<int> status = launch(launcher, m_program);
+            EXPECT_TRUE(status == 0 || status == notHere) << launcher << '\n'
+                                                          << text << "becomes\n"
+                                                          << read(m_file) << read(m_output);
+        }
+        ASSERT_EQ(m_entry.unregisterApplication(), std::nullopt) << text;
+        EXPECT_NE(m_entry.status(), Status::Enabled) << text << "becomes\n" << read(m_file);
+    }
+}
+
+TEST_F(AutostartEntryTest, KeepsWhatIsNotForEveryReader)
+{
+    write(m_file, entryText("; from my dotfiles\nX-Mine=keep\n"));
+    const ScopedEnvironment desktop("XDG_CURRENT_DESKTOP", "KDE");
+    EXPECT_EQ(m_entry.status(), Status::Enabled);
+    ASSERT_EQ(m_entry.unregisterApplication(), std::nullopt);
+    EXPECT_EQ(m_entry.status(), Status::NotRegistered);
+    EXPECT_THAT(read(m_file), HasSubstr("\n#; from my dotfiles\nX-Mine=keep\n"));
 }
 
 TEST_P(AutostartEntryReaderTest, RepairsAnEntryThatTheSessionDoesNotStart)
@@ -475,7 +588,7 @@ TEST_P(AutostartEntryReaderTest, RepairsAnEntryThatTheSessionDoesNotStart)
 }
 
 INSTANTIATE_TEST_SUITE_P(Sessions, AutostartEntryReaderTest,
-                         testing::Values(std::pair("glib", "MATE"), std::pair("systemd", "KDE")),
+                         testing::Values(std::pair("glib", "XFCE"), std::pair("systemd", "KDE")),
                          [](const auto &session) { return std::string(session.param.first); });
 
 TEST_F(AutostartEntryTest, RefusesToWriteAnEntryThatSystemdWouldNotRead)

@@ -3,7 +3,12 @@
 
 #include "Platform/linux/DesktopEntry.h"
 
+#include "Platform/linux/EntryKeys.h"
+
 #include <gtest/gtest.h>
+
+#include <optional>
+#include <ostream>
 
 namespace Tarnwick {
 namespace {
@@ -13,27 +18,11 @@ DesktopEntry parsed(const QByteArray &text)
     return DesktopEntry::parse(text).value();
 }
 
-TEST(DesktopEntry, TellsTheValueOfAKeyOfItsOwnGroup)
-{
-    const DesktopEntry entry =
-        parsed("# first\n[Desktop Entry]\nName = Tarnwick \nName[de]=Anders\n\n[Other]\nExec=x\n");
-    EXPECT_EQ(entry.value("Name"), "Tarnwick");
-    EXPECT_EQ(entry.value("Exec"), std::nullopt);
-}
-
-TEST(DesktopEntry, TellsTheLastOfSeveralValues)
-{
-    EXPECT_EQ(parsed("[Desktop Entry]\nHidden=true\nHidden=false\n").value("Hidden"), "false");
-}
-
 TEST(DesktopEntry, TakesAGroupThatStandsTwiceForOne)
 {
     DesktopEntry entry = parsed("[Desktop Entry]\nHidden=false\n[Other]\nHidden=mine\n"
                                 "[Desktop Entry]\nHidden=true\nExec=x\n");
-    EXPECT_EQ(entry.value("Hidden"), "true");
-    EXPECT_EQ(entry.value("Exec"), "x");
     entry.set("Hidden", "false");
-    EXPECT_EQ(entry.value("Hidden"), "false");
     EXPECT_EQ(entry.text(), "[Desktop Entry]\nHidden=false\n[Other]\nHidden=mine\n"
                             "[Desktop Entry]\nExec=x\n");
     entry.remove("Exec");
@@ -42,25 +31,20 @@ TEST(DesktopEntry, TakesAGroupThatStandsTwiceForOne)
                             "[Desktop Entry]\n");
 }
 
-TEST(DesktopEntry, KnowsTruthValues)
-{
-    const DesktopEntry entry = parsed("[Desktop Entry]\nA=true\nB=false\nC=1\nD=0\nE=True\r\n");
-    EXPECT_TRUE(entry.is("A", true));
-    EXPECT_TRUE(entry.is("B", false));
-    EXPECT_TRUE(entry.is("C", true));
-    EXPECT_TRUE(entry.is("D", false));
-    EXPECT_FALSE(entry.is("E", true));
-    EXPECT_FALSE(entry.is("E", false));
-    EXPECT_FALSE(entry.is("missing", false));
-}
-
-TEST(DesktopEntry, UnescapesWhatItEscapes)
+TEST(DesktopEntry, EscapesWhatEntryKeysUnescape)
 {
     const QByteArray odd = " a\\b\tc\nd\re\\s f";
     DesktopEntry entry;
     entry.set("Name", odd);
     EXPECT_EQ(entry.text(), "[Desktop Entry]\nName=\\sa\\\\b\\tc\\nd\\re\\\\s f\n");
-    EXPECT_EQ(parsed(entry.text()).value("Name"), odd);
+    entry.setList("OnlyShowIn", {"a;b", " c\\"});
+    EXPECT_EQ(entry.text(), "[Desktop Entry]\nName=\\sa\\\\b\\tc\\nd\\re\\\\s f\n"
+                            "OnlyShowIn=a\\;b;\\sc\\\\;\n");
+    for (const EntryReader reader : {EntryReader::GLib, EntryReader::Systemd}) {
+        const EntryKeys keys = EntryKeys::read(entry.text(), reader).value();
+        EXPECT_EQ(keys.string("Name"), odd);
+        EXPECT_EQ(keys.list("OnlyShowIn"), (QList<QByteArray>{"a;b", " c\\"}));
+    }
 }
 
 TEST(DesktopEntry, ChangesOneLineAndKeepsTheRest)
@@ -80,39 +64,74 @@ TEST(DesktopEntry, MindsNoBlanksBeforeALine)
                             "  Hidden=true\n [Other]\n  Exec=x\n";
     DesktopEntry entry = parsed(text);
     EXPECT_EQ(entry.text(), text);
-    EXPECT_EQ(entry.value("Exec"), "old");
     entry.set("Exec", "new");
     entry.remove("Hidden");
     EXPECT_EQ(entry.text(), "\t# first\n  [Desktop Entry]\n  # no assignment\n \nExec=new\n"
                             " [Other]\n  Exec=x\n");
 }
 
-TEST(DesktopEntry, DemandsItsEncodingOnlyOfTheValuesThatAreAskedFor)
+TEST(DesktopEntry, KeepsLinesOfAnyEncoding)
 {
     const QByteArray text = "# Schl\xfcssel\n[Desktop Entry]\nName=Tarnwick\nName[de]=T\xe4rnwick\n"
                             "Exec=\xff\xfe\n[\xfc]\n\xfc=\xfc\n";
     DesktopEntry entry = parsed(text);
     EXPECT_EQ(entry.text(), text);
-    EXPECT_EQ(entry.value("Name"), "Tarnwick");
-    EXPECT_EQ(entry.value("Name[de]"), std::nullopt);
-    EXPECT_EQ(entry.value("Exec"), std::nullopt);
     entry.set("Exec", "new");
     EXPECT_EQ(entry.text(), "# Schl\xfcssel\n[Desktop Entry]\nName=Tarnwick\nName[de]=T\xe4rnwick\n"
                             "Exec=new\n[\xfc]\n\xfc=\xfc\n");
 }
 
-TEST(DesktopEntry, KnowsWhetherSystemdReadsIt)
+/// A text, and what it is once only lines are left that all desktops take for the same.
+struct Mended
 {
-    for (const char *const lines :
-         {"Name=T\u00e4rnwick\n", "# \xe4\n", " ; a=\xe4\n", "Name=\U0001F600\uFFFD\n"}) {
-        EXPECT_TRUE(parsed("[Desktop Entry]\n" + QByteArray(lines)).isReadBySystemd()) << lines;
-    }
-    for (const char *const lines :
-         {"Name=T\xe4rnwick\n", "X-\uFDD0=1\n", "Name=\uFDEF\n", "Name=\U0001FFFE\n",
-          "Name=\U0010FFFF\n", "[Other]\nName=\uFFFF\n"}) {
-        EXPECT_FALSE(parsed("[Desktop Entry]\n" + QByteArray(lines)).isReadBySystemd()) << lines;
+    const char *text;
+    const char *mended;
+};
+
+void PrintTo(const Mended &one, std::ostream *stream)
+{
+    *stream << testing::PrintToString(one.text);
+}
+
+class DesktopEntryLineTest : public testing::TestWithParam<Mended>
+{
+};
+
+TEST_P(DesktopEntryLineTest, IsACommentWhereDesktopsDisagreeAboutIt)
+{
+    const DesktopEntry entry = parsed(GetParam().text);
+    EXPECT_EQ(entry.text(), GetParam().mended);
+    for (const EntryReader reader : {EntryReader::GLib, EntryReader::Systemd}) {
+        const std::optional<EntryKeys> keys = EntryKeys::read(entry.text(), reader);
+        ASSERT_TRUE(keys);
+        EXPECT_EQ(keys->string("A"), "b");
+        EXPECT_FALSE(keys->contains("Hidden"));
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, DesktopEntryLineTest,
+    testing::Values(
+        Mended{"[Desktop Entry]\n; mine\nA=b\n", "[Desktop Entry]\n#; mine\nA=b\n"},
+        Mended{"[Desktop Entry]\n;a=b\nA=b\n", "[Desktop Entry]\n;a=b\nA=b\n"},
+        Mended{"[Desktop Entry]\nnonsense\nA=b\n", "[Desktop Entry]\n#nonsense\nA=b\n"},
+        Mended{"[Desktop Entry]\n  =x\nA=b\n", "[Desktop Entry]\n#  =x\nA=b\n"},
+        Mended{"[Desktop Entry]\nA=b\nName[=x\n", "[Desktop Entry]\nA=b\n#Name[=x\n"},
+        Mended{"[Desktop Entry]\nA=b\nName [de]=x\n", "[Desktop Entry]\nA=b\n#Name [de]=x\n"},
+        Mended{"[Desktop Entry]\nA=b\nEncoding=latin1\n",
+               "[Desktop Entry]\nA=b\n#Encoding=latin1\n"},
+        Mended{"[Desktop Entry]\nB=\\\nA=b\n", "[Desktop Entry]\n#B=\\\nA=b\n"},
+        Mended{"[Desktop Entry]\nB=\\\\\nA=b\n", "[Desktop Entry]\nB=\\\\\nA=b\n"},
+        Mended{"[Desktop Entry]\r\nB=c\rHidden=true\r\nA=b\r\n",
+               "[Desktop Entry]\r\nB=c\\rHidden=true\r\nA=b\r\n"},
+        Mended{"; first\nB=c\n[Other]\nHidden=true\n[Desktop Entry]\nA=b\n",
+               "#; first\n#B=c\n#[Other]\n#Hidden=true\n[Desktop Entry]\nA=b\n"},
+        Mended{"[Desktop Entry]\nA=b\n[Other\nHidden=true\n# why\n[Mine]\nB=c\n",
+               "[Desktop Entry]\nA=b\n#[Other\n#Hidden=true\n# why\n[Mine]\nB=c\n"},
+        Mended{"[Desktop Entry]\nA=b\n[]\nHidden=true\n",
+               "[Desktop Entry]\nA=b\n#[]\n#Hidden=true\n"},
+        Mended{"\xef\xbb\xbf[Desktop Entry]\nA=b\n", "[Desktop Entry]\nA=b\n"},
+        Mended{"[Desktop Entry]\n\fHidden=true\nA=b\n", "[Desktop Entry]\n#\fHidden=true\nA=b\n"}));
 
 TEST(DesktopEntry, KnowsWhetherThereIsMoreInItThanSomeKeys)
 {
@@ -122,15 +141,13 @@ TEST(DesktopEntry, KnowsWhetherThereIsMoreInItThanSomeKeys)
     EXPECT_TRUE(parsed("[Desktop Entry]\nA=1\n[Other]\n").hasMoreThan({"A", "B"}));
 }
 
-TEST(DesktopEntry, IsNothingThatNoDesktopWouldRead)
+TEST(DesktopEntry, IsNothingWithoutItsGroup)
 {
     EXPECT_FALSE(DesktopEntry::parse(""));
     EXPECT_FALSE(DesktopEntry::parse("# only a comment\n"));
-    EXPECT_FALSE(DesktopEntry::parse("Exec=x\n[Desktop Entry]\n"));
-    EXPECT_FALSE(DesktopEntry::parse("[Other]\n[Desktop Entry]\n"));
-    EXPECT_FALSE(DesktopEntry::parse("[Desktop Entry]\nnonsense\n"));
-    EXPECT_FALSE(DesktopEntry::parse("[Desktop Entry]\n  =x\n"));
-    EXPECT_FALSE(DesktopEntry::parse("[Desktop Entry]\n [Other\n"));
+    EXPECT_FALSE(DesktopEntry::parse("Exec=x\n[Desktop Entry\n"));
+    EXPECT_FALSE(DesktopEntry::parse("[Other]\n"));
+    EXPECT_FALSE(DesktopEntry::parse("\f[Desktop Entry]\nA=b\n"));
     EXPECT_FALSE(DesktopEntry::parse(QByteArray("[Desktop Entry]\nName=a\0b\n", 25)));
 }
 

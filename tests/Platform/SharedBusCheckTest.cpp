@@ -11,10 +11,19 @@
 
 #include <QDBusConnection>
 
+#include <QString>
+
+#include <atomic>
 #include <chrono>
+#include <stop_token>
 #include <string>
+#include <thread>
+
+#include <csignal>
+#include <pthread.h>
 
 using namespace Tarnwick;
+using namespace std::string_literals;
 
 namespace {
 
@@ -69,6 +78,50 @@ TEST(SharedBusCheck, FailsWhereTheBusHasNoRoomForAConnection)
 {
     const UnresponsiveBus bus(UnresponsiveBus::Manner::Full);
     EXPECT_TRUE(failsAt(bus.address(), shortTimeout));
+}
+
+TEST(SharedBusCheck, TakesTheAddressThatLibdbusTakes)
+{
+    const PrivateBus answering;
+    const UnresponsiveBus unresponsive(UnresponsiveBus::Manner::Silent);
+    const std::string tooLong = "unix:path=/" + std::string(200, 'x');
+    for (const std::string &before :
+         {""s, "unix:path=/nowhere/bus;"s, "unix:abstract=tarnwick-nowhere;"s,
+          "unix:path=/nowhere/bus;unix:path=/dev/null;"s, tooLong + ";", "unix:tmpdir=/nowhere;"s,
+          "unknown:a=b;"s}) {
+        const QString address = QString::fromStdString(before + answering.address());
+        EXPECT_TRUE(QDBusConnection::connectToBus(address, "list").isConnected()) << before;
+        QDBusConnection::disconnectFromBus("list");
+        EXPECT_FALSE(failsAt(before + answering.address(), longTimeout)) << before;
+        EXPECT_TRUE(failsAt(before + unresponsive.address(), shortTimeout)) << before;
+    }
+    EXPECT_FALSE(failsAt(answering.address() + ";" + unresponsive.address(), longTimeout));
+    EXPECT_TRUE(failsAt(unresponsive.address() + ";" + answering.address(), shortTimeout));
+}
+
+TEST(SharedBusCheck, TakesNoSignalForAnAnswer)
+{
+    static std::atomic<int> signals = 0;
+    struct sigaction previous = {};
+    struct sigaction counting = {};
+    counting.sa_handler = [](int /*number*/) { ++signals; };
+    ASSERT_EQ(sigaction(SIGUSR1, &counting, &previous), 0);
+    for (const UnresponsiveBus::Manner manner :
+         {UnresponsiveBus::Manner::Silent, UnresponsiveBus::Manner::Full}) {
+        const UnresponsiveBus bus(manner);
+        signals = 0;
+        {
+            const std::jthread sender([checking = pthread_self()](const std::stop_token &stop) {
+                while (!stop.stop_requested()) {
+                    pthread_kill(checking, SIGUSR1);
+                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                }
+            });
+            EXPECT_TRUE(failsAt(bus.address(), shortTimeout));
+        }
+        EXPECT_GT(signals, 0);
+    }
+    sigaction(SIGUSR1, &previous, nullptr);
 }
 
 TEST(SharedBusCheck, FailsWhereTheBusIsStopped)

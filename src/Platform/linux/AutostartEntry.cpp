@@ -5,6 +5,7 @@
 
 #include "Platform/linux/CurrentDesktop.h"
 #include "Platform/linux/DesktopEntry.h"
+#include "Platform/linux/EntryKeys.h"
 #include "Platform/linux/UserFolders.h"
 #include "Shared/FileDescriptor.h"
 #include "Shared/ShellQuoting.h"
@@ -52,10 +53,10 @@ std::string notText()
     return std::make_error_code(std::errc::illegal_byte_sequence).message();
 }
 
-/// What is in a file: nothing where there is no file, or no desktop entry in it.
+/// What is in a file: nothing where there is no file.
 struct Content
 {
-    std::optional<DesktopEntry> entry{};
+    QByteArray text{};
     std::optional<std::string> failure{}; ///< why a file that is there cannot be read
 };
 
@@ -67,9 +68,9 @@ Content read(const std::filesystem::path &path)
         return {.failure = std::make_error_code(std::errc::operation_not_supported).message()};
     }
     QFile file(QFile::decodeName(path.c_str()));
-    const QByteArray text = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    QByteArray text = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     if (file.error() == QFileDevice::NoError) {
-        return {.entry = DesktopEntry::parse(text)};
+        return {.text = std::move(text)};
     }
     if (status.type() == std::filesystem::file_type::not_found) {
         return {};
@@ -83,7 +84,7 @@ Content read(const std::filesystem::path &path)
 bool isPlain(const QByteArray &application)
 {
     constexpr QByteArrayView special = "\"'`$\\%\x7f";
-    return DesktopEntry::isSystemdText(application) &&
+    return EntryKeys::isSystemdText(application) &&
            std::none_of(application.begin(), application.end(), [special](char character) {
                return (character >= 0 && character < ' ') || special.contains(character);
            });
@@ -110,27 +111,24 @@ QString findProgram(const QByteArray &program)
     return QStandardPaths::findExecutable(QFile::decodeName(program));
 }
 
-/// Whether nothing in the entry but a key that switches it off keeps @p desktop from starting a
+/// Whether nothing in the entry but a key that switches it off keeps the session from starting a
 /// program.
-bool isComplete(const DesktopEntry &entry, const CurrentDesktop &desktop)
+bool isComplete(const EntryKeys &keys)
 {
-    if (entry.value(typeKey) != applicationType) {
+    if (keys.string(typeKey) != applicationType) {
         return false;
     }
-    if (desktop.usesSystemdGenerator() && !entry.isReadBySystemd()) {
-        return false;
-    }
-    const std::optional<QByteArray> required = entry.value(tryExecKey);
+    const std::optional<QByteArray> required = keys.string(tryExecKey);
     if (required && required->isEmpty()) {
-        return !desktop.usesSystemdGenerator();
+        return keys.reader() != EntryReader::Systemd;
     }
     return !required || !findProgram(*required).isEmpty();
 }
 
 /// Whether the entry's command starts @p application, and not another program or an older copy.
-bool starts(const DesktopEntry &entry, const QByteArray &application)
+bool starts(const EntryKeys &keys, const QByteArray &application)
 {
-    const QByteArray command = entry.value(execKey).value_or(QByteArray());
+    const QByteArray command = keys.string(execKey).value_or(QByteArray());
     // What we write ourselves may begin with the shell.
     const QString program = findProgram(
         command == commandFor(application) ? application : DesktopEntry::program(command));
@@ -185,8 +183,9 @@ bool AutostartEntry::isStartedBySystem() const
     if (!found) {
         return false;
     }
-    const std::optional<DesktopEntry> entry = read(*found).entry;
-    return !entry || !entry->is(hiddenKey, true);
+    const EntryReader reader = CurrentDesktop::ofSession().reader();
+    const std::optional<EntryKeys> keys = EntryKeys::read(read(*found).text, reader);
+    return !keys || !keys->isTrue(hiddenKey);
 }
 
 LoginItem::Status AutostartEntry::status() const
@@ -200,13 +199,13 @@ LoginItem::Status AutostartEntry::status() const
         }
         effective = *found;
     }
-    const std::optional<DesktopEntry> entry = read(effective).entry;
     const CurrentDesktop desktop = CurrentDesktop::ofSession();
-    if (entry && desktop.isSwitchedOff(*entry)) {
+    const std::optional<EntryKeys> keys = EntryKeys::read(read(effective).text, desktop.reader());
+    if (keys && desktop.isSwitchedOff(*keys)) {
         return Status::NotRegistered;
     }
-    return entry && isComplete(*entry, desktop) && starts(*entry, m_application) ? Status::Enabled
-                                                                                 : Status::NotFound;
+    return keys && isComplete(*keys) && starts(*keys, m_application) ? Status::Enabled
+                                                                     : Status::NotFound;
 }
 
 LoginItem::Failure AutostartEntry::registerApplication()
@@ -220,11 +219,11 @@ LoginItem::Failure AutostartEntry::registerApplication()
     if (old.failure) {
         return failureText(*old.failure);
     }
-    DesktopEntry entry = old.entry.value_or(DesktopEntry());
+    DesktopEntry entry = DesktopEntry::parse(old.text).value_or(DesktopEntry());
     describe(entry);
     const CurrentDesktop desktop = CurrentDesktop::ofSession();
     desktop.switchOn(entry);
-    if (desktop.usesSystemdGenerator() && !entry.isReadBySystemd()) {
+    if (!EntryKeys::read(entry.text(), desktop.reader())) {
         return failureText(notText()); // by a line of the user's, which is not ours to remove
     }
     return write(entry.text());
@@ -233,7 +232,8 @@ LoginItem::Failure AutostartEntry::registerApplication()
 void AutostartEntry::describe(DesktopEntry &entry) const
 {
     entry.set(typeKey, applicationType.toByteArray());
-    if (!entry.value(nameKey)) {
+    const std::optional<EntryKeys> keys = EntryKeys::read(entry.text(), EntryReader::GLib);
+    if (!keys || !keys->string(nameKey)) {
         entry.set(nameKey, "Tarnwick");
     }
     entry.set(execKey, commandFor(m_application));
@@ -246,20 +246,21 @@ void AutostartEntry::describe(DesktopEntry &entry) const
 
 LoginItem::Failure AutostartEntry::unregisterApplication()
 {
-    Content old = read(file());
+    const Content old = read(file());
     if (old.failure) {
         return failureText(*old.failure);
     }
+    std::optional<DesktopEntry> entry = DesktopEntry::parse(old.text);
     const bool isHiding = isStartedBySystem();
-    if (!isHiding && (!old.entry || !old.entry->hasMoreThan(ownKeys()))) {
+    if (!isHiding && (!entry || !entry->hasMoreThan(ownKeys()))) {
         return erase();
     }
-    if (!old.entry) {
-        old.entry.emplace();
-        describe(*old.entry); // without a command it would be no entry for some
+    if (!entry) {
+        entry.emplace();
+        describe(*entry); // without a command it would be no entry for some
     }
-    old.entry->set(hiddenKey, "true");
-    return write(old.entry->text());
+    entry->set(hiddenKey, "true");
+    return write(entry->text());
 }
 
 LoginItem::Failure AutostartEntry::write(const QByteArray &text) const

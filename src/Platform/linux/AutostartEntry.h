@@ -19,8 +19,9 @@ class DesktopEntry;
 /// The login item as freedesktop.org's Desktop Application Autostart Specification 0.5 has it: a
 /// desktop entry in the user's autostart folder, or else one of the same name in a folder for all
 /// users. What counts is what the session would do with it, as CurrentDesktop knows; what else is
-/// in an entry stays as it is. Only the user's file is ever written. One that cannot be opened is
-/// left alone; one that can is replaced as a whole, and is on the disk when a call returns.
+/// in an entry stays, as a comment where not every desktop takes a line for the same. Only the
+/// user's file is ever written. One that cannot be opened is left alone; one that can is replaced
+/// as a whole, and is on the disk when a call returns.
 class AutostartEntry : public LoginItem
 {
 public:

@@ -3,7 +3,10 @@
 
 #pragma once
 
+#include "Platform/linux/EntryKeys.h"
+
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QList>
 
 namespace Tarnwick {
@@ -21,24 +24,32 @@ public:
     /// That of this process.
     [[nodiscard]] static CurrentDesktop ofSession();
 
-    /// Whether the keys OnlyShowIn and NotShowIn leave @p entry to this desktop, as the Desktop
-    /// Entry Specification 1.5 has it.
-    [[nodiscard]] bool shows(const DesktopEntry &entry) const;
+    /// Which program reads the session's entries: systemd's generator in Plasma, and GLib
+    /// elsewhere. The calls below take an entry's keys as read by it.
+    [[nodiscard]] EntryReader reader() const;
 
-    /// Changes these keys as little as it takes for shows() to be true.
+    /// Whether the keys OnlyShowIn and NotShowIn leave the entry to this desktop, as the Desktop
+    /// Entry Specification 1.5 has it. GLib shows one with an empty OnlyShowIn on no desktop.
+    [[nodiscard]] bool shows(const EntryKeys &keys) const;
+
+    /// Changes these keys as little as it takes for shows() to be true, and writes them so that all
+    /// readers take them for the same: once, without blanks and with no empty or odd names.
     void makeShow(DesktopEntry &entry) const;
 
-    /// Whether a key of @p entry keeps the session from starting it: Hidden, shows() and those that
-    /// only some sessions read. They are read as the session does: GLib takes nothing but "true"
-    /// and "1" for yes, and systemd's generator starts nothing with a value that is not a clear no.
-    [[nodiscard]] bool isSwitchedOff(const DesktopEntry &entry) const;
+    /// Whether a key keeps the session from starting the entry: Hidden, shows(), the conditions and
+    /// those that only some sessions read.
+    ///
+    /// A condition is the key AutostartCondition with the session managers of the GNOME family,
+    /// Cinnamon and MATE: "if-exists FILE" and "unless-exists FILE" in the configuration folder. As
+    /// no other condition can be decided here (a key of GSettings, the kind of the session, those
+    /// of Plasma, which are programs), an entry with one counts as switched off: "on" is a promise.
+    /// systemd's generator ignores a condition whose program is not installed.
+    [[nodiscard]] bool isSwitchedOff(const EntryKeys &keys) const;
 
-    /// Changes these keys so that the session starts @p entry. Of those that it does not read only
+    /// Changes these keys so that the session starts @p entry, and that no key that stands several
+    /// times is read in two ways. Of those that the session does not read only
     /// X-GNOME-Autostart-enabled changes.
     void switchOn(DesktopEntry &entry) const;
-
-    /// Whether systemd-xdg-autostart-generator(8) starts the session's entries, as that of Plasma.
-    [[nodiscard]] bool usesSystemdGenerator() const;
 
     /// Whether the session reads the key X-GNOME-Autostart-enabled: the session managers of GNOME,
     /// which Unity, Budgie and Pantheon use as well, and of Cinnamon do. Those of Plasma, Xfce,
@@ -46,6 +57,8 @@ public:
     [[nodiscard]] bool readsAutostartEnabled() const;
 
 private:
+    [[nodiscard]] QList<QByteArrayView> conditions() const;
+
     QList<QByteArray> m_names;
 };
 

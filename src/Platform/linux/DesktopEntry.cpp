@@ -3,16 +3,10 @@
 
 #include "Platform/linux/DesktopEntry.h"
 
-#include "Shared/Utf8.h"
-
-#include <QChar>
-#include <QList>
-#include <QString>
-#include <QStringDecoder>
+#include "Platform/linux/EntryLine.h"
 
 #include <algorithm>
 #include <array>
-#include <string_view>
 #include <utility>
 
 namespace Tarnwick {
@@ -30,35 +24,61 @@ struct Escape
 constexpr std::array escapes{Escape{'\\', '\\'}, Escape{'\n', 'n'}, Escape{'\t', 't'},
                              Escape{'\r', 'r'}};
 
-// Blanks before what a line says mean nothing to the parsers of desktops.
-
 bool opensGroup(const QByteArray &line)
 {
-    return line.trimmed().startsWith('[');
+    return EntryLine::parse(line).kind == EntryLine::Kind::Group;
+}
+
+bool isHeader(const QByteArray &line)
+{
+    return EntryLine::parse(line).isHeader();
 }
 
 bool saysNothing(const QByteArray &line)
 {
-    const QByteArray said = line.trimmed();
-    return said.isEmpty() || said.startsWith('#');
+    return EntryLine::parse(line).kind == EntryLine::Kind::Nothing;
 }
 
+/// The key that the line gives a value; null where it gives none.
 QByteArray keyOf(const QByteArray &line)
 {
-    return saysNothing(line) ? QByteArray() : line.left(line.indexOf('=')).trimmed();
+    const EntryLine parsed = EntryLine::parse(line);
+    return parsed.kind == EntryLine::Kind::Key ? parsed.name : QByteArray();
 }
 
-bool isLine(const QByteArray &line)
+/// Whether systemd joins the line with the next one: it ends in a backslash that is not escaped.
+bool isContinued(const QByteArray &line)
 {
-    const QByteArray said = line.trimmed();
-    return saysNothing(line) || (opensGroup(line) ? said.endsWith(']') : said.indexOf('=') > 0);
+    const auto isNoBackslash = [](char character) { return character != '\\'; };
+    const QByteArray text = line.endsWith('\r') ? line.chopped(1) : line;
+    return (std::find_if(text.rbegin(), text.rend(), isNoBackslash) - text.rbegin()) % 2 != 0;
 }
 
-bool isText(const QByteArray &text)
+/// Whether all desktops take the line for the same, whatever its encoding and a group's name.
+bool isTakenAlike(const EntryLine &parsed, const QByteArray &line)
 {
-    QStringDecoder decoder(QStringDecoder::Utf8);
-    static_cast<void>(QString(decoder(text)));
-    return !decoder.hasError();
+    constexpr QByteArrayView uncommonBlanks = "\v\f"; // to some of them only
+    if (line.startsWith('#')) {
+        return true;
+    }
+    if (parsed.kind == EntryLine::Kind::Key && parsed.name == "Encoding") {
+        return parsed.value == "UTF-8";
+    }
+    const QByteArray text = line.trimmed();
+    const qsizetype begin = line.indexOf(text);
+    const auto isUncommon = [uncommonBlanks](char one) { return uncommonBlanks.contains(one); };
+    return parsed.kind != EntryLine::Kind::Invalid && !isContinued(line) &&
+           std::none_of(line.begin(), line.begin() + begin, isUncommon) &&
+           std::none_of(line.begin() + begin + text.size(), line.end(), isUncommon);
+}
+
+/// The line with escape sequences for carriage returns in it, which systemd ends a line at.
+QByteArray withoutReturns(QByteArray line)
+{
+    const bool hasEnd = line.endsWith('\r');
+    line.chop(hasEnd ? 1 : 0);
+    line.replace('\r', "\\r");
+    return hasEnd ? line + '\r' : line;
 }
 
 QByteArray escaped(const QByteArray &value)
@@ -79,27 +99,6 @@ QByteArray escaped(const QByteArray &value)
     return result;
 }
 
-char unescaped(char letter)
-{
-    if (letter == 's') {
-        return ' ';
-    }
-    const auto *const escape =
-        std::find_if(escapes.begin(), escapes.end(),
-                     [letter](const Escape &one) { return one.letter == letter; });
-    return escape == escapes.end() ? letter : escape->character;
-}
-
-QByteArray unescaped(const QByteArray &value)
-{
-    QByteArray result;
-    for (qsizetype at = 0; at < value.size(); ++at) {
-        const bool isEscape = value[at] == '\\' && at + 1 < value.size();
-        result.append(isEscape ? unescaped(value[++at]) : value[at]);
-    }
-    return result;
-}
-
 } // namespace
 
 DesktopEntry::DesktopEntry()
@@ -110,23 +109,38 @@ DesktopEntry::DesktopEntry()
 DesktopEntry::DesktopEntry(Lines lines)
     : m_lines(std::move(lines))
 {
-    const auto first = std::find_if(m_lines.begin(), m_lines.end(), &opensGroup);
+    const auto first = std::find_if(m_lines.begin(), m_lines.end(), &isHeader);
     m_header = static_cast<std::size_t>(first - m_lines.begin());
 }
 
 std::optional<DesktopEntry> DesktopEntry::parse(const QByteArray &text)
 {
-    const QList<QByteArray> split = text.split('\n');
+    constexpr QByteArrayView byteOrderMark = "\xef\xbb\xbf";
+    const QByteArray plain = text.mid(text.startsWith(byteOrderMark) ? byteOrderMark.size() : 0);
+    const QList<QByteArray> split = plain.split('\n');
     Lines lines(split.begin(), split.end());
     if (lines.back().isEmpty()) {
         lines.pop_back();
     }
-    const auto first = std::find_if_not(lines.begin(), lines.end(), &saysNothing);
-    const bool begins = first != lines.end() && first->trimmed() == header;
-    if (!begins || text.contains('\0') || !std::all_of(lines.begin(), lines.end(), &isLine)) {
-        return std::nullopt;
+    // What stands before the first header is in no group, and what follows a line that is none,
+    // though it begins like one, is not in the group before that.
+    bool hasHeader = false;
+    bool isInGroup = false;
+    for (QByteArray &line : lines) {
+        line = withoutReturns(line);
+        const EntryLine parsed = EntryLine::parse(line);
+        const bool isTaken = isTakenAlike(parsed, line);
+        if (line.trimmed().startsWith('[')) {
+            const bool isGroup = isTaken && parsed.kind == EntryLine::Kind::Group;
+            hasHeader = hasHeader || (isGroup && parsed.isHeader());
+            isInGroup = isGroup && hasHeader;
+        }
+        if (!isTaken || (!isInGroup && parsed.kind != EntryLine::Kind::Nothing)) {
+            line.prepend('#');
+        }
     }
-    return DesktopEntry(std::move(lines));
+    return hasHeader && !text.contains('\0') ? std::optional(DesktopEntry(std::move(lines)))
+                                             : std::nullopt;
 }
 
 std::size_t DesktopEntry::endOfGroup() const
@@ -142,7 +156,7 @@ std::vector<std::size_t> DesktopEntry::linesOf(QByteArrayView key) const
     bool isInGroup = false;
     for (std::size_t at = 0; at < m_lines.size(); ++at) {
         if (opensGroup(m_lines[at])) {
-            isInGroup = m_lines[at].trimmed() == header;
+            isInGroup = isHeader(m_lines[at]);
         } else if (isInGroup && keyOf(m_lines[at]) == key) {
             places.push_back(at);
         }
@@ -164,58 +178,32 @@ void DesktopEntry::erase(std::span<const std::size_t> places)
     m_lines = std::move(kept);
 }
 
-std::optional<QByteArray> DesktopEntry::value(QByteArrayView key) const
-{
-    const std::vector<std::size_t> places = linesOf(key);
-    if (places.empty()) {
-        return std::nullopt;
-    }
-    const QByteArray &line = m_lines[places.back()];
-    const QByteArray said = line.mid(line.indexOf('=') + 1).trimmed();
-    return isText(said) ? std::optional(unescaped(said)) : std::nullopt;
-}
-
-bool DesktopEntry::is(QByteArrayView key, bool wanted) const
-{
-    // The numbers are those of the oldest version of the format, which parsers still take.
-    const std::optional<QByteArray> said = value(key);
-    return said && (wanted ? said == "true" || said == "1" : said == "false" || said == "0");
-}
-
 bool DesktopEntry::hasMoreThan(const std::vector<QByteArrayView> &keys) const
 {
     const auto isExtra = [&keys](const QByteArray &line) {
-        return line.trimmed() != header && !line.trimmed().isEmpty() &&
+        return !isHeader(line) && !line.trimmed().isEmpty() &&
                std::find(keys.begin(), keys.end(), keyOf(line)) == keys.end();
     };
     return std::any_of(m_lines.begin(), m_lines.end(), isExtra);
 }
 
-bool DesktopEntry::isReadBySystemd() const
-{
-    return std::all_of(m_lines.begin(), m_lines.end(), [](const QByteArray &line) {
-        return line.trimmed().startsWith('#') || line.trimmed().startsWith(';') ||
-               isSystemdText(line);
-    });
-}
-
-bool DesktopEntry::isSystemdText(const QByteArray &text)
-{
-    std::string_view rest(text.constData(), static_cast<std::size_t>(text.size()));
-    if (!Utf8::isValid(rest)) {
-        return false;
-    }
-    while (!rest.empty()) {
-        if (QChar::isNonCharacter(Utf8::takeCodePoint(rest))) {
-            return false;
-        }
-    }
-    return true;
-}
-
 void DesktopEntry::set(QByteArrayView key, const QByteArray &value)
 {
-    const QByteArray line = key.toByteArray() + '=' + escaped(value);
+    setEscaped(key, escaped(value));
+}
+
+void DesktopEntry::setList(QByteArrayView key, const QList<QByteArray> &words)
+{
+    QByteArray value;
+    for (const QByteArray &word : words) {
+        value.append(escaped(word).replace(';', "\\;")).append(';');
+    }
+    setEscaped(key, value);
+}
+
+void DesktopEntry::setEscaped(QByteArrayView key, const QByteArray &value)
+{
+    const QByteArray line = key.toByteArray() + '=' + value;
     const std::vector<std::size_t> places = linesOf(key);
     if (!places.empty()) {
         m_lines[places.front()] = line;

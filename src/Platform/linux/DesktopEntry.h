@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
+#include <QList>
 
 #include <cstddef>
 #include <optional>
@@ -13,39 +14,29 @@
 
 namespace Tarnwick {
 
-/// The text of a desktop entry (freedesktop.org's Desktop Entry Specification 1.5) and what its
-/// group "Desktop Entry" says; where that stands several times, it is one group, as for desktops. A
-/// change leaves every other line as it was: comments, unknown keys, translations, other groups.
+/// The text of a desktop entry (freedesktop.org's Desktop Entry Specification 1.5), to change keys
+/// of its group "Desktop Entry"; where that stands several times, it is one group, as for desktops.
+/// A change leaves every other line as it was: comments, unknown keys, translations, other groups.
+/// EntryKeys knows what the keys say.
 class DesktopEntry
 {
 public:
     /// One without keys.
     DesktopEntry();
 
-    /// Nothing when @p text has not the lines of a desktop entry. Like the desktops it minds
-    /// neither blanks before a line nor, in values that nobody asks for, another encoding than
-    /// UTF-8.
+    /// Nothing when @p text has no such group, or a NUL. Lines that not every desktop takes for
+    /// what they are become comments: those that GLib refuses, such as comments that begin with a
+    /// semicolon, those before the group, and those that systemd would join with the next one. The
+    /// encoding of lines does not matter.
     [[nodiscard]] static std::optional<DesktopEntry> parse(const QByteArray &text);
-
-    /// The value of @p key, unescaped; of several the last, which counts. Absent without that key,
-    /// and where what it has is not UTF-8.
-    [[nodiscard]] std::optional<QByteArray> value(QByteArrayView key) const;
-
-    /// Whether @p key is there and has that truth value.
-    [[nodiscard]] bool is(QByteArrayView key, bool wanted) const;
 
     /// Whether there is anything in the text besides these keys.
     [[nodiscard]] bool hasMoreThan(const std::vector<QByteArrayView> &keys) const;
 
-    /// Whether systemd reads the text: every line but comments is as isSystemdText() has it.
-    [[nodiscard]] bool isReadBySystemd() const;
-
-    /// Whether @p text is UTF-8 without Unicode's noncharacters, which systemd's parsers refuse
-    /// together with the whole file that has them.
-    [[nodiscard]] static bool isSystemdText(const QByteArray &text);
-
     /// Gives @p key this one value, which may hold any character but NUL.
     void set(QByteArrayView key, const QByteArray &value);
+    /// Gives @p key these words, which may hold any character but NUL.
+    void setList(QByteArrayView key, const QList<QByteArray> &words);
     void remove(QByteArrayView key);
 
     [[nodiscard]] QByteArray text() const;
@@ -63,6 +54,7 @@ private:
     explicit DesktopEntry(Lines lines);
     [[nodiscard]] std::size_t endOfGroup() const;
     [[nodiscard]] std::vector<std::size_t> linesOf(QByteArrayView key) const;
+    void setEscaped(QByteArrayView key, const QByteArray &value);
     void erase(std::span<const std::size_t> places);
 
     Lines m_lines;

@@ -6,12 +6,16 @@
 #include "Platform/linux/BusAddress.h"
 #include "Shared/FileDescriptor.h"
 
+#include <QByteArrayView>
 #include <QDBusConnection>
 #include <QList>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string_view>
 
@@ -33,15 +37,11 @@ struct SocketAddress
     socklen_t size = 0;
 };
 
-/// The first of the addresses in @p list, in the D-Bus specification's format; nothing when it is
-/// not of a Unix socket.
-std::optional<SocketAddress> firstSocket(const QByteArray &list)
+/// The socket of @p address, in the D-Bus specification's format; nothing when it has none that a
+/// client can connect to.
+std::optional<SocketAddress> socketOf(const QByteArray &address)
 {
-    const QByteArray first = list.split(';').first();
-    if (!first.startsWith("unix:")) {
-        return std::nullopt;
-    }
-    for (const QByteArray &pair : first.mid(5).split(',')) {
+    for (const QByteArray &pair : address.mid(address.indexOf(':') + 1).split(',')) {
         const bool isAbstract = pair.startsWith("abstract=");
         if (!isAbstract && !pair.startsWith("path=")) {
             continue;
@@ -49,39 +49,96 @@ std::optional<SocketAddress> firstSocket(const QByteArray &list)
         // unix(7): an abstract name begins with a zero byte, and has none at its end.
         QByteArray name = QByteArray::fromPercentEncoding(pair.mid(pair.indexOf('=') + 1));
         name = isAbstract ? name.prepend('\0') : name.append('\0');
-        SocketAddress address;
-        if (static_cast<std::size_t>(name.size()) > sizeof(address.name.sun_path)) {
+        SocketAddress socket;
+        if (static_cast<std::size_t>(name.size()) > sizeof(socket.name.sun_path)) {
             return std::nullopt;
         }
-        address.name.sun_family = AF_UNIX;
-        std::ranges::copy(name, address.name.sun_path);
-        address.size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path)) +
-                       static_cast<socklen_t>(name.size());
-        return address;
+        socket.name.sun_family = AF_UNIX;
+        std::ranges::copy(name, socket.name.sun_path);
+        socket.size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path)) +
+                      static_cast<socklen_t>(name.size());
+        return socket;
     }
     return std::nullopt;
 }
 
-/// False only where the bus keeps its client waiting: one that refuses is no trouble.
-bool answers(const SocketAddress &address, std::chrono::milliseconds timeout)
+/// Whether libdbus connects to addresses like @p address in a way that is not checked here.
+bool isUnchecked(const QByteArray &address)
+{
+    constexpr std::array<QByteArrayView, 5> transports{
+        "tcp:", "nonce-tcp:", "unixexec:", "autolaunch:", "launchd:"};
+    return std::ranges::any_of(
+        transports, [&address](QByteArrayView transport) { return address.startsWith(transport); });
+}
+
+/// Repeats @p call, which blocks on @p socket, while signals interrupt it: whatever their handlers
+/// say, signal(7) has no call restarted on a socket with a time-out. @p option is the socket(7)
+/// option that bounds it. Fails with EAGAIN after @p timeout.
+template<class Call>
+ssize_t repeat(int socket, int option, std::chrono::milliseconds timeout, Call call)
+{
+    using std::chrono::steady_clock;
+    const steady_clock::time_point deadline = steady_clock::now() + timeout;
+    for (;;) {
+        const auto left =
+            std::chrono::ceil<std::chrono::microseconds>(deadline - steady_clock::now());
+        if (left.count() <= 0) { // none would be no limit
+            errno = EAGAIN;
+            return -1;
+        }
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
+        const timeval limit = {.tv_sec = seconds.count(), .tv_usec = (left - seconds).count()};
+        ::setsockopt(socket, SOL_SOCKET, option, &limit, sizeof(limit));
+        if (const ssize_t result = call(); result >= 0 || errno != EINTR) {
+            return result;
+        }
+    }
+}
+
+/// What there is at an address.
+enum class Peer : std::uint8_t {
+    None, ///< a client fails to connect, and tries the next address
+    Answering,
+    Unresponsive, ///< keeps its client waiting
+};
+
+Peer peerAt(const SocketAddress &address, std::chrono::milliseconds timeout)
 {
     const FileDescriptor connection(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(timeout);
-    const timeval limit = {.tv_sec = seconds.count(),
-                           .tv_usec = std::chrono::microseconds(timeout - seconds).count()};
-    // socket(7): the first of them bounds connect(2) as well.
-    for (const int option : {SO_SNDTIMEO, SO_RCVTIMEO}) {
-        ::setsockopt(connection.get(), SOL_SOCKET, option, &limit, sizeof(limit));
-    }
+    const int socket = connection.get();
     const auto *name = reinterpret_cast<const sockaddr *>(&address.name);
-    if (::connect(connection.get(), name, address.size) != 0) {
-        return errno != EAGAIN;
+    if (repeat(socket, SO_SNDTIMEO, timeout,
+               [&] { return ::connect(socket, name, address.size); }) != 0) {
+        return errno == EAGAIN ? Peer::Unresponsive : Peer::None;
     }
     // Asks which mechanisms of authentication there are.
     constexpr std::string_view request("\0AUTH\r\n", 7);
+    if (repeat(socket, SO_SNDTIMEO, timeout,
+               [&] { return ::send(socket, request.data(), request.size(), MSG_NOSIGNAL); }) < 0) {
+        return errno == EAGAIN ? Peer::Unresponsive : Peer::Answering;
+    }
     char answer = 0;
-    return ::send(connection.get(), request.data(), request.size(), MSG_NOSIGNAL) < 0 ||
-           ::recv(connection.get(), &answer, 1, 0) >= 0 || errno != EAGAIN;
+    const ssize_t size =
+        repeat(socket, SO_RCVTIMEO, timeout, [&] { return ::recv(socket, &answer, 1, 0); });
+    return size < 0 && errno == EAGAIN ? Peer::Unresponsive : Peer::Answering;
+}
+
+/// False only where the bus keeps its client waiting: one that refuses is no trouble. As libdbus
+/// does, takes the first address in @p list that lets a client connect.
+bool answers(const QByteArray &list, std::chrono::milliseconds timeout)
+{
+    for (const QByteArray &address : list.split(';')) {
+        if (isUnchecked(address)) {
+            return true;
+        }
+        const std::optional<SocketAddress> socket =
+            address.startsWith("unix:") ? socketOf(address) : std::nullopt;
+        const Peer peer = socket ? peerAt(*socket, timeout) : Peer::None;
+        if (peer != Peer::None) {
+            return peer == Peer::Answering;
+        }
+    }
+    return true;
 }
 
 } // namespace
@@ -89,8 +146,7 @@ bool answers(const SocketAddress &address, std::chrono::milliseconds timeout)
 SharedBusCheck::SharedBusCheck(std::chrono::milliseconds timeout)
     : m_address(qgetenv(variable))
 {
-    const std::optional<SocketAddress> socket = firstSocket(sessionBusAddress().toUtf8());
-    failed = socket && !answers(*socket, timeout);
+    failed = !answers(sessionBusAddress().toUtf8(), timeout);
     if (failed) {
         // No socket can be there.
         qputenv(variable, "unix:path=/dev/null/bus");

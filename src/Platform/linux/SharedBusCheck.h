@@ -19,8 +19,9 @@ class SharedBusCheck
 public:
     static constexpr std::chrono::seconds defaultTimeout{5};
 
-    /// Gives the bus @p timeout to let us connect, and once more to answer. Addresses that are not
-    /// of a Unix socket are not checked.
+    /// Gives the bus @p timeout to let us connect, and once more each to be sent to and to answer.
+    /// Of several addresses the first one counts that lets us connect. Nothing is checked from the
+    /// first one on that is of another transport than a Unix socket.
     explicit SharedBusCheck(std::chrono::milliseconds timeout = defaultTimeout);
     ~SharedBusCheck();
     SharedBusCheck(const SharedBusCheck &) = delete;
