@@ -292,7 +292,7 @@ std::vector<std::int64_t> KillCommand::portsAskedForOf(std::int64_t pid) const
 bool KillCommand::mayBeRestarted(const PortEntry &owner) const
 {
     const std::vector<Ancestor> above = m_ender.ancestors(static_cast<std::int32_t>(owner.pid));
-    return !above.empty() && !above.front().isShell;
+    return !above.empty() && (!above.front().isShell || above.front().sharesGroup);
 }
 
 /// The processes that listen on @p ports with sockets of their own and descend from @p owner.

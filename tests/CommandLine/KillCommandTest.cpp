@@ -361,13 +361,21 @@ TEST_F(KillCommandTest, FindsThePortTakenByAServerThatItsParentHasStartedAgain)
 TEST_F(KillCommandTest, ListsOnceMoreOnlyWhereTheParentMayStartTheServerAgain)
 {
     for (const auto &[pid, above] : std::map<std::int32_t, std::vector<Ancestor>>{
-             {4711, {}}, {4712, {{.pid = 9, .isShell = true}, {.pid = 1}}}}) {
+             {4711, {}}, {4712, {{.pid = 9, .isShell = true, .sharesGroup = false}, {.pid = 1}}}}) {
         ends.ancestry = {{pid, above}};
         listening({record(3000, pid, "node")});
         listings.asked = 0;
         EXPECT_EQ(kill({3000}, true), ExitCode::Done);
         EXPECT_EQ(listings.asked, 2);
     }
+}
+
+TEST_F(KillCommandTest, TakesTheShellOfAScriptForAParentThatMayStartTheServerAgain)
+{
+    ends.ancestry = {{4711, {{.pid = 9, .isShell = true, .sharesGroup = true}, {.pid = 1}}}};
+    listening({record(3000, 4711, "node")});
+    EXPECT_EQ(kill({3000}, true), ExitCode::Done);
+    EXPECT_EQ(listings.asked, 3);
 }
 
 TEST_F(KillCommandTest, FailsWhenItCannotSeeWhetherThePortIsFree)

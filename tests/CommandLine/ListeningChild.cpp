@@ -22,30 +22,38 @@ namespace Tarnwick {
 
 namespace {
 
-/// A socket that listens on @p port, or on any for 0, and survives exec; invalid on failure. Only
-/// one that is @p shared leaves the port to others like it.
-FileDescriptor listenOn(int port, bool shared)
+/// Binds @p socket to @p port, or to any for 0, beside sockets like it that do not listen. Whether
+/// that succeeded.
+bool bindTo(const FileDescriptor &socket, int port)
 {
-    FileDescriptor listener(socket(AF_INET, SOCK_STREAM, 0));
-    const int value = shared ? 1 : 0;
+    const int on = 1;
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<std::uint16_t>(port));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on)) == 0 &&
+           bind(socket.get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)) == 0;
+}
+
+/// A socket that listens on @p port and survives exec; invalid on failure. Only one that is
+/// @p shared leaves the port to others like it.
+FileDescriptor listenOn(int port, bool shared)
+{
+    FileDescriptor listener(socket(AF_INET, SOCK_STREAM, 0));
+    const int value = shared ? 1 : 0;
     if (setsockopt(listener.get(), SOL_SOCKET, SO_REUSEPORT, &value, sizeof(value)) != 0 ||
-        bind(listener.get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0 ||
-        listen(listener.get(), 4) != 0) {
+        !bindTo(listener, port) || listen(listener.get(), 4) != 0) {
         listener.reset();
     }
     return listener;
 }
 
-/// The port that @p listener is bound to; 0 where it is not.
-int portOf(const FileDescriptor &listener)
+/// The port that @p socket is bound to; 0 where it is not.
+int portOf(const FileDescriptor &socket)
 {
     sockaddr_in address{};
     socklen_t size = sizeof(address);
-    getsockname(listener.get(), reinterpret_cast<sockaddr *>(&address), &size);
+    getsockname(socket.get(), reinterpret_cast<sockaddr *>(&address), &size);
     return ntohs(address.sin_port);
 }
 
@@ -84,11 +92,14 @@ ListeningChild::ListeningChild(const Setup &setup)
     std::vector<FileDescriptor> listeners;
     listeners.reserve(setup.ports);
     for (int &port : m_ports) {
-        const FileDescriptor &listener =
-            listeners.emplace_back(listenOn(0, setup.childListens || setup.isShared));
-        port = portOf(listener);
-        if (port == 0) {
-            throw std::runtime_error("no port to listen on");
+        const FileDescriptor &reserved =
+            m_reserved.emplace_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        if (!bindTo(reserved, 0)) {
+            throw std::runtime_error("no port to be had");
+        }
+        port = portOf(reserved);
+        if (!listeners.emplace_back(listenOn(port, setup.childListens || setup.isShared))) {
+            throw std::runtime_error("no socket listens on the port");
         }
     }
     // Carries the grandchild's identifier, and ends when the child has become another program.

@@ -63,6 +63,9 @@ private:
 
     TemporaryCopy m_copies;
     std::vector<int> m_ports;
+    /// Bound to the ports: the kernel gives none of them to another process meanwhile, also after
+    /// the child has ended.
+    std::vector<FileDescriptor> m_reserved;
     pid_t m_pid = -1;
     pid_t m_grandchild = -1;
 };

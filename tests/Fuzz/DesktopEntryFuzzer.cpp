@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Platform/linux/DesktopEntry.h"
+#include "Platform/linux/EntryKeys.h"
 #include "tests/Fuzz/Fuzzer.h"
 
 #include <optional>
@@ -15,12 +16,22 @@ void changeEntry(DesktopEntry entry, const QByteArray &value)
 {
     entry.set("Exec", value);
     entry.remove("Hidden");
-    require(!entry.value("Hidden"));
     const std::optional<DesktopEntry> again = DesktopEntry::parse(entry.text());
     require(again.has_value());
     require(again->text() == entry.text());
-    require(again->value("Exec") == entry.value("Exec"));
-    require(entry.value("Exec").value_or(value) == value);
+    const std::optional<EntryKeys> keys = EntryKeys::read(entry.text(), EntryReader::GLib);
+    require(keys.has_value());
+    require(!keys->contains("Hidden"));
+    require(keys->string("Exec").value_or(value) == value);
+}
+
+void readKeys(const QByteArray &text, EntryReader reader)
+{
+    if (const std::optional<EntryKeys> keys = EntryKeys::read(text, reader)) {
+        static_cast<void>(keys->isTrue("Hidden"));
+        static_cast<void>(keys->string("Exec"));
+        static_cast<void>(keys->list("OnlyShowIn"));
+    }
 }
 
 } // namespace
@@ -35,9 +46,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     require(DesktopEntry::program(quoted) == QByteArray(argument).replace('%', "%%"));
     static_cast<void>(DesktopEntry::program(text));
 
+    readKeys(text, EntryReader::GLib);
+    readKeys(text, EntryReader::Systemd);
     changeEntry(DesktopEntry(), quoted);
     if (const std::optional<DesktopEntry> entry = DesktopEntry::parse(text)) {
-        static_cast<void>(entry->is("Hidden", true));
         static_cast<void>(entry->hasMoreThan({"Exec", "Type"}));
         changeEntry(*entry, quoted);
     }

@@ -3,6 +3,7 @@
 
 #include "Helper/ProcessAncestry.h"
 
+#include "tests/Support/OtherUser.h"
 #include "tests/Support/Puppet.h"
 
 #include <gtest/gtest.h>
@@ -32,6 +33,16 @@ TEST(ProcessAncestry, RecognisesAShellByItsName)
     }
     parent.rename("shop");
     EXPECT_FALSE(ancestors(child.pid()).at(0).isShell);
+}
+
+TEST(ProcessAncestry, KnowsWhetherTheProcessesShareAGroup)
+{
+    const int wrong = inOwnProcess([] {
+        const bool didShare = ancestors(getpid()).at(0).sharesGroup;
+        setpgid(0, 0);
+        return didShare && !ancestors(getpid()).at(0).sharesGroup ? 0 : 1;
+    });
+    EXPECT_EQ(wrong, 0);
 }
 
 TEST(ProcessAncestry, KnowsNoneOfAProcessThatHasEnded)

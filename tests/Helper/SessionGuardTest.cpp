@@ -12,6 +12,8 @@
 #include "tests/Support/ScopedEnvironment.h"
 #include "tests/Support/TemporaryFolder.h"
 
+#include <gmock/gmock.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -424,7 +426,9 @@ TEST_F(SessionGuardTest, KeepsTheDisplayServerOfTheSessionOnly)
         const ScopedEnvironment unknown("WAYLAND_DISPLAY", std::nullopt);
         EXPECT_EQ(part(server), Part::DisplayServer) << "nothing names the session's display";
     }
-    EXPECT_EQ(terminate(server), KillResultCode::Terminated);
+    // On a busy machine it does not end by the first signal within the fixture's short time.
+    EXPECT_THAT(terminate(server),
+                testing::AnyOf(KillResultCode::Terminated, KillResultCode::ForceKilled));
     ::waitpid(server, nullptr, 0);
 }
 

@@ -38,6 +38,7 @@ protected:
 
     InstallFixture()
     {
+        ::umask(022); // folders that a group may write to are not the installer's
         std::filesystem::permissions(m_folder.path(), std::filesystem::perms(0755));
         std::filesystem::create_directories(m_applications);
         std::filesystem::permissions(m_applications, std::filesystem::perms(0755));

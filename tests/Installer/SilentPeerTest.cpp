@@ -68,8 +68,9 @@ protected:
     /// The failure of a sender in this process.
     [[nodiscard]] CopyProtocol::Failure send(std::chrono::milliseconds silence) const
     {
+        const char *const usual = std::getenv("PATH");
         const ScopedEnvironment path("PATH", (m_folder.path() / "bin").string() + ":" +
-                                                 std::getenv("PATH"));
+                                                 (usual != nullptr ? usual : "/usr/bin:/bin"));
         CopySender sender({.source = m_source,
                            .applications = m_applications,
                            .program = "bin/tarnwick",

@@ -54,7 +54,8 @@ ListenerInventory::Private::Places ListenerInventory::Private::heldByBetterOwner
 void ListenerInventory::Private::compareWithChanged()
 {
     const Clock::time_point start = Clock::now();
-    const Questions handed{.doubtful = heldByBetterOwners()};
+    Questions handed;
+    handed.doubtful = heldByBetterOwners();
     if (!handed.none()) {
         resolve(handed, attempts);
     }

@@ -18,9 +18,12 @@ std::vector<Ancestor> ancestors(std::int32_t pid)
     std::optional<ProcFs::Stat> stat = ProcFs::stat(root.get(), pid);
     while (stat && stat->parent > 0 && found.size() < maxAncestors) {
         const pid_t parent = stat->parent;
+        const pid_t group = stat->processGroup;
         stat = ProcFs::stat(root.get(), parent);
         if (stat) {
-            found.push_back({.pid = parent, .isShell = stat->isShell()});
+            found.push_back({.pid = parent,
+                             .isShell = stat->isShell(),
+                             .sharesGroup = stat->processGroup == group});
         }
     }
     return found;
