@@ -10,6 +10,8 @@
 #include <set>
 #include <tuple>
 
+#include <sys/stat.h>
+
 namespace Tarnwick {
 namespace {
 
@@ -138,7 +140,12 @@ TEST_F(SharedSocketTest, IsCheckedAgainstAllProcessesFromTimeToTime)
     server.pass(listener.descriptor, older, 3);
     EXPECT_EQ(only(list(audited), listener.port).pid, older.pid());
     EXPECT_EQ(only(coldList(), listener.port).pid, older.pid());
-    EXPECT_EQ(only(list(m_inventory), listener.port).pid, server.pid()) << "until its next audit";
+    struct stat counted = {};
+    ASSERT_EQ(::stat("/proc/self/fd", &counted), 0);
+    if (counted.st_size > 0) { // before Linux 6.2 every comparison is with all processes
+        EXPECT_EQ(only(list(m_inventory), listener.port).pid, server.pid())
+            << "until its next audit";
+    }
 }
 
 TEST_F(SharedSocketTest, SeesThatAnotherProcessReusesThePort)

@@ -3,12 +3,18 @@
 
 #include "tests/Support/ThreadedProcess.h"
 #include "Helper/ProcessTerminator.h"
+#include "Shared/FileDescriptor.h"
 #include "tests/Helper/InventoryFixture.h"
 #include "tests/Support/OtherUser.h"
+#include "tests/Support/ScopedEnvironment.h"
+#include "tests/Support/TemporaryFolder.h"
 
 #include <filesystem>
+#include <string>
 
 #include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace Tarnwick {
@@ -54,6 +60,18 @@ TEST_F(ThreadedProcessTest, OwnsItsSocketsWithoutItsMainThreadForAUserWhoIsNotRo
         // Who changes the user is root's to look into.
         ::prctl(PR_SET_DUMPABLE, 1);
         const ThreadedProcess server(Kind::WithoutMainThread);
+        // A session has a bus, which is not to be ended. The server does not have its socket.
+        const TemporaryFolder folder;
+        const std::string path = (folder.path() / "bus").string();
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+        const FileDescriptor bus(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        if (::bind(bus.get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0 ||
+            ::listen(bus.get(), 1) != 0) {
+            return 2;
+        }
+        const ScopedEnvironment session("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
         ListenerInventory inventory;
         const bool isListed = server.awaitEndOfMainThread() &&
                               only(list(inventory), server.port()).pid == server.pid() &&

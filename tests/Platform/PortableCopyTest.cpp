@@ -339,8 +339,9 @@ TEST_F(PortableCopyTest, IsStartedFromItsNewPlaceWhileTheOlderCopyIsStillBeingRe
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     FileDescriptor held(::open(fifo.c_str(), O_RDWR | O_CLOEXEC));
     const fs::path ended = m_folder.path() / "ended";
-    writeProgram(m_folder.path() / "bin" / "pkexec",
-                 "\"$@\"; read line < '" + fifo.string() + "'; touch '" + ended.string() + "'\n");
+    writeProgram(m_folder.path() / "bin" / "pkexec", "exec 3< '" + fifo.string() +
+                                                         "'; \"$@\"; read line <&3; touch '" +
+                                                         ended.string() + "'\n");
     EXPECT_EQ(agreeIn(m_source), Outcome::Moved);
     EXPECT_TRUE(awaitOutside([&target] { return fs::exists(target / "bin" / "tarnwick.ran"); }));
     EXPECT_FALSE(fs::exists(ended));

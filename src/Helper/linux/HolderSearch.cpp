@@ -10,12 +10,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <optional>
 #include <string>
 #include <string_view>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace Tarnwick {
 
@@ -46,19 +44,6 @@ bool kernelTellsCounts(int root)
 {
     const FileDescriptor own = ProcFs::openDirectory(root, "self/fd");
     return own && sizeOf(own.get()) > 0;
-}
-
-/// Whether @p pid is a process of this user whose main thread has ended. Newer kernels let nobody
-/// but root open the descriptors of such a thread, which are none.
-bool isOwnWithoutMainThread(int root, pid_t pid)
-{
-    struct stat status = {};
-    const FileDescriptor directory = ProcFs::openProcess(root, pid);
-    if (!directory || ::fstat(directory.get(), &status) != 0 || status.st_uid != ::geteuid()) {
-        return false;
-    }
-    const std::optional<ProcFs::Stat> stat = ProcFs::stat(directory.get());
-    return stat && stat->state == 'Z';
 }
 
 FileDescriptor openDescriptors(int root, pid_t pid, pid_t thread)
@@ -237,7 +222,7 @@ void HolderSearch::look(Stretch &stretch)
     if (!descriptors) {
         stretch.result.complete = true;
         // Its other threads have all that it has.
-        if (stretch.thread == 0 && isOwnWithoutMainThread(m_root, stretch.pid)) {
+        if (stretch.thread == 0 && ProcFs::isOwnWithoutMainThread(m_root, stretch.pid)) {
             stretch.result.readable = true;
             stretch.result.descriptors = 0;
         }

@@ -354,6 +354,17 @@ std::size_t threadCount(int root, pid_t pid)
     return told && status.st_nlink > linksOfDirectory ? status.st_nlink - linksOfDirectory : 0;
 }
 
+bool isOwnWithoutMainThread(int root, pid_t pid)
+{
+    struct stat status = {};
+    const FileDescriptor directory = openProcess(root, pid);
+    if (!directory || ::fstat(directory.get(), &status) != 0 || status.st_uid != ::geteuid()) {
+        return false;
+    }
+    const std::optional<Stat> found = stat(directory.get());
+    return found && found->state == 'Z';
+}
+
 Descriptor descriptor(int descriptors, unsigned number)
 {
     // Longer targets are cut, and are no sockets.

@@ -116,6 +116,10 @@ bool readLink(int directory, const char *name, std::string &target);
 /// How many threads a process has; 0 when there is no such process.
 [[nodiscard]] std::size_t threadCount(int root, pid_t pid);
 
+/// Whether @p pid is a process of this user whose main thread has ended, be it that others go on.
+/// Newer kernels let nobody but root open PID/fd of such a process, in which there is nothing.
+[[nodiscard]] bool isOwnWithoutMainThread(int root, pid_t pid);
+
 /// What a descriptor of a process refers to, as far as it matters here.
 struct Descriptor
 {

@@ -219,7 +219,11 @@ public:
         : m_listening(listening)
         , m_deadline(deadline)
     {
-        if (look(ProcFs::openDirectoryOfProcess(root, pid, "/fd")) != 0) {
+        const FileDescriptor own = ProcFs::openDirectoryOfProcess(root, pid, "/fd");
+        const int code = errno;
+        const bool hasMainThread = own || !ProcFs::isOwnWithoutMainThread(root, pid);
+        errno = code;
+        if (hasMainThread && look(own) != 0) {
             return;
         }
         const FileDescriptor folder = ProcFs::openDirectoryOfProcess(root, pid, "/task");
@@ -229,6 +233,9 @@ public:
             return;
         }
         for (const ProcFs::NumberedEntry &thread : threads) {
+            if (!hasMainThread && thread.number == static_cast<unsigned>(pid)) {
+                continue;
+            }
             const std::string name = std::to_string(thread.number) + "/fd";
             // All living threads but a few share one table.
             if (look(ProcFs::openDirectory(folder.get(), name.c_str())) != 0) {

@@ -12,6 +12,7 @@
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 #include <QStandardPaths>
 #include <QString>
@@ -39,6 +40,8 @@ constexpr QByteArrayView nameKey = "Name";
 constexpr QByteArrayView execKey = "Exec";
 constexpr QByteArrayView tryExecKey = "TryExec";
 constexpr QByteArrayView hiddenKey = "Hidden";
+constexpr QByteArrayView pathKey = "Path";
+constexpr QByteArrayView terminalKey = "Terminal";
 constexpr QByteArrayView enabledKey = "X-GNOME-Autostart-enabled";
 
 const std::vector<QByteArrayView> &ownKeys()
@@ -116,6 +119,12 @@ QString findProgram(const QByteArray &program)
 bool isComplete(const EntryKeys &keys)
 {
     if (keys.string(typeKey) != applicationType) {
+        return false;
+    }
+    // systemd starts the program elsewhere where its folder is missing.
+    const std::optional<QByteArray> folder = keys.string(pathKey);
+    if (keys.reader() == EntryReader::GLib && folder && !folder->isEmpty() &&
+        !QFileInfo(QFile::decodeName(*folder)).isDir()) {
         return false;
     }
     const std::optional<QByteArray> required = keys.string(tryExecKey);
@@ -237,6 +246,9 @@ void AutostartEntry::describe(DesktopEntry &entry) const
         entry.set(nameKey, "Tarnwick");
     }
     entry.set(execKey, commandFor(m_application));
+    // Without this folder, or a terminal, some start nothing.
+    entry.remove(pathKey);
+    entry.remove(terminalKey);
     if (isPlain(m_application)) {
         entry.set(tryExecKey, m_application);
     } else {

@@ -25,7 +25,8 @@ constexpr std::array<QByteArrayView, 6> systemdNo{"0", "no", "n", "false", "f", 
 
 /// The keys of one value that systemd's generator reads.
 constexpr std::array<QByteArrayView, 2> systemdTruths{"Hidden", "X-systemd-skip"};
-constexpr std::array<QByteArrayView, 7> systemdStrings{"Type",
+constexpr std::array<QByteArrayView, 8> systemdStrings{"Type",
+                                                       "Name",
                                                        "Exec",
                                                        "TryExec",
                                                        "Path",
@@ -134,8 +135,8 @@ QList<QByteArray> systemdLines(QByteArray text)
             continue;
         }
         joined.append(part);
-        bool isEscape = false;
-        for (const char character : joined) {
+        bool isEscape = false; // what is joined already ends in a blank
+        for (const char character : part) {
             isEscape = !isEscape && character == '\\';
         }
         if (isEscape) {
