@@ -104,6 +104,22 @@ protected:
 
     [[nodiscard]] bool triedToMove() const { return fs::exists(m_folder.path() / "asked"); }
 
+    /// Agrees to the move, and has the application quit while the installer runs.
+    [[nodiscard]] Outcome quitDuringTheMove()
+    {
+        Outcome outcome = Outcome::Moved;
+        QTimer::singleShot(0, qApp, [this, &outcome] { outcome = agreeIn(m_source); });
+        QTimer tick;
+        QObject::connect(&tick, &QTimer::timeout, [this] {
+            if (triedToMove()) {
+                QCoreApplication::quit();
+            }
+        });
+        tick.start(std::chrono::milliseconds(5));
+        EXPECT_EQ(QCoreApplication::exec(), 0);
+        return outcome;
+    }
+
     inline static const std::string list =
         "tarnwick-portable 1\n755 bin/tarnwick\n755 bin/tarnwick-helper\n755 "
         "bin/tarnwick-install\n";
@@ -300,17 +316,7 @@ TEST_F(PortableCopyTest, EndsTheMoveWhenTheApplicationQuits)
 {
     writeProgram(m_folder.path() / "bin" / "pkexec",
                  "touch '" + (m_folder.path() / "asked").string() + "'; cat > /dev/null\n");
-    Outcome outcome = Outcome::Moved;
-    QTimer::singleShot(0, qApp, [this, &outcome] { outcome = agreeIn(m_source); });
-    QTimer tick;
-    QObject::connect(&tick, &QTimer::timeout, [this] {
-        if (triedToMove()) {
-            QCoreApplication::quit();
-        }
-    });
-    tick.start(std::chrono::milliseconds(5));
-    EXPECT_EQ(QCoreApplication::exec(), 0);
-    EXPECT_EQ(outcome, Outcome::Stays);
+    EXPECT_EQ(quitDuringTheMove(), Outcome::Stays);
     EXPECT_TRUE(fs::is_empty(m_applications));
 }
 
@@ -319,17 +325,7 @@ TEST_F(PortableCopyTest, EndsTheMoveAlsoWhenTheInstallerIgnoresThatTheApplicatio
     writeProgram(m_source / "bin" / "tarnwick-install", "trap '' TERM; touch '" +
                                                             (m_folder.path() / "asked").string() +
                                                             "'; while :; do sleep 0.05; done\n");
-    Outcome outcome = Outcome::Moved;
-    QTimer::singleShot(0, qApp, [this, &outcome] { outcome = agreeIn(m_source); });
-    QTimer tick;
-    QObject::connect(&tick, &QTimer::timeout, [this] {
-        if (triedToMove()) {
-            QCoreApplication::quit();
-        }
-    });
-    tick.start(std::chrono::milliseconds(5));
-    EXPECT_EQ(QCoreApplication::exec(), 0);
-    EXPECT_EQ(outcome, Outcome::Stays);
+    EXPECT_EQ(quitDuringTheMove(), Outcome::Stays);
 }
 
 TEST_F(PortableCopyTest, IsStartedFromItsNewPlaceWhileTheOlderCopyIsStillBeingRemoved)
