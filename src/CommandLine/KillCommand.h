@@ -29,8 +29,8 @@ public:
     {
         std::chrono::milliseconds interval{50}; ///< between two listings
         std::chrono::milliseconds atMost{1000};
-        /// When a port that was released is checked again where the parent of the process is no
-        /// shell and may start it again.
+        /// When a port that was released is checked again where the parent of the process, any but
+        /// a shell that a person types into, may start it again.
         std::chrono::milliseconds restart{300};
     };
 
