@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
-#include "Installer/Subprocess.h"
+#include "Shared/Subprocess.h"
 
 #include <algorithm>
 #include <array>
@@ -98,7 +98,9 @@ std::optional<Subprocess> Subprocess::start(const std::vector<std::string> &comm
     Subprocess started;
     started.m_pid = ::fork();
     if (started.m_pid == 0) {
-        become(program, input->readEnd.get(), output->writeEnd.get(), setup.errors,
+        const bool shares = setup.sharesStreams;
+        become(program, shares ? STDIN_FILENO : input->readEnd.get(),
+               shares ? STDOUT_FILENO : output->writeEnd.get(), setup.errors,
                report->writeEnd.get());
     }
     if (started.m_pid < 0) {
@@ -106,8 +108,10 @@ std::optional<Subprocess> Subprocess::start(const std::vector<std::string> &comm
     }
     started.m_process =
         FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, started.m_pid, 0)));
-    started.m_input = std::move(input->writeEnd);
-    started.m_output = std::move(output->readEnd);
+    if (!setup.sharesStreams) {
+        started.m_input = std::move(input->writeEnd);
+        started.m_output = std::move(output->readEnd);
+    }
     report->writeEnd.reset();
     int reason = started.m_process ? 0 : errno;
     if (reason == 0 && ::read(report->readEnd.get(), &reason, sizeof reason) <= 0) {
