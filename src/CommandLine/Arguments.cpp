@@ -42,8 +42,8 @@ public:
             ->check(understoodBy(portTierFromRawValue, "a tier: system, app, dev or unknown"));
         parser
             .add_option("--search", m_search,
-                        "Only listeners whose port, process, description\n"
-                        "or command contains TEXT")
+                        "Only listeners whose port, process, description,\n"
+                        "path or command contains TEXT")
             ->type_name("TEXT");
         parser.add_option("--port", m_port, "Only listeners on this port")
             ->type_name("PORT")
