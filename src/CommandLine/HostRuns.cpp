@@ -84,8 +84,10 @@ std::optional<Run> start(std::size_t host, const std::vector<std::string> &comma
     }
     FileDescriptor readEnd(ends[0]);
     const FileDescriptor writeEnd(ends[1]);
-    std::optional<Subprocess> ssh = Subprocess::start(
-        command, {.errors = writeEnd.get(), .sharesStreams = false, .environment = {}});
+    std::optional<Subprocess> ssh = Subprocess::start(command, {.errors = writeEnd.get(),
+                                                                .sharesStreams = false,
+                                                                .endsWithStarter = true,
+                                                                .environment = {}});
     if (!ssh) {
         result.failure = startFailure(errno);
         return std::nullopt;
@@ -113,10 +115,11 @@ bool passLines(Run &run, const HostRuns::TakeLine &takeLine)
 class Group
 {
 public:
-    Group(const HostRuns::Limits &limits, const HostRuns::TakeLine &takeLine,
+    Group(const HostRuns::Limits &limits, const HostRuns::TakeLine &takeLine, int output,
           std::vector<Result> &results)
         : m_limits(limits)
         , m_takeLine(takeLine)
+        , m_output(output)
         , m_results(results)
     {
     }
@@ -128,7 +131,8 @@ public:
     /// nothing can be waited for.
     [[nodiscard]] bool proceed()
     {
-        std::vector<pollfd> waiting;
+        // Without events asked for, poll(2) still reports errors: that the reader has gone.
+        std::vector<pollfd> waiting{{.fd = m_output, .events = 0, .revents = 0}};
         for (Run &run : m_runs) {
             for (const Stream stream : {Stream::Output, Stream::Errors}) {
                 // poll(2) passes over what is negative.
@@ -138,7 +142,10 @@ public:
         if (::poll(waiting.data(), waiting.size(), -1) < 0) {
             return errno == EINTR;
         }
-        auto polled = waiting.begin();
+        if (waiting.front().revents != 0) {
+            return false;
+        }
+        auto polled = waiting.begin() + 1;
         for (Run &run : m_runs) {
             for (const Stream stream : {Stream::Output, Stream::Errors}) {
                 if ((polled++)->revents != 0 && !read(run, stream)) {
@@ -201,6 +208,7 @@ private:
 
     const HostRuns::Limits &m_limits;
     const HostRuns::TakeLine &m_takeLine;
+    int m_output;
     std::vector<Result> &m_results; ///< of all hosts
     std::list<Run> m_runs;
 };
@@ -220,12 +228,12 @@ HostRuns::HostRuns(std::vector<std::string> hosts, std::vector<std::string> argu
 {
 }
 
-std::vector<Result> HostRuns::run(bool mayAsk, const TakeLine &takeLine) const
+std::vector<Result> HostRuns::run(bool mayAsk, const TakeLine &takeLine, int output) const
 {
     // Questions of several at a time would be read as those of one.
     const Ssh::Mode mode = mayAsk && m_hosts.size() == 1 ? Ssh::Mode::Asking : Ssh::Mode::Silent;
     std::vector<Result> results(m_hosts.size());
-    Group group(m_limits, takeLine, results);
+    Group group(m_limits, takeLine, output, results);
     std::size_t next = 0;
     while (next < m_hosts.size() || group.size() > 0) {
         while (next < m_hosts.size() && group.size() < m_limits.atOnce) {
@@ -250,8 +258,9 @@ std::vector<Result> HostRuns::runOnTerminal() const
         Result &result = results[host];
         result.host = m_hosts[host];
         const auto command = Ssh::command(m_hosts[host], m_arguments, Ssh::Mode::Terminal);
-        std::optional<Subprocess> ssh =
-            Subprocess::start(command, {.errors = -1, .sharesStreams = true, .environment = {}});
+        std::optional<Subprocess> ssh = Subprocess::start(
+            command,
+            {.errors = -1, .sharesStreams = true, .endsWithStarter = true, .environment = {}});
         if (ssh) {
             conclude(result, ssh->awaitEnd());
         } else {

@@ -34,7 +34,7 @@ public:
         std::string errors; ///< of tarnwickctl there and of ssh
         /// What tarnwickctl there ended with; nothing where it did not run, or not to its end.
         std::optional<ExitCode> code;
-        std::string failure; ///< why there is none, for people
+        std::string failure; ///< why there is none, for people; empty where all runs were ended
     };
 
     /// Gets each whole line of a host, without its line feed, as it comes, instead of
@@ -46,8 +46,10 @@ public:
 
     /// Runs tarnwickctl with the arguments on all hosts and waits for the last of them; without
     /// @p mayAsk no host may ask for a password. The results are in the order of the hosts. One
-    /// that writes more than it may is ended, and has failed.
-    [[nodiscard]] std::vector<Result> run(bool mayAsk, const TakeLine &takeLine = {}) const;
+    /// that writes more than it may is ended, and has failed. All runs end when the reader of @p
+    /// output, a descriptor or -1, has gone.
+    [[nodiscard]] std::vector<Result> run(bool mayAsk, const TakeLine &takeLine = {},
+                                          int output = -1) const;
 
     /// The same on the terminal of this process, one host after the other.
     [[nodiscard]] std::vector<Result> runOnTerminal() const;

@@ -4,6 +4,7 @@
 #include "CommandLine/Ssh.h"
 
 #include "Shared/ShellQuoting.h"
+#include "Shared/Utf8.h"
 
 #include <algorithm>
 
@@ -14,7 +15,7 @@ bool Ssh::isHost(std::string_view text)
     const auto isPlain = [](char character) {
         return static_cast<unsigned char>(character) > ' ' && character != '\x7f';
     };
-    return !text.empty() && !text.starts_with('-') &&
+    return !text.empty() && !text.starts_with('-') && Utf8::isValid(text) &&
            std::all_of(text.begin(), text.end(), isPlain);
 }
 

@@ -14,7 +14,7 @@
 namespace Tarnwick::Ssh {
 
 /// Whether @p text is something that ssh takes for a host, "[USER@]HOST" or "ssh://…", and not for
-/// an option: not empty, without blanks or control characters, and without a dash in front.
+/// an option: UTF-8, not empty, without blanks or control characters, and without a dash in front.
 [[nodiscard]] bool isHost(std::string_view text);
 
 /// How ssh runs.

@@ -12,6 +12,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -42,6 +43,15 @@ struct Program
     std::vector<char *> arguments; ///< with a null pointer at the end, as execve(2) takes them
     std::vector<char *> variables; ///< likewise; empty where those of this process are passed on
 };
+
+/// In the child: its end with that of the thread that called fork(2) in @p starter.
+void endWith(pid_t starter)
+{
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (::getppid() != starter) { // it had ended before
+        ::_exit(127);
+    }
+}
 
 /// Between fork(2) and execve(2).
 [[noreturn]] void become(const Program &program, int input, int output, int errors, int report)
@@ -96,8 +106,12 @@ std::optional<Subprocess> Subprocess::start(const std::vector<std::string> &comm
         return std::nullopt;
     }
     Subprocess started;
+    const pid_t starter = ::getpid();
     started.m_pid = ::fork();
     if (started.m_pid == 0) {
+        if (setup.endsWithStarter) {
+            endWith(starter);
+        }
         const bool shares = setup.sharesStreams;
         become(program, shares ? STDIN_FILENO : input->readEnd.get(),
                shares ? STDOUT_FILENO : output->writeEnd.get(), setup.errors,

@@ -42,6 +42,9 @@ public:
         /// Leaves it the standard input and output of this process, for a program that is used by
         /// hand, instead of the pipes.
         bool sharesStreams = false;
+        /// Sends it SIGTERM when the thread that started it ends in any way, be it that this
+        /// process is killed.
+        bool endsWithStarter = false;
         /// "NAME=value", all of them; where absent, those of this process.
         std::optional<std::vector<std::string>> environment{};
     };

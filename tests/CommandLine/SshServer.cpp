@@ -107,7 +107,7 @@ bool SshServer::run(const std::filesystem::path &program, bool hasProgram)
               (folder / "host").string() + "\nAuthorizedKeysFile " +
               (folder / "user.pub").string() +
               "\nPidFile none\nStrictModes no\nUsePAM no\nPasswordAuthentication no\n"
-              "KbdInteractiveAuthentication no\nMaxStartups 100\nSetEnv PATH=" +
+              "KbdInteractiveAuthentication no\nMaxStartups 100\nLogLevel VERBOSE\nSetEnv PATH=" +
               (hasProgram ? programFolder + ":" : std::string()) +
               "/usr/bin:/bin TARNWICK_TIERS=none\n" + sessionProgramLine(program));
     writeClient(port, closedPort);

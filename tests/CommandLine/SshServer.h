@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <string>
+#include <string_view>
 
 namespace Tarnwick {
 
@@ -26,6 +26,9 @@ public:
 
     /// A folder for the front of PATH, with an `ssh` that uses only the test's configuration.
     [[nodiscard]] std::filesystem::path clientFolder() const { return m_folder.path() / "bin"; }
+
+    /// Whether the log of the server came to contain @p text after what earlier calls have found.
+    [[nodiscard]] bool logs(std::string_view text) { return m_server->shows(text); }
 
 private:
     SshServer() = default;
