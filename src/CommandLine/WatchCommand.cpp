@@ -21,7 +21,8 @@ std::error_code look(ListenerSource &source, const ListenerFilter &filter, Watch
     if (const auto *error = std::get_if<ListingError>(&listing)) {
         return view.showFailure(error->message);
     }
-    auto listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)));
+    auto listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)),
+                                   source.sockets(), source.details());
     filter.apply(listeners);
     mergeEqual(listeners);
     return view.show(std::move(listeners));
@@ -77,7 +78,7 @@ std::unique_ptr<WatchView> WatchCommand::view(Presentation presentation,
 
 std::error_code WatchCommand::watch(WatchSession &session, Presentation presentation)
 {
-    const ListenerFilter filter(m_arguments.selection);
+    const ListenerFilter filter(m_arguments.selection, m_console.environment.home);
     const std::unique_ptr<WatchView> view = this->view(presentation, filter.nothingFound());
 
     WatchEvent event = WatchEvent::Tick;

@@ -3,6 +3,7 @@
 
 #include "Helper/linux/ListenerInventoryPrivate.h"
 
+#include "Helper/linux/DetailsReader.h"
 #include "Helper/linux/SystemFailures.h"
 #include "Shared/Utf8.h"
 
@@ -32,6 +33,9 @@ Scan ListenerInventory::Private::scan(const ScanRequest &request)
     if (request.records) {
         result.records = memory.records(sockets);
         result.sockets = reportedSockets();
+        if (request.details) {
+            result.details = reportedDetails();
+        }
     }
     memory.finish();
     if (request.records) {
@@ -49,6 +53,20 @@ std::vector<std::uint64_t> ListenerInventory::Private::reportedSockets()
     for (std::size_t place = 0; place < sockets.size(); ++place) {
         if (!memory.socket(place).vanished) {
             reported.push_back(sockets[place].key());
+        }
+    }
+    return reported;
+}
+
+std::vector<ListenerDetails> ListenerInventory::Private::reportedDetails()
+{
+    DetailsReader reader(root.get(), groups);
+    std::vector<ListenerDetails> reported;
+    reported.reserve(sockets.size());
+    for (std::size_t place = 0; place < sockets.size(); ++place) {
+        const KnownSocket &known = memory.socket(place);
+        if (!known.vanished) {
+            reported.push_back(reader.read(sockets[place], known.verified ? known.owner : 0));
         }
     }
     return reported;

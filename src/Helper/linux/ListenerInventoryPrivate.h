@@ -69,6 +69,7 @@ struct ListenerInventory::Private
 
     [[nodiscard]] Scan scan(const ScanRequest &request);
     [[nodiscard]] std::vector<std::uint64_t> reportedSockets();
+    [[nodiscard]] std::vector<ListenerDetails> reportedDetails();
     [[nodiscard]] std::optional<ListingError> update(const ScanRequest &request);
     [[nodiscard]] Questions questions(ProcessCensus::Pulse pulse,
                                       std::span<const std::int32_t> owners);
