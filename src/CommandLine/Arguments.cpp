@@ -5,6 +5,7 @@
 
 #include "CommandLine/CommandParser.h"
 #include "CommandLine/HelpText.h"
+#include "CommandLine/PortArguments.h"
 
 #include <algorithm>
 #include <array>
@@ -163,7 +164,20 @@ constexpr std::array commands{
     Command{"list", parseList},
     Command{"watch", parseWatch},
     Command{"kill", parseKill},
+    Command{"wait", PortArguments::parseWait},
+    Command{"url", PortArguments::parseUrl},
 };
+
+/// "list, watch or kill".
+std::string commandNames()
+{
+    std::string names;
+    for (const Command &command : commands) {
+        const bool isLast = command.name == commands.back().name;
+        names.append(names.empty() ? "" : (isLast ? " or " : ", ")).append(command.name);
+    }
+    return names;
+}
 
 } // namespace
 
@@ -177,7 +191,7 @@ Arguments parseArguments(std::span<const char *const> arguments)
         std::find_if(commands.begin(), commands.end(),
                      [&reversed](const Command &known) { return known.name == reversed.back(); });
     if (command == commands.end()) {
-        return UsageError{"'" + reversed.back() + "' is not a command: list, watch or kill"};
+        return UsageError{"'" + reversed.back() + "' is not a command: " + commandNames()};
     }
     reversed.pop_back();
     return command->parse(std::move(reversed));

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <variant>
@@ -39,6 +40,23 @@ struct KillArguments
     std::vector<std::string> hosts{}; ///< as those of list
 };
 
+/// The ports are waited for together, at least one.
+struct WaitArguments
+{
+    enum class Awaited {
+        Listener, ///< something that listens
+        FreePort, ///< nothing listens, and the port can be bound
+    };
+    std::vector<std::int64_t> ports{};
+    Awaited awaited = Awaited::Listener;
+    std::optional<std::chrono::milliseconds> timeout{}; ///< none for any time
+};
+
+struct UrlArguments
+{
+    std::int64_t port = 0;
+};
+
 /// What to print, instead of doing anything: the help or the version.
 struct Information
 {
@@ -51,8 +69,8 @@ struct UsageError
     std::string command = "tarnwickctl"; ///< the command that has the help
 };
 
-using Arguments =
-    std::variant<ListArguments, WatchArguments, KillArguments, Information, UsageError>;
+using Arguments = std::variant<ListArguments, WatchArguments, KillArguments, WaitArguments,
+                               UrlArguments, Information, UsageError>;
 
 /// What the user asks for with @p arguments, those after the program's name.
 [[nodiscard]] Arguments parseArguments(std::span<const char *const> arguments);

@@ -7,6 +7,8 @@
 #include "CommandLine/KillCommand.h"
 #include "CommandLine/ListCommand.h"
 #include "CommandLine/TerminalText.h"
+#include "CommandLine/UrlCommand.h"
+#include "CommandLine/WaitCommand.h"
 
 #include <utility>
 #include <variant>
@@ -14,10 +16,11 @@
 namespace Tarnwick {
 
 Program::Program(const Console &console, ListenerSource &source, ProcessEnder &ender,
-                 StartWatchSession startWatching)
+                 const PortProbe &ports, StartWatchSession startWatching)
     : m_console(console)
     , m_source(source)
     , m_ender(ender)
+    , m_ports(ports)
     , m_startWatching(std::move(startWatching))
 {
 }
@@ -64,6 +67,16 @@ ExitCode Program::perform(const KillArguments &arguments)
         return arguments.yes ? hosts.run(false) : hosts.runOnTerminal();
     }
     return KillCommand(arguments, m_console, m_source, m_ender).run();
+}
+
+ExitCode Program::perform(const WaitArguments &arguments)
+{
+    return WaitCommand(arguments, m_console, m_ports).run();
+}
+
+ExitCode Program::perform(const UrlArguments &arguments)
+{
+    return UrlCommand(arguments, m_console, m_ports).run();
 }
 
 ExitCode Program::perform(const Information &information)

@@ -5,6 +5,7 @@
 #include "CommandLine/DescriptorOutput.h"
 #include "CommandLine/Program.h"
 #include "CommandLine/SystemListeners.h"
+#include "CommandLine/SystemPorts.h"
 #include "CommandLine/TerminalSession.h"
 #include "Helper/DescriptorLimit.h"
 
@@ -49,7 +50,8 @@ int main(int argc, char **argv)
     const Console console{output, errors, input, Environment::ofThisProcess(), now};
     try {
         SystemListeners listeners;
-        Program program(console, listeners, listeners, [&output](Presentation presentation) {
+        const SystemPorts ports;
+        Program program(console, listeners, listeners, ports, [&output](Presentation presentation) {
             return TerminalSession::start(output, STDIN_FILENO, presentation);
         });
         const std::span<const char *const> arguments(argv, static_cast<std::size_t>(argc));
