@@ -43,8 +43,8 @@ public:
             ->check(understoodBy(portTierFromRawValue, "a tier: system, app, dev or unknown"));
         parser
             .add_option("--search", m_search,
-                        "Only listeners whose port, process, description\n"
-                        "or command contains TEXT")
+                        "Only listeners whose port, process, description,\n"
+                        "path or command contains TEXT")
             ->type_name("TEXT");
         parser.add_option("--port", m_port, "Only listeners on this port")
             ->type_name("PORT")
@@ -73,8 +73,10 @@ Arguments parseListAs(std::string_view name, std::string_view description,
 {
     CommandParser parser(name, description, examples);
     const SelectionOptions options(parser);
-    return parser.parsed(std::move(reversed), [&options]() -> Arguments {
-        return ListArguments{options.selection(), options.json()};
+    std::vector<std::string> hosts;
+    parser.addHosts(hosts);
+    return parser.parsed(std::move(reversed), [&]() -> Arguments {
+        return ListArguments{options.selection(), options.json(), std::move(hosts)};
     });
 }
 
@@ -98,9 +100,12 @@ Arguments parseWatch(std::vector<std::string> reversed)
     parser.add_option("--interval", interval, "Seconds between two looks: 0.2 to 3600, at first 2")
         ->type_name("SECONDS")
         ->check(understoodBy(intervalFrom, "a number of seconds from 0.2 to 3600"));
+    std::vector<std::string> hosts;
+    parser.addHosts(hosts);
     return parser.parsed(std::move(reversed), [&]() -> Arguments {
         return WatchArguments{options.selection(), options.json(),
-                              intervalFrom(interval).value_or(WatchArguments().interval)};
+                              intervalFrom(interval).value_or(WatchArguments().interval),
+                              std::move(hosts)};
     });
 }
 
@@ -119,6 +124,7 @@ Arguments parseKill(std::vector<std::string> reversed)
         ->check(understoodBy(pidFrom, "a process identifier"));
     parser.addFlag("-y,--yes", result.yes, "Do not ask");
     parser.addFlag("--system", result.system, "Stop services of the system, too");
+    parser.addHosts(result.hosts);
     return parser.parsed(std::move(reversed), [&]() -> Arguments {
         if (ports.empty() == pids.empty()) {
             return parser.usageError(ports.empty() ? "kill needs a PORT or --pid"

@@ -19,6 +19,7 @@ struct ListArguments
 {
     Selection selection{};
     bool json = false;
+    std::vector<std::string> hosts{}; ///< the machines to ask; this one where empty
 };
 
 struct WatchArguments
@@ -26,6 +27,7 @@ struct WatchArguments
     Selection selection{};
     bool json = false;
     std::chrono::milliseconds interval{2000};
+    std::vector<std::string> hosts{}; ///< as those of list
 };
 
 /// Either ports or process identifiers, at least one; each in the order given.
@@ -33,8 +35,9 @@ struct KillArguments
 {
     std::vector<std::int64_t> ports{};
     std::vector<std::int32_t> pids{};
-    bool yes = false;    ///< do not ask
-    bool system = false; ///< stop what belongs to the system too
+    bool yes = false;                 ///< do not ask
+    bool system = false;              ///< stop what belongs to the system too
+    std::vector<std::string> hosts{}; ///< as those of list
 };
 
 /// The ports are waited for together, at least one.

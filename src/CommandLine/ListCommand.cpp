@@ -27,7 +27,7 @@ ExitCode ListCommand::run()
         m_console.sayError(error->message);
         return ExitCode::Failed;
     }
-    const ListenerFilter filter(m_arguments.selection);
+    const ListenerFilter filter(m_arguments.selection, m_console.environment.home);
     auto listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)),
                                    m_source.sockets(), m_source.details());
     filter.apply(listeners);

@@ -3,7 +3,9 @@
 
 #pragma once
 
+#include "CommandLine/Arguments.h"
 #include "CommandLine/Console.h"
+#include "CommandLine/HostsCommand.h"
 #include "CommandLine/ListenerSource.h"
 #include "CommandLine/PortProbe.h"
 #include "CommandLine/ProcessEnder.h"
@@ -33,11 +35,16 @@ private:
     [[nodiscard]] ExitCode perform(const Information &information);
     [[nodiscard]] ExitCode perform(const UsageError &error);
 
+    template<class Command>
+    [[nodiscard]] HostsCommand onHosts(const Command &arguments) const;
+    [[nodiscard]] bool isOnTerminal() const;
+
     const Console &m_console;
     ListenerSource &m_source;
     ProcessEnder &m_ender;
     const PortProbe &m_ports;
     StartWatchSession m_startWatching;
+    std::span<const char *const> m_arguments;
 };
 
 } // namespace Tarnwick

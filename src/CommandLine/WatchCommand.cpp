@@ -78,7 +78,7 @@ std::unique_ptr<WatchView> WatchCommand::view(Presentation presentation,
 
 std::error_code WatchCommand::watch(WatchSession &session, Presentation presentation)
 {
-    const ListenerFilter filter(m_arguments.selection);
+    const ListenerFilter filter(m_arguments.selection, m_console.environment.home);
     const std::unique_ptr<WatchView> view = this->view(presentation, filter.nothingFound());
 
     WatchEvent event = WatchEvent::Tick;
