@@ -365,8 +365,8 @@ bool KillCommand::updateListeners()
         m_console.sayError(error->message);
         return false;
     }
-    m_listeners =
-        listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)), m_source.sockets());
+    m_listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)),
+                                m_source.sockets(), m_source.details());
     return true;
 }
 

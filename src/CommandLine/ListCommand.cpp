@@ -28,7 +28,8 @@ ExitCode ListCommand::run()
         return ExitCode::Failed;
     }
     const ListenerFilter filter(m_arguments.selection);
-    auto listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)));
+    auto listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)),
+                                   m_source.sockets(), m_source.details());
     filter.apply(listeners);
 
     const ExitCode code = listeners.empty() ? ExitCode::NothingDone : ExitCode::Done;

@@ -21,14 +21,18 @@ bool comesBefore(const Listener &left, const Listener &right)
 }
 
 std::vector<Listener> listenersFrom(std::vector<RawPortInfo> records,
-                                    std::span<const std::uint64_t> sockets)
+                                    std::span<const std::uint64_t> sockets,
+                                    std::vector<ListenerDetails> details)
 {
     std::vector<PortEntry> entries = PortScanner::entries(records);
     std::vector<Listener> listeners;
     listeners.reserve(records.size());
     for (std::size_t index = 0; index < records.size(); ++index) {
         const std::uint64_t socket = index < sockets.size() ? sockets[index] : 0;
-        listeners.push_back({std::move(records[index]), std::move(entries[index]), socket});
+        listeners.push_back({std::move(records[index]), std::move(entries[index]), socket, {}});
+        if (index < details.size()) {
+            listeners.back().details = std::move(details[index]);
+        }
     }
     // They come ordered by port: seldom is there anything to move.
     if (!std::is_sorted(listeners.begin(), listeners.end(), comesBefore)) {

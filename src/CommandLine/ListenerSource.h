@@ -24,6 +24,9 @@ public:
 
     /// The identities of the sockets in the latest listing, as ScanResult::sockets has them.
     [[nodiscard]] virtual std::vector<std::uint64_t> sockets() const = 0;
+
+    /// What is known beside the records of the latest listing, for each of them in their order.
+    [[nodiscard]] virtual std::vector<ListenerDetails> details() const = 0;
 };
 
 } // namespace Tarnwick

@@ -13,13 +13,15 @@ namespace Tarnwick {
 
 Listing SystemListeners::list()
 {
-    Scan scan = m_inventory.scan({.records = true, .owners = {}});
+    Scan scan = m_inventory.scan({.records = true, .owners = {}, .details = true});
     if (auto *error = std::get_if<ListingError>(&scan)) {
         m_sockets.clear();
+        m_details.clear();
         return std::move(*error);
     }
     auto &found = std::get<ScanResult>(scan);
     m_sockets = std::move(found.sockets);
+    m_details = std::move(found.details);
     return std::move(found.records);
 }
 

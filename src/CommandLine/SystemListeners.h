@@ -21,6 +21,7 @@ class SystemListeners : public ListenerSource, public ProcessEnder
 public:
     [[nodiscard]] Listing list() override;
     [[nodiscard]] std::vector<std::uint64_t> sockets() const override { return m_sockets; }
+    [[nodiscard]] std::vector<ListenerDetails> details() const override { return m_details; }
     [[nodiscard]] std::optional<ProcessIdentity> identity(std::int32_t pid) const override;
     [[nodiscard]] KillAnswer end(const ProcessIdentity &process) override;
     [[nodiscard]] std::string protection(std::int32_t pid) const override;
@@ -28,7 +29,8 @@ public:
 
 private:
     ListenerInventory m_inventory;
-    std::vector<std::uint64_t> m_sockets; ///< of the latest listing
+    std::vector<std::uint64_t> m_sockets;   ///< of the latest listing
+    std::vector<ListenerDetails> m_details; ///< the same
 };
 
 } // namespace Tarnwick

@@ -21,7 +21,8 @@ std::error_code look(ListenerSource &source, const ListenerFilter &filter, Watch
     if (const auto *error = std::get_if<ListingError>(&listing)) {
         return view.showFailure(error->message);
     }
-    auto listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)));
+    auto listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)),
+                                   source.sockets(), source.details());
     filter.apply(listeners);
     mergeEqual(listeners);
     return view.show(std::move(listeners));

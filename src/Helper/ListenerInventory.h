@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "Helper/ListenerDetails.h"
 #include "Helper/ProcessIdentity.h"
 #include "Helper/ProcessReport.h"
 #include "Shared/RawPortInfo.h"
@@ -48,6 +49,7 @@ struct ScanRequest
 {
     bool records = true;              ///< what listens
     std::vector<std::int32_t> owners; ///< the processes whose ownership is wanted
+    bool details = false;             ///< what is known beside the records
 };
 
 struct ScanResult
@@ -58,6 +60,8 @@ struct ScanResult
     /// The identity of the socket behind each of the records, in their order: the same in every
     /// scan as long as the socket lives, whichever processes hold it. Not reported to clients.
     std::vector<std::uint64_t> sockets{};
+    /// For each of the records, in their order; empty where they are not wanted.
+    std::vector<ListenerDetails> details{};
 };
 
 using Scan = std::variant<ScanResult, ListingError>;

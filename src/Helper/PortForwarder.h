@@ -15,8 +15,9 @@ namespace Tarnwick {
 /// which there is no process any more.
 ///
 /// Such a program is known by its executable: the very file that is installed in a system folder.
-/// Another file of the same name counts only where a container is behind it, which a process cannot
-/// bring about by naming itself so. Any thread; takes some milliseconds for a forwarder, and
+/// Another file of the same name counts only where a process of a container is behind it, in a
+/// network namespace and a control group as a runtime makes them: a name alone brings nothing
+/// about. Any thread; takes some milliseconds for a forwarder, and
 /// microseconds for other processes.
 [[nodiscard]] std::optional<Forwarding> forwardingOf(std::int32_t pid, std::uint16_t port = 0);
 

@@ -80,23 +80,31 @@ public:
             listings.pop_front();
         }
         m_sockets.clear();
+        m_details.clear();
         if (const auto *records = std::get_if<std::vector<RawPortInfo>>(&next)) {
             std::transform(records->begin(), records->end(), std::back_inserter(m_sockets), socket);
+            std::transform(records->begin(), records->end(), std::back_inserter(m_details), detail);
         }
         return next;
     }
 
     [[nodiscard]] std::vector<std::uint64_t> sockets() const override { return m_sockets; }
+    [[nodiscard]] std::vector<ListenerDetails> details() const override { return m_details; }
 
     /// The identity of a record's socket: one for each process on each port.
     std::function<std::uint64_t(const RawPortInfo &)> socket = [](const RawPortInfo &record) {
         return static_cast<std::uint64_t>(record.port << 32 | record.pid);
     };
+    /// The details of a record.
+    std::function<ListenerDetails(const RawPortInfo &)> detail = [](const RawPortInfo &) {
+        return ListenerDetails{};
+    };
     std::deque<Listing> listings{std::vector<RawPortInfo>{}};
     int asked = 0;
 
 private:
-    std::vector<std::uint64_t> m_sockets; ///< of the latest listing
+    std::vector<std::uint64_t> m_sockets;   ///< of the latest listing
+    std::vector<ListenerDetails> m_details; ///< the same
 };
 
 /// Notes what it was told to end.

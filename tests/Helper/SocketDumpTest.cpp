@@ -43,18 +43,20 @@ TEST(SocketDump, ReadsTheListenersFromATable)
     EXPECT_EQ(sockets[0].inode, 4711U);
     EXPECT_EQ(sockets[0].uid, 1000U);
     EXPECT_EQ(sockets[0].key(), 4711U);
+    EXPECT_EQ(sockets[0].address.text(), "127.0.0.1");
 }
 
 TEST(SocketDump, ReadsTheListenersOfTheOtherFamily)
 {
     const std::string table =
         std::string(heading) +
-        "   0: 00000000000000000000000000000000:01BB 00000000000000000000000000000000:0000 0A "
+        "   0: 00000000000000000000000001000000:01BB 00000000000000000000000000000000:0000 0A "
         "00000000:00000000 00:00000000 00000000     0        0 9 1 0 100 0 0 10 0\n";
     std::vector<ListeningSocket> sockets;
     ASSERT_TRUE(SocketDump::parseTable(table, sockets));
     ASSERT_EQ(sockets.size(), 1U);
     EXPECT_EQ(sockets[0].port, 443);
+    EXPECT_EQ(sockets[0].address.text(), "::1");
 }
 
 TEST(SocketDump, RefusesATableThatIsNone)
@@ -62,8 +64,10 @@ TEST(SocketDump, RefusesATableThatIsNone)
     std::vector<ListeningSocket> sockets;
     for (const char *line :
          {"nonsense\n", "0: 0100007F 0:0 0A 0:0 0:0 0 0 0 1\n",
-          "0: 0:FFFFF 0:0 0A 0:0 0:0 0 0 0 1\n", "0: 0:1 0:0 0A 0:0 0:0 0 x 0 1\n",
-          "0: 0:1 0:0 0A 0:0 0:0 0 0 0 x\n"}) {
+          "0: 0100007F:FFFFF 0:0 0A 0:0 0:0 0 0 0 1\n", "0: 0100007F:1 0:0 0A 0:0 0:0 0 x 0 1\n",
+          "0: 0100007F:1 0:0 0A 0:0 0:0 0 0 0 x\n", "0: 0:1 0:0 0A 0:0 0:0 0 0 0 1\n",
+          "0: 0100007G:1 0:0 0A 0:0 0:0 0 0 0 1\n",
+          "0: 0100007F0100007F:1 0:0 0A 0:0 0:0 0 0 0 1\n"}) {
         EXPECT_FALSE(SocketDump::parseTable(std::string(heading) + line, sockets)) << line;
     }
     EXPECT_TRUE(SocketDump::parseTable("", sockets));

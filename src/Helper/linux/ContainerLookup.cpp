@@ -59,6 +59,15 @@ std::optional<Monitor> monitorOf(int root, pid_t pid)
     return std::nullopt;
 }
 
+std::optional<Container> ofMonitor(const std::optional<Monitor> &monitor)
+{
+    return monitor ? std::optional(Container{.id = monitor->command.containerId,
+                                             .name = monitor->command.containerName,
+                                             .runtime = "podman",
+                                             .isOfUser = monitor->isOfUser})
+                   : std::nullopt;
+}
+
 /// What a regular file of the system holds; a pipe or the like is never waited for.
 std::string readRegularFile(const std::string &path, std::size_t limit)
 {
@@ -117,19 +126,23 @@ std::optional<Container> ContainerLookup::of(int root, pid_t pid)
     if (!file || !ProcFs::readWhole(file.get(), groups, longestGroups)) {
         return std::nullopt;
     }
+    std::optional<Container> found = ofGroups(root, pid, groups);
+    return found ? found : ofMonitor(monitorOf(root, pid));
+}
+
+std::optional<Container> ContainerLookup::ofGroups(int root, pid_t pid, std::string_view groups)
+{
     std::optional<Container> found = ContainerGroup::find(groups);
-    if (found && found->runtime == "lxc") {
-        found->runtime = runtimeOfLxc();
-    } else if (found && found->runtime == "docker") {
-        found->name = nameOfDocker(found->id);
+    if (!found) {
+        return found;
     }
-    const bool mayBePodman = !found || found->runtime == "podman" || found->runtime.empty();
-    const std::optional<Monitor> monitor = mayBePodman ? monitorOf(root, pid) : std::nullopt;
-    if (monitor && (!found || found->id == monitor->command.containerId)) {
-        found = Container{.id = monitor->command.containerId,
-                          .name = monitor->command.containerName,
-                          .runtime = "podman",
-                          .isOfUser = monitor->isOfUser};
+    if (found->runtime == "lxc") {
+        found->runtime = runtimeOfLxc();
+    } else if (found->runtime == "docker") {
+        found->name = nameOfDocker(found->id);
+    } else if (found->runtime == "podman" || found->runtime.empty()) {
+        const std::optional<Container> monitored = ofMonitor(monitorOf(root, pid));
+        return monitored && monitored->id == found->id ? monitored : found;
     }
     return found;
 }

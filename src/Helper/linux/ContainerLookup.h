@@ -24,6 +24,11 @@ public:
     /// The container of @p pid; nothing for processes in none. @p root is /proc.
     [[nodiscard]] static std::optional<Container> of(int root, pid_t pid);
 
+    /// The same where @p groups, the text of PID/cgroup, has been read already, by that alone: one
+    /// that Podman was told to start without a control group of its own is not found.
+    [[nodiscard]] static std::optional<Container> ofGroups(int root, pid_t pid,
+                                                           std::string_view groups);
+
     /// The name in the text of Docker's config.v2.json of a container; empty where there is none.
     [[nodiscard]] static std::string_view nameInDockerConfiguration(std::string_view text);
 };

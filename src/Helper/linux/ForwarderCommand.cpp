@@ -108,9 +108,9 @@ bool readDockerProxy(Arguments arguments, std::uint16_t port, ForwarderCommand &
 }
 
 /// The arguments that are no options, of programs that take them behind their options. @p letters
-/// are the short options that take a value, @p names the long ones.
+/// are the short options that take a value, @p words the long ones.
 Arguments operands(Arguments arguments, std::string_view letters,
-                   std::span<const std::string_view> names)
+                   std::span<const std::string_view> words)
 {
     for (std::size_t at = 1; at < arguments.size(); ++at) {
         const std::string_view argument = arguments[at];
@@ -121,7 +121,7 @@ Arguments operands(Arguments arguments, std::string_view letters,
             argument.size() == 2 && letters.find(argument[1]) != std::string_view::npos;
         const bool isName =
             argument.starts_with("--") &&
-            std::find(names.begin(), names.end(), argument.substr(2)) != names.end();
+            std::find(words.begin(), words.end(), argument.substr(2)) != words.end();
         at += isLetter || isName ? 1 : 0;
     }
     return {};
@@ -230,7 +230,7 @@ bool readConmon(Arguments arguments, ForwarderCommand &command)
 
 } // namespace
 
-std::optional<Program> ForwarderCommand::program(std::string_view path)
+std::optional<Program> ForwarderCommand::programAt(std::string_view path)
 {
     const std::string_view file = path.substr(path.rfind('/') + 1);
     const auto found = std::find_if(names.begin(), names.end(),

@@ -28,16 +28,16 @@ struct ForwarderCommand
     };
 
     Program program = Program::DockerProxy;
-    std::string address;       ///< numeric, in the namespace
-    std::uint16_t port = 0;    ///< in the namespace
-    pid_t target = 0;          ///< a process in the namespace
-    std::string namespaceFile; ///< a file that the namespace is mounted at
-    std::string containerId;
-    std::string containerName;
+    std::string address{};       ///< numeric, in the namespace
+    std::uint16_t port = 0;      ///< in the namespace
+    pid_t target = 0;            ///< a process in the namespace
+    std::string namespaceFile{}; ///< a file that the namespace is mounted at
+    std::string containerId{};
+    std::string containerName{};
 
     /// The program at @p path; nothing for others. conmon forwards ports, and monitors containers
     /// that have none.
-    [[nodiscard]] static std::optional<Program> program(std::string_view path);
+    [[nodiscard]] static std::optional<Program> programAt(std::string_view path);
 
     /// Where the packages of Debian, Fedora, Arch and others, and those of the programs' own
     /// makers, install @p program.

@@ -129,7 +129,7 @@ std::optional<Forwarding> ForwardingResolution::find(pid_t forwarder, Program pr
     if (found.pid == 0) {
         return found;
     }
-    const std::optional<Program> next = ForwarderCommand::program(executable(m_root, found.pid));
+    const std::optional<Program> next = ForwarderCommand::programAt(executable(m_root, found.pid));
     if (next && m_depth + 1 < mostForwarders) {
         ++m_depth;
         std::optional<Forwarding> behind =

@@ -3,6 +3,7 @@
 
 #include "Helper/linux/ListenerInventoryPrivate.h"
 
+#include "Helper/linux/DetailsReader.h"
 #include "Helper/linux/SystemFailures.h"
 #include "Shared/Utf8.h"
 
@@ -31,7 +32,11 @@ Scan ListenerInventory::Private::scan(const ScanRequest &request)
     result.ownerships = memory.ownerships(request.owners);
     if (request.records) {
         result.records = memory.records(sockets);
+        describeForwarded(result.records);
         result.sockets = reportedSockets();
+        if (request.details) {
+            result.details = reportedDetails();
+        }
     }
     memory.finish();
     if (request.records) {
@@ -54,6 +59,23 @@ std::vector<std::uint64_t> ListenerInventory::Private::reportedSockets()
     return reported;
 }
 
+std::vector<ListenerDetails> ListenerInventory::Private::reportedDetails()
+{
+    DetailsReader reader(root.get(), groups);
+    std::vector<ListenerDetails> reported;
+    reported.reserve(sockets.size());
+    for (std::size_t place = 0; place < sockets.size(); ++place) {
+        const KnownSocket &known = memory.socket(place);
+        if (!known.vanished) {
+            reported.push_back(reader.read(sockets[place], known.verified ? known.owner : 0));
+            if (const Forwarding *const found = forwardings.found(sockets[place].key())) {
+                reported.back().forwarding = *found;
+            }
+        }
+    }
+    return reported;
+}
+
 /// Finds out what listens now and who owns it. What the owners that are asked for have is found as
 /// in a first listing.
 std::optional<ListingError> ListenerInventory::Private::update(const ScanRequest &request)
@@ -71,6 +93,7 @@ std::optional<ListingError> ListenerInventory::Private::update(const ScanRequest
     clock.update();
     // The moment that the listing is true of, where nothing else ran then.
     const ProcessCensus::Pulse pulse = census.pulse();
+    processesChanged = processesChanged || pulse.processesChanged;
     memory.check(sockets, clock, pulse.othersRun ? Reading::Everything : least);
     limits.deadline = Clock::now() + searchTime;
     const Questions asked = questions(pulse, request.owners);

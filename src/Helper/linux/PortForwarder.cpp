@@ -28,7 +28,7 @@ std::optional<Forwarding> forwardingOf(std::int32_t pid, std::uint16_t port)
     if (path.ends_with(deletedMark)) {
         path.resize(path.size() - deletedMark.size());
     }
-    const std::optional<ForwarderCommand::Program> program = ForwarderCommand::program(path);
+    const std::optional<ForwarderCommand::Program> program = ForwarderCommand::programAt(path);
     std::string text;
     const FileDescriptor file =
         program ? ProcFs::openOfProcess(root.get(), pid, "/cmdline") : FileDescriptor();
@@ -41,7 +41,9 @@ std::optional<Forwarding> forwardingOf(std::int32_t pid, std::uint16_t port)
     const bool isInstalled =
         InstalledExecutable::match(root.get(), pid, ForwarderCommand::places(*program)) ==
         InstalledExecutable::Match::Known;
-    return found && (isInstalled || !found->container.id.empty()) ? found : std::nullopt;
+    const bool isProven =
+        isInstalled || (found && found->pid != 0 && ContainerLookup::of(root.get(), found->pid));
+    return isProven ? found : std::nullopt;
 }
 
 std::optional<Container> containerOf(std::int32_t pid)

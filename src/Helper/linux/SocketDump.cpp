@@ -27,6 +27,19 @@ namespace {
 /// A fault-free dump is one request; a few more are worth it when memory is short for a moment.
 constexpr int attempts = 3;
 
+constexpr std::size_t ipv4Size = 4;
+
+ListenAddress addressFrom(const inet_diag_msg &message)
+{
+    ListenAddress address;
+    const bool isV6 = message.idiag_family == AF_INET6;
+    address.family = isV6 ? ListenAddress::Family::IPv6 : ListenAddress::Family::IPv4;
+    std::memcpy(address.bytes.data(), &message.id.idiag_src,
+                isV6 ? address.bytes.size() : ipv4Size);
+    address.interface = message.id.idiag_if;
+    return address;
+}
+
 ListeningSocket fromMessage(std::string_view payload)
 {
     inet_diag_msg message{};
@@ -38,9 +51,12 @@ ListeningSocket fromMessage(std::string_view payload)
     socket.port = ntohs(message.id.idiag_sport);
     socket.uid = message.idiag_uid;
     socket.cookie = (std::uint64_t{message.id.idiag_cookie[1]} << 32U) | message.id.idiag_cookie[0];
+    socket.address = addressFrom(message);
     NetlinkDump::parseAttributes(payload, [&socket](std::uint16_t type, std::string_view value) {
         if (type == INET_DIAG_CGROUP_ID && value.size() >= sizeof(socket.controlGroup)) {
             std::memcpy(&socket.controlGroup, value.data(), sizeof(socket.controlGroup));
+        } else if (type == INET_DIAG_SKV6ONLY && !value.empty()) {
+            socket.address.isV6Only = value.front() != 0;
         }
     });
     return socket;
@@ -67,6 +83,26 @@ bool parse(std::string_view text, Number &number, int base)
 {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
     return error == std::errc{} && end == text.data() + text.size();
+}
+
+/// Reads the address in a line of a table: words of 32 bits in hexadecimal, each in the order of
+/// the bytes of this machine; one of IPv4, four of IPv6.
+bool parseAddress(std::string_view text, ListenAddress &address)
+{
+    constexpr std::size_t digits = 2 * sizeof(std::uint32_t);
+    if (text.size() != digits && text.size() != digits * address.bytes.size() / ipv4Size) {
+        return false;
+    }
+    address.family =
+        text.size() == digits ? ListenAddress::Family::IPv4 : ListenAddress::Family::IPv6;
+    for (std::size_t offset = 0; offset < text.size(); offset += digits) {
+        std::uint32_t word = 0;
+        if (!parse(text.substr(offset, digits), word, 16)) {
+            return false;
+        }
+        std::memcpy(address.bytes.data() + offset / 2, &word, sizeof(word));
+    }
+    return true;
 }
 
 bool byInode(const ListeningSocket &left, const ListeningSocket &right)
@@ -277,6 +313,7 @@ bool SocketDump::parseTable(std::string_view table, std::vector<ListeningSocket>
         ListeningSocket socket;
         const std::size_t colon = columns[Local].rfind(':');
         if (colon == std::string_view::npos ||
+            !parseAddress(columns[Local].substr(0, colon), socket.address) ||
             !parse(columns[Local].substr(colon + 1), socket.port, 16) ||
             !parse(columns[User], socket.uid, 10) || !parse(columns[Inode], socket.inode, 10)) {
             return false;

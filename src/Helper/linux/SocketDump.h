@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "Helper/ListenAddress.h"
 #include "Helper/ListenerInventory.h"
 #include "Helper/linux/NetlinkDump.h"
 #include "Helper/linux/SystemFailures.h"
@@ -25,6 +26,7 @@ struct ListeningSocket
     uid_t uid = 0;                  ///< the user who made it
     std::uint64_t cookie = 0;       ///< unique for each socket since boot; 0 when not told
     std::uint64_t controlGroup = 0; ///< inode of its group's directory; 0 when not told
+    ListenAddress address{};
 
     /// What to remember the socket by.
     [[nodiscard]] std::uint64_t key() const { return cookie != 0 ? cookie : inode; }
