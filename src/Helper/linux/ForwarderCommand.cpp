@@ -127,6 +127,21 @@ Arguments operands(Arguments arguments, std::string_view letters,
     return {};
 }
 
+/// Names the namespace by the path that a user or Podman gives for it: "/proc/PID/ns/net" is that
+/// of a process, anything else a file that it is mounted at.
+void readNamespace(std::string_view path, ForwarderCommand &command)
+{
+    constexpr std::string_view prefix = "/proc/";
+    constexpr std::string_view suffix = "/ns/net";
+    if (path.starts_with(prefix) && path.ends_with(suffix)) {
+        path.remove_prefix(prefix.size());
+        path.remove_suffix(suffix.size());
+        command.target = toNumber<pid_t>(path).value_or(0);
+    } else {
+        command.namespaceFile = path;
+    }
+}
+
 /// slirp4netns [OPTION]... PID|PATH [TAPNAME]. Podman gives the path, and calls the socket over
 /// which ports are forwarded by the container: "--api-socket /run/libpod/ID.net".
 void readSlirp4netns(Arguments arguments, ForwarderCommand &command)
@@ -138,7 +153,7 @@ void readSlirp4netns(Arguments arguments, ForwarderCommand &command)
     const Arguments rest = operands(arguments, "erma", withValue);
     const std::string_view target = rest.empty() ? std::string_view() : rest.front();
     if (option(arguments, "netns-type") == "path" || target.starts_with('/')) {
-        command.namespaceFile = target;
+        readNamespace(target, command);
     } else {
         command.target = toNumber<pid_t>(target).value_or(0);
     }
@@ -194,9 +209,8 @@ std::uint16_t targetOfPasta(std::string_view specification, std::uint16_t port)
 /// none -U none --no-map-gw --quiet --netns PATH.
 void readPasta(Arguments arguments, std::uint16_t port, ForwarderCommand &command)
 {
-    const std::string_view file = option(arguments, "netns");
-    command.namespaceFile =
-        file.empty() || file.front() == '/' ? std::string(file) : "/run/netns/" + std::string(file);
+    const std::string file(option(arguments, "netns"));
+    readNamespace(file.empty() || file.front() == '/' ? file : "/run/netns/" + file, command);
     for (std::size_t at = 1; at < arguments.size() && port != 0 && command.port == 0; ++at) {
         const std::string &argument = arguments[at];
         if ((argument == "-t" || argument == "--tcp-ports") && at + 1 < arguments.size()) {
@@ -213,7 +227,7 @@ void readPasta(Arguments arguments, std::uint16_t port, ForwarderCommand &comman
         "dns-forward", "tcp-ports",   "udp-ports",    "tcp-ns",       "udp-ns",   "userns",
         "netns",       "ns-mac-addr", "dns-host"};
     const Arguments rest = operands(arguments, "lIFpPmanMgioDStuTU", withValue);
-    if (command.namespaceFile.empty() && rest.size() == 1) {
+    if (file.empty() && rest.size() == 1) {
         command.target = toNumber<pid_t>(rest.front()).value_or(0);
     }
 }
