@@ -3,6 +3,7 @@
 
 #include "CommandLine/SystemListeners.h"
 
+#include "Helper/PortForwarder.h"
 #include "Helper/ProcessTerminator.h"
 #include "Helper/SessionGuard.h"
 
@@ -42,6 +43,17 @@ std::string SystemListeners::protection(std::int32_t pid) const
     const SessionGuard::Answer answer = SessionGuard::part(pid);
     const auto *part = std::get_if<std::optional<SessionGuard::Part>>(&answer);
     return part != nullptr && *part ? std::string(SessionGuard::name(**part)) : std::string();
+}
+
+std::optional<Forwarding> SystemListeners::forwarding(std::int32_t pid) const
+{
+    return forwardingOf(pid);
+}
+
+std::optional<Supervisor> SystemListeners::restarter(std::int32_t pid,
+                                                     std::span<const std::int32_t> former) const
+{
+    return restarterOf(pid, former);
 }
 
 std::vector<Ancestor> SystemListeners::ancestors(std::int32_t pid) const

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,9 @@ public:
     [[nodiscard]] std::optional<ProcessIdentity> identity(std::int32_t pid) const override;
     [[nodiscard]] KillAnswer end(const ProcessIdentity &process) override;
     [[nodiscard]] std::string protection(std::int32_t pid) const override;
+    [[nodiscard]] std::optional<Forwarding> forwarding(std::int32_t pid) const override;
+    [[nodiscard]] std::optional<Supervisor>
+    restarter(std::int32_t pid, std::span<const std::int32_t> former) const override;
     [[nodiscard]] std::vector<Ancestor> ancestors(std::int32_t pid) const override;
 
 private:

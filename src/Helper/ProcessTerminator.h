@@ -95,7 +95,8 @@ public:
     /// Asks a target to end, by what a scan that began after admit() has found it to own.
     /// `NotFound` when it has ended or listens no more; `PermissionDenied` when it cannot be seen
     /// to listen, is a service manager, which listens only for its services, or something else that
-    /// the session lives on (SessionGuard), or may not be signalled.
+    /// the session lives on (SessionGuard), forwards its port to a process in another network
+    /// namespace (forwardingOf()), or may not be signalled.
     [[nodiscard]] Started start(Target target, const Ownership &ownership) const;
 
     /// All of it, for whoever waits by itself.

@@ -3,6 +3,7 @@
 
 #include "Helper/ProcessTerminator.h"
 
+#include "Helper/PortForwarder.h"
 #include "Helper/ProcessAncestry.h"
 #include "Helper/SessionGuard.h"
 #include "Helper/linux/ProcFs.h"
@@ -213,6 +214,10 @@ ProcessTerminator::Started ProcessTerminator::signal(ProcessDescriptor &process,
 {
     if (std::optional<KillAnswer> refused = refusalOfSessionPart(pid)) {
         return process.hasEnded() ? KillResultCode::NotFound : toStarted(*refused);
+    }
+    // Its end would close the port and leave what serves it; that one is to be ended.
+    if (forwardingOf(pid)) {
+        return KillResultCode::PermissionDenied;
     }
     errno = 0;
     if (ProcFs::numberOf(m_root.get(), process.get()) != pid) {
