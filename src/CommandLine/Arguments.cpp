@@ -164,6 +164,7 @@ constexpr std::array commands{
     Command{"list", parseList},
     Command{"watch", parseWatch},
     Command{"kill", parseKill},
+    Command{"free", PortArguments::parseFree},
     Command{"wait", PortArguments::parseWait},
     Command{"url", PortArguments::parseUrl},
 };

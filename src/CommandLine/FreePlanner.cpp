@@ -4,6 +4,7 @@
 #include "CommandLine/FreePlanner.h"
 
 #include "CommandLine/OwnerText.h"
+#include "CommandLine/StopAdvice.h"
 #include "CommandLine/TerminalText.h"
 
 #include <algorithm>
@@ -165,9 +166,9 @@ std::string FreePlanner::refusalOfSupervised(const Listener &listener) const
         return command.empty() ? std::string(".")
                                : "; '" + TerminalText::printable(command) + "' stops it.";
     };
-    if (const std::optional<Forwarding> &forwarding = listener.details.forwarding) {
-        return subject + " only forwards the port, " +
-               TerminalText::printable(forwarding->place()) + advice(forwarding->stopCommand());
+    if (const std::optional<Forwarding> forwarding = m_ender.forwarding(pid)) {
+        return StopAdvice::ofForwarder(subject, OwnerText::ports({listener.entry.port}),
+                                       *forwarding);
     }
     const std::optional<Supervisor> found = m_processes.supervisor(pid);
     using Kind = Supervisor::Kind;

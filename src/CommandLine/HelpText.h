@@ -15,6 +15,7 @@ inline constexpr std::string_view program =
     "  list                        Show the listeners; the command when none is named\n"
     "  watch                       Show them as they come and go\n"
     "  kill                        Stop the process that listens on a port\n"
+    "  free                        Stop the whole server on a port, and free it\n"
     "  wait                        Wait until something listens on a port, or nothing\n"
     "  url                         Print the URL of a port";
 
@@ -57,6 +58,25 @@ inline constexpr std::string_view killExamples = "Examples:\n"
                                                  "  4 failed\n"
                                                  "  5 stopped, but another process has the port\n"
                                                  "  6 sent SIGKILL, and has not ended yet";
+
+inline constexpr std::string_view free =
+    "Stop the whole server behind each port, after a question, and wait until the\n"
+    "port can be bound: the process that listens, its workers, and what runs it, such\n"
+    "as npm or a loop of a script.";
+
+inline constexpr std::string_view freeExamples =
+    "Examples:\n"
+    "  tarnwickctl free 3000\n"
+    "  tarnwickctl free 3000 8080 --dry-run\n"
+    "  tarnwickctl free 3000 --yes && npm run dev\n\n"
+    "Exit status:\n"
+    "  0 each port is free, or was so before\n"
+    "  1 the answer was no\n"
+    "  2 wrong usage\n"
+    "  3 not permitted, or to be stopped with the command that is named\n"
+    "  4 failed\n"
+    "  5 stopped, but the port is taken again or cannot be bound\n"
+    "  6 sent SIGKILL, and has not ended yet";
 
 inline constexpr std::string_view wait =
     "Wait until something listens on each of the ports, or until all are free.";

@@ -35,6 +35,25 @@ CLI::Option *addPorts(CommandParser &parser, Target &target, const std::string &
 
 } // namespace
 
+Arguments PortArguments::parseFree(std::vector<std::string> reversed)
+{
+    CommandParser parser("tarnwickctl free", HelpText::free, HelpText::freeExamples);
+    std::vector<std::string> ports;
+    FreeArguments result;
+    addPorts(parser, ports, "The ports whose servers to stop");
+    parser.addFlag("-y,--yes", result.yes, "Do not ask");
+    parser.addFlag("--system", result.system, "Stop services of the system, too");
+    parser.addFlag("--dry-run", result.dryRun, "Print what would be stopped, and do nothing");
+    parser.addHosts(result.hosts);
+    return parser.parsed(std::move(reversed), [&]() -> Arguments {
+        if (ports.empty()) {
+            return parser.usageError("free needs a PORT");
+        }
+        result.ports = valuesOf<std::int64_t>(ports, portFrom);
+        return result;
+    });
+}
+
 Arguments PortArguments::parseWait(std::vector<std::string> reversed)
 {
     CommandParser parser("tarnwickctl wait", HelpText::wait, HelpText::waitExamples);

@@ -4,6 +4,7 @@
 #include "CommandLine/Program.h"
 
 #include "CommandLine/Arguments.h"
+#include "CommandLine/FreeCommand.h"
 #include "CommandLine/KillCommand.h"
 #include "CommandLine/ListCommand.h"
 #include "CommandLine/TerminalText.h"
@@ -16,11 +17,13 @@
 namespace Tarnwick {
 
 Program::Program(const Console &console, ListenerSource &source, ProcessEnder &ender,
-                 const PortProbe &ports, StartWatchSession startWatching)
+                 const PortProbe &ports, ServerProcesses &processes,
+                 StartWatchSession startWatching)
     : m_console(console)
     , m_source(source)
     , m_ender(ender)
     , m_ports(ports)
+    , m_processes(processes)
     , m_startWatching(std::move(startWatching))
 {
 }
@@ -67,6 +70,15 @@ ExitCode Program::perform(const KillArguments &arguments)
         return arguments.yes ? hosts.run(false) : hosts.runOnTerminal();
     }
     return KillCommand(arguments, m_console, m_source, m_ender).run();
+}
+
+ExitCode Program::perform(const FreeArguments &arguments)
+{
+    if (!arguments.hosts.empty()) {
+        const HostsCommand hosts = onHosts(arguments);
+        return arguments.yes || arguments.dryRun ? hosts.run(false) : hosts.runOnTerminal();
+    }
+    return FreeCommand(arguments, m_console, {m_source, m_ender, m_ports, m_processes}).run();
 }
 
 ExitCode Program::perform(const WaitArguments &arguments)

@@ -10,6 +10,8 @@
 #include <utility>
 #include <variant>
 
+#include <unistd.h>
+
 namespace Tarnwick {
 
 Listing SystemListeners::list()
@@ -59,6 +61,31 @@ std::optional<Supervisor> SystemListeners::restarter(std::int32_t pid,
 std::vector<Ancestor> SystemListeners::ancestors(std::int32_t pid) const
 {
     return Tarnwick::ancestors(pid);
+}
+
+std::int32_t SystemListeners::self() const
+{
+    return ::getpid();
+}
+
+std::vector<std::string> SystemListeners::arguments(std::int32_t pid) const
+{
+    return argumentsOf(pid);
+}
+
+bool SystemListeners::sharesOutput(std::int32_t first, std::int32_t second) const
+{
+    return shareOutput(first, second);
+}
+
+std::optional<Supervisor> SystemListeners::supervisor(std::int32_t pid) const
+{
+    return supervisorOf(pid);
+}
+
+std::vector<KillAnswer> SystemListeners::endRelated(std::span<const ProcessIdentity> processes)
+{
+    return ProcessTerminator(m_inventory).terminateRelated(processes);
 }
 
 } // namespace Tarnwick

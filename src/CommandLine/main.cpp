@@ -51,9 +51,10 @@ int main(int argc, char **argv)
     try {
         SystemListeners listeners;
         const SystemPorts ports;
-        Program program(console, listeners, listeners, ports, [&output](Presentation presentation) {
-            return TerminalSession::start(output, STDIN_FILENO, presentation);
-        });
+        Program program(console, listeners, listeners, ports, listeners,
+                        [&output](Presentation presentation) {
+                            return TerminalSession::start(output, STDIN_FILENO, presentation);
+                        });
         const std::span<const char *const> arguments(argv, static_cast<std::size_t>(argc));
         return static_cast<int>(program.run(arguments.subspan(argc > 0 ? 1 : 0)));
     } catch (const std::bad_alloc &) {

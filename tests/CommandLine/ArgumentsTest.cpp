@@ -229,6 +229,8 @@ INSTANTIATE_TEST_SUITE_P(
         Misuse{
             {"kill", "--pid", "x"}, "--pid: 'x' is not a process identifier", "tarnwickctl kill"},
         Misuse{{"kill"}, "kill needs a PORT or --pid", "tarnwickctl kill"},
+        Misuse{{"free"}, "free needs a PORT", "tarnwickctl free"},
+        Misuse{{"free", "--pid", "1"}, "unknown option '--pid'", "tarnwickctl free"},
         Misuse{{"wait"}, "wait needs a PORT", "tarnwickctl wait"},
         Misuse{{"wait", "0"}, "PORT: '0' is not a port: 1 to 65535", "tarnwickctl wait"},
         Misuse{{"wait", "1", "--timeout", "-1"},
@@ -272,6 +274,15 @@ TEST(Arguments, HaveAHelpForEachCommandWithExamples)
     EXPECT_THAT(information({"kill", "--help"}), HasSubstr("tarnwickctl kill --pid 4711"));
 }
 
+TEST(Arguments, TakePortsToFree)
+{
+    const auto free = std::get<FreeArguments>(parse({"free", "3000", "80"}));
+    EXPECT_THAT(free.ports, ElementsAre(3000, 80));
+    EXPECT_FALSE(free.yes || free.system || free.dryRun);
+    const auto all = std::get<FreeArguments>(parse({"free", "-y", "--system", "--dry-run", "1"}));
+    EXPECT_TRUE(all.yes && all.system && all.dryRun);
+}
+
 TEST(Arguments, TakePortsToWaitFor)
 {
     using Awaited = WaitArguments::Awaited;
@@ -298,7 +309,8 @@ TEST(Arguments, HaveAHelpThatFitsIn80Columns)
     for (const std::string &help :
          {information({"--help"}), information({"list", "--help"}),
           information({"watch", "--help"}), information({"kill", "--help"}),
-          information({"wait", "--help"}), information({"url", "--help"})}) {
+          information({"free", "--help"}), information({"wait", "--help"}),
+          information({"url", "--help"})}) {
         std::istringstream lines(help);
         for (std::string line; std::getline(lines, line);) {
             EXPECT_LE(line.size(), columns) << line;
