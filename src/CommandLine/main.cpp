@@ -5,6 +5,7 @@
 #include "CommandLine/DescriptorOutput.h"
 #include "CommandLine/Program.h"
 #include "CommandLine/SystemListeners.h"
+#include "CommandLine/SystemPorts.h"
 #include "CommandLine/TerminalSession.h"
 #include "CommandLine/TerminalText.h"
 #include "Helper/DescriptorLimit.h"
@@ -62,7 +63,8 @@ int main(int argc, char **argv)
                 console.sayError(message);
             }
         });
-        Program program(console, listeners, listeners, [&](Presentation presentation) {
+        const SystemPorts ports;
+        Program program(console, listeners, listeners, ports, [&](Presentation presentation) {
             isScreenTaken = presentation == Presentation::InPlace;
             return TerminalSession::start(output, STDIN_FILENO, presentation);
         });
