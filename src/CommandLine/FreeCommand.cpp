@@ -85,7 +85,8 @@ bool FreeCommand::updateListeners()
         return false;
     }
     m_listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)),
-                                m_system.source.sockets(), m_system.source.details());
+                                m_system.source.sockets(), m_system.source.details(),
+                                *m_system.source.tierRules());
     return true;
 }
 

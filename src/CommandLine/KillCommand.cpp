@@ -312,7 +312,7 @@ bool KillCommand::updateListeners()
         return false;
     }
     m_listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)),
-                                m_source.sockets(), m_source.details());
+                                m_source.sockets(), m_source.details(), *m_source.tierRules());
     return true;
 }
 
