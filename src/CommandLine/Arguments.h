@@ -40,6 +40,13 @@ struct KillArguments
     std::vector<std::string> hosts{}; ///< as those of list
 };
 
+struct WhyArguments
+{
+    std::int64_t port = 0;
+    bool json = false;
+    std::vector<std::string> hosts{}; ///< as those of list
+};
+
 struct FreeArguments
 {
     std::vector<std::int64_t> ports{}; ///< at least one, in the order given
@@ -78,8 +85,8 @@ struct UsageError
     std::string command = "tarnwickctl"; ///< the command that has the help
 };
 
-using Arguments = std::variant<ListArguments, WatchArguments, KillArguments, FreeArguments,
-                               WaitArguments, UrlArguments, Information, UsageError>;
+using Arguments = std::variant<ListArguments, WatchArguments, KillArguments, WhyArguments,
+                               FreeArguments, WaitArguments, UrlArguments, Information, UsageError>;
 
 /// What the user asks for with @p arguments, those after the program's name.
 [[nodiscard]] Arguments parseArguments(std::span<const char *const> arguments);

@@ -42,13 +42,14 @@ std::vector<std::int32_t> holdersOf(std::int64_t port, const PortProbe &ports)
 
 } // namespace
 
-FreeCommand::FreeCommand(FreeArguments arguments, const Console &console, const System &system)
+FreeCommand::FreeCommand(FreeArguments arguments, const Console &console,
+                         const CommandSystem &system)
     : FreeCommand(std::move(arguments), console, system, KillCommand::Release{})
 {
 }
 
-FreeCommand::FreeCommand(FreeArguments arguments, const Console &console, const System &system,
-                         KillCommand::Release release)
+FreeCommand::FreeCommand(FreeArguments arguments, const Console &console,
+                         const CommandSystem &system, KillCommand::Release release)
     : m_arguments(std::move(arguments))
     , m_console(console)
     , m_system(system)

@@ -4,14 +4,11 @@
 #pragma once
 
 #include "CommandLine/Arguments.h"
+#include "CommandLine/CommandSystem.h"
 #include "CommandLine/Console.h"
 #include "CommandLine/FreePlan.h"
 #include "CommandLine/KillCommand.h"
 #include "CommandLine/Listener.h"
-#include "CommandLine/ListenerSource.h"
-#include "CommandLine/PortProbe.h"
-#include "CommandLine/ProcessEnder.h"
-#include "CommandLine/ServerProcesses.h"
 
 #include <cstdint>
 #include <string>
@@ -25,17 +22,8 @@ namespace Tarnwick {
 class FreeCommand
 {
 public:
-    /// Everything outlives the command.
-    struct System
-    {
-        ListenerSource &source;
-        ProcessEnder &ender;
-        const PortProbe &ports;
-        ServerProcesses &processes;
-    };
-
-    FreeCommand(FreeArguments arguments, const Console &console, const System &system);
-    FreeCommand(FreeArguments arguments, const Console &console, const System &system,
+    FreeCommand(FreeArguments arguments, const Console &console, const CommandSystem &system);
+    FreeCommand(FreeArguments arguments, const Console &console, const CommandSystem &system,
                 KillCommand::Release release);
 
     [[nodiscard]] ExitCode run();
@@ -58,7 +46,7 @@ private:
 
     FreeArguments m_arguments;
     const Console &m_console;
-    System m_system;
+    CommandSystem m_system;
     KillCommand::Release m_release;
     std::vector<Listener> m_listeners;
 };

@@ -35,6 +35,23 @@ CLI::Option *addPorts(CommandParser &parser, Target &target, const std::string &
 
 } // namespace
 
+Arguments PortArguments::parseWhy(std::vector<std::string> reversed)
+{
+    CommandParser parser("tarnwickctl why", HelpText::why, HelpText::whyExamples);
+    std::string port;
+    WhyArguments result;
+    addPorts(parser, port, "The port");
+    parser.addFlag("--json", result.json, "Write JSON");
+    parser.addHosts(result.hosts);
+    return parser.parsed(std::move(reversed), [&]() -> Arguments {
+        if (port.empty()) {
+            return parser.usageError("why needs a PORT");
+        }
+        result.port = portFrom(port).value_or(0);
+        return result;
+    });
+}
+
 Arguments PortArguments::parseFree(std::vector<std::string> reversed)
 {
     CommandParser parser("tarnwickctl free", HelpText::free, HelpText::freeExamples);

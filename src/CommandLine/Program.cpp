@@ -10,6 +10,7 @@
 #include "CommandLine/TerminalText.h"
 #include "CommandLine/UrlCommand.h"
 #include "CommandLine/WaitCommand.h"
+#include "CommandLine/WhyCommand.h"
 
 #include <utility>
 #include <variant>
@@ -79,6 +80,14 @@ ExitCode Program::perform(const FreeArguments &arguments)
         return arguments.yes || arguments.dryRun ? hosts.run(false) : hosts.runOnTerminal();
     }
     return FreeCommand(arguments, m_console, {m_source, m_ender, m_ports, m_processes}).run();
+}
+
+ExitCode Program::perform(const WhyArguments &arguments)
+{
+    if (!arguments.hosts.empty()) {
+        return onHosts(arguments).run(arguments.json);
+    }
+    return WhyCommand(arguments, m_console, {m_source, m_ender, m_ports, m_processes}).run();
 }
 
 ExitCode Program::perform(const WaitArguments &arguments)

@@ -31,6 +31,7 @@ private:
     [[nodiscard]] ExitCode perform(const ListArguments &arguments);
     [[nodiscard]] ExitCode perform(const WatchArguments &arguments);
     [[nodiscard]] ExitCode perform(const KillArguments &arguments);
+    [[nodiscard]] ExitCode perform(const WhyArguments &arguments);
     [[nodiscard]] ExitCode perform(const FreeArguments &arguments);
     [[nodiscard]] ExitCode perform(const WaitArguments &arguments);
     [[nodiscard]] ExitCode perform(const UrlArguments &arguments);

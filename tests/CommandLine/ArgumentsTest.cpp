@@ -229,6 +229,10 @@ INSTANTIATE_TEST_SUITE_P(
         Misuse{
             {"kill", "--pid", "x"}, "--pid: 'x' is not a process identifier", "tarnwickctl kill"},
         Misuse{{"kill"}, "kill needs a PORT or --pid", "tarnwickctl kill"},
+        Misuse{{"why"}, "why needs a PORT", "tarnwickctl why"},
+        Misuse{{"why", "1", "2"}, "unexpected argument '2'", "tarnwickctl why"},
+        Misuse{{"0"}, "PORT: '0' is not a port: 1 to 65535", "tarnwickctl why"},
+        Misuse{{"65536"}, "PORT: '65536' is not a port: 1 to 65535", "tarnwickctl why"},
         Misuse{{"free"}, "free needs a PORT", "tarnwickctl free"},
         Misuse{{"free", "--pid", "1"}, "unknown option '--pid'", "tarnwickctl free"},
         Misuse{{"wait"}, "wait needs a PORT", "tarnwickctl wait"},
@@ -274,6 +278,15 @@ TEST(Arguments, HaveAHelpForEachCommandWithExamples)
     EXPECT_THAT(information({"kill", "--help"}), HasSubstr("tarnwickctl kill --pid 4711"));
 }
 
+TEST(Arguments, TakeANumberForThePortOfWhy)
+{
+    for (const Arguments &parsed : {parse({"why", "3000", "--json"}), parse({"3000", "--json"})}) {
+        EXPECT_EQ(std::get<WhyArguments>(parsed).port, 3000);
+        EXPECT_TRUE(std::get<WhyArguments>(parsed).json);
+    }
+    EXPECT_FALSE(std::get<WhyArguments>(parse({"3000"})).json);
+}
+
 TEST(Arguments, TakePortsToFree)
 {
     const auto free = std::get<FreeArguments>(parse({"free", "3000", "80"}));
@@ -309,8 +322,8 @@ TEST(Arguments, HaveAHelpThatFitsIn80Columns)
     for (const std::string &help :
          {information({"--help"}), information({"list", "--help"}),
           information({"watch", "--help"}), information({"kill", "--help"}),
-          information({"free", "--help"}), information({"wait", "--help"}),
-          information({"url", "--help"})}) {
+          information({"why", "--help"}), information({"free", "--help"}),
+          information({"wait", "--help"}), information({"url", "--help"})}) {
         std::istringstream lines(help);
         for (std::string line; std::getline(lines, line);) {
             EXPECT_LE(line.size(), columns) << line;

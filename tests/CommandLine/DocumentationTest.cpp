@@ -24,7 +24,7 @@ const std::string bashCompletion = folder + "/completions/tarnwickctl.bash";
 const std::string zshCompletion = folder + "/completions/_tarnwickctl";
 const std::string fishCompletion = folder + "/completions/tarnwickctl.fish";
 
-constexpr std::array commands{"list", "watch", "kill", "free", "wait", "url"};
+constexpr std::array commands{"list", "watch", "why", "kill", "free", "wait", "url"};
 
 bool isInstalled(const std::string &program)
 {

@@ -50,6 +50,13 @@ TEST_F(ProgramTest, Kills)
     EXPECT_THAT(ends.ended, testing::ElementsAre(4711));
 }
 
+TEST_F(ProgramTest, ExplainsAPort)
+{
+    listings.listings = {std::vector{record(3000, 4711, "node")}};
+    EXPECT_EQ(run({"3000"}), ExitCode::Done);
+    EXPECT_THAT(test.output.written, StartsWith("Port 3000: node (pid 4711), tier dev"));
+}
+
 TEST_F(ProgramTest, Frees)
 {
     EXPECT_EQ(run({"free", "3000", "--dry-run"}), ExitCode::Done);
