@@ -46,4 +46,13 @@ std::string EndpointText::url(const ListenAddress &address, std::int64_t port)
            (isLocalhost(address) ? "localhost" : host(address)) + ':' + std::to_string(port);
 }
 
+std::string EndpointText::url(std::span<const ListenAddress> addresses, std::int64_t port)
+{
+    const auto local = std::find_if(addresses.begin(), addresses.end(), isLocalhost);
+    if (local != addresses.end()) {
+        return url(*local, port);
+    }
+    return addresses.empty() ? std::string() : url(addresses.front(), port);
+}
+
 } // namespace Tarnwick

@@ -6,6 +6,7 @@
 #include "Helper/ListenAddress.h"
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -23,6 +24,11 @@ public:
     /// "http://localhost:3000" for a socket that this machine reaches by that name; else with the
     /// address. The scheme goes by the port alone: `https` for 443 and 8443.
     [[nodiscard]] static std::string url(const ListenAddress &address, std::int64_t port);
+
+    /// That of one of several sockets on a port: with localhost where one of them has that, else
+    /// that of the first. Empty for none.
+    [[nodiscard]] static std::string url(std::span<const ListenAddress> addresses,
+                                         std::int64_t port);
 };
 
 } // namespace Tarnwick

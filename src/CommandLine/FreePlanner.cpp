@@ -333,11 +333,10 @@ bool FreePlanner::listensElsewhere(std::int32_t pid, const std::vector<std::int6
 
 FreePlan::Step FreePlanner::step(FreePlan::Part part, const TreeProcess &process) const
 {
-    FreePlan::Step made{.part = part, .process = process.identity, .name = process.name};
-    for (const std::string &argument : m_processes.arguments(process.pid())) {
-        made.command += (made.command.empty() ? "" : " ") + argument;
-    }
-    return made;
+    return {.part = part,
+            .process = process.identity,
+            .name = process.name,
+            .command = OwnerText::joined(m_processes.arguments(process.pid()))};
 }
 
 } // namespace Tarnwick

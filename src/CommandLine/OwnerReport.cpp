@@ -12,6 +12,7 @@
 #include "Shared/Iso8601.h"
 #include "Shared/RawPortInfoWriter.h"
 
+#include <cstddef>
 #include <string_view>
 
 namespace Tarnwick {
@@ -36,15 +37,6 @@ std::string socketText(const ListenerDetails &socket, std::int64_t port)
     return text;
 }
 
-std::string joined(const std::vector<std::string> &arguments)
-{
-    std::string text;
-    for (const std::string &argument : arguments) {
-        text += (text.empty() ? "" : " ") + argument;
-    }
-    return text;
-}
-
 std::string unitText(const ListenerDetails &details)
 {
     if (details.unit.empty()) {
@@ -64,9 +56,12 @@ std::string startText(const PortEntry &owner, Timestamp now)
     return Uptime::format(owner.openedAt, now) + " ago, " + Iso8601::formatSeconds(owner.openedAt);
 }
 
+/// On one line of a terminal.
 std::string processText(const OwnerReport::Process &process)
 {
-    return (process.command.empty() ? process.name : process.command) + " (pid " +
+    constexpr std::size_t maxCommandWidth = 50;
+    const std::string &command = process.command.empty() ? process.name : process.command;
+    return TerminalText::cut(TerminalText::printable(command), maxCommandWidth) + " (pid " +
            std::to_string(process.pid) + ")";
 }
 
@@ -189,8 +184,9 @@ FieldList OwnerReport::fields(const ListenerTable::Context &context) const
     const std::string command = EntryText::fullCommand(owner, context.home);
     fields.add("Command", printable(command));
     if (owner.pid != 0) {
-        const std::string own = joined(owner.arguments);
-        fields.add("Runs as", own == joined(owner.originArguments) ? "" : printable(own));
+        const std::string own = OwnerText::joined(owner.arguments);
+        fields.add("Runs as",
+                   own == OwnerText::joined(owner.originArguments) ? "" : printable(own));
         fields.add("Executable", printable(withoutHome(owner.command)));
         fields.add("Folder", printable(withoutHome(owner.cwd)));
         fields.add("Started", startText(owner, context.now));
@@ -206,7 +202,7 @@ FieldList OwnerReport::fields(const ListenerTable::Context &context) const
     }
     name = "Started by";
     for (const Process &ancestor : ancestors) {
-        fields.add(name, printable(processText(ancestor)));
+        fields.add(name, processText(ancestor));
         name = {};
     }
     name = "To stop it";

@@ -29,4 +29,13 @@ std::string OwnerText::process(const PortEntry &owner)
     return name + " (pid " + std::to_string(owner.pid) + ")";
 }
 
+std::string OwnerText::joined(std::span<const std::string> arguments)
+{
+    std::string text;
+    for (const std::string &argument : arguments) {
+        text.append(text.empty() ? "" : " ").append(argument);
+    }
+    return text;
+}
+
 } // namespace Tarnwick

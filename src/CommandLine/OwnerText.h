@@ -6,6 +6,7 @@
 #include "Models/PortEntry.h"
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,9 @@ public:
     /// "node (pid 4711)", fit for a terminal; "sshd.service (unknown owner)" where there is no
     /// process.
     [[nodiscard]] static std::string process(const PortEntry &owner);
+
+    /// @p arguments with single blanks between them; not made fit for a terminal.
+    [[nodiscard]] static std::string joined(std::span<const std::string> arguments);
 };
 
 } // namespace Tarnwick

@@ -31,14 +31,11 @@ ExitCode UrlCommand::run()
         m_console.say("Nothing listens on port " + std::to_string(port) + ".");
         return ExitCode::NothingDone;
     }
-    // Of several addresses that of localhost, else the first one.
-    std::string best;
+    std::vector<ListenAddress> addresses;
     for (const PortSocket &socket : sockets) {
-        const std::string url = EndpointText::url(socket.address, port);
-        const bool isLocalhost = url.find("localhost") != url.npos;
-        best = best.empty() || isLocalhost ? url : best;
+        addresses.push_back(socket.address);
     }
-    return m_console.finish(best + '\n', ExitCode::Done);
+    return m_console.finish(EndpointText::url(addresses, port) + '\n', ExitCode::Done);
 }
 
 } // namespace Tarnwick

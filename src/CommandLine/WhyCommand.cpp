@@ -6,6 +6,7 @@
 #include "CommandLine/EndpointText.h"
 #include "CommandLine/FreePlanner.h"
 #include "CommandLine/JsonEscapes.h"
+#include "CommandLine/OwnerText.h"
 #include "CommandLine/TerminalText.h"
 #include "Shared/RawPortInfoWriter.h"
 #include "Shared/TierExplanation.h"
@@ -24,18 +25,30 @@ namespace {
 constexpr std::int32_t initProcess = 1;
 constexpr std::string_view rootHint = "Running as root may tell who it is.";
 
-std::string urlOf(const std::vector<ListenerDetails> &sockets, std::int64_t port)
+std::string ruleText(const TierExplanation &explanation)
 {
-    std::string best;
-    for (const ListenerDetails &socket : sockets) {
-        const std::string url = EndpointText::url(socket.address, port);
-        const bool isLocalhost = url.find("localhost") != url.npos;
-        best = best.empty() || isLocalhost ? url : best;
+    const bool isBuiltIn = explanation.rule == nullptr;
+    if (isBuiltIn && explanation.builtIn == nullptr) {
+        return explanation.conditions();
     }
-    return best;
+    return "by " + (isBuiltIn ? "a built-in rule" : explanation.place()) + ": " +
+           explanation.conditions();
 }
 
-/// "npm, sh and node", by the names of the processes.
+/// "nodemon (pid 4712) starts it again; 'kill 4712' stops that".
+std::string restartText(const Supervisor &supervisor)
+{
+    // A script may end with its server as well as start it again.
+    using Kind = Supervisor::Kind;
+    const bool isSure = supervisor.kind != Kind::Shell && supervisor.kind != Kind::Process;
+    std::string text = supervisor.name;
+    text += supervisor.pid != 0 ? " (pid " + std::to_string(supervisor.pid) + ")" : "";
+    text += isSure ? " starts it again" : " may start it again";
+    const std::string &command = supervisor.stopCommand;
+    return text + (isSure && !command.empty() ? "; '" + command + "' stops that" : "");
+}
+
+/// "npm, sh, node", by the names of the processes.
 std::string namesOf(const std::vector<FreePlan::Step> &steps)
 {
     constexpr std::size_t maxNames = 6;
@@ -104,15 +117,16 @@ OwnerReport WhyCommand::reportOf(const FreePlan &plan, const ProcessTree &tree,
                                  std::span<const Listener> sockets, const TierRules &rules) const
 {
     OwnerReport report{.listener = sockets.front()};
+    std::vector<ListenAddress> addresses;
     for (const Listener &socket : sockets) {
         report.sockets.push_back(socket.details);
+        addresses.push_back(socket.details.address);
     }
     const auto pid = static_cast<std::int32_t>(plan.owner.pid);
-    const TierExplanation explanation = TierExplanation::of(report.listener.record, rules);
-    report.tierRule = "by " + explanation.place() + ": " + explanation.conditions();
+    report.tierRule = ruleText(TierExplanation::of(report.listener.record, rules));
     report.ancestors = ancestorsOf(pid, tree);
     report.restart = restartOf(plan, tree, report.listener);
-    report.url = urlOf(report.sockets, plan.owner.port);
+    report.url = EndpointText::url(addresses, plan.owner.port);
     return report;
 }
 
@@ -124,11 +138,10 @@ std::vector<OwnerReport::Process> WhyCommand::ancestorsOf(std::int32_t pid,
     const TreeProcess *process = tree.find(pid);
     process = process != nullptr ? tree.find(process->parent) : nullptr;
     while (process != nullptr && found.size() < maxAncestors) {
-        OwnerReport::Process ancestor{.pid = process->pid(), .name = process->name};
-        for (const std::string &argument : m_system.processes.arguments(process->pid())) {
-            ancestor.command += (ancestor.command.empty() ? "" : " ") + argument;
-        }
-        found.push_back(std::move(ancestor));
+        found.push_back(
+            {.pid = process->pid(),
+             .name = process->name,
+             .command = OwnerText::joined(m_system.processes.arguments(process->pid()))});
         process = tree.find(process->parent);
     }
     return found;
@@ -173,9 +186,7 @@ std::string WhyCommand::restartOf(const FreePlan &plan, const ProcessTree &tree,
         return {};
     }
     if (const std::optional<Supervisor> found = m_system.processes.supervisor(pid)) {
-        return found->name + (found->pid != 0 ? " (pid " + std::to_string(found->pid) + ")" : "") +
-               " starts it again" +
-               (found->stopCommand.empty() ? "" : "; '" + found->stopCommand + "' stops that");
+        return restartText(*found);
     }
     const TreeProcess *const process = tree.find(pid);
     const TreeProcess *const parent = process != nullptr ? tree.find(process->parent) : nullptr;
@@ -183,8 +194,7 @@ std::string WhyCommand::restartOf(const FreePlan &plan, const ProcessTree &tree,
         m_system.processes.role(parent->pid()) == LaunchRole::InteractiveShell) {
         return "nothing that is known starts it again";
     }
-    return "only " + parent->name + " (pid " + std::to_string(parent->pid()) +
-           ") might start it again";
+    return parent->name + " (pid " + std::to_string(parent->pid()) + ") may start it again";
 }
 
 ExitCode WhyCommand::showOwners(const std::vector<OwnerReport> &reports) const

@@ -66,13 +66,13 @@ TEST_F(WhyCommandTest, TellsAllOfOneOwner)
                         "  Folder     ~/shop\n"
                         "  Started    1m ago, 1970-02-11T15:59:00Z\n"
                         "  Memory     46 MB\n"
-                        "  Tier       dev, by built-in: executable **/.nvm/**\n"
+                        "  Tier       dev, by a built-in rule: executable **/.nvm/**\n"
                         "  Started by run 150 (pid 150)\n"
                         "             run 100 (pid 100)\n"
                         "             run 1 (pid 1)\n"
                         "  To stop it tarnwickctl kill 3000\n"
                         "             tarnwickctl free 3000, with all of npm, node\n"
-                        "  Restart    only npm (pid 150) might start it again\n");
+                        "  Restart    npm (pid 150) may start it again\n");
 }
 
 TEST_F(WhyCommandTest, TellsEachSocketOfAnOwner)
@@ -111,6 +111,13 @@ TEST_F(WhyCommandTest, TellsWhatTakesMoreThanAKill)
                       HasSubstr("Restart    shop.service starts it again; 'systemctl --user stop "
                                 "shop.service' stops that\n"),
                       Not(HasSubstr("tarnwickctl kill"))));
+}
+
+TEST_F(WhyCommandTest, IsNotSureOfAShell)
+{
+    processes.supervisors[200] = {
+        .kind = Supervisor::Kind::Shell, .name = "sh", .pid = 150, .stopCommand = "kill 150"};
+    EXPECT_THAT(output(), HasSubstr("Restart    sh (pid 150) may start it again\n"));
 }
 
 TEST_F(WhyCommandTest, TellsWhichPrivilegeIsNeeded)
@@ -195,7 +202,7 @@ TEST_F(WhyCommandTest, WritesJson)
     EXPECT_THAT(
         test.output.written,
         AllOf(testing::StartsWith(R"({"port":3000,"owners":[{"pid":200,"port":3000,)"),
-              HasSubstr(R"("tier":"dev","description":"Node.js","tierRule":"by built-in: )"),
+              HasSubstr(R"("tier":"dev","description":"Node.js","tierRule":"by a built-in rule: )"),
               HasSubstr(R"("sockets":[{"address":"127.0.0.1","family":"IPv4","user":"ada",)"),
               HasSubstr(R"("exposed":false}])"),
               HasSubstr(R"("ancestors":[{"pid":150,"name":"npm","command":"run 150"},)"),
