@@ -55,7 +55,7 @@ _tarnwickctl()
     __tarnwickctl_expand "$1"
     # A command comes before any option.
     case ${COMP_WORDS[1]} in
-        list | watch | kill | wait | url) ((COMP_CWORD > 1)) && command=${COMP_WORDS[1]} first=2 ;;
+        list | watch | kill | wait | url | tiers) ((COMP_CWORD > 1)) && command=${COMP_WORDS[1]} first=2 ;;
     esac
     case $command in
         kill | wait | url) takesPorts=yes ;;
@@ -74,12 +74,13 @@ _tarnwickctl()
                     list | watch) choices+=' --tier --search --port --json' ;;
                     kill) choices+=' --yes --system' ;;
                     wait) choices+=' --free --timeout' ;;
+                    tiers) choices+=' --json' ;;
                 esac
                 [[ $command == kill && -z $hasValues ]] && choices+=' --pid'
                 [[ $command == watch ]] && choices+=' --interval'
                 [[ $current == -* ]] && choices+=' -h'
                 [[ $current == -* && $command == kill ]] && choices+=' -y'
-                ((COMP_CWORD == 1)) && choices="list watch kill wait url $choices"
+                ((COMP_CWORD == 1)) && choices="list watch kill wait url tiers $choices"
             elif [[ -n $takesPorts && -z $hasPids && ($command != url || -z $hasValues) ]]; then
                 choices=$(__tarnwickctl_values "$program" port)
             fi

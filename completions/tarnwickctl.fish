@@ -31,7 +31,7 @@ end
 function __tarnwickctl_runs
     set -l words (commandline -opc)
     set -l command list
-    contains -- "$words[2]" watch kill wait url; and set command $words[2]
+    contains -- "$words[2]" watch kill wait url tiers; and set command $words[2]
     contains -- $command $argv
 end
 
@@ -67,12 +67,13 @@ complete -c tarnwickctl -n $noCommand -a watch -d 'Show the listeners as they co
 complete -c tarnwickctl -n $noCommand -a kill -d 'Stop the process that listens on a port'
 complete -c tarnwickctl -n $noCommand -a wait -d 'Wait until something listens on a port, or nothing'
 complete -c tarnwickctl -n $noCommand -a url -d 'Print the URL of a port'
+complete -c tarnwickctl -n $noCommand -a tiers -d 'Show the rules for tiers'
 complete -c tarnwickctl -s h -l help -d 'Print the help and exit'
 complete -c tarnwickctl -l version -d 'Print the version and exit'
 complete -c tarnwickctl -n $showing -l tier -x -a 'system app dev unknown' -d 'Only listeners of this tier'
 complete -c tarnwickctl -n $showing -l search -x -d 'Only listeners that contain a text'
 complete -c tarnwickctl -n $showing -l port -x -k -a '(__tarnwickctl_ports)' -d 'Only listeners on this port'
-complete -c tarnwickctl -n $showing -l json -d 'Write JSON'
+complete -c tarnwickctl -n "$showing; or __tarnwickctl_runs tiers" -l json -d 'Write JSON'
 complete -c tarnwickctl -n $watching -l interval -x -d 'Seconds between two looks'
 complete -c tarnwickctl -n "$killing; and not __tarnwickctl_kills pids" -k -a '(__tarnwickctl_ports)' -d 'Port'
 complete -c tarnwickctl -n "$killing; and not __tarnwickctl_kills ports" -l pid -x -k -a '(__tarnwickctl_pids)' -d 'Stop this process instead'
@@ -86,3 +87,5 @@ complete -c tarnwickctl -n $waiting -l timeout -x -d 'Give up after that time'
 complete -c tarnwickctl -n "$onePort; and __tarnwickctl_hasNoPort" -k -a '(__tarnwickctl_ports)' -d 'Port'
 # Without a word there, fish would offer nothing.
 complete -c tarnwickctl -n "$onePort; and not __tarnwickctl_hasNoPort" -a '--help --version'
+# Without a word there, fish would offer nothing.
+complete -c tarnwickctl -n '__tarnwickctl_runs tiers' -a '--help --version --json'

@@ -136,6 +136,14 @@ Arguments parseKill(std::vector<std::string> reversed)
     });
 }
 
+Arguments parseTiers(std::vector<std::string> reversed)
+{
+    CommandParser parser("tarnwickctl tiers", HelpText::tiers, HelpText::tiersExamples);
+    TiersArguments result;
+    parser.addFlag("--json", result.json, "Write JSON");
+    return parser.parsed(std::move(reversed), [&]() -> Arguments { return result; });
+}
+
 /// The vector that CLI11 parses begins with the last argument. It knows no empty value after "=",
 /// only one that is an argument of its own.
 std::vector<std::string> reversedForParser(std::span<const char *const> arguments)
@@ -166,6 +174,7 @@ constexpr std::array commands{
     Command{"kill", parseKill},
     Command{"wait", PortArguments::parseWait},
     Command{"url", PortArguments::parseUrl},
+    Command{"tiers", parseTiers},
 };
 
 /// "list, watch or kill".

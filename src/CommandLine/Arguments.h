@@ -57,6 +57,11 @@ struct UrlArguments
     std::int64_t port = 0;
 };
 
+struct TiersArguments
+{
+    bool json = false;
+};
+
 /// What to print, instead of doing anything: the help or the version.
 struct Information
 {
@@ -70,7 +75,7 @@ struct UsageError
 };
 
 using Arguments = std::variant<ListArguments, WatchArguments, KillArguments, WaitArguments,
-                               UrlArguments, Information, UsageError>;
+                               UrlArguments, TiersArguments, Information, UsageError>;
 
 /// What the user asks for with @p arguments, those after the program's name.
 [[nodiscard]] Arguments parseArguments(std::span<const char *const> arguments);

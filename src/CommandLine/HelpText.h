@@ -16,7 +16,8 @@ inline constexpr std::string_view program =
     "  watch                       Show them as they come and go\n"
     "  kill                        Stop the process that listens on a port\n"
     "  wait                        Wait until something listens on a port, or nothing\n"
-    "  url                         Print the URL of a port";
+    "  url                         Print the URL of a port\n"
+    "  tiers                       Show the rules for tiers";
 
 inline constexpr std::string_view programExamples =
     "The options are those of list; each command has a --help of its own.\n\n"
@@ -24,6 +25,23 @@ inline constexpr std::string_view programExamples =
     "  tarnwickctl                     everything that listens\n"
     "  tarnwickctl --tier dev          what the developer tools have started\n"
     "  tarnwickctl kill 3000           stop the owner of port 3000, after a question";
+
+inline constexpr std::string_view tiers =
+    "Show the rules that give listeners their tiers, in the order in which they\n"
+    "count: the first that holds decides.";
+
+inline constexpr std::string_view tiersExamples =
+    "Files, each read where it is there; TARNWICK_TIERS names one to read instead,\n"
+    "or 'none':\n"
+    "  ~/.config/velmora/tarnwick/tiers.toml\n"
+    "  /etc/tarnwick/tiers.toml\n"
+    "  the one that comes with Tarnwick\n\n"
+    "Examples:\n"
+    "  tarnwickctl tiers\n"
+    "  tarnwickctl tiers --json | jq '.rules[].description'\n\n"
+    "Exit status:\n"
+    "  0 shown\n"
+    "  4 a file was refused, which standard error tells";
 
 inline constexpr std::string_view list = "Show what is listening on TCP ports.";
 

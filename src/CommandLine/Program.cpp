@@ -7,6 +7,7 @@
 #include "CommandLine/KillCommand.h"
 #include "CommandLine/ListCommand.h"
 #include "CommandLine/TerminalText.h"
+#include "CommandLine/TiersCommand.h"
 #include "CommandLine/UrlCommand.h"
 #include "CommandLine/WaitCommand.h"
 
@@ -77,6 +78,11 @@ ExitCode Program::perform(const WaitArguments &arguments)
 ExitCode Program::perform(const UrlArguments &arguments)
 {
     return UrlCommand(arguments, m_console, m_ports).run();
+}
+
+ExitCode Program::perform(const TiersArguments &arguments)
+{
+    return TiersCommand(arguments, m_console, TierRuleSources::ofThisProcess()).run();
 }
 
 ExitCode Program::perform(const Information &information)

@@ -32,6 +32,7 @@ private:
     [[nodiscard]] ExitCode perform(const KillArguments &arguments);
     [[nodiscard]] ExitCode perform(const WaitArguments &arguments);
     [[nodiscard]] ExitCode perform(const UrlArguments &arguments);
+    [[nodiscard]] ExitCode perform(const TiersArguments &arguments);
     [[nodiscard]] ExitCode perform(const Information &information);
     [[nodiscard]] ExitCode perform(const UsageError &error);
 

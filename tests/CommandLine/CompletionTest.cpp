@@ -61,7 +61,8 @@ private:
 
 TEST_P(Completion, OffersCommands)
 {
-    EXPECT_THAT(offered("tarnwickctl "), IsSupersetOf({"list", "watch", "kill", "wait", "url"}));
+    EXPECT_THAT(offered("tarnwickctl "),
+                IsSupersetOf({"list", "watch", "kill", "wait", "url", "tiers"}));
     EXPECT_THAT(offered("tarnwickctl w"), IsSupersetOf({"wait", "watch"}));
     EXPECT_THAT(offered("tarnwickctl wat"), ElementsAre("watch"));
     EXPECT_THAT(offered("tarnwickctl --json w"), IsEmpty());
@@ -78,6 +79,7 @@ TEST_P(Completion, OffersTheOptionsOfTheCommand)
     EXPECT_THAT(offered("tarnwickctl wait --"),
                 ElementsAre("--free", "--help", "--timeout", "--version"));
     EXPECT_THAT(offered("tarnwickctl url --"), ElementsAre("--help", "--version"));
+    EXPECT_THAT(offered("tarnwickctl tiers --"), ElementsAre("--help", "--json", "--version"));
     EXPECT_THAT(offered("tarnwickctl list --y"), IsEmpty());
 }
 
