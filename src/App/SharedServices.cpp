@@ -40,7 +40,7 @@ SharedTierRules currentTierRules()
         TierRuleSources::ofThisProcess(), [](const TierRuleProblem &problem) {
             AppLog::log("[tiers] refused: " + Utf8::sanitized(problem.text()));
         });
-    return files->update();
+    return (*files).update();
 }
 
 } // namespace
