@@ -51,7 +51,7 @@ private:
     [[nodiscard]] std::vector<Listener> listenersOn(std::int64_t port) const;
     [[nodiscard]] std::vector<std::int64_t> portsOf(std::int64_t pid) const;
     [[nodiscard]] std::vector<std::int64_t> portsAskedForOf(std::int64_t pid) const;
-    [[nodiscard]] bool mayBeRestarted(const PortEntry &owner) const;
+    [[nodiscard]] static bool mayBeRestarted(const std::vector<Ancestor> &ancestors);
     [[nodiscard]] std::set<std::int64_t> descendantsOn(const std::vector<std::int64_t> &ports,
                                                        const PortEntry &owner) const;
     [[nodiscard]] std::string_view hintForPrivilege() const;
@@ -62,6 +62,7 @@ private:
     [[nodiscard]] bool isTaken(const Listener &listener) const;
     [[nodiscard]] bool isAnyTaken() const;
     void printHoldersOfFreedPorts();
+    void printRestarter(const Listener &holder) const;
 
     KillArguments m_arguments;
     const Console &m_console;
@@ -74,7 +75,8 @@ private:
     std::set<std::int64_t> m_stopped;                      ///< with descendants on their ports
     std::set<std::int64_t> m_freed;                        ///< ports whose owner has ended
     std::map<std::uint64_t, std::int64_t> m_initialOwners; ///< by socket
-    bool m_restartPossible = false;                        ///< of a process that was stopped
+    std::map<std::int64_t, std::vector<std::int32_t>> m_ancestors; ///< of stopped owners, by port
+    bool m_restartPossible = false; ///< of a process that was stopped
 };
 
 } // namespace Tarnwick

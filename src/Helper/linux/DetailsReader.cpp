@@ -3,6 +3,7 @@
 
 #include "Helper/linux/DetailsReader.h"
 
+#include "Helper/linux/ContainerLookup.h"
 #include "Helper/linux/ProcFs.h"
 #include "Shared/Utf8.h"
 
@@ -48,21 +49,27 @@ ListenerDetails DetailsReader::read(const ListeningSocket &socket, pid_t owner)
     if (group && ControlGroups::serviceOfSocketUnit(*group)) {
         details.socketUnit = Utf8::sanitized(ControlGroups::unit(*group));
     }
-    const Unit unit = owner != 0 ? unitOf(owner) : unitAt(group.value_or(std::string()));
+    Unit unit = unitAt(group.value_or(std::string()));
+    if (owner != 0) {
+        const Membership &membership = membershipOf(owner);
+        unit = membership.unit;
+        details.container = membership.container;
+    }
     details.unit = unit.name;
     details.isUserUnit = unit.isOfUser;
     return details;
 }
 
-const DetailsReader::Unit &DetailsReader::unitOf(pid_t owner)
+const DetailsReader::Membership &DetailsReader::membershipOf(pid_t owner)
 {
     constexpr std::size_t maxGroupBytes = 64UL * 1024;
-    const auto [known, isNew] = m_units.try_emplace(owner);
+    const auto [known, isNew] = m_memberships.try_emplace(owner);
     if (isNew) {
         std::string text;
         const FileDescriptor file = ProcFs::openOfProcess(m_root, owner, "/cgroup");
         if (file && ProcFs::readWhole(file.get(), text, maxGroupBytes)) {
-            known->second = unitAt(unitPath(text));
+            known->second.unit = unitAt(unitPath(text));
+            known->second.container = ContainerLookup::ofGroups(m_root, owner, text);
         }
     }
     return known->second;

@@ -9,6 +9,7 @@
 #include "Helper/linux/UserNames.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -38,15 +39,21 @@ private:
         std::string name;
         bool isOfUser = false;
     };
+    /// What the control group of a process tells of it.
+    struct Membership
+    {
+        Unit unit;
+        std::optional<Container> container;
+    };
 
-    [[nodiscard]] const Unit &unitOf(pid_t owner);
+    [[nodiscard]] const Membership &membershipOf(pid_t owner);
     [[nodiscard]] static Unit unitAt(std::string_view path);
     [[nodiscard]] const std::string &interfaceName(std::uint32_t index);
 
     int m_root;
     ControlGroups &m_groups;
     UserNames m_users;
-    std::unordered_map<pid_t, Unit> m_units;
+    std::unordered_map<pid_t, Membership> m_memberships;
     std::unordered_map<std::uint32_t, std::string> m_interfaces;
 };
 
