@@ -8,5 +8,7 @@
 
 install(TARGETS tarnwick tarnwick-helper tarnwick-install tarnwickctl
     RUNTIME DESTINATION bin COMPONENT Portable EXCLUDE_FROM_ALL)
+install(FILES "${PROJECT_SOURCE_DIR}/data/linux/tiers.toml"
+    DESTINATION share/tarnwick COMPONENT Portable EXCLUDE_FROM_ALL)
 install(SCRIPT "${CMAKE_CURRENT_LIST_DIR}/PortableMarker.cmake"
     COMPONENT Portable EXCLUDE_FROM_ALL)

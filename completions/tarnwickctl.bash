@@ -37,7 +37,7 @@ __tarnwickctl_read()
             hasValues=yes
         else
             case $word in
-                --tier | --search | --port | --interval | --pid) awaiting=$word ;;
+                --tier | --search | --port | --interval | --pid | --timeout) awaiting=$word ;;
                 --) optionsEnd=yes ;;
                 -*) ;;
                 *) hasValues=yes ;;
@@ -51,10 +51,14 @@ _tarnwickctl()
 {
     local program current=$2
     local command=list first=1 awaiting='' optionsEnd='' hasValues='' hasPids='' choices=''
+    local takesPorts=''
     __tarnwickctl_expand "$1"
     # A command comes before any option.
     case ${COMP_WORDS[1]} in
-        list | watch | kill) ((COMP_CWORD > 1)) && command=${COMP_WORDS[1]} first=2 ;;
+        list | watch | kill | wait | url) ((COMP_CWORD > 1)) && command=${COMP_WORDS[1]} first=2 ;;
+    esac
+    case $command in
+        kill | wait | url) takesPorts=yes ;;
     esac
     __tarnwickctl_read "${COMP_WORDS[@]:first:COMP_CWORD-first}"
     [[ $current == '=' ]] && current=
@@ -64,18 +68,19 @@ _tarnwickctl()
         --port) choices=$(__tarnwickctl_values "$program" port) ;;
         --pid) choices=$(__tarnwickctl_values "$program" pid) ;;
         '')
-            if [[ -z $optionsEnd && ($command != kill || $current == -* || -n $hasPids) ]]; then
+            if [[ -z $optionsEnd && (-z $takesPorts || $current == -* || -n $hasPids) ]]; then
                 choices='--help --version'
                 case $command in
                     list | watch) choices+=' --tier --search --port --json' ;;
                     kill) choices+=' --yes --system' ;;
+                    wait) choices+=' --free --timeout' ;;
                 esac
                 [[ $command == kill && -z $hasValues ]] && choices+=' --pid'
                 [[ $command == watch ]] && choices+=' --interval'
                 [[ $current == -* ]] && choices+=' -h'
                 [[ $current == -* && $command == kill ]] && choices+=' -y'
-                ((COMP_CWORD == 1)) && choices="list watch kill $choices"
-            elif [[ $command == kill && -z $hasPids ]]; then
+                ((COMP_CWORD == 1)) && choices="list watch kill wait url $choices"
+            elif [[ -n $takesPorts && -z $hasPids && ($command != url || -z $hasValues) ]]; then
                 choices=$(__tarnwickctl_values "$program" port)
             fi
             ;;

@@ -31,7 +31,7 @@ end
 function __tarnwickctl_runs
     set -l words (commandline -opc)
     set -l command list
-    contains -- "$words[2]" watch kill; and set command $words[2]
+    contains -- "$words[2]" watch kill wait url; and set command $words[2]
     contains -- $command $argv
 end
 
@@ -48,15 +48,25 @@ function __tarnwickctl_kills -a what
     end
 end
 
+# Whether no port was given to a command that takes one.
+function __tarnwickctl_hasNoPort
+    set -l words (commandline -opc)
+    test -z (string match -rv -- '^-' $words[3..] | string collect)
+end
+
 set -l noCommand 'test (count (commandline -opc)) -eq 1'
 set -l showing '__tarnwickctl_runs list watch'
 set -l watching '__tarnwickctl_runs watch'
 set -l killing '__tarnwickctl_runs kill'
+set -l waiting '__tarnwickctl_runs wait'
+set -l onePort '__tarnwickctl_runs url'
 
 complete -c tarnwickctl -f
 complete -c tarnwickctl -n $noCommand -a list -d 'Show the listeners'
 complete -c tarnwickctl -n $noCommand -a watch -d 'Show the listeners as they come and go'
 complete -c tarnwickctl -n $noCommand -a kill -d 'Stop the process that listens on a port'
+complete -c tarnwickctl -n $noCommand -a wait -d 'Wait until something listens on a port, or nothing'
+complete -c tarnwickctl -n $noCommand -a url -d 'Print the URL of a port'
 complete -c tarnwickctl -s h -l help -d 'Print the help and exit'
 complete -c tarnwickctl -l version -d 'Print the version and exit'
 complete -c tarnwickctl -n $showing -l tier -x -a 'system app dev unknown' -d 'Only listeners of this tier'
@@ -70,3 +80,9 @@ complete -c tarnwickctl -n "$killing; and not __tarnwickctl_kills ports" -l pid 
 complete -c tarnwickctl -n "$killing; and __tarnwickctl_kills pids" -a '--pid --yes --system'
 complete -c tarnwickctl -n $killing -s y -l yes -d 'Do not ask'
 complete -c tarnwickctl -n $killing -l system -d 'Stop services of the system, too'
+complete -c tarnwickctl -n $waiting -k -a '(__tarnwickctl_ports)' -d 'Port'
+complete -c tarnwickctl -n $waiting -l free -d 'Wait until the ports can be bound instead'
+complete -c tarnwickctl -n $waiting -l timeout -x -d 'Give up after that time'
+complete -c tarnwickctl -n "$onePort; and __tarnwickctl_hasNoPort" -k -a '(__tarnwickctl_ports)' -d 'Port'
+# Without a word there, fish would offer nothing.
+complete -c tarnwickctl -n "$onePort; and not __tarnwickctl_hasNoPort" -a '--help --version'

@@ -34,6 +34,23 @@ require() {
             apt-get install -y -qq --no-install-recommends $missing > /dev/null
 }
 
+# unpack FOLDER puts the files of the packages of the stage unpack below FOLDER: servers, which an
+# installation would start. What uses them does without where that fails.
+unpack() {
+    local folder=$1 package
+    command -v apt-get > /dev/null && command -v dpkg-deb > /dev/null || return 0
+    mkdir -p "$folder/archives"
+    for package in $(awk '$1 == "unpack" { print $2 }' scripts/packages.list); do
+        [ ! -e "$folder/archives/$package" ] || continue
+        if (cd "$folder/archives" && apt-get download -qq "$package" > /dev/null 2>&1) \
+            && dpkg-deb -x "$folder/archives/$package"_*.deb "$folder"; then
+            touch "$folder/archives/$package"
+        else
+            echo "Cannot unpack $package; the tests that need it are skipped." >&2
+        fi
+    done
+}
+
 # build PRESET [TARGET...] configures where that was not done yet, and builds. Warnings are errors
 # where the environment says CI=true, as continuous integration does: another compiler's warning keeps
 # nobody else from building.

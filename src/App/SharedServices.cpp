@@ -15,6 +15,9 @@
 #include "Core/SerialExecutor.h"
 #include "Platform/ApplicationBundle.h"
 #include "Platform/LoginItem.h"
+#include "Shared/AppLog.h"
+#include "Shared/TierRuleFiles.h"
+#include "Shared/Utf8.h"
 
 #include <QSettings>
 
@@ -28,6 +31,16 @@ SerialExecutor &decoder()
 {
     static NeverDestroyed<SerialExecutor> executor;
     return *executor;
+}
+
+/// The rules for tiers that hold now. One thread at a time.
+SharedTierRules currentTierRules()
+{
+    static NeverDestroyed<TierRuleFiles> files(
+        TierRuleSources::ofThisProcess(), [](const TierRuleProblem &problem) {
+            AppLog::log("[tiers] refused: " + Utf8::sanitized(problem.text()));
+        });
+    return (*files).update();
 }
 
 } // namespace
@@ -69,7 +82,9 @@ DiffEngine &DiffEngine::shared()
 
 NetworkMonitor &NetworkMonitor::shared()
 {
-    static NeverDestroyed<NetworkMonitor> monitor(HelperClient::shared(), DiffEngine::shared());
+    static NeverDestroyed<NetworkMonitor> monitor(
+        HelperClient::shared(), DiffEngine::shared(), NetworkMonitor::defaultDebounceDelay,
+        NetworkMonitor::defaultFirstScanPatience, &currentTierRules);
     return *monitor;
 }
 

@@ -5,6 +5,7 @@
 
 #include "CommandLine/CommandParser.h"
 #include "CommandLine/HelpText.h"
+#include "CommandLine/PortArguments.h"
 
 #include <algorithm>
 #include <array>
@@ -42,8 +43,8 @@ public:
             ->check(understoodBy(portTierFromRawValue, "a tier: system, app, dev or unknown"));
         parser
             .add_option("--search", m_search,
-                        "Only listeners whose port, process, description\n"
-                        "or command contains TEXT")
+                        "Only listeners whose port, process, description,\n"
+                        "path or command contains TEXT")
             ->type_name("TEXT");
         parser.add_option("--port", m_port, "Only listeners on this port")
             ->type_name("PORT")
@@ -72,8 +73,10 @@ Arguments parseListAs(std::string_view name, std::string_view description,
 {
     CommandParser parser(name, description, examples);
     const SelectionOptions options(parser);
-    return parser.parsed(std::move(reversed), [&options]() -> Arguments {
-        return ListArguments{options.selection(), options.json()};
+    std::vector<std::string> hosts;
+    parser.addHosts(hosts);
+    return parser.parsed(std::move(reversed), [&]() -> Arguments {
+        return ListArguments{options.selection(), options.json(), std::move(hosts)};
     });
 }
 
@@ -97,9 +100,12 @@ Arguments parseWatch(std::vector<std::string> reversed)
     parser.add_option("--interval", interval, "Seconds between two looks: 0.2 to 3600, at first 2")
         ->type_name("SECONDS")
         ->check(understoodBy(intervalFrom, "a number of seconds from 0.2 to 3600"));
+    std::vector<std::string> hosts;
+    parser.addHosts(hosts);
     return parser.parsed(std::move(reversed), [&]() -> Arguments {
         return WatchArguments{options.selection(), options.json(),
-                              intervalFrom(interval).value_or(WatchArguments().interval)};
+                              intervalFrom(interval).value_or(WatchArguments().interval),
+                              std::move(hosts)};
     });
 }
 
@@ -118,6 +124,7 @@ Arguments parseKill(std::vector<std::string> reversed)
         ->check(understoodBy(pidFrom, "a process identifier"));
     parser.addFlag("-y,--yes", result.yes, "Do not ask");
     parser.addFlag("--system", result.system, "Stop services of the system, too");
+    parser.addHosts(result.hosts);
     return parser.parsed(std::move(reversed), [&]() -> Arguments {
         if (ports.empty() == pids.empty()) {
             return parser.usageError(ports.empty() ? "kill needs a PORT or --pid"
@@ -157,7 +164,20 @@ constexpr std::array commands{
     Command{"list", parseList},
     Command{"watch", parseWatch},
     Command{"kill", parseKill},
+    Command{"wait", PortArguments::parseWait},
+    Command{"url", PortArguments::parseUrl},
 };
+
+/// "list, watch or kill".
+std::string commandNames()
+{
+    std::string names;
+    for (const Command &command : commands) {
+        const bool isLast = command.name == commands.back().name;
+        names.append(names.empty() ? "" : (isLast ? " or " : ", ")).append(command.name);
+    }
+    return names;
+}
 
 } // namespace
 
@@ -171,7 +191,7 @@ Arguments parseArguments(std::span<const char *const> arguments)
         std::find_if(commands.begin(), commands.end(),
                      [&reversed](const Command &known) { return known.name == reversed.back(); });
     if (command == commands.end()) {
-        return UsageError{"'" + reversed.back() + "' is not a command: list, watch or kill"};
+        return UsageError{"'" + reversed.back() + "' is not a command: " + commandNames()};
     }
     reversed.pop_back();
     return command->parse(std::move(reversed));

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <variant>
@@ -18,6 +19,7 @@ struct ListArguments
 {
     Selection selection{};
     bool json = false;
+    std::vector<std::string> hosts{}; ///< the machines to ask; this one where empty
 };
 
 struct WatchArguments
@@ -25,6 +27,7 @@ struct WatchArguments
     Selection selection{};
     bool json = false;
     std::chrono::milliseconds interval{2000};
+    std::vector<std::string> hosts{}; ///< as those of list
 };
 
 /// Either ports or process identifiers, at least one; each in the order given.
@@ -32,8 +35,26 @@ struct KillArguments
 {
     std::vector<std::int64_t> ports{};
     std::vector<std::int32_t> pids{};
-    bool yes = false;    ///< do not ask
-    bool system = false; ///< stop what belongs to the system too
+    bool yes = false;                 ///< do not ask
+    bool system = false;              ///< stop what belongs to the system too
+    std::vector<std::string> hosts{}; ///< as those of list
+};
+
+/// The ports are waited for together, at least one.
+struct WaitArguments
+{
+    enum class Awaited {
+        Listener, ///< something that listens
+        FreePort, ///< nothing listens, and the port can be bound
+    };
+    std::vector<std::int64_t> ports{};
+    Awaited awaited = Awaited::Listener;
+    std::optional<std::chrono::milliseconds> timeout{}; ///< none for any time
+};
+
+struct UrlArguments
+{
+    std::int64_t port = 0;
 };
 
 /// What to print, instead of doing anything: the help or the version.
@@ -48,8 +69,8 @@ struct UsageError
     std::string command = "tarnwickctl"; ///< the command that has the help
 };
 
-using Arguments =
-    std::variant<ListArguments, WatchArguments, KillArguments, Information, UsageError>;
+using Arguments = std::variant<ListArguments, WatchArguments, KillArguments, WaitArguments,
+                               UrlArguments, Information, UsageError>;
 
 /// What the user asks for with @p arguments, those after the program's name.
 [[nodiscard]] Arguments parseArguments(std::span<const char *const> arguments);

@@ -4,6 +4,7 @@
 #include "CommandLine/CommandParser.h"
 
 #include "CommandLine/Number.h"
+#include "CommandLine/Ssh.h"
 #include "Shared/Version.h"
 
 #include <CLI/Config.hpp>
@@ -80,6 +81,17 @@ CommandParser::CommandParser(std::string_view name, std::string_view description
 void CommandParser::addFlag(const std::string &names, bool &flag, const std::string &description)
 {
     add_flag(names, flag, description)->disable_flag_override();
+}
+
+void CommandParser::addHosts(std::vector<std::string> &hosts)
+{
+    const auto host = [](std::string_view text) {
+        return Ssh::isHost(text) ? std::optional(text) : std::nullopt;
+    };
+    add_option("--host", hosts, "On this machine, through ssh; may be repeated")
+        ->type_name("[USER@]HOST")
+        ->allow_extra_args(false)
+        ->check(understoodBy(host, "a host that ssh takes"));
 }
 
 /// Nothing once all is parsed.

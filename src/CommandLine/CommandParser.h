@@ -62,6 +62,9 @@ public:
     /// A flag that takes no value.
     void addFlag(const std::string &names, bool &flag, const std::string &description);
 
+    /// The option --host, which may be repeated.
+    void addHosts(std::vector<std::string> &hosts);
+
     /// The result of @p read once @p reversed, the arguments with the last one first, is parsed;
     /// the help or the version if asked for, or what is wrong.
     template<class Read>

@@ -17,7 +17,7 @@ public:
     {
     }
 
-    [[nodiscard]] int descriptor() const { return m_descriptor; }
+    [[nodiscard]] int descriptor() const override { return m_descriptor; }
 
     /// From now on a write that would wait for its reader gives up, with
     /// `std::errc::interrupted`, as soon as @p descriptor is readable; -1 takes that back.

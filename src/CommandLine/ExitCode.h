@@ -14,6 +14,10 @@ enum class ExitCode {
     Failed = 4,       ///< the listing, the output or a kill failed
     PortTaken = 5,    ///< the process has ended, and another one listens on its port
     NotEnded = 6,     ///< the process was sent SIGKILL and lives on
+    HostFailed = 7,   ///< on a host that was named tarnwickctl could not be run
 };
+
+/// The last of those that are about one machine.
+inline constexpr ExitCode lastOwnCode = ExitCode::NotEnded;
 
 } // namespace Tarnwick

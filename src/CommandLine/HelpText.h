@@ -14,7 +14,9 @@ inline constexpr std::string_view program =
     "Commands:\n"
     "  list                        Show the listeners; the command when none is named\n"
     "  watch                       Show them as they come and go\n"
-    "  kill                        Stop the process that listens on a port";
+    "  kill                        Stop the process that listens on a port\n"
+    "  wait                        Wait until something listens on a port, or nothing\n"
+    "  url                         Print the URL of a port";
 
 inline constexpr std::string_view programExamples =
     "The options are those of list; each command has a --help of its own.\n\n"
@@ -55,5 +57,30 @@ inline constexpr std::string_view killExamples = "Examples:\n"
                                                  "  4 failed\n"
                                                  "  5 stopped, but another process has the port\n"
                                                  "  6 sent SIGKILL, and has not ended yet";
+
+inline constexpr std::string_view wait =
+    "Wait until something listens on each of the ports, or until all are free.";
+
+inline constexpr std::string_view waitExamples =
+    "Examples:\n"
+    "  npm run dev & tarnwickctl wait 3000 && xdg-open $(tarnwickctl url 3000)\n"
+    "  tarnwickctl wait 5432 6379 --timeout 30\n"
+    "  tarnwickctl wait 3000 --free\n\n"
+    "Exit status:\n"
+    "  0 something listens on each, or all are free\n"
+    "  1 the time is over\n"
+    "  2 wrong usage\n"
+    "  4 failed";
+
+inline constexpr std::string_view url = "Print the URL of what listens on a port.";
+
+inline constexpr std::string_view urlExamples = "Examples:\n"
+                                                "  tarnwickctl url 3000\n"
+                                                "  curl $(tarnwickctl url 8080)/health\n\n"
+                                                "Exit status:\n"
+                                                "  0 printed\n"
+                                                "  1 nothing listens there\n"
+                                                "  2 wrong usage\n"
+                                                "  4 failed";
 
 } // namespace Tarnwick::HelpText

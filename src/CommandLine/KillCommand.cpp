@@ -4,7 +4,9 @@
 #include "CommandLine/KillCommand.h"
 
 #include "CommandLine/ListenerTable.h"
+#include "CommandLine/OwnerText.h"
 #include "CommandLine/StopAdvice.h"
+#include "CommandLine/StopQuestion.h"
 #include "CommandLine/TerminalText.h"
 #include "Shared/EntryText.h"
 
@@ -20,43 +22,6 @@
 namespace Tarnwick {
 
 namespace {
-
-/// "port 80", "ports 80 and 443", "ports 80, 443 and 8080".
-std::string portsText(const std::vector<std::int64_t> &ports)
-{
-    std::string text = ports.size() == 1 ? "port " : "ports ";
-    for (std::size_t index = 0; index < ports.size(); ++index) {
-        const bool isLast = index + 1 == ports.size();
-        text += index == 0 ? "" : (isLast ? " and " : ", ");
-        text += std::to_string(ports[index]);
-    }
-    return text;
-}
-
-/// "node (pid 4711)".
-std::string processText(const PortEntry &owner)
-{
-    const std::string name = TerminalText::printable(owner.process);
-    if (owner.pid == 0) {
-        return name + " (unknown owner)";
-    }
-    return name + " (pid " + std::to_string(owner.pid) + ")";
-}
-
-bool isYes(std::string_view answer)
-{
-    constexpr std::string_view blanks = " \t";
-    const std::size_t begin = answer.find_first_not_of(blanks);
-    if (begin == std::string_view::npos) {
-        return false;
-    }
-    std::string word(answer.substr(begin, answer.find_last_not_of(blanks) - begin + 1));
-    std::transform(word.begin(), word.end(), word.begin(), [](char character) {
-        return character >= 'A' && character <= 'Z' ? static_cast<char>(character | 0x20)
-                                                    : character;
-    });
-    return word == "y" || word == "yes";
-}
 
 ExitCode exitCodeOf(KillResultCode result)
 {
@@ -92,7 +57,7 @@ KillCommand::KillCommand(KillArguments arguments, const Console &console, Listen
 
 ExitCode KillCommand::run()
 {
-    if (!m_arguments.yes && !canAsk()) {
+    if (!m_arguments.yes && !StopQuestion(m_console).canAsk()) {
         return ExitCode::Usage;
     }
     if (!updateListeners()) {
@@ -109,20 +74,6 @@ ExitCode KillCommand::run()
         gravest = std::max(gravest, stopProcess(pid));
     }
     return std::max(gravest, checkFreedPorts());
-}
-
-/// Whether the user can read a question and answer it; the reason is printed where not.
-bool KillCommand::canAsk() const
-{
-    if (!m_console.input.isTerminal()) {
-        m_console.sayError("Standard input is not a terminal to ask on; --yes is needed.");
-        return false;
-    }
-    if (!m_console.errors.terminal().isTerminal) {
-        m_console.sayError("Standard error is not a terminal to ask on; --yes is needed.");
-        return false;
-    }
-    return true;
 }
 
 /// What the user agrees to is the end of the processes of this listing. Answering takes time, in
@@ -181,17 +132,19 @@ ExitCode KillCommand::stop(const PortEntry &owner, const std::vector<std::int64_
     }
     const auto pid = static_cast<std::int32_t>(owner.pid);
     if (const std::optional<Forwarding> forwarding = m_ender.forwarding(pid)) {
-        m_console.sayError(
-            StopAdvice::ofForwarder(processText(owner), portsText(asked), *forwarding));
+        m_console.sayError(StopAdvice::ofForwarder(OwnerText::process(owner),
+                                                   OwnerText::ports(asked), *forwarding));
         return ExitCode::NotPermitted;
     }
     if (owner.tier == PortTier::System && !m_arguments.system) {
-        m_console.sayError(processText(owner) + " on " + portsText(asked) +
+        m_console.sayError(OwnerText::process(owner) + " on " + OwnerText::ports(asked) +
                            " belongs to the system tier; --system is needed to stop it.");
         return ExitCode::NotPermitted;
     }
     describe(owner);
-    if (!m_arguments.yes && !isConfirmed(owner, asked)) {
+    const std::string question =
+        "Stop " + OwnerText::process(owner) + " on " + OwnerText::ports(asked) + "?";
+    if (!m_arguments.yes && !StopQuestion(m_console).isConfirmed(question)) {
         return ExitCode::NothingDone;
     }
     return end(owner, asked);
@@ -201,26 +154,9 @@ void KillCommand::describe(const PortEntry &owner) const
 {
     const std::string command =
         TerminalText::printable(EntryText::fullCommand(owner, m_console.environment.home));
-    m_console.say(processText(owner) + ", tier " + std::string(rawValue(owner.tier)) +
-                  ", listens on " + portsText(portsOf(owner.pid)) +
+    m_console.say(OwnerText::process(owner) + ", tier " + std::string(rawValue(owner.tier)) +
+                  ", listens on " + OwnerText::ports(portsOf(owner.pid)) +
                   (command.empty() ? "." : ": " + command));
-}
-
-bool KillCommand::isConfirmed(const PortEntry &owner, const std::vector<std::int64_t> &asked)
-{
-    if (const std::error_code failure = m_console.input.discardPending()) {
-        m_console.sayError("Cannot read an answer: " + failure.message());
-        return false;
-    }
-    if (const std::error_code failure = m_console.errors.write(
-            "Stop " + processText(owner) + " on " + portsText(asked) + "? [y/N] ")) {
-        return false; // an answer to what nobody could read is none
-    }
-    const std::optional<std::string> answer = m_console.input.readLine();
-    if (!answer) {
-        m_console.say("");
-    }
-    return answer && isYes(*answer);
 }
 
 ExitCode KillCommand::end(const PortEntry &owner, const std::vector<std::int64_t> &asked)
@@ -255,7 +191,7 @@ ExitCode KillCommand::end(const PortEntry &owner, const std::vector<std::int64_t
     if (code == ExitCode::NotPermitted) {
         const std::string reason = m_ender.protection(static_cast<std::int32_t>(owner.pid));
         m_console.sayError(
-            "Not allowed to stop " + processText(owner) +
+            "Not allowed to stop " + OwnerText::process(owner) +
             (reason.empty() ? "." + std::string(hintForPrivilege()) : ": it is " + reason + "."));
     }
     return m_console.finish(outcome, code);
@@ -264,10 +200,10 @@ ExitCode KillCommand::end(const PortEntry &owner, const std::vector<std::int64_t
 ExitCode KillCommand::fail(const PortEntry &owner, const KillError &error) const
 {
     if (error.code == ETIMEDOUT) {
-        m_console.sayError(processText(owner) + " was sent SIGKILL and has not ended.");
+        m_console.sayError(OwnerText::process(owner) + " was sent SIGKILL and has not ended.");
         return ExitCode::NotEnded;
     }
-    m_console.sayError(processText(owner) + " was not stopped: " + error.message + ".");
+    m_console.sayError(OwnerText::process(owner) + " was not stopped: " + error.message + ".");
     return ExitCode::Failed;
 }
 
@@ -386,7 +322,7 @@ bool KillCommand::updateListeners()
         return false;
     }
     m_listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)),
-                                m_source.sockets(), m_source.details());
+                                m_source.sockets(), m_source.details(), *m_source.tierRules());
     return true;
 }
 
@@ -420,7 +356,7 @@ void KillCommand::printHoldersOfFreedPorts()
         const PortEntry &holder = listener.entry;
         if (m_freed.contains(holder.port)) {
             m_console.say("Port " + std::to_string(holder.port) + " is still held by " +
-                          processText(holder) + ".");
+                          OwnerText::process(holder) + ".");
             printRestarter(listener);
         }
     }

@@ -50,8 +50,6 @@ private:
     [[nodiscard]] ExitCode stop(const PortEntry &owner, const std::vector<std::int64_t> &asked);
     [[nodiscard]] ExitCode end(const PortEntry &owner, const std::vector<std::int64_t> &asked);
     [[nodiscard]] ExitCode fail(const PortEntry &owner, const KillError &error) const;
-    [[nodiscard]] bool canAsk() const;
-    [[nodiscard]] bool isConfirmed(const PortEntry &owner, const std::vector<std::int64_t> &asked);
     [[nodiscard]] std::vector<Listener> listenersOn(std::int64_t port) const;
     [[nodiscard]] std::vector<std::int64_t> portsOf(std::int64_t pid) const;
     [[nodiscard]] std::vector<std::int64_t> portsAskedForOf(std::int64_t pid) const;

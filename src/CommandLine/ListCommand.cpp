@@ -27,9 +27,9 @@ ExitCode ListCommand::run()
         m_console.sayError(error->message);
         return ExitCode::Failed;
     }
-    const ListenerFilter filter(m_arguments.selection);
+    const ListenerFilter filter(m_arguments.selection, m_console.environment.home);
     auto listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)),
-                                   m_source.sockets(), m_source.details());
+                                   m_source.sockets(), m_source.details(), *m_source.tierRules());
     filter.apply(listeners);
 
     const ExitCode code = listeners.empty() ? ExitCode::NothingDone : ExitCode::Done;

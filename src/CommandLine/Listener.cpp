@@ -22,9 +22,9 @@ bool comesBefore(const Listener &left, const Listener &right)
 
 std::vector<Listener> listenersFrom(std::vector<RawPortInfo> records,
                                     std::span<const std::uint64_t> sockets,
-                                    std::vector<ListenerDetails> details)
+                                    std::vector<ListenerDetails> details, const TierRules &rules)
 {
-    std::vector<PortEntry> entries = PortScanner::entries(records);
+    std::vector<PortEntry> entries = PortScanner::entries(records, rules);
     std::vector<Listener> listeners;
     listeners.reserve(records.size());
     for (std::size_t index = 0; index < records.size(); ++index) {

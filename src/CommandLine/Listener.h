@@ -6,6 +6,7 @@
 #include "Helper/ListenerDetails.h"
 #include "Models/PortEntry.h"
 #include "Shared/RawPortInfo.h"
+#include "Shared/TierRules.h"
 
 #include <cstdint>
 #include <span>
@@ -27,9 +28,11 @@ struct Listener
 
 /// The listeners that @p records tell of, classified and in order. @p sockets are the identities of
 /// their sockets in the order of the records, or empty; so are the @p details.
+/// @p rules give the tiers before the built-in ones do.
 [[nodiscard]] std::vector<Listener> listenersFrom(std::vector<RawPortInfo> records,
                                                   std::span<const std::uint64_t> sockets = {},
-                                                  std::vector<ListenerDetails> details = {});
+                                                  std::vector<ListenerDetails> details = {},
+                                                  const TierRules &rules = {});
 
 /// Keeps the first of equal entries: a server on both IP families has a socket for each. The
 /// listeners must be in order.

@@ -3,13 +3,16 @@
 
 #include "CommandLine/ListenerFilter.h"
 
+#include "Shared/EntryText.h"
+
 #include <algorithm>
 #include <utility>
 
 namespace Tarnwick {
 
-ListenerFilter::ListenerFilter(Selection selection)
+ListenerFilter::ListenerFilter(Selection selection, std::string home)
     : m_selection(std::move(selection))
+    , m_home(std::move(home))
 {
     if (!m_selection.search.empty()) {
         m_search.emplace(m_selection.search);
@@ -33,7 +36,13 @@ bool ListenerFilter::matches(const PortEntry &entry) const
     if (m_selection.port && *m_selection.port != entry.port) {
         return false;
     }
-    return !m_search || m_search->matches(entry);
+    return !m_search || isFound(entry);
+}
+
+bool ListenerFilter::isFound(const PortEntry &entry) const
+{
+    return m_search->matches(entry) || m_search->contains(EntryText::fullCommand(entry, m_home)) ||
+           m_search->contains(EntryText::fullCommand(entry, {}));
 }
 
 std::string ListenerFilter::nothingFound() const

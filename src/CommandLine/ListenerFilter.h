@@ -13,11 +13,14 @@
 
 namespace Tarnwick {
 
-/// Applies a selection to listings. Sets up the locale that a search needs only when there is one.
+/// Applies a selection to listings. A search finds what PortSearch finds, and the command line, as
+/// it is shown or with the home directory written out. Sets up the locale that a search needs only
+/// when there is one.
 class ListenerFilter
 {
 public:
-    explicit ListenerFilter(Selection selection);
+    /// @p home is what command lines are shown with, see EntryText.
+    ListenerFilter(Selection selection, std::string home);
 
     void apply(std::vector<Listener> &listeners) const;
 
@@ -26,8 +29,10 @@ public:
 
 private:
     [[nodiscard]] bool matches(const PortEntry &entry) const;
+    [[nodiscard]] bool isFound(const PortEntry &entry) const;
 
     Selection m_selection;
+    std::string m_home;
     std::optional<PortSearch> m_search;
 };
 

@@ -4,8 +4,10 @@
 #pragma once
 
 #include "Helper/ListenerInventory.h"
+#include "Shared/TierRules.h"
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace Tarnwick {
@@ -27,6 +29,10 @@ public:
 
     /// What is known beside the records of the latest listing, for each of them in their order.
     [[nodiscard]] virtual std::vector<ListenerDetails> details() const = 0;
+
+    /// The rules for tiers that hold now, read again where their files have changed; never null.
+    /// Without files, as here, there are none, and the built-in rules decide.
+    [[nodiscard]] virtual SharedTierRules tierRules() { return std::make_shared<TierRules>(); }
 };
 
 } // namespace Tarnwick

@@ -7,6 +7,8 @@
 #include "CommandLine/KillCommand.h"
 #include "CommandLine/ListCommand.h"
 #include "CommandLine/TerminalText.h"
+#include "CommandLine/UrlCommand.h"
+#include "CommandLine/WaitCommand.h"
 
 #include <utility>
 #include <variant>
@@ -14,18 +16,33 @@
 namespace Tarnwick {
 
 Program::Program(const Console &console, ListenerSource &source, ProcessEnder &ender,
-                 StartWatchSession startWatching)
+                 const PortProbe &ports, StartWatchSession startWatching)
     : m_console(console)
     , m_source(source)
     , m_ender(ender)
+    , m_ports(ports)
     , m_startWatching(std::move(startWatching))
 {
 }
 
 ExitCode Program::run(std::span<const char *const> arguments)
 {
+    m_arguments = arguments;
     return std::visit([this](const auto &wanted) { return perform(wanted); },
                       parseArguments(arguments));
+}
+
+/// The command on the hosts that it names.
+template<class Command>
+HostsCommand Program::onHosts(const Command &arguments) const
+{
+    return {arguments.hosts, argumentsWithoutHosts(m_arguments), m_console};
+}
+
+/// Whether the user sees the output and can type.
+bool Program::isOnTerminal() const
+{
+    return m_console.input.isTerminal() && m_console.output.terminal().isTerminal;
 }
 
 ExitCode Program::perform(const ListArguments &arguments)
@@ -35,12 +52,31 @@ ExitCode Program::perform(const ListArguments &arguments)
 
 ExitCode Program::perform(const WatchArguments &arguments)
 {
+    if (!arguments.hosts.empty()) {
+        const HostsCommand hosts = onHosts(arguments);
+        const bool isOnScreen = !arguments.json && arguments.hosts.size() == 1 && isOnTerminal();
+        return isOnScreen ? hosts.runOnTerminal() : hosts.follow(arguments.json);
+    }
     return WatchCommand(arguments, m_console, m_source, m_startWatching).run();
 }
 
 ExitCode Program::perform(const KillArguments &arguments)
 {
+    if (!arguments.hosts.empty()) {
+        const HostsCommand hosts = onHosts(arguments);
+        return arguments.yes ? hosts.run(false) : hosts.runOnTerminal();
+    }
     return KillCommand(arguments, m_console, m_source, m_ender).run();
+}
+
+ExitCode Program::perform(const WaitArguments &arguments)
+{
+    return WaitCommand(arguments, m_console, m_ports).run();
+}
+
+ExitCode Program::perform(const UrlArguments &arguments)
+{
+    return UrlCommand(arguments, m_console, m_ports).run();
 }
 
 ExitCode Program::perform(const Information &information)

@@ -3,8 +3,11 @@
 
 #pragma once
 
+#include "CommandLine/Arguments.h"
 #include "CommandLine/Console.h"
+#include "CommandLine/HostsCommand.h"
 #include "CommandLine/ListenerSource.h"
+#include "CommandLine/PortProbe.h"
 #include "CommandLine/ProcessEnder.h"
 #include "CommandLine/WatchCommand.h"
 
@@ -18,7 +21,7 @@ class Program
 public:
     /// All of these outlive the program.
     Program(const Console &console, ListenerSource &source, ProcessEnder &ender,
-            StartWatchSession startWatching);
+            const PortProbe &ports, StartWatchSession startWatching);
 
     /// Does what @p arguments, those after the program's name, ask for.
     [[nodiscard]] ExitCode run(std::span<const char *const> arguments);
@@ -27,13 +30,21 @@ private:
     [[nodiscard]] ExitCode perform(const ListArguments &arguments);
     [[nodiscard]] ExitCode perform(const WatchArguments &arguments);
     [[nodiscard]] ExitCode perform(const KillArguments &arguments);
+    [[nodiscard]] ExitCode perform(const WaitArguments &arguments);
+    [[nodiscard]] ExitCode perform(const UrlArguments &arguments);
     [[nodiscard]] ExitCode perform(const Information &information);
     [[nodiscard]] ExitCode perform(const UsageError &error);
+
+    template<class Command>
+    [[nodiscard]] HostsCommand onHosts(const Command &arguments) const;
+    [[nodiscard]] bool isOnTerminal() const;
 
     const Console &m_console;
     ListenerSource &m_source;
     ProcessEnder &m_ender;
+    const PortProbe &m_ports;
     StartWatchSession m_startWatching;
+    std::span<const char *const> m_arguments;
 };
 
 } // namespace Tarnwick

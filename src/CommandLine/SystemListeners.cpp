@@ -12,6 +12,19 @@
 
 namespace Tarnwick {
 
+SystemListeners::SystemListeners(TierRuleFiles::Report report)
+    : m_report(std::move(report))
+{
+}
+
+SharedTierRules SystemListeners::tierRules()
+{
+    if (!m_tierRuleFiles) {
+        m_tierRuleFiles.emplace(TierRuleSources::ofThisProcess(), m_report);
+    }
+    return m_tierRuleFiles->update();
+}
+
 Listing SystemListeners::list()
 {
     Scan scan = m_inventory.scan({.records = true, .owners = {}, .details = true});

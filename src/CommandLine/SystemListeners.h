@@ -6,6 +6,7 @@
 #include "CommandLine/ListenerSource.h"
 #include "CommandLine/ProcessEnder.h"
 #include "Helper/ListenerInventory.h"
+#include "Shared/TierRuleFiles.h"
 
 #include <cstdint>
 #include <optional>
@@ -20,9 +21,13 @@ namespace Tarnwick {
 class SystemListeners : public ListenerSource, public ProcessEnder
 {
 public:
+    /// @p report is called for each file with rules for tiers that is refused (TierRuleFiles).
+    explicit SystemListeners(TierRuleFiles::Report report);
+
     [[nodiscard]] Listing list() override;
     [[nodiscard]] std::vector<std::uint64_t> sockets() const override { return m_sockets; }
     [[nodiscard]] std::vector<ListenerDetails> details() const override { return m_details; }
+    [[nodiscard]] SharedTierRules tierRules() override;
     [[nodiscard]] std::optional<ProcessIdentity> identity(std::int32_t pid) const override;
     [[nodiscard]] KillAnswer end(const ProcessIdentity &process) override;
     [[nodiscard]] std::string protection(std::int32_t pid) const override;
@@ -34,8 +39,10 @@ public:
 
 private:
     ListenerInventory m_inventory;
-    std::vector<std::uint64_t> m_sockets;   ///< of the latest listing
-    std::vector<ListenerDetails> m_details; ///< the same
+    TierRuleFiles::Report m_report;
+    std::optional<TierRuleFiles> m_tierRuleFiles; ///< once they were asked for
+    std::vector<std::uint64_t> m_sockets;         ///< of the latest listing
+    std::vector<ListenerDetails> m_details;       ///< the same
 };
 
 } // namespace Tarnwick

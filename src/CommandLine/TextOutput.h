@@ -33,6 +33,9 @@ public:
 
     /// The shape at this moment; a window may be resized at any time.
     [[nodiscard]] virtual TerminalShape terminal() const = 0;
+
+    /// What poll(2) reports an error of when the reader has gone; -1 where there is none.
+    [[nodiscard]] virtual int descriptor() const { return -1; }
 };
 
 } // namespace Tarnwick

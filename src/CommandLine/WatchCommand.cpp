@@ -22,7 +22,7 @@ std::error_code look(ListenerSource &source, const ListenerFilter &filter, Watch
         return view.showFailure(error->message);
     }
     auto listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)),
-                                   source.sockets(), source.details());
+                                   source.sockets(), source.details(), *source.tierRules());
     filter.apply(listeners);
     mergeEqual(listeners);
     return view.show(std::move(listeners));
@@ -48,6 +48,8 @@ WatchCommand::WatchCommand(WatchArguments arguments, const Console &console, Lis
 ExitCode WatchCommand::run()
 {
     const Presentation presentation = this->presentation();
+    // Refused files are reported while the terminal has its own screen.
+    static_cast<void>(m_source.tierRules());
     std::unique_ptr<WatchSession> session = m_start(presentation);
     if (!session) {
         m_console.sayError("Cannot watch: " + std::generic_category().message(errno));
@@ -78,7 +80,7 @@ std::unique_ptr<WatchView> WatchCommand::view(Presentation presentation,
 
 std::error_code WatchCommand::watch(WatchSession &session, Presentation presentation)
 {
-    const ListenerFilter filter(m_arguments.selection);
+    const ListenerFilter filter(m_arguments.selection, m_console.environment.home);
     const std::unique_ptr<WatchView> view = this->view(presentation, filter.nothingFound());
 
     WatchEvent event = WatchEvent::Tick;

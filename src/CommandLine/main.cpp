@@ -5,7 +5,9 @@
 #include "CommandLine/DescriptorOutput.h"
 #include "CommandLine/Program.h"
 #include "CommandLine/SystemListeners.h"
+#include "CommandLine/SystemPorts.h"
 #include "CommandLine/TerminalSession.h"
+#include "CommandLine/TerminalText.h"
 #include "Helper/DescriptorLimit.h"
 
 #include <chrono>
@@ -13,6 +15,9 @@
 #include <exception>
 #include <new>
 #include <span>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -48,12 +53,27 @@ int main(int argc, char **argv)
     };
     const Console console{output, errors, input, Environment::ofThisProcess(), now};
     try {
-        SystemListeners listeners;
-        Program program(console, listeners, listeners, [&output](Presentation presentation) {
+        bool isScreenTaken = false;
+        std::vector<std::string> heldMessages; // for when the terminal has its own screen again
+        SystemListeners listeners([&](const TierRuleProblem &problem) {
+            std::string message = TerminalText::printable(problem.text());
+            if (isScreenTaken) {
+                heldMessages.push_back(std::move(message));
+            } else {
+                console.sayError(message);
+            }
+        });
+        const SystemPorts ports;
+        Program program(console, listeners, listeners, ports, [&](Presentation presentation) {
+            isScreenTaken = presentation == Presentation::InPlace;
             return TerminalSession::start(output, STDIN_FILENO, presentation);
         });
         const std::span<const char *const> arguments(argv, static_cast<std::size_t>(argc));
-        return static_cast<int>(program.run(arguments.subspan(argc > 0 ? 1 : 0)));
+        const ExitCode code = program.run(arguments.subspan(argc > 0 ? 1 : 0));
+        for (const std::string &message : heldMessages) {
+            console.sayError(message);
+        }
+        return static_cast<int>(code);
     } catch (const std::bad_alloc &) {
         // Written as it stands: what puts texts together takes memory.
         static_cast<void>(errors.write("tarnwickctl: no memory left\n"));

@@ -18,10 +18,8 @@ namespace Tarnwick {
 
 namespace {
 
-/// The entries of @p records, which are freed on the way.
-std::vector<SharedPortEntry> sharedEntries(std::vector<RawPortInfo> records)
+std::vector<SharedPortEntry> sharedEntries(std::vector<PortEntry> entries)
 {
-    std::vector<PortEntry> entries = PortScanner::entries(records);
     std::vector<SharedPortEntry> shared;
     shared.reserve(entries.size());
     for (PortEntry &entry : entries) {
@@ -37,13 +35,57 @@ std::chrono::milliseconds timerPeriod(double seconds)
     return std::chrono::milliseconds(static_cast<int>(std::clamp(seconds * 1000.0, 1.0, longest)));
 }
 
+/// Whether the classification of two entries of one record shows a difference.
+bool differ(const PortEntry &left, const PortEntry &right)
+{
+    return left.tier != right.tier || left.description != right.description ||
+           left.settingsLink != right.settingsLink;
+}
+
 } // namespace
+
+/// Makes entries of records. Shared with the scans in flight, which may outlive the monitor.
+struct NetworkMonitor::Classification
+{
+    struct Result
+    {
+        std::vector<SharedPortEntry> entries;
+        /// Those that other rules than those of the scan before have changed nothing of; absent
+        /// where the rules are the same. An entry stays what it was for as long as it listens: one
+        /// that the rules change has to be left out of a scan once.
+        std::optional<std::vector<SharedPortEntry>> unchanged;
+    };
+
+    /// Frees @p records on the way.
+    [[nodiscard]] Result entriesOf(std::vector<RawPortInfo> records)
+    {
+        const SharedTierRules rules = provider ? provider() : std::make_shared<const TierRules>();
+        const SharedTierRules before = std::exchange(latest, rules);
+        std::vector<PortEntry> entries = PortScanner::entries(records, *rules);
+        if (!provider || before == nullptr || before == rules) {
+            return {.entries = sharedEntries(std::move(entries)), .unchanged = std::nullopt};
+        }
+        const std::vector<PortEntry> previous = PortScanner::entries(records, *before);
+        Result result{.entries = sharedEntries(std::move(entries)), .unchanged = {{}}};
+        for (std::size_t index = 0; index < previous.size(); ++index) {
+            if (!differ(*result.entries[index], previous[index])) {
+                result.unchanged->push_back(result.entries[index]);
+            }
+        }
+        return result;
+    }
+
+    TierRuleProvider provider;
+    SharedTierRules latest{}; ///< of the scan before; null before the first one
+};
 
 NetworkMonitor::NetworkMonitor(RawRecordSource &source, DiffEngine &engine,
                                std::chrono::milliseconds debounceDelay,
-                               std::chrono::milliseconds firstScanPatience)
+                               std::chrono::milliseconds firstScanPatience,
+                               TierRuleProvider tierRules)
     : m_source(source)
     , m_engine(engine)
+    , m_classification(std::make_shared<Classification>(Classification{std::move(tierRules)}))
     , m_firstScanPatience(firstScanPatience)
 {
     m_debounceTimer.setSingleShot(true);
@@ -109,13 +151,20 @@ QCoro::Task<void> NetworkMonitor::triggerScan()
     if (!self) {
         co_return;
     }
+    const std::shared_ptr<Classification> classification = m_classification;
     co_await m_executor.enter();
-    std::vector<SharedPortEntry> entries = sharedEntries(std::move(records));
+    Classification::Result result = classification->entriesOf(std::move(records));
     co_await MainThread::enter();
     if (!self) {
         co_return;
     }
-    co_await m_engine.process(std::move(entries));
+    if (result.unchanged) {
+        co_await m_engine.process(std::move(*result.unchanged));
+        if (!self) {
+            co_return;
+        }
+    }
+    co_await m_engine.process(std::move(result.entries));
 }
 
 } // namespace Tarnwick

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Core/SerialExecutor.h"
+#include "Shared/TierRules.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -11,6 +12,8 @@
 #include <QTimer>
 
 #include <chrono>
+#include <functional>
+#include <memory>
 #include <optional>
 
 namespace Tarnwick {
@@ -31,12 +34,17 @@ public:
     static constexpr std::chrono::milliseconds defaultDebounceDelay{300};
     static constexpr std::chrono::milliseconds defaultFirstScanPatience{10'000};
 
+    /// Gives the rules for tiers that hold now; never null. Called for each scan, on a thread that
+    /// is not the main one, once at a time; also after the monitor has gone.
+    using TierRuleProvider = std::function<SharedTierRules()>;
+
     /// @p source and @p engine outlive the monitor. @p debounceDelay is how long after the last
     /// request the requested scan comes, @p firstScanPatience how long the timer waits for the scan
-    /// of the start.
+    /// of the start. Without @p tierRules the built-in rules decide alone.
     NetworkMonitor(RawRecordSource &source, DiffEngine &engine,
                    std::chrono::milliseconds debounceDelay = defaultDebounceDelay,
-                   std::chrono::milliseconds firstScanPatience = defaultFirstScanPatience);
+                   std::chrono::milliseconds firstScanPatience = defaultFirstScanPatience,
+                   TierRuleProvider tierRules = {});
 
     /// The one monitor of the program, made with the first call, on the shared services.
     [[nodiscard]] static NetworkMonitor &shared();
@@ -63,8 +71,11 @@ private:
     void startTimer();
     QCoro::Task<void> triggerScan();
 
+    struct Classification;
+
     RawRecordSource &m_source;
     DiffEngine &m_engine;
+    std::shared_ptr<Classification> m_classification; ///< of the executor's thread
     double m_pollInterval = 10.0;
     std::chrono::milliseconds m_firstScanPatience;
     unsigned m_lastStart = 0;

@@ -3,6 +3,8 @@
 
 #include "Core/ProcessClassifier.h"
 
+#include "Core/PathRule.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -11,49 +13,6 @@
 namespace Tarnwick {
 
 namespace {
-
-struct PathRule
-{
-    enum class Test : std::uint8_t { BeginsWith, Contains };
-
-    Test test;
-    std::string_view text;
-    PortTier tier;
-
-    [[nodiscard]] constexpr bool matches(std::string_view path) const
-    {
-        return test == Test::BeginsWith ? path.starts_with(text)
-                                        : path.find(text) != std::string_view::npos;
-    }
-};
-
-constexpr auto beginsWith = PathRule::Test::BeginsWith;
-constexpr auto contains = PathRule::Test::Contains;
-
-/// The first rule that matches decides, so the order is part of the meaning: an application that
-/// the system ships is `System`, one that a package manager keeps is `App`.
-constexpr std::array<PathRule, 20> pathRules{{
-    {beginsWith, "/System/", PortTier::System},
-    {beginsWith, "/usr/libexec/", PortTier::System},
-    {beginsWith, "/usr/sbin/", PortTier::System},
-    {beginsWith, "/usr/bin/", PortTier::System},
-    {beginsWith, "/sbin/", PortTier::System},
-    {beginsWith, "/bin/", PortTier::System},
-    {beginsWith, "/Library/Apple/", PortTier::System},
-    {contains, "/Applications/", PortTier::App},
-    {beginsWith, "/Library/Application Support/", PortTier::App},
-    {contains, "/.nvm/", PortTier::Dev},
-    {contains, "/.pyenv/", PortTier::Dev},
-    {contains, "/.rbenv/", PortTier::Dev},
-    {contains, "/.cargo/", PortTier::Dev},
-    {contains, "/.asdf/", PortTier::Dev},
-    {contains, "/mise/", PortTier::Dev},
-    {contains, "/homebrew/", PortTier::Dev}, // below /opt and anywhere else
-    {beginsWith, "/opt/local/", PortTier::Dev},
-    {beginsWith, "/usr/local/", PortTier::Dev},
-    {contains, "/.local/share/", PortTier::Dev},
-    {contains, "/.local/bin/", PortTier::Dev},
-}};
 
 struct KnownService
 {

@@ -7,7 +7,7 @@
 #include "Installer/FilesBelow.h"
 #include "Installer/PipeReader.h"
 #include "Installer/PipeWriter.h"
-#include "Installer/Subprocess.h"
+#include "Shared/Subprocess.h"
 #include "Shared/Version.h"
 
 #include <algorithm>

@@ -11,9 +11,8 @@ namespace Tarnwick {
 
 namespace {
 
-PortEntry entryFor(const RawPortInfo &record)
+PortEntry entryFor(const RawPortInfo &record, PortTier tier)
 {
-    const PortTier tier = ProcessClassifier::tier(record.commandPath);
     ProcessClassifier::Description description =
         ProcessClassifier::describe(record.processName, tier);
     return {
@@ -41,7 +40,25 @@ std::vector<PortEntry> PortScanner::entries(std::span<const RawPortInfo> records
     std::vector<PortEntry> entries;
     entries.reserve(records.size());
     for (const RawPortInfo &record : records) {
-        entries.push_back(entryFor(record));
+        entries.push_back(entryFor(record, ProcessClassifier::tier(record.commandPath)));
+    }
+    return entries;
+}
+
+std::vector<PortEntry> PortScanner::entries(std::span<const RawPortInfo> records,
+                                            const TierRules &rules)
+{
+    TierRules::Matcher matcher(rules);
+    std::vector<PortEntry> entries;
+    entries.reserve(records.size());
+    for (const RawPortInfo &record : records) {
+        const TierRule *const rule = matcher.match(record);
+        const PortTier tier =
+            rule != nullptr ? rule->tier : ProcessClassifier::tier(record.commandPath);
+        entries.push_back(entryFor(record, tier));
+        if (rule != nullptr && !rule->description.empty()) {
+            entries.back().description = rule->description;
+        }
     }
     return entries;
 }

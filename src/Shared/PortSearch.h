@@ -12,7 +12,7 @@
 
 namespace Tarnwick {
 
-/// The search of the list: one text, matched as a whole. An entry matches when the decimal text of
+/// The search of a list: one text, matched as a whole. An entry matches when the decimal text of
 /// its port contains the text, or its process, description or command contains it with case ignored
 /// as the user's locale does (in Turkish, "I" is the capital of the dotless "ı"). White space at
 /// both ends is trimmed; what is then empty matches everything. One thread at a time.
@@ -28,10 +28,13 @@ public:
 
     [[nodiscard]] bool matches(const PortEntry &entry) const;
 
+    /// Whether @p text, which belongs to none of those, contains the text as they may; true of
+    /// every text when the search is for nothing.
+    [[nodiscard]] bool contains(std::string_view text) const;
+
 private:
     /// Makes @p result the lower case of @p text.
     void fold(std::string_view text, std::string &result) const;
-    [[nodiscard]] bool contains(std::string_view text) const;
 
     locale_t m_locale;
     /// The lower case of each ASCII character; 0 where the locale leads out of ASCII.

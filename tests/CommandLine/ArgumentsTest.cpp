@@ -229,7 +229,13 @@ INSTANTIATE_TEST_SUITE_P(
         Misuse{
             {"kill", "--pid", "x"}, "--pid: 'x' is not a process identifier", "tarnwickctl kill"},
         Misuse{{"kill"}, "kill needs a PORT or --pid", "tarnwickctl kill"},
-        Misuse{{"start"}, "'start' is not a command: list, watch or kill"}));
+        Misuse{{"wait"}, "wait needs a PORT", "tarnwickctl wait"},
+        Misuse{{"wait", "0"}, "PORT: '0' is not a port: 1 to 65535", "tarnwickctl wait"},
+        Misuse{{"wait", "1", "--timeout", "-1"},
+               "--timeout: '-1' is not a number of seconds from 0 to 86400",
+               "tarnwickctl wait"},
+        Misuse{{"url"}, "url needs a PORT", "tarnwickctl url"},
+        Misuse{{"url", "80", "81"}, "unexpected argument '81'", "tarnwickctl url"}));
 
 TEST(Arguments, TakeAnEmptySearchForNone)
 {
@@ -240,7 +246,8 @@ TEST(Arguments, TakeAnEmptySearchForNone)
 
 TEST(Arguments, NameTheCommandsWhenOneIsWrong)
 {
-    EXPECT_EQ(usageError({"stop", "3000"}), "'stop' is not a command: list, watch or kill");
+    EXPECT_THAT(usageError({"stop", "3000"}),
+                testing::StartsWith("'stop' is not a command: list, watch, kill, "));
 }
 
 TEST(Arguments, TakeTheLeastAndTheGreatestInterval)
@@ -265,12 +272,33 @@ TEST(Arguments, HaveAHelpForEachCommandWithExamples)
     EXPECT_THAT(information({"kill", "--help"}), HasSubstr("tarnwickctl kill --pid 4711"));
 }
 
+TEST(Arguments, TakePortsToWaitFor)
+{
+    using Awaited = WaitArguments::Awaited;
+    const auto wait = std::get<WaitArguments>(parse({"wait", "5432", "6379"}));
+    EXPECT_THAT(wait.ports, ElementsAre(5432, 6379));
+    EXPECT_EQ(wait.awaited, Awaited::Listener);
+    EXPECT_EQ(wait.timeout, std::nullopt);
+    const auto free = std::get<WaitArguments>(parse({"wait", "--free", "80", "--timeout", "1.5"}));
+    EXPECT_THAT(free.ports, ElementsAre(80));
+    EXPECT_EQ(free.awaited, Awaited::FreePort);
+    EXPECT_EQ(free.timeout, std::chrono::milliseconds(1500));
+    EXPECT_EQ(std::get<WaitArguments>(parse({"wait", "1", "--timeout=0"})).timeout,
+              std::chrono::milliseconds(0));
+}
+
+TEST(Arguments, TakeThePortOfAUrl)
+{
+    EXPECT_EQ(std::get<UrlArguments>(parse({"url", "3000"})).port, 3000);
+}
+
 TEST(Arguments, HaveAHelpThatFitsIn80Columns)
 {
     constexpr std::size_t columns = 80;
     for (const std::string &help :
          {information({"--help"}), information({"list", "--help"}),
-          information({"watch", "--help"}), information({"kill", "--help"})}) {
+          information({"watch", "--help"}), information({"kill", "--help"}),
+          information({"wait", "--help"}), information({"url", "--help"})}) {
         std::istringstream lines(help);
         for (std::string line; std::getline(lines, line);) {
             EXPECT_LE(line.size(), columns) << line;

@@ -5,6 +5,7 @@
 
 #include "CommandLine/Console.h"
 #include "CommandLine/ListenerSource.h"
+#include "CommandLine/PortProbe.h"
 #include "CommandLine/ProcessEnder.h"
 
 #include <algorithm>
@@ -171,6 +172,63 @@ public:
     std::map<std::int32_t, Supervisor> restarters;          ///< by what they have started again
     std::map<std::int32_t, std::vector<Ancestor>> ancestry; ///< not known of the others
 };
+
+/// Ports with prepared sockets: the next ones with each question about a port, and the last ones
+/// again and again.
+class PreparedPorts : public PortProbe
+{
+public:
+    using Sockets = std::vector<PortSocket>;
+
+    [[nodiscard]] PortSockets::Result sockets(std::int64_t port,
+                                              PortSockets::Which which) const override
+    {
+        ++asked;
+        if (failure) {
+            return *failure;
+        }
+        std::deque<Sockets> &known = states[port];
+        Sockets next = known.empty() ? Sockets() : known.front();
+        if (known.size() > 1) {
+            known.pop_front();
+        }
+        if (which == PortSockets::Which::Listening) {
+            std::erase_if(next, [](const PortSocket &socket) {
+                return socket.state != PortSocket::State::Listening;
+            });
+        }
+        return next;
+    }
+
+    [[nodiscard]] std::vector<std::int32_t> holders(std::uint32_t inode) const override
+    {
+        const auto known = processes.find(inode);
+        return known != processes.end() ? known->second : std::vector<std::int32_t>();
+    }
+
+    [[nodiscard]] PortBinding::Outcome binding(std::int64_t /*port*/,
+                                               std::span<const ListenAddress> /*addresses*/,
+                                               PortBinding::ReuseAddress /*reuse*/) const override
+    {
+        const PortBinding::Outcome next = outcomes.front();
+        if (outcomes.size() > 1) {
+            outcomes.pop_front();
+        }
+        return next;
+    }
+
+    mutable std::map<std::int64_t, std::deque<Sockets>> states;   ///< by port
+    std::map<std::uint32_t, std::vector<std::int32_t>> processes; ///< by inode
+    mutable std::deque<PortBinding::Outcome> outcomes{PortBinding::Outcome::Possible};
+    std::optional<ListingError> failure;
+    mutable int asked = 0;
+};
+
+/// A socket that listens at 127.0.0.1.
+inline PortSocket listeningSocket()
+{
+    return {.address = {.bytes = {127, 0, 0, 1}}, .inode = 77};
+}
 
 /// A console whose user is the test.
 struct TestConsole

@@ -61,8 +61,9 @@ private:
 
 TEST_P(Completion, OffersCommands)
 {
-    EXPECT_THAT(offered("tarnwickctl "), IsSupersetOf({"list", "watch", "kill"}));
-    EXPECT_THAT(offered("tarnwickctl w"), ElementsAre("watch"));
+    EXPECT_THAT(offered("tarnwickctl "), IsSupersetOf({"list", "watch", "kill", "wait", "url"}));
+    EXPECT_THAT(offered("tarnwickctl w"), IsSupersetOf({"wait", "watch"}));
+    EXPECT_THAT(offered("tarnwickctl wat"), ElementsAre("watch"));
     EXPECT_THAT(offered("tarnwickctl --json w"), IsEmpty());
 }
 
@@ -74,6 +75,9 @@ TEST_P(Completion, OffersTheOptionsOfTheCommand)
     EXPECT_THAT(offered("tarnwickctl watch --i"), ElementsAre("--interval"));
     EXPECT_THAT(offered("tarnwickctl kill --"),
                 ElementsAre("--help", "--pid", "--system", "--version", "--yes"));
+    EXPECT_THAT(offered("tarnwickctl wait --"),
+                ElementsAre("--free", "--help", "--timeout", "--version"));
+    EXPECT_THAT(offered("tarnwickctl url --"), ElementsAre("--help", "--version"));
     EXPECT_THAT(offered("tarnwickctl list --y"), IsEmpty());
 }
 
@@ -97,6 +101,7 @@ TEST_P(Completion, OffersNothingForAText)
 {
     EXPECT_THAT(offered("tarnwickctl list --search "), IsEmpty());
     EXPECT_THAT(offered("tarnwickctl watch --interval "), IsEmpty());
+    EXPECT_THAT(offered("tarnwickctl wait --timeout "), IsEmpty());
 }
 
 TEST_P(Completion, OffersThePortsThatAreListenedOn)
@@ -105,11 +110,18 @@ TEST_P(Completion, OffersThePortsThatAreListenedOn)
     const ListeningChild child({.name = R"({"pid":7,"port":7,)"});
     for (const char *line :
          {"tarnwickctl kill ", "tarnwickctl kill 3000 ", "tarnwickctl kill --yes ",
-          "tarnwickctl kill -- ", "tarnwickctl list --port ", "tarnwickctl --port "}) {
+          "tarnwickctl kill -- ", "tarnwickctl list --port ", "tarnwickctl --port ",
+          "tarnwickctl wait ", "tarnwickctl wait --free 3000 ", "tarnwickctl url "}) {
         EXPECT_THAT(offered(line), AllOf(Contains(child.portText()), Not(Contains("7")))) << line;
     }
     EXPECT_THAT(offered("tarnwickctl watch --port " + child.portText()),
                 testing::AnyOf(IsEmpty(), ElementsAre(child.portText())));
+}
+
+TEST_P(Completion, OffersOnePortForOneUrl)
+{
+    const ListeningChild child;
+    EXPECT_THAT(offered("tarnwickctl url 3000 "), Not(Contains(child.portText())));
 }
 
 TEST_P(Completion, OffersTheProcessesThatListen)
@@ -159,7 +171,7 @@ TEST_P(Completion, RunsNoProgramForAnUnknownUser)
           "~no-such-user/tarnwickctl list --port "}) {
         EXPECT_THAT(offered(line), IsEmpty()) << line;
     }
-    EXPECT_THAT(offered("tarnwickctl w"), ElementsAre("watch"));
+    EXPECT_THAT(offered("tarnwickctl wat"), ElementsAre("watch"));
 }
 
 TEST_P(Completion, OffersNoOptionsBehindTwoDashes)

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <fstream>
 #include <iterator>
 #include <set>
@@ -22,6 +23,8 @@ const std::string manual = folder + "/docs/man/tarnwickctl.1";
 const std::string bashCompletion = folder + "/completions/tarnwickctl.bash";
 const std::string zshCompletion = folder + "/completions/_tarnwickctl";
 const std::string fishCompletion = folder + "/completions/tarnwickctl.fish";
+
+constexpr std::array commands{"list", "watch", "kill", "wait", "url"};
 
 bool isInstalled(const std::string &program)
 {
@@ -39,7 +42,7 @@ std::string contents(const std::string &path)
 std::set<std::string> longOptions()
 {
     std::set<std::string> options;
-    for (const char *command : {"list", "watch", "kill"}) {
+    for (const char *command : commands) {
         const std::string help = run({std::string(programPath), command, "--help"}).output;
         constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz";
         std::size_t at = 0;
@@ -84,7 +87,7 @@ TEST(Documentation, TellsOfEachCommandInEachCompletion)
 {
     for (const std::string &path : {manual, bashCompletion, zshCompletion, fishCompletion}) {
         const std::string text = contents(path);
-        for (const char *command : {"list", "watch", "kill"}) {
+        for (const char *command : commands) {
             EXPECT_THAT(text, HasSubstr(command)) << path;
         }
     }

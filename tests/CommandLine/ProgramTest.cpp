@@ -22,10 +22,11 @@ struct ProgramTest : testing::Test
     TestConsole test;
     PreparedListings listings;
     NotedEnds ends;
+    PreparedPorts ports;
 
     ExitCode run(std::initializer_list<const char *> arguments)
     {
-        Program program(test.console, listings, ends,
+        Program program(test.console, listings, ends, ports,
                         [](Presentation) { return std::unique_ptr<WatchSession>(); });
         return program.run(std::span(arguments.begin(), arguments.size()));
     }
@@ -45,6 +46,15 @@ TEST_F(ProgramTest, Kills)
     listings.listings = {std::vector{record(3000, 4711, "node")}, std::vector<RawPortInfo>{}};
     EXPECT_EQ(run({"kill", "3000", "--yes"}), ExitCode::Done);
     EXPECT_THAT(ends.ended, testing::ElementsAre(4711));
+}
+
+TEST_F(ProgramTest, WaitsAndPrintsUrlsWithoutAListing)
+{
+    ports.states[3000] = {{listeningSocket()}};
+    EXPECT_EQ(run({"wait", "3000"}), ExitCode::Done);
+    EXPECT_EQ(run({"url", "3000"}), ExitCode::Done);
+    EXPECT_EQ(test.output.written, "http://localhost:3000\n");
+    EXPECT_EQ(listings.asked, 0);
 }
 
 TEST_F(ProgramTest, PrintsHelpWithoutALook)

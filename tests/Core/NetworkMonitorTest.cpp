@@ -17,6 +17,7 @@
 #include <ctime>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace Tarnwick;
@@ -383,6 +384,63 @@ TEST_F(NetworkMonitorTest, ForgetsItsTimersWhenItIsDestroyed)
     m_monitor.reset();
     awaitDelay(NetworkMonitor::defaultDebounceDelay);
     EXPECT_EQ(m_source.requests.size(), 1U);
+}
+
+namespace {
+
+/// Rules that give @p port the tier `app` and the description @p description.
+SharedTierRules rulesFor(std::int64_t port, const std::string &description)
+{
+    TierRule rule;
+    rule.tier = PortTier::App;
+    rule.description = description;
+    rule.ports = {{port, port}};
+    return std::make_shared<const TierRules>(std::vector<TierRule>{rule});
+}
+
+} // namespace
+
+TEST_F(NetworkMonitorTest, ClassifiesByTheRulesThatHoldAtEachScan)
+{
+    SharedTierRules rules = rulesFor(3000, "A shop");
+    NetworkMonitor monitor(m_source, m_engine, shortDelay, NetworkMonitor::defaultFirstScanPatience,
+                           [&rules] { return rules; });
+    const auto scan = [&monitor] {
+        const QCoro::Task<void> task = monitor.start();
+        ASSERT_TRUE(await([&task] { return task.isReady(); }));
+        monitor.stop();
+    };
+    std::vector<std::string> opened;
+    m_registry.onOpened = [&opened](const PortEntry &entry) {
+        opened.push_back(entry.description + ", " + std::string(rawValue(entry.tier)));
+    };
+    m_source.answer = {record(1, 3000), record(2, 3001)};
+    scan();
+    EXPECT_THAT(opened, ElementsAre("A shop, app", "Node.js, dev"));
+
+    // What changed is taken off and shown again; the rest stays.
+    m_registry.calls.clear();
+    rules = rulesFor(3000, "The shop");
+    scan();
+    EXPECT_THAT(m_registry.calls, ElementsAre("-node:3000", "+node:3000"));
+    EXPECT_EQ(opened.back(), "The shop, app");
+
+    scan();
+    EXPECT_EQ(m_registry.calls.size(), 2U);
+}
+
+TEST_F(NetworkMonitorTest, AsksForTheRulesOffTheMainThread)
+{
+    std::thread::id asked;
+    NetworkMonitor monitor(m_source, m_engine, shortDelay, NetworkMonitor::defaultFirstScanPatience,
+                           [&asked] {
+                               asked = std::this_thread::get_id();
+                               return std::make_shared<const TierRules>();
+                           });
+    const QCoro::Task<void> task = monitor.start();
+    ASSERT_TRUE(await([&task] { return task.isReady(); }));
+    EXPECT_NE(asked, std::thread::id());
+    EXPECT_NE(asked, std::this_thread::get_id());
 }
 
 TEST_F(NetworkMonitorTest, TakesAnyPeriodForItsTimer)

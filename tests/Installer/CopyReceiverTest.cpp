@@ -4,7 +4,7 @@
 #include "Installer/CopyReceiver.h"
 
 #include "Installer/PipeReader.h"
-#include "Installer/Subprocess.h"
+#include "Shared/Subprocess.h"
 #include "Shared/WriteAll.h"
 #include "tests/Installer/InstallFixture.h"
 #include "tests/Installer/MountedFolder.h"

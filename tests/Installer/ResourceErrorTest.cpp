@@ -5,7 +5,7 @@
 #include "Installer/CopyReceiver.h"
 #include "Installer/Leftovers.h"
 #include "Installer/PipeReader.h"
-#include "Installer/Subprocess.h"
+#include "Shared/Subprocess.h"
 #include "Shared/WriteAll.h"
 #include "tests/Installer/InstallFixture.h"
 #include "tests/Installer/MountedFolder.h"

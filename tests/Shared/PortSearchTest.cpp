@@ -136,6 +136,14 @@ TEST(PortSearch, MatchesNothingAcrossTwoTexts)
     EXPECT_FALSE(finds("Server/opt", nodeEntry()));
 }
 
+TEST(PortSearch, FindsItsTextInAnyOtherByTheSameRules)
+{
+    EXPECT_TRUE(PortSearch(" VITE ", neutralLocale).contains("npx vite"));
+    EXPECT_TRUE(PortSearch("CAF\u00c9", neutralLocale).contains("caf\u00e9"));
+    EXPECT_FALSE(PortSearch("npx  vite", neutralLocale).contains("npx vite"));
+    EXPECT_TRUE(PortSearch(" ", neutralLocale).contains("npx vite"));
+}
+
 TEST(PortSearch, TakesATextThatIsNotUtf8)
 {
     EXPECT_FALSE(finds("node\xff", nodeEntry()));

@@ -67,6 +67,7 @@ IsolatedEnvironment::IsolatedEnvironment()
     const std::string nobody = "unix:path=" + (m_folder.path() / "run/no-bus").string();
     setenv("DBUS_SESSION_BUS_ADDRESS", nobody.c_str(), 1);
     setenv("DBUS_SYSTEM_BUS_ADDRESS", nobody.c_str(), 1);
+    setenv("TARNWICK_TIERS", "none", 1);
 }
 
 } // namespace Tarnwick

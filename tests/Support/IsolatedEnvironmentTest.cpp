@@ -46,5 +46,12 @@ TEST(IsolatedEnvironment, HasNoDisplayAndNoLanguageOfTheUser)
     }
 }
 
+TEST(IsolatedEnvironment, HasTheBuiltInRulesForTiersOnly)
+{
+    const ScopedEnvironment users("TARNWICK_TIERS", std::nullopt);
+    const IsolatedEnvironment environment;
+    EXPECT_STREQ(getenv("TARNWICK_TIERS"), "none");
+}
+
 } // namespace
 } // namespace Tarnwick

@@ -222,6 +222,11 @@ void Puppet::startSession()
     tell({"session"});
 }
 
+void Puppet::adoptOrphans()
+{
+    tell({"adopt"});
+}
+
 void Puppet::changeUser(uid_t user)
 {
     tell({"user", std::to_string(user)});

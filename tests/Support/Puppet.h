@@ -61,6 +61,7 @@ public:
     void ignoreSignal(int signal);
     void joinGroup(pid_t group); ///< 0 makes one of its own
     void startSession();
+    void adoptOrphans(); ///< of its descendants, as a subreaper (prctl(2))
     void changeUser(uid_t user);
     void hide(); ///< lets nobody but root look into it
     void openFiles(int count);

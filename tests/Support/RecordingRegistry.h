@@ -16,12 +16,19 @@ namespace Tarnwick {
 class RecordingRegistry : public PortRegistry
 {
 public:
-    void portOpened(SharedPortEntry entry) override { record('+', *entry); }
+    void portOpened(SharedPortEntry entry) override
+    {
+        if (onOpened) {
+            onOpened(*entry);
+        }
+        record('+', *entry);
+    }
     void portClosed(const PortEntry &entry) override { record('-', entry); }
 
     std::vector<std::string> calls;
     /// Called during each call, after it was written down.
     std::function<void(const std::string &)> onCall;
+    std::function<void(const PortEntry &)> onOpened; ///< called first with each entry
 
 private:
     void record(char sign, const PortEntry &entry)

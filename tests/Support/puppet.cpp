@@ -267,6 +267,8 @@ const std::map<std::string, Command> &commands()
          plain([](const Words &w) { return told(std::signal(number(w[1]), SIG_IGN) != SIG_ERR); })},
         {"group", plain([](const Words &w) { return told(::setpgid(0, number(w[1])) == 0); })},
         {"session", plain([](const Words &) { return told(::setsid() >= 0); })},
+        {"adopt",
+         plain([](const Words &) { return told(::prctl(PR_SET_CHILD_SUBREAPER, 1) == 0); })},
         {"user", plain(changeUser)},
         {"hide", plain([](const Words &) { return told(::prctl(PR_SET_DUMPABLE, 0) == 0); })},
         {"files", plain(openFiles)},

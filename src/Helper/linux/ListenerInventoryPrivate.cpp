@@ -107,6 +107,7 @@ std::optional<ListingError> ListenerInventory::Private::update(const ScanRequest
     if (isComparisonDue) {
         compareWithChanged();
     }
+    memory.findOrigins({.othersRun = pulse.othersRun, .processesChanged = pulse.processesChanged});
     logFailures();
     return std::nullopt;
 }

@@ -66,6 +66,7 @@ OwnerMemory::OwnerMemory(int root)
     : m_root(root)
     , m_numbering(ProcFs::numbering(root))
     , m_mostOpen(mostOpenProcesses())
+    , m_origins(root, m_numbering)
 {
 }
 
@@ -219,6 +220,7 @@ void OwnerMemory::forget(Process &process)
         --m_open;
     }
     process.inspector.reset();
+    process.origin = {};
 }
 
 void OwnerMemory::releaseIfTooMany(Process &process)
@@ -265,6 +267,22 @@ const ProcessInspector *OwnerMemory::owner(const KnownSocket &known) const
     }
     const auto process = m_processes.find(known.owner);
     return process == m_processes.end() ? nullptr : process->second.inspector.get();
+}
+
+void OwnerMemory::findOrigins(const AncestorProcess::Moment &moment)
+{
+    for (const KnownSocket *known : m_places) {
+        if (known->verified) {
+            m_processes[known->owner].ownsAt = m_listing;
+        }
+    }
+    std::vector<CommandOrigins::Owner> owners;
+    for (auto &[pid, process] : m_processes) {
+        if (process.ownsAt == m_listing && process.inspector) {
+            owners.push_back({process.inspector.get(), &process.origin});
+        }
+    }
+    m_origins.update(owners, moment);
 }
 
 std::size_t OwnerMemory::recordCost(const KnownSocket &known) const
@@ -372,9 +390,6 @@ void OwnerMemory::finish()
 {
     for (KnownSocket *known : m_places) {
         known->lastListing = m_listing;
-        if (known->verified) {
-            m_processes[known->owner].ownsAt = m_listing;
-        }
     }
     m_places.clear();
     std::erase_if(m_sockets,
@@ -393,6 +408,7 @@ void OwnerMemory::startOver() noexcept
     m_places.clear();
     m_sockets.clear();
     m_processes.clear();
+    m_origins.startOver();
     m_open = 0;
     m_listing = 0;
 }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Helper/ListenerInventory.h"
+#include "Helper/linux/CommandOrigins.h"
 #include "Helper/linux/HolderSearch.h"
 #include "Helper/linux/ProcessInspector.h"
 #include "Helper/linux/SocketDump.h"
@@ -90,6 +91,9 @@ public:
     [[nodiscard]] bool assign(std::size_t place, pid_t pid, KnownSocket::Attribution attribution,
                               const BootClock &clock);
 
+    /// Finds what the user typed to start the owners, once they are all known.
+    void findOrigins(const AncestorProcess::Moment &moment);
+
     /// What this listing tells: a record for each socket that has not vanished, within the bounds
     /// of a listing (see RecordBounds).
     [[nodiscard]] std::vector<RawPortInfo> records(std::span<const ListeningSocket> sockets) const;
@@ -102,7 +106,7 @@ public:
     /// What this listing found each of @p pids to own, in their order.
     [[nodiscard]] std::vector<Ownership> ownerships(std::span<const std::int32_t> pids) const;
 
-    /// Ends the listing: forgets what it did not touch.
+    /// Ends the listing, whose origins were found: forgets what it did not touch.
     void finish();
 
     /// The owners that the listing which was finished last found.
@@ -118,6 +122,7 @@ private:
     struct Process
     {
         std::unique_ptr<ProcessInspector> inspector;
+        CommandOrigins::State origin;
         std::vector<std::uint32_t> places; ///< of its sockets in this listing
         std::uint64_t readAt = 0;          ///< the listing in which it was found alive last
         std::uint64_t ownsAt = 0;          ///< the listing in which it owned something last
@@ -145,6 +150,7 @@ private:
     std::uint64_t m_listing = 0;
     std::unordered_map<std::uint64_t, KnownSocket> m_sockets;
     std::unordered_map<pid_t, Process> m_processes;
+    CommandOrigins m_origins;
     std::vector<KnownSocket *> m_places;
     mutable UserNames m_users; ///< read again in each listing in which a name is needed
 };

@@ -3,6 +3,7 @@
 
 #include "Helper/linux/ProcFs.h"
 
+#include "Helper/linux/LaunchingProgram.h"
 #include "Helper/linux/SystemFailures.h"
 
 #include <algorithm>
@@ -22,9 +23,6 @@ namespace {
 
 /// PF_KTHREAD of the kernel's include/linux/sched.h.
 constexpr std::uint32_t kernelThreadFlag = 0x00200000;
-
-constexpr std::array<std::string_view, 8> shells{"sh",  "bash", "dash", "zsh",
-                                                 "ksh", "fish", "mksh", "ash"};
 
 /// The decimal text of a number, NUL-terminated, for a path.
 class NumberPath
@@ -78,6 +76,14 @@ bool takeNumber(std::string_view &text, Number &number)
     return true;
 }
 
+/// What is in an open PID/stat.
+std::optional<Stat> statOf(const FileDescriptor &file)
+{
+    std::string text;
+    constexpr std::size_t longestStat = 4096;
+    return file && readWhole(file.get(), text, longestStat) ? parseStat(text) : std::nullopt;
+}
+
 } // namespace
 
 bool Stat::isKernelThread() const
@@ -87,7 +93,7 @@ bool Stat::isKernelThread() const
 
 bool Stat::isShell() const
 {
-    return std::find(shells.begin(), shells.end(), comm) != shells.end();
+    return LaunchingProgram::isShell(comm);
 }
 
 FileDescriptor openRoot()
@@ -320,18 +326,12 @@ std::vector<uid_t> parseUsers(std::string_view status)
 
 std::optional<Stat> stat(int root, pid_t pid)
 {
-    const FileDescriptor directory = openProcess(root, pid);
-    return directory ? stat(directory.get()) : std::nullopt;
+    return statOf(openOfProcess(root, pid, "/stat"));
 }
 
 std::optional<Stat> stat(int processDirectory)
 {
-    std::string text;
-    constexpr std::size_t longestStat = 4096;
-    if (!readFile(processDirectory, "stat", text, longestStat)) {
-        return std::nullopt;
-    }
-    return parseStat(text);
+    return statOf(openFile(processDirectory, "stat"));
 }
 
 std::int64_t sizeOfDescriptorTable(int root, pid_t pid)
@@ -352,6 +352,11 @@ std::size_t threadCount(int root, pid_t pid)
     const bool told =
         retried("newfstatat", [&] { return ::fstatat(root, path.text(), &status, 0); }) == 0;
     return told && status.st_nlink > linksOfDirectory ? status.st_nlink - linksOfDirectory : 0;
+}
+
+bool isZombie(int root, pid_t pid, const Stat &stat)
+{
+    return (stat.state == 'Z' || stat.state == 'X') && threadCount(root, pid) <= 1;
 }
 
 bool isOwnWithoutMainThread(int root, pid_t pid)

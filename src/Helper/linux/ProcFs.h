@@ -42,7 +42,7 @@ struct Stat
 
     [[nodiscard]] bool isKernelThread() const;
 
-    /// Whether `comm` is the name of one of the usual shells.
+    /// Whether `comm` is the name of a shell (LaunchingProgram).
     [[nodiscard]] bool isShell() const;
 };
 
@@ -115,6 +115,10 @@ bool readLink(int directory, const char *name, std::string &target);
 
 /// How many threads a process has; 0 when there is no such process.
 [[nodiscard]] std::size_t threadCount(int root, pid_t pid);
+
+/// Whether the process with @p stat has ended and is yet to be reaped. One whose main thread has
+/// ended, while others go on, has the same state.
+[[nodiscard]] bool isZombie(int root, pid_t pid, const Stat &stat);
 
 /// Whether @p pid is a process of this user whose main thread has ended, be it that others go on.
 /// Newer kernels let nobody but root open PID/fd of such a process, in which there is nothing.

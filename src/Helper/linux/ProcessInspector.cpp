@@ -157,11 +157,9 @@ bool ProcessInspector::moveToLivingThread()
 
 void ProcessInspector::release()
 {
-    for (FileDescriptor *file :
-         {&m_directory, &m_descriptors, &m_statm, &m_comm, &m_commandLine, &m_leaderCommandLine}) {
+    for (FileDescriptor *file : {&m_directory, &m_descriptors, &m_statm, &m_comm, &m_commandLine}) {
         file->reset();
     }
-    m_leader = 0;
     m_thread = 0;
 }
 
@@ -207,7 +205,7 @@ bool ProcessInspector::refresh(const BootClock &clock, Reading reading)
         return false;
     }
     const bool staysAsItWas = !m_hasMemory && m_described;
-    if (!staysAsItWas && !readImage(reading)) {
+    if (!staysAsItWas && !readImage()) {
         return false;
     }
     m_details.startedAt = clock.time(m_identity.startTicks);
@@ -237,7 +235,7 @@ bool ProcessInspector::readMemory()
     return true;
 }
 
-bool ProcessInspector::readImage(Reading reading)
+bool ProcessInspector::readImage()
 {
     bool changed = std::exchange(m_isStale, true) || !m_described;
     constexpr std::size_t longestComm = 64;
@@ -249,58 +247,12 @@ bool ProcessInspector::readImage(Reading reading)
     }
     readLinkAgain(m_directory.get(), "exe", m_rawExecutable, changed);
     readLinkAgain(m_directory.get(), "cwd", m_rawDirectory, changed);
-    readLeader(reading, changed);
     if (changed) {
         describe();
         m_described = true;
     }
     m_isStale = false;
     return true;
-}
-
-void ProcessInspector::readLeader(Reading reading, bool &changed)
-{
-    const std::uint64_t failures = SystemFailures::count();
-    const pid_t leader = groupLeader();
-    if (leader != m_leader) {
-        followLeader(leader);
-    }
-    const bool nothingToRead = !m_leaderCommandLine && m_rawLeaderCommandLine.empty();
-    if (nothingToRead || (!m_leaderClock.hasAdvanced() && reading == Reading::WhatMayHaveChanged)) {
-        return;
-    }
-    const bool read =
-        m_leaderCommandLine &&
-        readAgain(m_leaderCommandLine.get(), m_rawLeaderCommandLine, commandLineRead, changed);
-    if (SystemFailures::count() != failures) {
-        m_leader = 0; // to be followed again
-    } else if (!read && !m_rawLeaderCommandLine.empty()) {
-        m_rawLeaderCommandLine.clear();
-        changed = true;
-    }
-}
-
-pid_t ProcessInspector::groupLeader() const
-{
-    if (m_numbering == ProcFs::Numbering::Own) {
-        const pid_t leader = ::getpgid(m_identity.pid);
-        SystemFailures::note("getpgid", leader < 0 ? errno : 0);
-        return leader < 0 && errno != ESRCH ? m_leader : leader;
-    }
-    const std::optional<ProcFs::Stat> stat = ProcFs::stat(m_directory.get());
-    return stat ? stat->processGroup : 0;
-}
-
-/// The identifier of a group is not used again while the group has members; so its leader, if there
-/// is a process of that identifier, is no stranger.
-void ProcessInspector::followLeader(pid_t leader)
-{
-    const bool other = leader > 0 && leader != m_identity.pid;
-    m_leaderCommandLine =
-        other ? ProcFs::openOfProcess(m_root, leader, "/cmdline") : FileDescriptor();
-    const bool hasClock = other && m_numbering == ProcFs::Numbering::Own;
-    m_leaderClock = hasClock ? ProcessorClock(leader) : ProcessorClock();
-    m_leader = leader;
 }
 
 void ProcessInspector::describe()
@@ -317,9 +269,22 @@ void ProcessInspector::describe()
     m_details.forwarder = ForwarderCommand::programAt(m_details.commandPath);
     m_details.cwd = RecordBounds::path(withoutDeletedMark(m_rawDirectory));
     m_details.arguments = RecordBounds::arguments(arguments);
+    describeOrigin();
+}
+
+void ProcessInspector::setOrigin(std::string_view commandLine)
+{
+    if (commandLine != m_rawOrigin) {
+        m_rawOrigin = commandLine;
+        describeOrigin();
+    }
+}
+
+void ProcessInspector::describeOrigin()
+{
     m_details.originArguments.clear();
-    if (m_rawLeaderCommandLine != m_rawCommandLine) {
-        m_details.originArguments = RecordBounds::arguments(splitArguments(m_rawLeaderCommandLine));
+    if (m_rawOrigin != m_rawCommandLine) {
+        m_details.originArguments = RecordBounds::arguments(splitArguments(m_rawOrigin));
     }
     m_details.recordCost = RecordBounds::cost(m_details);
 }

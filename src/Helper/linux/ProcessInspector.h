@@ -43,7 +43,7 @@ struct ProcessDetails
 /// Looks at one process, again and again: keeps its files of /proc open, so that a look costs a
 /// read of each, and takes texts apart only when they have changed. A process that has not run
 /// since is not even asked for its name and arguments: only others can have changed something, its
-/// paths and its group. Reads through an open file never reach another process that got the same
+/// paths. Reads through an open file never reach another process that got the same
 /// identifier. Where the main thread has ended and others go on, one of those is asked instead. Of
 /// a process that is ending, whose memory is gone and whose sockets are not yet, the details stay
 /// what they were. One thread at a time; several inspectors may be used at once.
@@ -81,6 +81,10 @@ public:
     /// As of the last refresh().
     [[nodiscard]] const ProcessDetails &details() const { return m_details; }
 
+    /// Makes the `originArguments` of the details from @p commandLine, as /proc/PID/cmdline of
+    /// another process has it; none when it is empty or the process's own.
+    void setOrigin(std::string_view commandLine);
+
     /// Whether the files are open.
     [[nodiscard]] bool isOpen() const { return static_cast<bool>(m_directory); }
 
@@ -92,7 +96,7 @@ public:
     [[nodiscard]] bool reopen();
 
     /// How many descriptors an inspector keeps open at most.
-    static constexpr unsigned mostDescriptors = 6;
+    static constexpr unsigned mostDescriptors = 5;
 
     /// How many arguments of a command line are kept at most. They are the first, which tell what
     /// runs; what follows a thousand is a list of files or the like.
@@ -114,11 +118,9 @@ private:
     [[nodiscard]] bool openFilesOfImage();
     [[nodiscard]] bool moveToLivingThread();
     [[nodiscard]] bool readMemory();
-    [[nodiscard]] bool readImage(Reading reading);
-    [[nodiscard]] pid_t groupLeader() const;
-    void readLeader(Reading reading, bool &changed);
-    void followLeader(pid_t leader);
+    [[nodiscard]] bool readImage();
     void describe();
+    void describeOrigin();
     void describeProgram(std::string name, std::string path);
     [[nodiscard]] bool isSameExecutable();
 
@@ -131,10 +133,7 @@ private:
     FileDescriptor m_statm;
     FileDescriptor m_comm;
     FileDescriptor m_commandLine;
-    FileDescriptor m_leaderCommandLine;
-    pid_t m_leader = 0;
     ProcessorClock m_processorClock;
-    ProcessorClock m_leaderClock;
     bool m_hasRun = true;
     bool m_hasMemory = true;
 
@@ -143,7 +142,7 @@ private:
     std::string m_rawCommandLine;
     std::string m_rawExecutable;
     std::string m_rawDirectory;
-    std::string m_rawLeaderCommandLine;
+    std::string m_rawOrigin;
     std::string m_executablePath; ///< by which the next one was found
     std::string m_executable;     ///< device and inode, as MappedFile gives them; empty if unknown
     bool m_described = false;

@@ -29,17 +29,6 @@ constexpr int attempts = 3;
 
 constexpr std::size_t ipv4Size = 4;
 
-ListenAddress addressFrom(const inet_diag_msg &message)
-{
-    ListenAddress address;
-    const bool isV6 = message.idiag_family == AF_INET6;
-    address.family = isV6 ? ListenAddress::Family::IPv6 : ListenAddress::Family::IPv4;
-    std::memcpy(address.bytes.data(), &message.id.idiag_src,
-                isV6 ? address.bytes.size() : ipv4Size);
-    address.interface = message.id.idiag_if;
-    return address;
-}
-
 ListeningSocket fromMessage(std::string_view payload)
 {
     inet_diag_msg message{};
@@ -51,7 +40,8 @@ ListeningSocket fromMessage(std::string_view payload)
     socket.port = ntohs(message.id.idiag_sport);
     socket.uid = message.idiag_uid;
     socket.cookie = (std::uint64_t{message.id.idiag_cookie[1]} << 32U) | message.id.idiag_cookie[0];
-    socket.address = addressFrom(message);
+    socket.address = SocketDump::address(message.idiag_family, message.id.idiag_src);
+    socket.address.interface = message.id.idiag_if;
     NetlinkDump::parseAttributes(payload, [&socket](std::uint16_t type, std::string_view value) {
         if (type == INET_DIAG_CGROUP_ID && value.size() >= sizeof(socket.controlGroup)) {
             std::memcpy(&socket.controlGroup, value.data(), sizeof(socket.controlGroup));
@@ -143,6 +133,15 @@ int readTables(std::vector<ListeningSocket> &sockets)
 }
 
 } // namespace
+
+ListenAddress SocketDump::address(std::uint8_t family, std::span<const std::uint32_t, 4> words)
+{
+    ListenAddress address;
+    const bool isV6 = family == AF_INET6;
+    address.family = isV6 ? ListenAddress::Family::IPv6 : ListenAddress::Family::IPv4;
+    std::memcpy(address.bytes.data(), words.data(), isV6 ? address.bytes.size() : ipv4Size);
+    return address;
+}
 
 std::optional<ListingError> SocketDump::list(std::vector<ListeningSocket> &sockets)
 {

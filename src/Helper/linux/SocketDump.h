@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -52,6 +53,10 @@ public:
     /// Appends the listening sockets that the text of /proc/net/tcp or tcp6 tells of; false when a
     /// line is not what that file holds.
     static bool parseTable(std::string_view table, std::vector<ListeningSocket> &sockets);
+
+    /// The address in the words of an inet_diag_sockid, in network order; of IPv4 the first one.
+    [[nodiscard]] static ListenAddress address(std::uint8_t family,
+                                               std::span<const std::uint32_t, 4> words);
 
     using Progress = NetlinkDump::Progress;
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
-#include "Installer/Subprocess.h"
+#include "Shared/Subprocess.h"
 
 #include <algorithm>
 #include <array>
@@ -12,6 +12,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -42,6 +43,15 @@ struct Program
     std::vector<char *> arguments; ///< with a null pointer at the end, as execve(2) takes them
     std::vector<char *> variables; ///< likewise; empty where those of this process are passed on
 };
+
+/// In the child: its end with that of the thread that called fork(2) in @p starter.
+void endWith(pid_t starter)
+{
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (::getppid() != starter) { // it had ended before
+        ::_exit(127);
+    }
+}
 
 /// Between fork(2) and execve(2).
 [[noreturn]] void become(const Program &program, int input, int output, int errors, int report)
@@ -96,9 +106,15 @@ std::optional<Subprocess> Subprocess::start(const std::vector<std::string> &comm
         return std::nullopt;
     }
     Subprocess started;
+    const pid_t starter = ::getpid();
     started.m_pid = ::fork();
     if (started.m_pid == 0) {
-        become(program, input->readEnd.get(), output->writeEnd.get(), setup.errors,
+        if (setup.endsWithStarter) {
+            endWith(starter);
+        }
+        const bool shares = setup.sharesStreams;
+        become(program, shares ? STDIN_FILENO : input->readEnd.get(),
+               shares ? STDOUT_FILENO : output->writeEnd.get(), setup.errors,
                report->writeEnd.get());
     }
     if (started.m_pid < 0) {
@@ -106,8 +122,10 @@ std::optional<Subprocess> Subprocess::start(const std::vector<std::string> &comm
     }
     started.m_process =
         FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, started.m_pid, 0)));
-    started.m_input = std::move(input->writeEnd);
-    started.m_output = std::move(output->readEnd);
+    if (!setup.sharesStreams) {
+        started.m_input = std::move(input->writeEnd);
+        started.m_output = std::move(output->readEnd);
+    }
     report->writeEnd.reset();
     int reason = started.m_process ? 0 : errno;
     if (reason == 0 && ::read(report->readEnd.get(), &reason, sizeof reason) <= 0) {

@@ -15,9 +15,9 @@
 
 namespace Tarnwick {
 
-/// A program that was started with pipes as its standard input and output. It is killed with this
-/// object unless it has ended, and waited for, 2 s at most; descriptors of this process are closed
-/// in it if they have FD_CLOEXEC.
+/// A program that was started with pipes as its standard input and output, unless it shares those
+/// of this process. It is killed with this object unless it has ended, and waited for, 2 s at most;
+/// descriptors of this process are closed in it if they have FD_CLOEXEC.
 class Subprocess
 {
 public:
@@ -39,6 +39,12 @@ public:
     struct Setup
     {
         int errors = -1; ///< becomes its standard error; -1 leaves that of this process
+        /// Leaves it the standard input and output of this process, for a program that is used by
+        /// hand, instead of the pipes.
+        bool sharesStreams = false;
+        /// Sends it SIGTERM when the thread that started it ends in any way, be it that this
+        /// process is killed.
+        bool endsWithStarter = false;
         /// "NAME=value", all of them; where absent, those of this process.
         std::optional<std::vector<std::string>> environment{};
     };
@@ -56,9 +62,9 @@ public:
     /// Positive until the end was waited for, then -1.
     [[nodiscard]] pid_t pid() const { return m_pid; }
 
-    /// Its standard input, for writing.
+    /// Its standard input, for writing; closed where it has that of this process.
     [[nodiscard]] FileDescriptor &input() { return m_input; }
-    /// Its standard output, for reading.
+    /// Its standard output, for reading; likewise.
     [[nodiscard]] FileDescriptor &output() { return m_output; }
 
     /// Closes the pipes, and lets the program go on without this object.
