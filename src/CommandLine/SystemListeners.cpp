@@ -65,6 +65,11 @@ std::optional<Forwarding> SystemListeners::forwarding(std::int32_t pid) const
     return forwardingOf(pid);
 }
 
+std::optional<Supervisor> SystemListeners::supervisor(std::int32_t pid) const
+{
+    return supervisorOf(pid);
+}
+
 std::optional<Supervisor> SystemListeners::restarter(std::int32_t pid,
                                                      std::span<const std::int32_t> former) const
 {

@@ -33,6 +33,7 @@ public:
     [[nodiscard]] KillAnswer end(const ProcessIdentity &process) override;
     [[nodiscard]] std::string protection(std::int32_t pid) const override;
     [[nodiscard]] std::optional<Forwarding> forwarding(std::int32_t pid) const override;
+    [[nodiscard]] std::optional<Supervisor> supervisor(std::int32_t pid) const override;
     [[nodiscard]] std::optional<Supervisor>
     restarter(std::int32_t pid, std::span<const std::int32_t> former) const override;
     [[nodiscard]] std::vector<Ancestor> ancestors(std::int32_t pid) const override;

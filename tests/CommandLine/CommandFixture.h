@@ -139,6 +139,12 @@ public:
         return known != forwardings.end() ? std::optional(known->second) : std::nullopt;
     }
 
+    [[nodiscard]] std::optional<Supervisor> supervisor(std::int32_t pid) const override
+    {
+        const auto known = supervisors.find(pid);
+        return known != supervisors.end() ? std::optional(known->second) : std::nullopt;
+    }
+
     [[nodiscard]] std::optional<Supervisor>
     restarter(std::int32_t pid, std::span<const std::int32_t> former) const override
     {
@@ -162,6 +168,7 @@ public:
     std::map<std::int32_t, KillAnswer> results; ///< `Terminated` for the others
     std::map<std::int32_t, std::string> protections;
     std::map<std::int32_t, Forwarding> forwardings;
+    std::map<std::int32_t, Supervisor> supervisors;
     std::map<std::int32_t, Supervisor> restarters;          ///< by what they have started again
     std::map<std::int32_t, std::vector<Ancestor>> ancestry; ///< not known of the others
 };
