@@ -67,7 +67,10 @@ struct ListenerInventory::Private
         }
     };
 
+    template<class Call>
+    [[nodiscard]] bool tryWithMemory(const Call &scan);
     [[nodiscard]] Scan scan(const ScanRequest &request);
+    [[nodiscard]] std::optional<ListingError> visit(const PortVisitor &visitor);
     [[nodiscard]] std::vector<std::uint64_t> reportedSockets();
     [[nodiscard]] std::vector<ListenerDetails> reportedDetails();
     [[nodiscard]] std::optional<ListingError> update(const ScanRequest &request);
