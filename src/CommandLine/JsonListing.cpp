@@ -3,116 +3,64 @@
 
 #include "CommandLine/JsonListing.h"
 
-#include "CommandLine/TerminalText.h"
-#include "Shared/RawPortInfoWriter.h"
-#include "Shared/Utf8.h"
-
-#include <algorithm>
-#include <array>
+#include <cstddef>
 
 namespace Tarnwick {
 
 namespace {
 
-void writeMember(JsonWriter &writer, std::string_view key, std::string_view text)
+JsonOwner ownerOf(const Listener &listener)
 {
-    writer.Key(key.data(), static_cast<rapidjson::SizeType>(key.size()));
-    writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
-}
-
-void writeObject(JsonWriter &writer, const Listener &listener, std::string_view change)
-{
-    writer.StartObject();
-    if (!change.empty()) {
-        writeMember(writer, "change", change);
-    }
-    writeMembers(writer, listener.record);
-    writeMember(writer, "tier", rawValue(listener.entry.tier));
-    writeMember(writer, "description", listener.entry.description);
-    writer.EndObject();
-}
-
-void appendUnicodeEscape(std::string &json, char32_t unit)
-{
-    constexpr std::string_view digits = "0123456789abcdef";
-    json += "\\u";
-    for (const unsigned shift : std::array{12U, 8U, 4U, 0U}) {
-        json += digits[(unit >> shift) & 0xFU];
-    }
-}
-
-/// Above U+FFFF a JSON escape is a pair of UTF-16 surrogates (RFC 8259, section 7).
-void appendEscaped(std::string &json, char32_t codePoint)
-{
-    if (codePoint < 0x10000) {
-        appendUnicodeEscape(json, codePoint);
-        return;
-    }
-    const char32_t offset = codePoint - 0x10000;
-    appendUnicodeEscape(json, 0xD800 + (offset >> 10U));
-    appendUnicodeEscape(json, 0xDC00 + (offset & 0x3FFU));
-}
-
-/// The writer has escaped the control characters below U+0020; what else does not print stands
-/// within strings only, where an escape means the same.
-void appendWithInvisibleEscaped(std::string &escaped, std::string_view json)
-{
-    const auto needsNoLook = [](char character) { return character < '\x7f' && character > '\0'; };
-    if (std::all_of(json.begin(), json.end(), needsNoLook)) {
-        escaped += json;
-        return;
-    }
-    while (!json.empty()) {
-        std::string_view rest = json;
-        const char32_t codePoint = Utf8::takeCodePoint(rest);
-        const std::string_view character = json.substr(0, json.size() - rest.size());
-        if (codePoint < 0x7F || TerminalText::printable(character) == character) {
-            escaped += character;
-        } else {
-            appendEscaped(escaped, codePoint);
-        }
-        json = rest;
-    }
+    return {listener.record, listener.entry.tier, listener.entry.description, listener.ancestors,
+            listener.project ? &*listener.project : nullptr};
 }
 
 } // namespace
 
-std::error_code JsonListing::write(std::span<const Listener> listeners, TextOutput &output)
+void JsonListing::add(JsonOwner &owner, std::int64_t port, const ListenerDetails &details,
+                      std::span<const Shadow> shadows)
 {
     constexpr std::size_t stepSize = 64UL * 1024;
-    if (listeners.empty()) {
-        return output.write("[]\n");
+    if (m_error) {
+        return;
     }
-    std::string json;
-    std::string_view separator = "[\n";
-    JsonBuffer buffer;
-    JsonWriter writer(buffer);
+    m_json += m_isEmpty ? "[\n" : ",\n";
+    m_isEmpty = false;
+    owner.append(m_json, port, details, shadows);
+    if (m_json.size() >= stepSize) {
+        m_error = m_output.write(m_json);
+        m_json.clear();
+    }
+}
+
+std::error_code JsonListing::finish()
+{
+    if (m_error) {
+        return m_error;
+    }
+    m_json += m_isEmpty ? "[]\n" : "\n]\n";
+    return m_output.write(m_json);
+}
+
+std::error_code JsonListing::write(std::span<const Listener> listeners, TextOutput &output)
+{
+    JsonListing listing(output);
     for (const Listener &listener : listeners) {
-        buffer.Clear();
-        writer.Reset(buffer);
-        writeObject(writer, listener, {});
-        json += separator;
-        appendWithInvisibleEscaped(json, {buffer.GetString(), buffer.GetSize()});
-        if (json.size() >= stepSize) {
-            if (const std::error_code error = output.write(json)) {
-                return error;
-            }
-            json.clear();
+        JsonOwner owner = ownerOf(listener);
+        listing.add(owner, listener.record.port, listener.details, listener.shadows);
+        if (listing.hasFailed()) {
+            break;
         }
-        separator = ",\n";
     }
-    json += "\n]\n";
-    return output.write(json);
+    return listing.finish();
 }
 
 std::string JsonListing::changeLine(std::string_view change, const Listener &listener)
 {
-    JsonBuffer buffer;
-    JsonWriter writer(buffer);
-    writeObject(writer, listener, change);
-    std::string line;
-    appendWithInvisibleEscaped(line, {buffer.GetString(), buffer.GetSize()});
-    return line += '\n';
+    std::string object;
+    ownerOf(listener).append(object, listener.record.port, listener.details, listener.shadows);
+    std::string line = R"({"change":")";
+    return line.append(change).append("\",").append(object, 1).append("\n");
 }
 
 } // namespace Tarnwick

@@ -44,7 +44,7 @@ std::set<std::string> longOptions()
     std::set<std::string> options;
     for (const char *command : commands) {
         const std::string help = run({std::string(programPath), command, "--help"}).output;
-        constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz";
+        constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz-";
         std::size_t at = 0;
         while ((at = help.find("--", at)) != std::string::npos) {
             at += 2;
