@@ -86,7 +86,7 @@ constexpr auto toTheLeft = Table::Alignment::Left;
 constexpr auto toTheRight = Table::Alignment::Right;
 
 // Longer process names and addresses than these leave the command too little of a terminal.
-constexpr std::array<Properties, 19> properties{{
+constexpr std::array<Properties, 20> properties{{
     {Column::Port, "port", "PORT", toTheRight, unlimited, 0,
      [](const Listener &row, const Context &) { return std::to_string(row.entry.port); }},
     {Column::Address, "address", "ADDRESS", toTheLeft, 24, 5, address},
@@ -139,6 +139,8 @@ constexpr std::array<Properties, 19> properties{{
      [](const Listener &row, const Context &) { return branch(row); }},
     {Column::Parent, "parent", "PARENT", toTheLeft, 30, 0,
      [](const Listener &row, const Context &) { return parent(row); }},
+    {Column::Host, "host", "HOST", toTheLeft, 30, 0,
+     [](const Listener &row, const Context &) { return row.host; }},
 }};
 
 constexpr bool areInOrder()
@@ -220,10 +222,15 @@ bool forEachName(std::string_view list, Take take)
 
 } // namespace
 
-std::vector<Column> Columns::usual()
+std::vector<Column> Columns::usual(bool hasHosts)
 {
-    return {Column::Port,    Column::Address, Column::Tier,   Column::Pid,    Column::User,
-            Column::Process, Column::Uptime,  Column::Memory, Column::Command};
+    std::vector<Column> columns{Column::Port,   Column::Address, Column::Tier,
+                                Column::Pid,    Column::User,    Column::Process,
+                                Column::Uptime, Column::Memory,  Column::Command};
+    if (hasHosts) {
+        columns.insert(columns.begin(), Column::Host);
+    }
+    return columns;
 }
 
 std::string Columns::names(std::size_t width)

@@ -36,7 +36,8 @@ enum class Column : std::uint8_t {
     Container,
     Project,
     Branch,
-    Parent
+    Parent,
+    Host
 };
 
 /// A column to sort by.
@@ -54,8 +55,9 @@ class Columns
 public:
     Columns() = delete;
 
-    /// Those that are shown when none are named.
-    [[nodiscard]] static std::vector<Column> usual();
+    /// Those that are shown when none are named; @p hasHosts where there are listeners of other
+    /// machines.
+    [[nodiscard]] static std::vector<Column> usual(bool hasHosts);
 
     /// "port, address, …", in lines of @p width columns at most.
     [[nodiscard]] static std::string names(std::size_t width);

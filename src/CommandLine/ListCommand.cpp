@@ -56,6 +56,16 @@ ExitCode ListCommand::run()
     return m_arguments.pidsOnly ? writePids(listeners) : writeTable(std::move(listeners));
 }
 
+ExitCode ListCommand::show(std::vector<Listener> listeners) const
+{
+    if (listeners.empty()) {
+        m_console.say(m_filter.nothingFound());
+        return ExitCode::NothingDone;
+    }
+    Columns::sort(listeners, m_arguments.order);
+    return writeTable(std::move(listeners));
+}
+
 ExitCode ListCommand::writeAsVisited()
 {
     VisitedJson json(m_source, m_filter, m_console.output);

@@ -22,6 +22,9 @@ public:
 
     [[nodiscard]] ExitCode run();
 
+    /// Shows the listeners of other machines, as they were listed there with the same selection.
+    [[nodiscard]] ExitCode show(std::vector<Listener> listeners) const;
+
 private:
     [[nodiscard]] ExitCode writeAsVisited();
     [[nodiscard]] ExitCode writeJson(const std::vector<Listener> &listeners) const;

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace Tarnwick {
@@ -29,6 +30,7 @@ struct Listener
     std::vector<Shadow> shadows{};               ///< after noteShadows()
     std::vector<Ancestor> ancestors{};           ///< where they are wanted
     std::optional<Project> project{};            ///< where it is wanted and there is one
+    std::string host{};                          ///< the machine; empty for this one
 };
 
 /// The order of every output: by port, then process identifier, then name.

@@ -40,6 +40,13 @@ Table::Row row(const Listener &listener, std::span<const Column> columns,
     return row;
 }
 
+std::vector<Column> shownColumns(std::span<const Listener> listeners,
+                                 const ListenerTable::Context &context)
+{
+    const bool hasHosts = !listeners.empty() && !listeners.front().host.empty();
+    return context.columns.empty() ? Columns::usual(hasHosts) : context.columns;
+}
+
 std::string nameOf(std::string_view process, std::int64_t pid)
 {
     std::string text = TerminalText::printable(process);
@@ -49,13 +56,10 @@ std::string nameOf(std::string_view process, std::int64_t pid)
 } // namespace
 
 ListenerTable::ListenerTable(std::span<const Listener> listeners, const Context &context)
-    : m_table(shapes(context.columns.empty() ? Columns::usual() : context.columns,
-                     !context.columns.empty()),
-              minCommandWidth)
+    : m_table(shapes(shownColumns(listeners, context), !context.columns.empty()), minCommandWidth)
     , m_style(context.style)
 {
-    const std::vector<Column> columns =
-        context.columns.empty() ? Columns::usual() : context.columns;
+    const std::vector<Column> columns = shownColumns(listeners, context);
     for (std::size_t index = 0; index < listeners.size(); ++index) {
         if (context.grouping != Grouping::None) {
             std::string heading =
@@ -94,10 +98,12 @@ std::vector<std::string> ListenerTable::notes(std::span<const Listener> listener
     std::vector<std::string> notes;
     for (const Listener &listener : listeners) {
         for (const Shadow &shadow : listener.shadows) {
-            std::string note = "Port " + std::to_string(listener.entry.port) + ": ";
-            note.append(shadow.target).append(" is answered by ");
+            std::string note =
+                listener.host.empty() ? "" : TerminalText::printable(listener.host) + ": ";
+            note.append("Port ").append(std::to_string(listener.entry.port)).append(": ");
+            note.append(TerminalText::printable(shadow.target)).append(" is answered by ");
             note.append(nameOf(shadow.processName, shadow.pid)).append(" at ");
-            note.append(shadow.address).append(", not by ");
+            note.append(TerminalText::printable(shadow.address)).append(", not by ");
             note.append(nameOf(listener.entry.process, listener.entry.pid)).append(" at ");
             note.append(AddressText::of(listener)).append(".");
             notes.push_back(std::move(note));
