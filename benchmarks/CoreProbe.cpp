@@ -16,6 +16,7 @@
 #include "Platform/linux/BusHelperConnection.h"
 #include "Shared/PortScanner.h"
 #include "Shared/RawPortInfo.h"
+#include "Shared/TierRuleFiles.h"
 
 #include <QCoreApplication>
 
@@ -24,6 +25,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -168,6 +170,34 @@ void measureDecoding(std::size_t count, int rounds)
     print("classify and make entries", count, making);
 }
 
+/// Finds the rule of each record among those that come with Tarnwick; the records differ, so that
+/// each is tried.
+void measureRules(std::size_t count, int rounds)
+{
+    TierRuleSources::Environment environment;
+    environment.programFolder =
+        std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
+    environment.systemFolder = "/nowhere";
+    TierRuleFiles files(TierRuleSources::from(environment), {});
+    std::vector<Cost> reading{measure([&] { static_cast<void>(files.update()); })};
+    const SharedTierRules rules = files.update();
+    if (rules->rules().empty()) {
+        std::exit(EXIT_FAILURE);
+    }
+    const std::vector<RawPortInfo> listing = records(count);
+    std::vector<Cost> matching;
+    for (int round = 0; round < rounds; ++round) {
+        matching.push_back(measure([&] {
+            TierRules::Matcher matcher(*rules);
+            for (const RawPortInfo &each : listing) {
+                static_cast<void>(matcher.match(each));
+            }
+        }));
+    }
+    print("read the rules for tiers", rules->rules().size(), reading);
+    print("find the rules for tiers", count, matching);
+}
+
 void measureDiff(std::size_t count, int rounds)
 {
     const std::vector<RawPortInfo> listing = records(count);
@@ -264,6 +294,7 @@ int main(int argc, char **argv)
         const auto count = static_cast<std::size_t>(std::stoul(arguments[1]));
         const int rounds = std::stoi(arguments[2]);
         measureDecoding(count, rounds);
+        measureRules(count, rounds);
         measureDiff(count, rounds);
         measureFilter(count, rounds);
         return 0;

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "CommandLine/Columns.h"
+#include "CommandLine/Grouping.h"
 #include "CommandLine/Selection.h"
 
 #include <chrono>
@@ -20,6 +22,10 @@ struct ListArguments
     Selection selection{};
     bool json = false;
     std::vector<std::string> hosts{}; ///< the machines to ask; this one where empty
+    bool pidsOnly = false;            ///< the identifiers of the processes, in place of a table
+    std::vector<Column> columns{};    ///< of the table; none for the usual ones
+    std::vector<SortKey> order{};
+    Grouping grouping = Grouping::None;
 };
 
 struct WatchArguments
@@ -73,6 +79,11 @@ struct UrlArguments
     std::int64_t port = 0;
 };
 
+struct TiersArguments
+{
+    bool json = false;
+};
+
 /// What to print, instead of doing anything: the help or the version.
 struct Information
 {
@@ -86,7 +97,8 @@ struct UsageError
 };
 
 using Arguments = std::variant<ListArguments, WatchArguments, KillArguments, WhyArguments,
-                               FreeArguments, WaitArguments, UrlArguments, Information, UsageError>;
+                               FreeArguments, WaitArguments, UrlArguments, TiersArguments,
+                               Information, UsageError>;
 
 /// What the user asks for with @p arguments, those after the program's name.
 [[nodiscard]] Arguments parseArguments(std::span<const char *const> arguments);

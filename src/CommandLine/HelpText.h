@@ -18,21 +18,47 @@ inline constexpr std::string_view program =
     "  kill                        Stop the process that listens on a port\n"
     "  free                        Stop the whole server on a port, and free it\n"
     "  wait                        Wait until something listens on a port, or nothing\n"
-    "  url                         Print the URL of a port";
+    "  url                         Print the URL of a port\n"
+    "  tiers                       Show the rules for tiers";
 
 inline constexpr std::string_view programExamples =
-    "The options are those of list; each command has a --help of its own.\n\n"
+    "The options are those of list; each command has a --help of its own, and that\n"
+    "of list names the columns.\n\n"
     "Examples:\n"
     "  tarnwickctl                     everything that listens\n"
     "  tarnwickctl --tier dev          what the developer tools have started\n"
     "  tarnwickctl kill 3000           stop the owner of port 3000, after a question";
 
+inline constexpr std::string_view tiers =
+    "Show the rules that give listeners their tiers, in the order in which they\n"
+    "count: the first that holds decides.";
+
+inline constexpr std::string_view tiersExamples =
+    "Files, each read where it is there; TARNWICK_TIERS names one to read instead,\n"
+    "or 'none':\n"
+    "  ~/.config/velmora/tarnwick/tiers.toml\n"
+    "  /etc/tarnwick/tiers.toml\n"
+    "  the one that comes with Tarnwick\n\n"
+    "Examples:\n"
+    "  tarnwickctl tiers\n"
+    "  tarnwickctl tiers --json | jq '.rules[].description'\n\n"
+    "Exit status:\n"
+    "  0 shown\n"
+    "  4 a file was refused, which standard error tells";
+
 inline constexpr std::string_view list = "Show what is listening on TCP ports.";
 
-inline constexpr std::string_view listExamples = "Examples:\n"
-                                                 "  tarnwickctl list --tier dev --tier unknown\n"
-                                                 "  tarnwickctl list --search node\n"
-                                                 "  tarnwickctl list --port 3000 --json";
+inline constexpr std::string_view listExamples =
+    "Columns:\n"
+    "  port, address, exposed, tier, pid, user, process, description, uptime,\n"
+    "  memory, command, path, folder, unit, socket, container, project, branch,\n"
+    "  parent\n\n"
+    "Examples:\n"
+    "  tarnwickctl list --tier dev --tier unknown\n"
+    "  tarnwickctl list --search node --not test\n"
+    "  tarnwickctl list --port 3000,8000-8999 --json\n"
+    "  tarnwickctl list --columns port,process,project --sort -memory\n"
+    "  kill $(tarnwickctl list --pids --port 3000)";
 
 inline constexpr std::string_view watch =
     "Show the listeners as they come and go: in place on a terminal, where q quits;\n"

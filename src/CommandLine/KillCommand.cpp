@@ -5,8 +5,8 @@
 
 #include "CommandLine/ListenerTable.h"
 #include "CommandLine/OwnerText.h"
-#include "CommandLine/StopQuestion.h"
 #include "CommandLine/StopAdvice.h"
+#include "CommandLine/StopQuestion.h"
 #include "CommandLine/TerminalText.h"
 #include "Shared/EntryText.h"
 
@@ -132,8 +132,8 @@ ExitCode KillCommand::stop(const PortEntry &owner, const std::vector<std::int64_
     }
     const auto pid = static_cast<std::int32_t>(owner.pid);
     if (const std::optional<Forwarding> forwarding = m_ender.forwarding(pid)) {
-        m_console.sayError(
-            StopAdvice::ofForwarder(OwnerText::process(owner), OwnerText::ports(asked), *forwarding));
+        m_console.sayError(StopAdvice::ofForwarder(OwnerText::process(owner),
+                                                   OwnerText::ports(asked), *forwarding));
         return ExitCode::NotPermitted;
     }
     if (owner.tier == PortTier::System && !m_arguments.system) {
@@ -161,7 +161,9 @@ void KillCommand::describe(const PortEntry &owner) const
 
 ExitCode KillCommand::end(const PortEntry &owner, const std::vector<std::int64_t> &asked)
 {
-    const std::vector<Ancestor> above = m_ender.ancestors(static_cast<std::int32_t>(owner.pid));
+    const auto pid = static_cast<std::int32_t>(owner.pid);
+    const std::vector<Ancestor> above = m_ender.ancestors(pid);
+    const std::chrono::milliseconds recheckAfter = restartTime(pid, above);
     std::set<std::int64_t> descendants = descendantsOn(asked, owner);
     const auto shown = m_shown.find(owner.pid);
     const KillAnswer answer =
@@ -179,7 +181,7 @@ ExitCode KillCommand::end(const PortEntry &owner, const std::vector<std::int64_t
     if (code == ExitCode::Done) {
         m_stopped.insert(owner.pid);
         m_stopped.merge(descendants);
-        m_restartPossible = m_restartPossible || mayBeRestarted(above);
+        m_recheckAfter = std::max(m_recheckAfter, recheckAfter);
         m_freed.insert(asked.begin(), asked.end());
         for (const std::int64_t port : asked) {
             std::transform(above.begin(), above.end(), std::back_inserter(m_ancestors[port]),
@@ -236,9 +238,17 @@ std::vector<std::int64_t> KillCommand::portsAskedForOf(std::int64_t pid) const
     return ports;
 }
 
-bool KillCommand::mayBeRestarted(const std::vector<Ancestor> &ancestors)
+/// How long after its end @p pid may be started again; no time where that is not to be expected.
+std::chrono::milliseconds KillCommand::restartTime(std::int32_t pid,
+                                                   const std::vector<Ancestor> &ancestors) const
 {
-    return !ancestors.empty() && (!ancestors.front().isShell || ancestors.front().sharesGroup);
+    const std::optional<Supervisor> supervisor = m_ender.supervisor(pid);
+    if (supervisor && supervisor->kind != Supervisor::Kind::Shell) {
+        return m_release.supervised;
+    }
+    const bool mayBeRestarted =
+        !ancestors.empty() && (!ancestors.front().isShell || ancestors.front().sharesGroup);
+    return mayBeRestarted ? m_release.restart : std::chrono::milliseconds(0);
 }
 
 /// The processes that listen on @p ports with sockets of their own and descend from @p owner.
@@ -324,7 +334,7 @@ ExitCode KillCommand::checkFreedPorts()
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
     const Clock::time_point deadline = start + m_release.atMost;
-    const Clock::time_point recheck = m_restartPossible ? start + m_release.restart : start;
+    const Clock::time_point recheck = start + m_recheckAfter;
     for (Clock::time_point listed = start;; listed = Clock::now()) {
         if (!updateListeners()) {
             return ExitCode::Failed;

@@ -39,6 +39,9 @@ public:
     /// What @p pid forwards its ports to, where it is a forwarder, as forwardingOf() has it.
     [[nodiscard]] virtual std::optional<Forwarding> forwarding(std::int32_t pid) const = 0;
 
+    /// What would start @p pid again, as supervisorOf() has it.
+    [[nodiscard]] virtual std::optional<Supervisor> supervisor(std::int32_t pid) const = 0;
+
     /// What has started @p pid in place of a process with the ancestors @p former, as restarterOf()
     /// has it.
     [[nodiscard]] virtual std::optional<Supervisor>

@@ -35,9 +35,11 @@ private:
     [[nodiscard]] ExitCode perform(const FreeArguments &arguments);
     [[nodiscard]] ExitCode perform(const WaitArguments &arguments);
     [[nodiscard]] ExitCode perform(const UrlArguments &arguments);
+    [[nodiscard]] ExitCode perform(const TiersArguments &arguments);
     [[nodiscard]] ExitCode perform(const Information &information);
     [[nodiscard]] ExitCode perform(const UsageError &error);
 
+    [[nodiscard]] ExitCode listHosts(const ListArguments &arguments);
     template<class Command>
     [[nodiscard]] HostsCommand onHosts(const Command &arguments) const;
     [[nodiscard]] bool isOnTerminal() const;

@@ -10,6 +10,7 @@
 #include "Shared/TierRuleFiles.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -28,11 +29,16 @@ public:
     [[nodiscard]] Listing list() override;
     [[nodiscard]] std::vector<std::uint64_t> sockets() const override { return m_sockets; }
     [[nodiscard]] std::vector<ListenerDetails> details() const override { return m_details; }
+    [[nodiscard]] std::optional<ListingError> visit(const PortVisitor &visitor) override;
+    [[nodiscard]] std::vector<Ancestor> listedAncestors(std::int32_t pid) override;
+    [[nodiscard]] std::optional<Project> project(std::int32_t pid,
+                                                 const std::string &folder) override;
     [[nodiscard]] SharedTierRules tierRules() override;
     [[nodiscard]] std::optional<ProcessIdentity> identity(std::int32_t pid) const override;
     [[nodiscard]] KillAnswer end(const ProcessIdentity &process) override;
     [[nodiscard]] std::string protection(std::int32_t pid) const override;
     [[nodiscard]] std::optional<Forwarding> forwarding(std::int32_t pid) const override;
+    [[nodiscard]] std::optional<Supervisor> supervisor(std::int32_t pid) const override;
     [[nodiscard]] std::optional<Supervisor>
     restarter(std::int32_t pid, std::span<const std::int32_t> former) const override;
     [[nodiscard]] std::vector<Ancestor> ancestors(std::int32_t pid) const override;
@@ -47,7 +53,12 @@ public:
     endRelated(std::span<const ProcessIdentity> processes) override;
 
 private:
+    void forgetSurroundings();
+
     ListenerInventory m_inventory;
+    // Of the latest listing; null until something is wanted of them.
+    std::unique_ptr<AncestryReader> m_ancestry;
+    std::unique_ptr<ProjectFinder> m_projects;
     TierRuleFiles::Report m_report;
     std::optional<TierRuleFiles> m_tierRuleFiles; ///< once they were asked for
     std::vector<std::uint64_t> m_sockets;         ///< of the latest listing

@@ -12,7 +12,8 @@ namespace Tarnwick {
 
 /// What @p pid forwards the TCP port @p port to (0 for any port), where it is one of the programs
 /// that forward ports into containers. Nothing for other processes, and for a forwarder behind
-/// which there is no process any more.
+/// which there is no process any more. Where that could not be found out in a second, only the
+/// forwarder is known of it.
 ///
 /// Such a program is known by its executable: the very file that is installed in a system folder.
 /// Another file of the same name counts only where a process of a container is behind it, in a

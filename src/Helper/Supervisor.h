@@ -32,14 +32,15 @@ struct Supervisor
     friend bool operator==(const Supervisor &, const Supervisor &) = default;
 };
 
-/// What would start @p pid again: its container, the nearest of its ancestors that does such
-/// things, or its unit. Nothing where none is known. A process manager is known by its name or,
-/// where an interpreter runs it, by its script; neither proves anything, and nothing depends on it
-/// but a text. Any thread.
+/// What would start @p pid again: its container; the nearest of its ancestors that is a process
+/// manager or a watcher; its unit, unless that is a service which its manager does not restart; its
+/// parent, where that is a shell which runs a script. Nothing where none is known. A process
+/// manager is known by its name or, where an interpreter runs it, by its script; neither proves
+/// anything, and nothing depends on it but a text. Any thread.
 [[nodiscard]] std::optional<Supervisor> supervisorOf(std::int32_t pid);
 
 /// What has started @p pid in place of a process that had the ancestors @p former, nearest first:
-/// as above, but of the processes only one of these, be it a process manager or not.
+/// as above, but of the ancestors only the nearest of these, be it a process manager or not.
 [[nodiscard]] std::optional<Supervisor> restarterOf(std::int32_t pid,
                                                     std::span<const std::int32_t> former);
 

@@ -135,6 +135,26 @@ Glob::Glob(std::vector<Element> elements, Subject subject)
 {
 }
 
+std::string_view Glob::requiredPiece(std::size_t size) const
+{
+    // What many paths and commands have.
+    constexpr std::string_view common =
+        "/usr/local/bin/ /usr/local/lib /usr/sbin/ /usr/share/ /usr/lib/ /usr/libexec/ /home/ "
+        "/bin/ /lib/ /.local/share/ /node_modules/.bin/ node --server.js -server.port .server "
+        "/server server/ .jar java python main.js main port ";
+    std::string_view found;
+    for (const Element &element : m_elements) {
+        const std::string_view text = element.text;
+        for (std::size_t at = 0; at + size <= text.size(); ++at) {
+            const std::string_view piece = text.substr(at, size);
+            if (found.empty() || common.find(piece) == std::string_view::npos) {
+                found = piece;
+            }
+        }
+    }
+    return found;
+}
+
 bool Glob::isLiteral() const
 {
     return m_elements.empty() ||

@@ -152,7 +152,7 @@ void GlobCompiler::addLiteral(std::string_view text)
 /// Whether what has been read ends with a slash or has not begun.
 bool GlobCompiler::isAtComponent() const
 {
-    return m_elements.empty() ||
+    return m_elements.empty() || m_elements.back().kind == Kind::Folders ||
            (m_elements.back().kind == Kind::Literal && m_elements.back().text.ends_with('/'));
 }
 
@@ -170,7 +170,7 @@ void GlobCompiler::addStars()
             m_elements.push_back({.kind = Kind::Folders});
             return;
         }
-        if (m_rest.empty() && !m_elements.empty()) {
+        if (m_rest.empty() && !m_elements.empty() && m_elements.back().kind == Kind::Literal) {
             std::string &before = m_elements.back().text;
             before.pop_back();
             if (before.empty()) {

@@ -82,21 +82,19 @@ std::optional<std::vector<std::string>> GlobList::onlyTexts() const
     return texts;
 }
 
-std::optional<std::vector<std::string>> GlobList::onlyBaseNames() const
+std::optional<std::vector<std::string_view>> GlobList::requiredPieces(std::size_t size) const
 {
     if (!m_hasIncluded) {
         return std::nullopt;
     }
-    std::vector<std::string> names;
+    std::vector<std::string_view> pieces;
     for (const Glob &glob : m_included) {
-        const std::string_view end = glob.literalEnd();
-        const std::size_t slash = end.rfind('/');
-        if (slash == std::string_view::npos) {
+        pieces.push_back(glob.requiredPiece(size));
+        if (pieces.back().empty()) {
             return std::nullopt;
         }
-        names.emplace_back(end.substr(slash + 1));
     }
-    return names;
+    return pieces;
 }
 
 } // namespace Tarnwick

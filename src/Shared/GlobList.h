@@ -37,9 +37,10 @@ public:
     /// wildcards.
     [[nodiscard]] std::optional<std::vector<std::string>> onlyTexts() const;
 
-    /// What may follow the last slash of a path that meets the condition, when that is only one of
-    /// these; nothing where a wildcard stands there.
-    [[nodiscard]] std::optional<std::vector<std::string>> onlyBaseNames() const;
+    /// Pieces of @p size bytes, of which every text that meets the condition contains one; nothing
+    /// where a pattern has no such piece.
+    [[nodiscard]] std::optional<std::vector<std::string_view>>
+    requiredPieces(std::size_t size) const;
 
 private:
     std::vector<std::string> m_entries;

@@ -6,6 +6,7 @@
 #include "Models/PortTier.h"
 #include "Shared/GlobList.h"
 #include "Shared/RawPortInfo.h"
+#include "Shared/TierRuleIndex.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -70,27 +71,26 @@ public:
         [[nodiscard]] const TierRule *match(const RawPortInfo &record);
 
     private:
-        [[nodiscard]] bool holds(const TierRule &rule, const RawPortInfo &record);
-        [[nodiscard]] std::string_view commandOf(const RawPortInfo &record);
+        void joinCommand(const RawPortInfo &record);
+        void findPlaces(const RawPortInfo &record);
+        [[nodiscard]] bool holds(const TierRule &rule, const RawPortInfo &record) const;
 
         const TierRules &m_rules;
-        std::string m_command;
-        bool m_isCommandJoined = false; ///< of the record at hand
+        std::string m_command; ///< of the record at hand
+        RulePlaces m_places;   ///< the rules to try for it
     };
 
     /// As Matcher::match(), for one record.
     [[nodiscard]] const TierRule *match(const RawPortInfo &record) const;
 
 private:
-    /// Places in m_rules, rising.
-    using Places = std::vector<std::size_t>;
-    using PlacesByText = std::unordered_map<std::string, Places>;
+    void addToIndex(const TierRule &rule, std::size_t place);
 
     std::vector<TierRule> m_rules;
-    // Each rule is in one of these, so that few have to be tried for a record.
-    PlacesByText m_byProcess;  ///< those for certain names of processes
-    PlacesByText m_byBaseName; ///< those for certain names of executables
-    Places m_others;
+    // So that few rules have to be tried for a record, each is in one of these.
+    std::unordered_map<std::string, std::vector<std::size_t>> m_byProcess; ///< for certain names
+    TierRuleIndex m_index; ///< by a piece of the executable, command, directory or name
+    RulePlaces m_others;
 };
 
 using SharedTierRules = std::shared_ptr<const TierRules>;

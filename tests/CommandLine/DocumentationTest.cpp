@@ -20,11 +20,12 @@ using testing::HasSubstr;
 
 const std::string folder(projectFolder);
 const std::string manual = folder + "/docs/man/tarnwickctl.1";
+const std::string tiersManual = folder + "/docs/man/tarnwick-tiers.5";
 const std::string bashCompletion = folder + "/completions/tarnwickctl.bash";
 const std::string zshCompletion = folder + "/completions/_tarnwickctl";
 const std::string fishCompletion = folder + "/completions/tarnwickctl.fish";
 
-constexpr std::array commands{"list", "watch", "why", "kill", "free", "wait", "url"};
+constexpr std::array commands{"list", "watch", "why", "kill", "free", "wait", "url", "tiers"};
 
 bool isInstalled(const std::string &program)
 {
@@ -61,7 +62,7 @@ TEST(Documentation, HasAManualWithoutMistakes)
     if (!isInstalled("mandoc")) {
         GTEST_SKIP() << "mandoc is not installed";
     }
-    const auto result = run({"mandoc", "-Tlint", "-W", "warning", manual});
+    const auto result = run({"mandoc", "-Tlint", "-W", "warning", manual, tiersManual});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.output, "");
 }

@@ -108,6 +108,7 @@ def isolated_environment(folder):
         "XDG_DATA_DIRS": str(data),
         "XDG_CACHE_HOME": str(home / ".cache"),
         "XDG_STATE_HOME": str(home / ".local/state"),
+        "TARNWICK_TIERS": "none",
         # Nobody listens there: the machine's own services are not reached.
         "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={folder}/run/no-system-bus",
         "GSETTINGS_BACKEND": "memory",

@@ -110,7 +110,9 @@ TEST(Glob, HasTwoStarsThatGoAcrossComponents)
                           {"/a**z", "/a/b/z", true},
                           {"/a**z", "/az", true},
                           {"**/target/debug/**", "/w/target/x/target/debug/deps/t", true},
-                          {"/a/***/b", "/a/x/b", true}});
+                          {"/a/***/b", "/a/x/b", true},
+                          {"**/**/*", "b", true},
+                          {"/a/**/**", "/a/b", true}});
 }
 
 TEST(Glob, HasNoComponentsInATextThatIsNoPath)

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <optional>
 
 #include <net/if.h>
@@ -46,10 +47,8 @@ ListenerDetails DetailsReader::read(const ListeningSocket &socket, pid_t owner)
     details.userId = socket.uid;
     details.user = m_users.name(socket.uid);
     const std::optional<std::string> group = m_groups.path(socket.controlGroup);
-    if (group && ControlGroups::serviceOfSocketUnit(*group)) {
-        details.socketUnit = Utf8::sanitized(ControlGroups::unit(*group));
-    }
-    Unit unit = unitAt(group.value_or(std::string()));
+    const Unit maker = unitAt(group.value_or(std::string()));
+    Unit unit = maker;
     if (owner != 0) {
         const Membership &membership = membershipOf(owner);
         unit = membership.unit;
@@ -57,7 +56,39 @@ ListenerDetails DetailsReader::read(const ListeningSocket &socket, pid_t owner)
     }
     details.unit = unit.name;
     details.isUserUnit = unit.isOfUser;
+    // Without a group to go by the socket is taken for one that its owner made.
+    readSocketUnit(details, socket, group ? maker : unit);
     return details;
+}
+
+/// The system's service manager makes a socket in the group of its unit, where the kernel has what
+/// it filters such sockets with, and else in its own group. A user's manager always does the
+/// latter: then the files of its units tell which of them has the port.
+void DetailsReader::readSocketUnit(ListenerDetails &details, const ListeningSocket &socket,
+                                   const Unit &maker)
+{
+    constexpr std::string_view ownGroup = "init.scope";
+    constexpr std::string_view suffix = ".socket";
+    const bool isOfUnit = maker.name.ends_with(suffix);
+    if (!isOfUnit && maker.name != ownGroup) {
+        return;
+    }
+    const auto [known, isNew] =
+        m_unitFiles.try_emplace({maker.isOfUser, maker.manager}, std::vector<std::string>{});
+    if (isNew) {
+        known->second = maker.isOfUser ? UnitFiles::ofUser(maker.manager) : UnitFiles::ofSystem();
+    }
+    const UnitFiles &files = known->second;
+    const std::optional<std::string> unit =
+        isOfUnit ? std::optional(maker.name) : files.socketUnit(socket.port);
+    if (!unit) {
+        return;
+    }
+    details.socketUnit = Utf8::sanitized(*unit);
+    if (details.unit == ownGroup || details.unit.ends_with(suffix)) {
+        details.unit = Utf8::sanitized(files.serviceOf(*unit));
+        details.isUserUnit = maker.isOfUser;
+    }
 }
 
 const DetailsReader::Membership &DetailsReader::membershipOf(pid_t owner)
@@ -81,7 +112,13 @@ DetailsReader::Unit DetailsReader::unitAt(std::string_view path)
     const std::string name = ControlGroups::unit(path);
     const std::size_t manager = path.find("/user@");
     const bool isBelowManager = manager != path.npos && path.find('/', manager + 1) != path.npos;
-    return {Utf8::sanitized(name), isBelowManager && !name.starts_with("user@")};
+    Unit unit{Utf8::sanitized(name), isBelowManager && !name.starts_with("user@"), 0};
+    if (unit.isOfUser) {
+        constexpr std::string_view prefix = "/user@";
+        std::from_chars(path.data() + manager + prefix.size(), path.data() + path.size(),
+                        unit.manager);
+    }
+    return unit;
 }
 
 const std::string &DetailsReader::interfaceName(std::uint32_t index)

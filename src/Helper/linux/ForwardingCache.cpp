@@ -39,12 +39,10 @@ bool ForwardingCache::isCurrent(const Entry &entry, const Forwarder &forwarder) 
     if (entry.forwarder != forwarder.pid || entry.forwarderStart != forwarder.startTicks) {
         return false;
     }
-    if (!m_processesChanged) {
-        return true;
-    }
     if (!entry.forwarding || entry.forwarding->pid == 0) {
-        return entry.retryAt > m_listing;
+        return !m_processesChanged || entry.retryAt > m_listing;
     }
+    // One that has ended and was not reaped yet still counts as a process.
     const std::optional<ProcFs::Stat> stat = ProcFs::stat(m_root, entry.forwarding->pid);
     return stat && stat->startTicks == entry.startBehind && stat->state != 'Z' &&
            Clock::now() - entry.resolvedAt < maxAge;

@@ -21,9 +21,10 @@ namespace Tarnwick {
 class ForwardingResolution;
 
 /// What the forwarders among the owners of listening sockets forward to, from one listing to the
-/// next. What is cached stays as long as the forwarder and the process behind it live, and is
-/// resolved anew every now and then; where no process came or went it is not even checked. With no
-/// forwarder on the machine this costs nothing. Belongs to the inventory's thread.
+/// next. What is cached stays as long as the forwarder and the process behind it live, which costs
+/// one read of each, and is resolved anew every now and then; what could not be found is searched
+/// for again, with growing pauses, when processes have come or gone. With no forwarder on the
+/// machine this costs nothing. Belongs to the inventory's thread.
 class ForwardingCache
 {
 public:

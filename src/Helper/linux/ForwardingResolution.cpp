@@ -208,18 +208,28 @@ std::optional<Number> ForwardingResolution::namespaceBelow(pid_t forwarder)
     return std::nullopt;
 }
 
+/// Whether @p pid is a process that the forwarder has for itself in the namespace: a child with the
+/// same executable, or, where that may not be read, of the same name.
+bool ForwardingResolution::isOfForwarder(pid_t pid, pid_t forwarder)
+{
+    const std::optional<ProcFs::Stat> &child = stat(pid);
+    const std::optional<ProcFs::Stat> &parent = stat(forwarder);
+    if (!child || !parent || child->parent != forwarder) {
+        return pid == forwarder;
+    }
+    const std::string path = executable(m_root, pid);
+    return path.empty() ? child->comm == parent->comm : path == executable(m_root, forwarder);
+}
+
 /// The processes in the namespace but those of the forwarder itself.
 std::vector<ForwardingResolution::Member> ForwardingResolution::members(Number number,
                                                                         pid_t forwarder)
 {
-    const std::string own = executable(m_root, forwarder);
     std::vector<Member> found;
     for (const pid_t pid : m_namespaces.processes(number)) {
         const std::optional<ProcFs::Stat> &known = stat(pid);
-        const bool isForwarders =
-            pid == forwarder ||
-            (known && known->parent == forwarder && !own.empty() && executable(m_root, pid) == own);
-        if (known && known->state != 'Z' && !known->isKernelThread() && !isForwarders) {
+        if (known && known->state != 'Z' && !known->isKernelThread() &&
+            !isOfForwarder(pid, forwarder)) {
             found.push_back({pid, *known});
         }
     }

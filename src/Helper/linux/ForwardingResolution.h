@@ -55,6 +55,7 @@ private:
     [[nodiscard]] std::optional<NetworkNamespaces::Number>
     namespaceWithAddress(const ForwarderCommand &command);
     [[nodiscard]] std::optional<NetworkNamespaces::Number> namespaceBelow(pid_t forwarder);
+    [[nodiscard]] bool isOfForwarder(pid_t pid, pid_t forwarder);
     [[nodiscard]] std::vector<Member> members(NetworkNamespaces::Number number, pid_t forwarder);
     [[nodiscard]] std::optional<Listener>
     listener(NetworkNamespaces::Number number, const ForwarderCommand &command, std::uint16_t port);

@@ -41,6 +41,9 @@ std::optional<Forwarding> forwardingOf(std::int32_t pid, std::uint16_t port)
     const bool isInstalled =
         InstalledExecutable::match(root.get(), pid, ForwarderCommand::places(*program)) ==
         InstalledExecutable::Match::Known;
+    if (isInstalled && !found && resolution.isCut()) {
+        found = Forwarding{.forwarder = path.substr(path.rfind('/') + 1)};
+    }
     const bool isProven =
         isInstalled || (found && found->pid != 0 && ContainerLookup::of(root.get(), found->pid));
     return isProven ? found : std::nullopt;

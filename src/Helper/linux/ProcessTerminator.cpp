@@ -9,10 +9,12 @@
 #include "Helper/linux/ProcFs.h"
 #include "Helper/linux/ProcessDescriptor.h"
 #include "Helper/linux/ProcessIdentification.h"
+#include "Helper/linux/SystemFailures.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -216,8 +218,13 @@ ProcessTerminator::Started ProcessTerminator::signal(ProcessDescriptor &process,
         return process.hasEnded() ? KillResultCode::NotFound : toStarted(*refused);
     }
     // Its end would close the port and leave what serves it; that one is to be ended.
+    const std::uint64_t failures = SystemFailures::count();
     if (forwardingOf(pid)) {
         return KillResultCode::PermissionDenied;
+    }
+    if (SystemFailures::count() != failures) {
+        return process.hasEnded() ? Started(KillResultCode::NotFound)
+                                  : couldNot("look at", pid, EAGAIN);
     }
     errno = 0;
     if (ProcFs::numberOf(m_root.get(), process.get()) != pid) {

@@ -190,13 +190,22 @@ std::optional<Supervisor> supervisorOf(std::int32_t pid)
         return found;
     }
     const std::vector<std::string> environment = around.environment();
+    std::optional<Supervisor> shell;
+    bool isParent = true;
     for (const auto &[ancestor, stat] : around.ancestors()) {
-        if (std::optional<Supervisor> found =
-                ProcessManagers::recognise(around.parent(ancestor, stat), environment)) {
+        std::optional<Supervisor> found =
+            ProcessManagers::recognise(around.parent(ancestor, stat), environment);
+        if (found && found->kind != Supervisor::Kind::Shell) {
             return sanitized(*std::move(found));
         }
+        // One further up waits for something else, of which the process is a part.
+        if (found && isParent) {
+            shell = sanitized(*std::move(found));
+        }
+        isParent = false;
     }
-    return unitOf(unitPath(around.read(pid, "/cgroup")));
+    std::optional<Supervisor> unit = unitOf(unitPath(around.read(pid, "/cgroup")));
+    return unit ? unit : shell;
 }
 
 std::optional<Supervisor> restarterOf(std::int32_t pid, std::span<const std::int32_t> former)
@@ -206,19 +215,22 @@ std::optional<Supervisor> restarterOf(std::int32_t pid, std::span<const std::int
         return found;
     }
     const std::vector<std::string> environment = around.environment();
+    std::optional<Supervisor> common;
     for (const auto &[ancestor, stat] : around.ancestors()) {
         if (std::find(former.begin(), former.end(), ancestor) == former.end()) {
             continue;
         }
         const ParentProcess parent = around.parent(ancestor, stat);
-        std::optional<Supervisor> found = ProcessManagers::recognise(parent, environment);
-        found = found ? found : ordinary(parent);
-        if (found) {
-            return sanitized(*std::move(found));
+        common = ProcessManagers::recognise(parent, environment);
+        if (common && common->kind != Supervisor::Kind::Shell) {
+            return sanitized(*std::move(common));
         }
+        common = common ? common : ordinary(parent);
         break;
     }
-    return unitOf(unitPath(around.read(pid, "/cgroup")));
+    // What runs in a service is started again with it.
+    std::optional<Supervisor> unit = unitOf(unitPath(around.read(pid, "/cgroup")));
+    return unit || !common ? unit : sanitized(*std::move(common));
 }
 
 } // namespace Tarnwick
