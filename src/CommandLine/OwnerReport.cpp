@@ -65,6 +65,21 @@ std::string processText(const OwnerReport::Process &process)
            std::to_string(process.pid) + ")";
 }
 
+/// "~/shop, branch main".
+std::string projectText(const Project &project, std::string_view home)
+{
+    return EntryText::replacingHomePrefix(project.folder, home) +
+           (project.branch.empty() ? "" : ", branch " + project.branch);
+}
+
+std::string shadowText(const Shadow &shadow)
+{
+    return "connections to " + shadow.target + " reach " +
+           (shadow.processName.empty() ? "another process" : shadow.processName) +
+           (shadow.pid != 0 ? " (pid " + std::to_string(shadow.pid) + ")" : "") + " at " +
+           shadow.address;
+}
+
 void addForwarding(FieldList &fields, const Forwarding &forwarding)
 {
     std::string text = forwarding.command.empty() ? forwarding.processName : forwarding.command;
@@ -180,6 +195,9 @@ FieldList OwnerReport::fields(const ListenerTable::Context &context) const
         fields.add(name, socketText(socket, owner.port));
         name = {};
     }
+    for (const Shadow &shadow : listener.shadows) {
+        fields.add("But", printable(shadowText(shadow)));
+    }
     fields.add("URL", url);
     const std::string command = EntryText::fullCommand(owner, context.home);
     fields.add("Command", printable(command));
@@ -189,6 +207,8 @@ FieldList OwnerReport::fields(const ListenerTable::Context &context) const
                    own == OwnerText::joined(owner.originArguments) ? "" : printable(own));
         fields.add("Executable", printable(withoutHome(owner.command)));
         fields.add("Folder", printable(withoutHome(owner.cwd)));
+        fields.add("Project",
+                   listener.project ? printable(projectText(*listener.project, context.home)) : "");
         fields.add("Started", startText(owner, context.now));
         fields.add("Memory", owner.memoryBytes > 0 ? ByteCount::format(owner.memoryBytes) : "");
     }
@@ -224,6 +244,10 @@ std::string OwnerReport::json() const
     members.add("tier", rawValue(listener.entry.tier));
     members.add("description", listener.entry.description);
     members.add("tierRule", tierRule);
+    if (listener.project) {
+        members.add("project", listener.project->folder);
+        members.addKnown("branch", listener.project->branch);
+    }
     members.key("sockets");
     writer.StartArray();
     for (const ListenerDetails &socket : sockets) {

@@ -77,9 +77,10 @@ ExitCode WhyCommand::run()
         return ExitCode::Failed;
     }
     const SharedTierRules rules = m_system.source.tierRules();
-    const std::vector<Listener> listeners =
+    std::vector<Listener> listeners =
         listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)),
                       m_system.source.sockets(), m_system.source.details(), *rules);
+    noteShadows(listeners);
     const std::vector<OwnerReport> found = reports(listeners, *rules);
     return found.empty() ? showBlockers() : showOwners(found);
 }
@@ -117,9 +118,14 @@ OwnerReport WhyCommand::reportOf(const FreePlan &plan, const ProcessTree &tree,
                                  std::span<const Listener> sockets, const TierRules &rules) const
 {
     OwnerReport report{.listener = sockets.front()};
+    report.listener.project =
+        m_system.source.project(static_cast<std::int32_t>(plan.owner.pid), plan.owner.cwd);
     std::vector<ListenAddress> addresses;
+    report.listener.shadows.clear();
     for (const Listener &socket : sockets) {
         report.sockets.push_back(socket.details);
+        report.listener.shadows.insert(report.listener.shadows.end(), socket.shadows.begin(),
+                                       socket.shadows.end());
         addresses.push_back(socket.details.address);
     }
     const auto pid = static_cast<std::int32_t>(plan.owner.pid);

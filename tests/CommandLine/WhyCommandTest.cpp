@@ -89,6 +89,28 @@ TEST_F(WhyCommandTest, TellsEachSocketOfAnOwner)
                           "             [::]:3000, IPv6, exposed to the network, on eth0\n"));
 }
 
+TEST_F(WhyCommandTest, TellsTheProjectOfAnOwner)
+{
+    listings.projects["/home/ada/shop"] = {.folder = "/home/ada/shop", .branch = "main"};
+    EXPECT_THAT(output(), HasSubstr("Project    ~/shop, branch main\n"));
+}
+
+TEST_F(WhyCommandTest, TellsWhichOtherServerGetsConnections)
+{
+    processes.add(300, 100, "python3");
+    listings.listings = {std::vector{record(3000, 200, "node"), record(3000, 300, "python3")}};
+    listings.detail = [](const RawPortInfo &record) {
+        ListenerDetails details{.address = {.bytes = {127, 0, 0, 1}}};
+        if (record.pid == 300) {
+            details.address = {.family = ListenAddress::Family::IPv6, .isV6Only = true};
+            details.address.bytes.back() = 1;
+        }
+        return details;
+    };
+    EXPECT_THAT(output(), HasSubstr("But        connections to localhost reach python3 (pid 300) "
+                                    "at ::1\n"));
+}
+
 TEST_F(WhyCommandTest, TellsEachOwner)
 {
     processes.add(300, 100, "python3");
