@@ -170,14 +170,14 @@ std::string FreePlanner::refusalOfSupervised(const Listener &listener) const
         return StopAdvice::ofForwarder(subject, OwnerText::ports({listener.entry.port}),
                                        *forwarding);
     }
-    const std::optional<Supervisor> found = m_processes.supervisor(pid);
+    const std::optional<Supervisor> found = m_ender.supervisor(pid);
     using Kind = Supervisor::Kind;
     if (!found || (found->kind != Kind::Container && found->kind != Kind::ProcessManager &&
                    !isUnit(*found))) {
         return {};
     }
     // What this program runs in as well is not what starts the server: a terminal's unit, say.
-    if (found == m_processes.supervisor(m_processes.self())) {
+    if (found == m_ender.supervisor(m_processes.self())) {
         return {};
     }
     const TreeProcess *const process = m_tree.find(pid);
@@ -205,7 +205,7 @@ const TreeProcess *FreePlanner::runnerOf(const TreeProcess &process, FreePlan &p
         return nullptr;
     }
     const bool isLauncher = role == Role::ScriptShell || role == Role::Wrapper;
-    const std::optional<Supervisor> supervisor = m_processes.supervisor(process.pid());
+    const std::optional<Supervisor> supervisor = m_ender.supervisor(process.pid());
     const bool isWatcher = supervisor && supervisor->kind == Supervisor::Kind::Watcher &&
                            supervisor->pid == parent->pid();
     const bool isNear =

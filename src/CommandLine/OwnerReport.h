@@ -4,13 +4,10 @@
 #pragma once
 
 #include "CommandLine/FieldList.h"
-#include "CommandLine/FreePlan.h"
 #include "CommandLine/Listener.h"
 #include "CommandLine/ListenerTable.h"
-#include "Helper/Supervisor.h"
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 

@@ -7,10 +7,8 @@
 #include "Helper/ProcessIdentity.h"
 #include "Helper/ProcessTerminator.h"
 #include "Helper/ProcessTree.h"
-#include "Helper/Supervisor.h"
 
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -40,9 +38,6 @@ public:
 
     /// As shareOutput().
     [[nodiscard]] virtual bool sharesOutput(std::int32_t first, std::int32_t second) const = 0;
-
-    /// As supervisorOf().
-    [[nodiscard]] virtual std::optional<Supervisor> supervisor(std::int32_t pid) const = 0;
 
     /// As ProcessTerminator::terminateRelated().
     [[nodiscard]] virtual std::vector<KillAnswer>

@@ -191,7 +191,7 @@ std::string WhyCommand::restartOf(const FreePlan &plan, const ProcessTree &tree,
     if (pid == 0) {
         return {};
     }
-    if (const std::optional<Supervisor> found = m_system.processes.supervisor(pid)) {
+    if (const std::optional<Supervisor> found = m_system.ender.supervisor(pid)) {
         return restartText(*found);
     }
     const TreeProcess *const process = tree.find(pid);

@@ -78,7 +78,7 @@ struct FreePlannerTest : testing::Test
     void supervise(Supervisor::Kind kind)
     {
         processes.add(200, 1, "node");
-        processes.supervisors[200] = {.kind = kind, .name = "shop", .stopCommand = "stop shop"};
+        ends.supervisors[200] = {.kind = kind, .name = "shop", .stopCommand = "stop shop"};
     }
 };
 
@@ -226,10 +226,10 @@ TEST_F(FreePlannerTest, EndsAWatcherWhateverItsOutputIs)
     processes.add(150, 1, "nodemon");
     processes.ownOutput.insert(150);
     processes.add(200, 150, "node");
-    processes.supervisors[200] = {.kind = Supervisor::Kind::Watcher,
-                                  .name = "nodemon",
-                                  .pid = 150,
-                                  .stopCommand = "kill 150"};
+    ends.supervisors[200] = {.kind = Supervisor::Kind::Watcher,
+                             .name = "nodemon",
+                             .pid = 150,
+                             .stopCommand = "kill 150"};
     EXPECT_THAT(steps(plan()), ElementsAre("runner 150", "owner 200"));
 }
 
@@ -281,13 +281,13 @@ TEST_F(FreePlannerTest, NamesWhatStopsASupervisedServer)
     supervise(Kind::SystemUnit);
     for (const Kind kind :
          {Kind::SystemUnit, Kind::UserUnit, Kind::Container, Kind::ProcessManager}) {
-        processes.supervisors[200].kind = kind;
+        ends.supervisors[200].kind = kind;
         const FreePlan found = plan();
         EXPECT_EQ(found.refusal, "node (pid 200) is run by shop; 'stop shop' stops it.");
         EXPECT_THAT(found.steps, IsEmpty());
     }
     for (const Kind kind : {Kind::Watcher, Kind::Shell, Kind::Process}) {
-        processes.supervisors[200].kind = kind;
+        ends.supervisors[200].kind = kind;
         EXPECT_EQ(plan().refusal, "");
     }
 }
@@ -295,7 +295,7 @@ TEST_F(FreePlannerTest, NamesWhatStopsASupervisedServer)
 TEST_F(FreePlannerTest, TakesNoUnitForTheServersThatThisCommandIsInAsWell)
 {
     supervise(Supervisor::Kind::UserUnit);
-    processes.supervisors[PreparedProcesses::ownPid] = processes.supervisors[200];
+    ends.supervisors[PreparedProcesses::ownPid] = ends.supervisors[200];
     EXPECT_EQ(plan().refusal, "");
 }
 

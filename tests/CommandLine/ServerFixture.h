@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
-#include <optional>
 #include <set>
 #include <span>
 #include <string>
@@ -90,12 +89,6 @@ public:
         return !ownOutput.contains(first) && !ownOutput.contains(second);
     }
 
-    [[nodiscard]] std::optional<Supervisor> supervisor(std::int32_t pid) const override
-    {
-        const auto known = supervisors.find(pid);
-        return known != supervisors.end() ? std::optional(known->second) : std::nullopt;
-    }
-
     [[nodiscard]] std::vector<KillAnswer>
     endRelated(std::span<const ProcessIdentity> wanted) override
     {
@@ -110,9 +103,8 @@ public:
     }
 
     std::vector<TreeProcess> processes;
-    std::map<std::int32_t, LaunchRole> roles; ///< `Command` for the others
-    std::set<std::int32_t> ownOutput;         ///< processes that share theirs with none
-    std::map<std::int32_t, Supervisor> supervisors;
+    std::map<std::int32_t, LaunchRole> roles;   ///< `Command` for the others
+    std::set<std::int32_t> ownOutput;           ///< processes that share theirs with none
     std::map<std::int32_t, KillAnswer> results; ///< `Terminated` for the others
     std::vector<std::int32_t> ended;
 };

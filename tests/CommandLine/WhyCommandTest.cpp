@@ -124,9 +124,9 @@ TEST_F(WhyCommandTest, TellsEachOwner)
 
 TEST_F(WhyCommandTest, TellsWhatTakesMoreThanAKill)
 {
-    processes.supervisors[200] = {.kind = Supervisor::Kind::UserUnit,
-                                  .name = "shop.service",
-                                  .stopCommand = "systemctl --user stop shop.service"};
+    ends.supervisors[200] = {.kind = Supervisor::Kind::UserUnit,
+                             .name = "shop.service",
+                             .stopCommand = "systemctl --user stop shop.service"};
     EXPECT_THAT(output(),
                 AllOf(HasSubstr("To stop it node (pid 200) is run by shop.service; 'systemctl "
                                 "--user stop shop.service' stops it.\n"),
@@ -137,7 +137,7 @@ TEST_F(WhyCommandTest, TellsWhatTakesMoreThanAKill)
 
 TEST_F(WhyCommandTest, IsNotSureOfAShell)
 {
-    processes.supervisors[200] = {
+    ends.supervisors[200] = {
         .kind = Supervisor::Kind::Shell, .name = "sh", .pid = 150, .stopCommand = "kill 150"};
     EXPECT_THAT(output(), HasSubstr("Restart    sh (pid 150) may start it again\n"));
 }
