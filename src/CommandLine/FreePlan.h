@@ -5,6 +5,7 @@
 
 #include "CommandLine/Listener.h"
 #include "Helper/ProcessIdentity.h"
+#include "Helper/Supervisor.h"
 
 #include <cstdint>
 #include <optional>
@@ -44,6 +45,9 @@ struct FreePlan
     /// Processes that started the owner, or that it has started, and that stay, with the reason.
     std::vector<std::string> spared{};
     bool mayReturn = false; ///< something that stays may start the server again
+    /// What starts the owner again where that is known: no unit of a terminal, and nothing that
+    /// runs this program, too.
+    std::optional<Supervisor> supervisor{};
 
     /// The processes of the steps of @p part, in their order.
     [[nodiscard]] std::vector<ProcessIdentity> processes(Part part) const;

@@ -96,7 +96,8 @@ FreePlan FreePlanner::planFor(const Listener &listener, const std::vector<std::i
             plan.addresses.push_back(other.details.address);
         }
     }
-    plan.refusal = refusal(listener);
+    plan.supervisor = supervisorOf(static_cast<std::int32_t>(plan.owner.pid));
+    plan.refusal = refusal(listener, plan.supervisor);
     const TreeProcess *const owner = m_tree.find(static_cast<std::int32_t>(plan.owner.pid));
     if (!plan.refusal.empty() || owner == nullptr) {
         return plan;
@@ -119,7 +120,21 @@ FreePlan FreePlanner::planFor(const Listener &listener, const std::vector<std::i
     return plan;
 }
 
-std::string FreePlanner::refusal(const Listener &listener) const
+std::optional<Supervisor> FreePlanner::supervisorOf(std::int32_t pid) const
+{
+    std::optional<Supervisor> found =
+        pid != 0 ? m_ender.supervisor(pid) : std::optional<Supervisor>();
+    // What this program runs in as well is not what starts the server: a terminal's unit, say.
+    if (!found || found == m_ender.supervisor(m_processes.self())) {
+        return std::nullopt;
+    }
+    const TreeProcess *const process = m_tree.find(pid);
+    const bool isOfTerminal = process != nullptr && process->hasTerminal;
+    return isUnit(*found) && isOfTerminal ? std::nullopt : found;
+}
+
+std::string FreePlanner::refusal(const Listener &listener,
+                                 const std::optional<Supervisor> &supervisor) const
 {
     const PortEntry &owner = listener.entry;
     const auto pid = static_cast<std::int32_t>(owner.pid);
@@ -141,7 +156,7 @@ std::string FreePlanner::refusal(const Listener &listener) const
                           (listener.details.isUserUnit ? "--user " : "") + "stop " +
                           TerminalText::printable(unit) + "' frees the port.");
     }
-    if (std::string reason = refusalOfSupervised(listener); !reason.empty()) {
+    if (std::string reason = refusalOfSupervised(listener, supervisor); !reason.empty()) {
         return reason;
     }
     if (owner.tier == PortTier::System && !m_rights.system) {
@@ -158,34 +173,23 @@ std::string FreePlanner::refusal(const Listener &listener) const
     return {};
 }
 
-std::string FreePlanner::refusalOfSupervised(const Listener &listener) const
+std::string FreePlanner::refusalOfSupervised(const Listener &listener,
+                                             const std::optional<Supervisor> &supervisor) const
 {
     const auto pid = static_cast<std::int32_t>(listener.entry.pid);
     const std::string subject = OwnerText::process(listener.entry);
-    const auto advice = [](const std::string &command) {
-        return command.empty() ? std::string(".")
-                               : "; '" + TerminalText::printable(command) + "' stops it.";
-    };
     if (const std::optional<Forwarding> forwarding = m_ender.forwarding(pid)) {
         return StopAdvice::ofForwarder(subject, OwnerText::ports({listener.entry.port}),
                                        *forwarding);
     }
-    const std::optional<Supervisor> found = m_ender.supervisor(pid);
     using Kind = Supervisor::Kind;
-    if (!found || (found->kind != Kind::Container && found->kind != Kind::ProcessManager &&
-                   !isUnit(*found))) {
+    if (!supervisor || (supervisor->kind != Kind::Container &&
+                        supervisor->kind != Kind::ProcessManager && !isUnit(*supervisor))) {
         return {};
     }
-    // What this program runs in as well is not what starts the server: a terminal's unit, say.
-    if (found == m_ender.supervisor(m_processes.self())) {
-        return {};
-    }
-    const TreeProcess *const process = m_tree.find(pid);
-    if (isUnit(*found) && process != nullptr && process->hasTerminal) {
-        return {};
-    }
-    return subject + " is run by " + TerminalText::printable(found->name) +
-           advice(found->stopCommand);
+    const std::string command = TerminalText::printable(supervisor->stopCommand);
+    return subject + " is run by " + TerminalText::printable(supervisor->name) +
+           (command.empty() ? "." : "; '" + command + "' stops it.");
 }
 
 /// The process above @p process that belongs to the server, too; null where none does.

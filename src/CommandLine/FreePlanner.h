@@ -50,8 +50,12 @@ private:
 
     [[nodiscard]] FreePlan planFor(const Listener &listener, const std::vector<std::int64_t> &ports,
                                    const Holders &holders) const;
-    [[nodiscard]] std::string refusal(const Listener &listener) const;
-    [[nodiscard]] std::string refusalOfSupervised(const Listener &listener) const;
+    [[nodiscard]] std::optional<Supervisor> supervisorOf(std::int32_t pid) const;
+    [[nodiscard]] std::string refusal(const Listener &listener,
+                                      const std::optional<Supervisor> &supervisor) const;
+    [[nodiscard]] std::string
+    refusalOfSupervised(const Listener &listener,
+                        const std::optional<Supervisor> &supervisor) const;
     [[nodiscard]] const TreeProcess *runnerOf(const TreeProcess &process, FreePlan &plan) const;
     [[nodiscard]] std::string reasonToSpare(const TreeProcess &process,
                                             const std::vector<std::int64_t> &ports) const;

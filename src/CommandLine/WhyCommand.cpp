@@ -14,7 +14,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
-#include <optional>
 #include <utility>
 #include <variant>
 
@@ -191,8 +190,8 @@ std::string WhyCommand::restartOf(const FreePlan &plan, const ProcessTree &tree,
     if (pid == 0) {
         return {};
     }
-    if (const std::optional<Supervisor> found = m_system.ender.supervisor(pid)) {
-        return restartText(*found);
+    if (plan.supervisor) {
+        return restartText(*plan.supervisor);
     }
     const TreeProcess *const process = tree.find(pid);
     const TreeProcess *const parent = process != nullptr ? tree.find(process->parent) : nullptr;

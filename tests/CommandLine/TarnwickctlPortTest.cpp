@@ -131,7 +131,7 @@ TEST(TarnwickctlWhy, TellsOfTheSocketsTheOwnerAndItsAncestors)
 
 TEST(TarnwickctlWhy, FitsATerminalOf80Columns)
 {
-    const ListeningChild child({.arguments = {"shop-server", std::string(300, 'x')}});
+    const ListeningChild child({.arguments = {"shop-server", std::string(300, '0')}});
     PseudoTerminal terminal(80, 24);
     RunningProgram program(tarnwickctl({"why", child.portText()}), terminal,
                            {.environment = {"NO_COLOR=1", "TERM=xterm"}});

@@ -124,6 +124,7 @@ TEST_F(WhyCommandTest, TellsEachOwner)
 
 TEST_F(WhyCommandTest, TellsWhatTakesMoreThanAKill)
 {
+    processes.at(200).hasTerminal = false;
     ends.supervisors[200] = {.kind = Supervisor::Kind::UserUnit,
                              .name = "shop.service",
                              .stopCommand = "systemctl --user stop shop.service"};
