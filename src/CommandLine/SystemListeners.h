@@ -9,6 +9,7 @@
 #include "Shared/TierRuleFiles.h"
 
 #include <cstdint>
+#include <future>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,7 +21,7 @@ namespace Tarnwick {
 class SystemListeners : public ListenerSource, public ProcessEnder
 {
 public:
-    /// @p report is called for each file with rules for tiers that is refused (TierRuleFiles).
+    /// @p report is called by tierRules() for each file that is refused (TierRuleFiles).
     explicit SystemListeners(TierRuleFiles::Report report);
 
     [[nodiscard]] Listing list() override;
@@ -33,11 +34,15 @@ public:
     [[nodiscard]] std::vector<Ancestor> ancestors(std::int32_t pid) const override;
 
 private:
+    void startReadingRules();
+
     ListenerInventory m_inventory;
     TierRuleFiles::Report m_report;
-    std::optional<TierRuleFiles> m_tierRuleFiles; ///< once they were asked for
-    std::vector<std::uint64_t> m_sockets;         ///< of the latest listing
-    std::vector<ListenerDetails> m_details;       ///< the same
+    std::vector<TierRuleProblem> m_problems; ///< to be reported
+    std::optional<TierRuleFiles> m_tierRuleFiles;
+    std::future<SharedTierRules> m_firstRules; ///< while they are read, beside the first scan
+    std::vector<std::uint64_t> m_sockets;      ///< of the latest listing
+    std::vector<ListenerDetails> m_details;    ///< the same
 };
 
 } // namespace Tarnwick
