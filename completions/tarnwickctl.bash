@@ -55,10 +55,10 @@ _tarnwickctl()
     __tarnwickctl_expand "$1"
     # A command comes before any option.
     case ${COMP_WORDS[1]} in
-        list | watch | kill | wait | url | tiers) ((COMP_CWORD > 1)) && command=${COMP_WORDS[1]} first=2 ;;
+        list | watch | kill | free | wait | url | why | tiers) ((COMP_CWORD > 1)) && command=${COMP_WORDS[1]} first=2 ;;
     esac
     case $command in
-        kill | wait | url) takesPorts=yes ;;
+        kill | free | wait | url | why) takesPorts=yes ;;
     esac
     __tarnwickctl_read "${COMP_WORDS[@]:first:COMP_CWORD-first}"
     [[ $current == '=' ]] && current=
@@ -73,15 +73,16 @@ _tarnwickctl()
                 case $command in
                     list | watch) choices+=' --tier --search --port --json' ;;
                     kill) choices+=' --yes --system' ;;
+                    free) choices+=' --yes --system --dry-run' ;;
                     wait) choices+=' --free --timeout' ;;
-                    tiers) choices+=' --json' ;;
+                    tiers | why) choices+=' --json' ;;
                 esac
                 [[ $command == kill && -z $hasValues ]] && choices+=' --pid'
                 [[ $command == watch ]] && choices+=' --interval'
                 [[ $current == -* ]] && choices+=' -h'
-                [[ $current == -* && $command == kill ]] && choices+=' -y'
-                ((COMP_CWORD == 1)) && choices="list watch kill wait url tiers $choices"
-            elif [[ -n $takesPorts && -z $hasPids && ($command != url || -z $hasValues) ]]; then
+                [[ $current == -* && $command == @(kill|free) ]] && choices+=' -y'
+                ((COMP_CWORD == 1)) && choices="list watch why kill free wait url tiers $choices"
+            elif [[ -n $takesPorts && -z $hasPids && ($command != @(url|why) || -z $hasValues) ]]; then
                 choices=$(__tarnwickctl_values "$program" port)
             fi
             ;;

@@ -31,7 +31,7 @@ end
 function __tarnwickctl_runs
     set -l words (commandline -opc)
     set -l command list
-    contains -- "$words[2]" watch kill wait url tiers; and set command $words[2]
+    contains -- "$words[2]" watch why kill free wait url tiers; and set command $words[2]
     contains -- $command $argv
 end
 
@@ -59,12 +59,16 @@ set -l showing '__tarnwickctl_runs list watch'
 set -l watching '__tarnwickctl_runs watch'
 set -l killing '__tarnwickctl_runs kill'
 set -l waiting '__tarnwickctl_runs wait'
-set -l onePort '__tarnwickctl_runs url'
+set -l onePort '__tarnwickctl_runs url why'
+set -l freeing '__tarnwickctl_runs free'
+set -l explaining '__tarnwickctl_runs why'
 
 complete -c tarnwickctl -f
 complete -c tarnwickctl -n $noCommand -a list -d 'Show the listeners'
 complete -c tarnwickctl -n $noCommand -a watch -d 'Show the listeners as they come and go'
 complete -c tarnwickctl -n $noCommand -a kill -d 'Stop the process that listens on a port'
+complete -c tarnwickctl -n $noCommand -a why -d 'Show everything about one port'
+complete -c tarnwickctl -n $noCommand -a free -d 'Stop the whole server on a port, and free it'
 complete -c tarnwickctl -n $noCommand -a wait -d 'Wait until something listens on a port, or nothing'
 complete -c tarnwickctl -n $noCommand -a url -d 'Print the URL of a port'
 complete -c tarnwickctl -n $noCommand -a tiers -d 'Show the rules for tiers'
@@ -81,6 +85,11 @@ complete -c tarnwickctl -n "$killing; and not __tarnwickctl_kills ports" -l pid 
 complete -c tarnwickctl -n "$killing; and __tarnwickctl_kills pids" -a '--pid --yes --system'
 complete -c tarnwickctl -n $killing -s y -l yes -d 'Do not ask'
 complete -c tarnwickctl -n $killing -l system -d 'Stop services of the system, too'
+complete -c tarnwickctl -n $freeing -k -a '(__tarnwickctl_ports)' -d 'Port'
+complete -c tarnwickctl -n $freeing -s y -l yes -d 'Do not ask'
+complete -c tarnwickctl -n $freeing -l system -d 'Stop services of the system, too'
+complete -c tarnwickctl -n $freeing -l dry-run -d 'Print what would be stopped, and do nothing'
+complete -c tarnwickctl -n $explaining -l json -d 'Write JSON'
 complete -c tarnwickctl -n $waiting -k -a '(__tarnwickctl_ports)' -d 'Port'
 complete -c tarnwickctl -n $waiting -l free -d 'Wait until the ports can be bound instead'
 complete -c tarnwickctl -n $waiting -l timeout -x -d 'Give up after that time'

@@ -172,6 +172,8 @@ constexpr std::array commands{
     Command{"list", parseList},
     Command{"watch", parseWatch},
     Command{"kill", parseKill},
+    Command{"why", PortArguments::parseWhy},
+    Command{"free", PortArguments::parseFree},
     Command{"wait", PortArguments::parseWait},
     Command{"url", PortArguments::parseUrl},
     Command{"tiers", parseTiers},
@@ -195,6 +197,11 @@ Arguments parseArguments(std::span<const char *const> arguments)
     std::vector<std::string> reversed = reversedForParser(arguments);
     if (reversed.empty() || reversed.back().starts_with('-')) {
         return parseProgram(std::move(reversed));
+    }
+    // A number is the port of why.
+    if (!reversed.back().empty() &&
+        reversed.back().find_first_not_of("0123456789") == std::string::npos) {
+        return PortArguments::parseWhy(std::move(reversed));
     }
     const auto *const command =
         std::find_if(commands.begin(), commands.end(),

@@ -40,6 +40,22 @@ struct KillArguments
     std::vector<std::string> hosts{}; ///< as those of list
 };
 
+struct WhyArguments
+{
+    std::int64_t port = 0;
+    bool json = false;
+    std::vector<std::string> hosts{}; ///< as those of list
+};
+
+struct FreeArguments
+{
+    std::vector<std::int64_t> ports{}; ///< at least one, in the order given
+    bool yes = false;                  ///< do not ask
+    bool system = false;               ///< stop what belongs to the system too
+    bool dryRun = false;               ///< print what would be done, and do nothing
+    std::vector<std::string> hosts{};  ///< as those of list
+};
+
 /// The ports are waited for together, at least one.
 struct WaitArguments
 {
@@ -74,8 +90,9 @@ struct UsageError
     std::string command = "tarnwickctl"; ///< the command that has the help
 };
 
-using Arguments = std::variant<ListArguments, WatchArguments, KillArguments, WaitArguments,
-                               UrlArguments, TiersArguments, Information, UsageError>;
+using Arguments = std::variant<ListArguments, WatchArguments, KillArguments, WhyArguments,
+                               FreeArguments, WaitArguments, UrlArguments, TiersArguments,
+                               Information, UsageError>;
 
 /// What the user asks for with @p arguments, those after the program's name.
 [[nodiscard]] Arguments parseArguments(std::span<const char *const> arguments);

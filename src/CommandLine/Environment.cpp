@@ -34,7 +34,8 @@ Environment Environment::ofThisProcess()
             .noColor = variable("NO_COLOR"),
             .colorTerm = variable("COLORTERM"),
             .term = variable("TERM"),
-            .isRoot = geteuid() == 0};
+            .isRoot = geteuid() == 0,
+            .userId = geteuid()};
 }
 
 } // namespace Tarnwick

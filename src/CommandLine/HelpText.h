@@ -14,7 +14,9 @@ inline constexpr std::string_view program =
     "Commands:\n"
     "  list                        Show the listeners; the command when none is named\n"
     "  watch                       Show them as they come and go\n"
+    "  why                         Show everything about one port; also for a number\n"
     "  kill                        Stop the process that listens on a port\n"
+    "  free                        Stop the whole server on a port, and free it\n"
     "  wait                        Wait until something listens on a port, or nothing\n"
     "  url                         Print the URL of a port\n"
     "  tiers                       Show the rules for tiers";
@@ -75,6 +77,39 @@ inline constexpr std::string_view killExamples = "Examples:\n"
                                                  "  4 failed\n"
                                                  "  5 stopped, but another process has the port\n"
                                                  "  6 sent SIGKILL, and has not ended yet";
+
+inline constexpr std::string_view why =
+    "Show everything about one port: who listens, where and since when, what started\n"
+    "it, what stops it and whether it would come back; or, when nothing listens, what\n"
+    "else keeps servers from the port. 'tarnwickctl 3000' is short for 'why 3000'.";
+
+inline constexpr std::string_view whyExamples = "Examples:\n"
+                                                "  tarnwickctl why 3000\n"
+                                                "  tarnwickctl 3000 --json\n\n"
+                                                "Exit status:\n"
+                                                "  0 something listens there\n"
+                                                "  1 nothing listens there\n"
+                                                "  2 wrong usage\n"
+                                                "  4 failed";
+
+inline constexpr std::string_view free =
+    "Stop the whole server behind each port, after a question, and wait until the\n"
+    "port can be bound: the process that listens, its workers, and what runs it, such\n"
+    "as npm or a loop of a script.";
+
+inline constexpr std::string_view freeExamples =
+    "Examples:\n"
+    "  tarnwickctl free 3000\n"
+    "  tarnwickctl free 3000 8080 --dry-run\n"
+    "  tarnwickctl free 3000 --yes && npm run dev\n\n"
+    "Exit status:\n"
+    "  0 each port is free, or was so before\n"
+    "  1 the answer was no\n"
+    "  2 wrong usage\n"
+    "  3 not permitted, or to be stopped with the command that is named\n"
+    "  4 failed\n"
+    "  5 stopped, but the port is taken again or cannot be bound\n"
+    "  6 sent SIGKILL, and has not ended yet";
 
 inline constexpr std::string_view wait =
     "Wait until something listens on each of the ports, or until all are free.";

@@ -5,6 +5,7 @@
 
 #include "CommandLine/ListenerTable.h"
 #include "CommandLine/OwnerText.h"
+#include "CommandLine/StopAdvice.h"
 #include "CommandLine/StopQuestion.h"
 #include "CommandLine/TerminalText.h"
 #include "Shared/EntryText.h"
@@ -129,6 +130,12 @@ ExitCode KillCommand::stop(const PortEntry &owner, const std::vector<std::int64_
     if (!m_handled.insert(owner.pid).second) {
         return ExitCode::Done;
     }
+    const auto pid = static_cast<std::int32_t>(owner.pid);
+    if (const std::optional<Forwarding> forwarding = m_ender.forwarding(pid)) {
+        m_console.sayError(StopAdvice::ofForwarder(OwnerText::process(owner),
+                                                   OwnerText::ports(asked), *forwarding));
+        return ExitCode::NotPermitted;
+    }
     if (owner.tier == PortTier::System && !m_arguments.system) {
         m_console.sayError(OwnerText::process(owner) + " on " + OwnerText::ports(asked) +
                            " belongs to the system tier; --system is needed to stop it.");
@@ -154,7 +161,9 @@ void KillCommand::describe(const PortEntry &owner) const
 
 ExitCode KillCommand::end(const PortEntry &owner, const std::vector<std::int64_t> &asked)
 {
-    const bool restartPossible = mayBeRestarted(owner);
+    const auto pid = static_cast<std::int32_t>(owner.pid);
+    const std::vector<Ancestor> above = m_ender.ancestors(pid);
+    const std::chrono::milliseconds recheckAfter = restartTime(pid, above);
     std::set<std::int64_t> descendants = descendantsOn(asked, owner);
     const auto shown = m_shown.find(owner.pid);
     const KillAnswer answer =
@@ -172,8 +181,12 @@ ExitCode KillCommand::end(const PortEntry &owner, const std::vector<std::int64_t
     if (code == ExitCode::Done) {
         m_stopped.insert(owner.pid);
         m_stopped.merge(descendants);
-        m_restartPossible = m_restartPossible || restartPossible;
+        m_recheckAfter = std::max(m_recheckAfter, recheckAfter);
         m_freed.insert(asked.begin(), asked.end());
+        for (const std::int64_t port : asked) {
+            std::transform(above.begin(), above.end(), std::back_inserter(m_ancestors[port]),
+                           [](const Ancestor &ancestor) { return ancestor.pid; });
+        }
     }
     if (code == ExitCode::NotPermitted) {
         const std::string reason = m_ender.protection(static_cast<std::int32_t>(owner.pid));
@@ -225,10 +238,17 @@ std::vector<std::int64_t> KillCommand::portsAskedForOf(std::int64_t pid) const
     return ports;
 }
 
-bool KillCommand::mayBeRestarted(const PortEntry &owner) const
+/// How long after its end @p pid may be started again; no time where that is not to be expected.
+std::chrono::milliseconds KillCommand::restartTime(std::int32_t pid,
+                                                   const std::vector<Ancestor> &ancestors) const
 {
-    const std::vector<Ancestor> above = m_ender.ancestors(static_cast<std::int32_t>(owner.pid));
-    return !above.empty() && (!above.front().isShell || above.front().sharesGroup);
+    const std::optional<Supervisor> supervisor = m_ender.supervisor(pid);
+    if (supervisor && supervisor->kind != Supervisor::Kind::Shell) {
+        return m_release.supervised;
+    }
+    const bool mayBeRestarted =
+        !ancestors.empty() && (!ancestors.front().isShell || ancestors.front().sharesGroup);
+    return mayBeRestarted ? m_release.restart : std::chrono::milliseconds(0);
 }
 
 /// The processes that listen on @p ports with sockets of their own and descend from @p owner.
@@ -314,7 +334,7 @@ ExitCode KillCommand::checkFreedPorts()
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
     const Clock::time_point deadline = start + m_release.atMost;
-    const Clock::time_point recheck = m_restartPossible ? start + m_release.restart : start;
+    const Clock::time_point recheck = start + m_recheckAfter;
     for (Clock::time_point listed = start;; listed = Clock::now()) {
         if (!updateListeners()) {
             return ExitCode::Failed;
@@ -337,7 +357,23 @@ void KillCommand::printHoldersOfFreedPorts()
         if (m_freed.contains(holder.port)) {
             m_console.say("Port " + std::to_string(holder.port) + " is still held by " +
                           OwnerText::process(holder) + ".");
+            printRestarter(listener);
         }
+    }
+}
+
+/// Says who has started @p holder in place of a process that was stopped; a worker that has
+/// inherited the socket of one was not started again.
+void KillCommand::printRestarter(const Listener &holder) const
+{
+    const auto former = m_ancestors.find(holder.entry.port);
+    if (former == m_ancestors.end() || holder.entry.pid == 0 ||
+        m_initialOwners.contains(holder.socket)) {
+        return;
+    }
+    const auto pid = static_cast<std::int32_t>(holder.entry.pid);
+    if (const std::optional<Supervisor> restarter = m_ender.restarter(pid, former->second)) {
+        m_console.say(StopAdvice::ofRestart(*restarter));
     }
 }
 

@@ -32,6 +32,8 @@ public:
         /// When a port that was released is checked again where the parent of the process, any but
         /// a shell that a person types into, may start it again.
         std::chrono::milliseconds restart{300};
+        /// The same where a service manager or the like is known to start it again.
+        std::chrono::milliseconds supervised{1000};
     };
 
     KillCommand(KillArguments arguments, const Console &console, ListenerSource &source,
@@ -51,7 +53,8 @@ private:
     [[nodiscard]] std::vector<Listener> listenersOn(std::int64_t port) const;
     [[nodiscard]] std::vector<std::int64_t> portsOf(std::int64_t pid) const;
     [[nodiscard]] std::vector<std::int64_t> portsAskedForOf(std::int64_t pid) const;
-    [[nodiscard]] bool mayBeRestarted(const PortEntry &owner) const;
+    [[nodiscard]] std::chrono::milliseconds
+    restartTime(std::int32_t pid, const std::vector<Ancestor> &ancestors) const;
     [[nodiscard]] std::set<std::int64_t> descendantsOn(const std::vector<std::int64_t> &ports,
                                                        const PortEntry &owner) const;
     [[nodiscard]] std::string_view hintForPrivilege() const;
@@ -62,6 +65,7 @@ private:
     [[nodiscard]] bool isTaken(const Listener &listener) const;
     [[nodiscard]] bool isAnyTaken() const;
     void printHoldersOfFreedPorts();
+    void printRestarter(const Listener &holder) const;
 
     KillArguments m_arguments;
     const Console &m_console;
@@ -74,7 +78,9 @@ private:
     std::set<std::int64_t> m_stopped;                      ///< with descendants on their ports
     std::set<std::int64_t> m_freed;                        ///< ports whose owner has ended
     std::map<std::uint64_t, std::int64_t> m_initialOwners; ///< by socket
-    bool m_restartPossible = false;                        ///< of a process that was stopped
+    std::map<std::int64_t, std::vector<std::int32_t>> m_ancestors; ///< of stopped owners, by port
+    /// After how long the freed ports are checked again, for processes that may be started again.
+    std::chrono::milliseconds m_recheckAfter{0};
 };
 
 } // namespace Tarnwick

@@ -35,6 +35,42 @@ CLI::Option *addPorts(CommandParser &parser, Target &target, const std::string &
 
 } // namespace
 
+Arguments PortArguments::parseWhy(std::vector<std::string> reversed)
+{
+    CommandParser parser("tarnwickctl why", HelpText::why, HelpText::whyExamples);
+    std::string port;
+    WhyArguments result;
+    addPorts(parser, port, "The port");
+    parser.addFlag("--json", result.json, "Write JSON");
+    parser.addHosts(result.hosts);
+    return parser.parsed(std::move(reversed), [&]() -> Arguments {
+        if (port.empty()) {
+            return parser.usageError("why needs a PORT");
+        }
+        result.port = portFrom(port).value_or(0);
+        return result;
+    });
+}
+
+Arguments PortArguments::parseFree(std::vector<std::string> reversed)
+{
+    CommandParser parser("tarnwickctl free", HelpText::free, HelpText::freeExamples);
+    std::vector<std::string> ports;
+    FreeArguments result;
+    addPorts(parser, ports, "The ports whose servers to stop");
+    parser.addFlag("-y,--yes", result.yes, "Do not ask");
+    parser.addFlag("--system", result.system, "Stop services of the system, too");
+    parser.addFlag("--dry-run", result.dryRun, "Print what would be stopped, and do nothing");
+    parser.addHosts(result.hosts);
+    return parser.parsed(std::move(reversed), [&]() -> Arguments {
+        if (ports.empty()) {
+            return parser.usageError("free needs a PORT");
+        }
+        result.ports = valuesOf<std::int64_t>(ports, portFrom);
+        return result;
+    });
+}
+
 Arguments PortArguments::parseWait(std::vector<std::string> reversed)
 {
     CommandParser parser("tarnwickctl wait", HelpText::wait, HelpText::waitExamples);

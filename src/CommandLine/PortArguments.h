@@ -17,6 +17,8 @@ class PortArguments
 public:
     PortArguments() = delete;
 
+    [[nodiscard]] static Arguments parseWhy(std::vector<std::string> reversed);
+    [[nodiscard]] static Arguments parseFree(std::vector<std::string> reversed);
     [[nodiscard]] static Arguments parseWait(std::vector<std::string> reversed);
     [[nodiscard]] static Arguments parseUrl(std::vector<std::string> reversed);
 };

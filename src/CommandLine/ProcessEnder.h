@@ -3,12 +3,15 @@
 
 #pragma once
 
+#include "Helper/Container.h"
 #include "Helper/ProcessAncestry.h"
 #include "Helper/ProcessIdentity.h"
 #include "Helper/ProcessTerminator.h"
+#include "Helper/Supervisor.h"
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -32,6 +35,17 @@ public:
 
     /// What the process is that makes it one never to be ended, for people; empty for others.
     [[nodiscard]] virtual std::string protection(std::int32_t pid) const = 0;
+
+    /// What @p pid forwards its ports to, where it is a forwarder, as forwardingOf() has it.
+    [[nodiscard]] virtual std::optional<Forwarding> forwarding(std::int32_t pid) const = 0;
+
+    /// What would start @p pid again, as supervisorOf() has it.
+    [[nodiscard]] virtual std::optional<Supervisor> supervisor(std::int32_t pid) const = 0;
+
+    /// What has started @p pid in place of a process with the ancestors @p former, as restarterOf()
+    /// has it.
+    [[nodiscard]] virtual std::optional<Supervisor>
+    restarter(std::int32_t pid, std::span<const std::int32_t> former) const = 0;
 
     /// The ancestors of @p pid at this moment, its parent first; empty when they are not known.
     [[nodiscard]] virtual std::vector<Ancestor> ancestors(std::int32_t pid) const = 0;

@@ -4,12 +4,14 @@
 #include "CommandLine/Program.h"
 
 #include "CommandLine/Arguments.h"
+#include "CommandLine/FreeCommand.h"
 #include "CommandLine/KillCommand.h"
 #include "CommandLine/ListCommand.h"
 #include "CommandLine/TerminalText.h"
 #include "CommandLine/TiersCommand.h"
 #include "CommandLine/UrlCommand.h"
 #include "CommandLine/WaitCommand.h"
+#include "CommandLine/WhyCommand.h"
 
 #include <utility>
 #include <variant>
@@ -17,11 +19,13 @@
 namespace Tarnwick {
 
 Program::Program(const Console &console, ListenerSource &source, ProcessEnder &ender,
-                 const PortProbe &ports, StartWatchSession startWatching)
+                 const PortProbe &ports, ServerProcesses &processes,
+                 StartWatchSession startWatching)
     : m_console(console)
     , m_source(source)
     , m_ender(ender)
     , m_ports(ports)
+    , m_processes(processes)
     , m_startWatching(std::move(startWatching))
 {
 }
@@ -68,6 +72,23 @@ ExitCode Program::perform(const KillArguments &arguments)
         return arguments.yes ? hosts.run(false) : hosts.runOnTerminal();
     }
     return KillCommand(arguments, m_console, m_source, m_ender).run();
+}
+
+ExitCode Program::perform(const FreeArguments &arguments)
+{
+    if (!arguments.hosts.empty()) {
+        const HostsCommand hosts = onHosts(arguments);
+        return arguments.yes || arguments.dryRun ? hosts.run(false) : hosts.runOnTerminal();
+    }
+    return FreeCommand(arguments, m_console, {m_source, m_ender, m_ports, m_processes}).run();
+}
+
+ExitCode Program::perform(const WhyArguments &arguments)
+{
+    if (!arguments.hosts.empty()) {
+        return onHosts(arguments).run(arguments.json);
+    }
+    return WhyCommand(arguments, m_console, {m_source, m_ender, m_ports, m_processes}).run();
 }
 
 ExitCode Program::perform(const WaitArguments &arguments)

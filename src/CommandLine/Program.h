@@ -9,6 +9,7 @@
 #include "CommandLine/ListenerSource.h"
 #include "CommandLine/PortProbe.h"
 #include "CommandLine/ProcessEnder.h"
+#include "CommandLine/ServerProcesses.h"
 #include "CommandLine/WatchCommand.h"
 
 #include <span>
@@ -21,7 +22,7 @@ class Program
 public:
     /// All of these outlive the program.
     Program(const Console &console, ListenerSource &source, ProcessEnder &ender,
-            const PortProbe &ports, StartWatchSession startWatching);
+            const PortProbe &ports, ServerProcesses &processes, StartWatchSession startWatching);
 
     /// Does what @p arguments, those after the program's name, ask for.
     [[nodiscard]] ExitCode run(std::span<const char *const> arguments);
@@ -30,6 +31,8 @@ private:
     [[nodiscard]] ExitCode perform(const ListArguments &arguments);
     [[nodiscard]] ExitCode perform(const WatchArguments &arguments);
     [[nodiscard]] ExitCode perform(const KillArguments &arguments);
+    [[nodiscard]] ExitCode perform(const WhyArguments &arguments);
+    [[nodiscard]] ExitCode perform(const FreeArguments &arguments);
     [[nodiscard]] ExitCode perform(const WaitArguments &arguments);
     [[nodiscard]] ExitCode perform(const UrlArguments &arguments);
     [[nodiscard]] ExitCode perform(const TiersArguments &arguments);
@@ -44,6 +47,7 @@ private:
     ListenerSource &m_source;
     ProcessEnder &m_ender;
     const PortProbe &m_ports;
+    ServerProcesses &m_processes;
     StartWatchSession m_startWatching;
     std::span<const char *const> m_arguments;
 };

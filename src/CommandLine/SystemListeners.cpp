@@ -3,12 +3,15 @@
 
 #include "CommandLine/SystemListeners.h"
 
+#include "Helper/PortForwarder.h"
 #include "Helper/ProcessTerminator.h"
 #include "Helper/SessionGuard.h"
 
 #include <system_error>
 #include <utility>
 #include <variant>
+
+#include <unistd.h>
 
 namespace Tarnwick {
 
@@ -78,9 +81,50 @@ std::string SystemListeners::protection(std::int32_t pid) const
     return part != nullptr && *part ? std::string(SessionGuard::name(**part)) : std::string();
 }
 
+std::optional<Forwarding> SystemListeners::forwarding(std::int32_t pid) const
+{
+    return forwardingOf(pid);
+}
+
+std::optional<Supervisor> SystemListeners::supervisor(std::int32_t pid) const
+{
+    return supervisorOf(pid);
+}
+
+std::optional<Supervisor> SystemListeners::restarter(std::int32_t pid,
+                                                     std::span<const std::int32_t> former) const
+{
+    return restarterOf(pid, former);
+}
+
 std::vector<Ancestor> SystemListeners::ancestors(std::int32_t pid) const
 {
     return Tarnwick::ancestors(pid);
+}
+
+std::int32_t SystemListeners::self() const
+{
+    return ::getpid();
+}
+
+std::vector<std::string> SystemListeners::arguments(std::int32_t pid) const
+{
+    return argumentsOf(pid);
+}
+
+bool SystemListeners::sharesOutput(std::int32_t first, std::int32_t second) const
+{
+    return shareOutput(first, second);
+}
+
+std::optional<Supervisor> SystemListeners::supervisor(std::int32_t pid) const
+{
+    return supervisorOf(pid);
+}
+
+std::vector<KillAnswer> SystemListeners::endRelated(std::span<const ProcessIdentity> processes)
+{
+    return ProcessTerminator(m_inventory).terminateRelated(processes);
 }
 
 } // namespace Tarnwick

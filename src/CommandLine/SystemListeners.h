@@ -5,12 +5,14 @@
 
 #include "CommandLine/ListenerSource.h"
 #include "CommandLine/ProcessEnder.h"
+#include "CommandLine/ServerProcesses.h"
 #include "Helper/ListenerInventory.h"
 #include "Shared/TierRuleFiles.h"
 
 #include <cstdint>
 #include <future>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -18,7 +20,7 @@ namespace Tarnwick {
 
 /// The listeners of this machine, and the way to stop them: one inventory for both, so that
 /// stopping finds remembered who listens.
-class SystemListeners : public ListenerSource, public ProcessEnder
+class SystemListeners : public ListenerSource, public ProcessEnder, public ServerProcesses
 {
 public:
     /// @p report is called by tierRules() for each file that is refused (TierRuleFiles).
@@ -31,7 +33,20 @@ public:
     [[nodiscard]] std::optional<ProcessIdentity> identity(std::int32_t pid) const override;
     [[nodiscard]] KillAnswer end(const ProcessIdentity &process) override;
     [[nodiscard]] std::string protection(std::int32_t pid) const override;
+    [[nodiscard]] std::optional<Forwarding> forwarding(std::int32_t pid) const override;
+    [[nodiscard]] std::optional<Supervisor> supervisor(std::int32_t pid) const override;
+    [[nodiscard]] std::optional<Supervisor>
+    restarter(std::int32_t pid, std::span<const std::int32_t> former) const override;
     [[nodiscard]] std::vector<Ancestor> ancestors(std::int32_t pid) const override;
+
+    [[nodiscard]] ProcessTree tree() const override { return ProcessTree::read(); }
+    [[nodiscard]] std::int32_t self() const override;
+    [[nodiscard]] std::vector<std::string> arguments(std::int32_t pid) const override;
+    [[nodiscard]] LaunchRole role(std::int32_t pid) const override { return launchRoleOf(pid); }
+    [[nodiscard]] bool sharesOutput(std::int32_t first, std::int32_t second) const override;
+    [[nodiscard]] std::optional<Supervisor> supervisor(std::int32_t pid) const override;
+    [[nodiscard]] std::vector<KillAnswer>
+    endRelated(std::span<const ProcessIdentity> processes) override;
 
 private:
     void startReadingRules();

@@ -64,10 +64,11 @@ int main(int argc, char **argv)
             }
         });
         const SystemPorts ports;
-        Program program(console, listeners, listeners, ports, [&](Presentation presentation) {
-            isScreenTaken = presentation == Presentation::InPlace;
-            return TerminalSession::start(output, STDIN_FILENO, presentation);
-        });
+        Program program(console, listeners, listeners, ports, listeners,
+                        [&](Presentation presentation) {
+                            isScreenTaken = presentation == Presentation::InPlace;
+                            return TerminalSession::start(output, STDIN_FILENO, presentation);
+                        });
         const std::span<const char *const> arguments(argv, static_cast<std::size_t>(argc));
         const ExitCode code = program.run(arguments.subspan(argc > 0 ? 1 : 0));
         for (const std::string &message : heldMessages) {

@@ -22,8 +22,8 @@ struct ListenerDetails
     std::uint32_t userId = 0; ///< the user who made the socket
     std::string user{};       ///< the name of that user, or the number where it has none
     /// The unit of the service manager in which the owner runs, "nginx.service" or
-    /// "session-2.scope"; where the owner is unknown, the one in which the socket was made. Empty
-    /// for none.
+    /// "session-2.scope"; where the owner is the manager itself or unknown, the service that it
+    /// listens for, or else the unit in which the socket was made. Empty for none.
     std::string unit{};
     bool isUserUnit = false;  ///< the unit is of a user's service manager and not of the system's
     std::string socketUnit{}; ///< the unit that the service manager listens for, "cups.socket"

@@ -11,10 +11,14 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace Tarnwick {
+
+class ProcessDescriptor;
 
 /// Why a kill has no outcome: it could not be carried out, or has not ended the process yet.
 struct KillError
@@ -91,14 +95,25 @@ public:
     /// Asks a target to end, by what a scan that began after admit() has found it to own.
     /// `NotFound` when it has ended or listens no more; `PermissionDenied` when it cannot be seen
     /// to listen, is a service manager, which listens only for its services, or something else that
-    /// the session lives on (SessionGuard), or may not be signalled.
+    /// the session lives on (SessionGuard), forwards its port to a process in another network
+    /// namespace (forwardingOf()), or may not be signalled.
     [[nodiscard]] Started start(Target target, const Ownership &ownership) const;
 
     /// All of it, for whoever waits by itself.
     [[nodiscard]] KillAnswer terminate(const ProcessIdentity &process,
                                        std::optional<std::int32_t> caller = std::nullopt);
 
+    /// Ends processes that listen on nothing themselves and belong to the server of a listener, as
+    /// the caller has found out: each is to be the very process of its identity. All are asked to
+    /// end, in their order, before any is awaited. What admit() and start()
+    /// refuse is refused, but for want of a listening socket; and so are the ancestors of this
+    /// process. An answer for each.
+    [[nodiscard]] std::vector<KillAnswer>
+    terminateRelated(std::span<const ProcessIdentity> processes) const;
+
 private:
+    [[nodiscard]] Started signal(ProcessDescriptor &process, std::int32_t pid) const;
+    [[nodiscard]] Started startRelated(const ProcessIdentity &identity) const;
     [[nodiscard]] std::optional<KillAnswer> refusalOfUnseen(std::int32_t pid) const;
 
     ListenerInventory &m_inventory;

@@ -229,6 +229,12 @@ INSTANTIATE_TEST_SUITE_P(
         Misuse{
             {"kill", "--pid", "x"}, "--pid: 'x' is not a process identifier", "tarnwickctl kill"},
         Misuse{{"kill"}, "kill needs a PORT or --pid", "tarnwickctl kill"},
+        Misuse{{"why"}, "why needs a PORT", "tarnwickctl why"},
+        Misuse{{"why", "1", "2"}, "unexpected argument '2'", "tarnwickctl why"},
+        Misuse{{"0"}, "PORT: '0' is not a port: 1 to 65535", "tarnwickctl why"},
+        Misuse{{"65536"}, "PORT: '65536' is not a port: 1 to 65535", "tarnwickctl why"},
+        Misuse{{"free"}, "free needs a PORT", "tarnwickctl free"},
+        Misuse{{"free", "--pid", "1"}, "unknown option '--pid'", "tarnwickctl free"},
         Misuse{{"wait"}, "wait needs a PORT", "tarnwickctl wait"},
         Misuse{{"wait", "0"}, "PORT: '0' is not a port: 1 to 65535", "tarnwickctl wait"},
         Misuse{{"wait", "1", "--timeout", "-1"},
@@ -272,6 +278,24 @@ TEST(Arguments, HaveAHelpForEachCommandWithExamples)
     EXPECT_THAT(information({"kill", "--help"}), HasSubstr("tarnwickctl kill --pid 4711"));
 }
 
+TEST(Arguments, TakeANumberForThePortOfWhy)
+{
+    for (const Arguments &parsed : {parse({"why", "3000", "--json"}), parse({"3000", "--json"})}) {
+        EXPECT_EQ(std::get<WhyArguments>(parsed).port, 3000);
+        EXPECT_TRUE(std::get<WhyArguments>(parsed).json);
+    }
+    EXPECT_FALSE(std::get<WhyArguments>(parse({"3000"})).json);
+}
+
+TEST(Arguments, TakePortsToFree)
+{
+    const auto free = std::get<FreeArguments>(parse({"free", "3000", "80"}));
+    EXPECT_THAT(free.ports, ElementsAre(3000, 80));
+    EXPECT_FALSE(free.yes || free.system || free.dryRun);
+    const auto all = std::get<FreeArguments>(parse({"free", "-y", "--system", "--dry-run", "1"}));
+    EXPECT_TRUE(all.yes && all.system && all.dryRun);
+}
+
 TEST(Arguments, TakePortsToWaitFor)
 {
     using Awaited = WaitArguments::Awaited;
@@ -298,6 +322,7 @@ TEST(Arguments, HaveAHelpThatFitsIn80Columns)
     for (const std::string &help :
          {information({"--help"}), information({"list", "--help"}),
           information({"watch", "--help"}), information({"kill", "--help"}),
+          information({"why", "--help"}), information({"free", "--help"}),
           information({"wait", "--help"}), information({"url", "--help"})}) {
         std::istringstream lines(help);
         for (std::string line; std::getline(lines, line);) {

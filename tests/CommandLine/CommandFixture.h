@@ -133,6 +133,28 @@ public:
         return known != protections.end() ? known->second : std::string();
     }
 
+    [[nodiscard]] std::optional<Forwarding> forwarding(std::int32_t pid) const override
+    {
+        const auto known = forwardings.find(pid);
+        return known != forwardings.end() ? std::optional(known->second) : std::nullopt;
+    }
+
+    [[nodiscard]] std::optional<Supervisor> supervisor(std::int32_t pid) const override
+    {
+        const auto known = supervisors.find(pid);
+        return known != supervisors.end() ? std::optional(known->second) : std::nullopt;
+    }
+
+    [[nodiscard]] std::optional<Supervisor>
+    restarter(std::int32_t pid, std::span<const std::int32_t> former) const override
+    {
+        const auto known = restarters.find(pid);
+        const bool isFormer =
+            known != restarters.end() &&
+            std::find(former.begin(), former.end(), known->second.pid) != former.end();
+        return isFormer ? std::optional(known->second) : std::nullopt;
+    }
+
     [[nodiscard]] std::vector<Ancestor> ancestors(std::int32_t pid) const override
     {
         const auto known = ancestry.find(pid);
@@ -145,6 +167,9 @@ public:
     std::vector<std::uint64_t> startsOfEnded;
     std::map<std::int32_t, KillAnswer> results; ///< `Terminated` for the others
     std::map<std::int32_t, std::string> protections;
+    std::map<std::int32_t, Forwarding> forwardings;
+    std::map<std::int32_t, Supervisor> supervisors;
+    std::map<std::int32_t, Supervisor> restarters;          ///< by what they have started again
     std::map<std::int32_t, std::vector<Ancestor>> ancestry; ///< not known of the others
 };
 

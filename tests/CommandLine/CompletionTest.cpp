@@ -62,8 +62,8 @@ private:
 TEST_P(Completion, OffersCommands)
 {
     EXPECT_THAT(offered("tarnwickctl "),
-                IsSupersetOf({"list", "watch", "kill", "wait", "url", "tiers"}));
-    EXPECT_THAT(offered("tarnwickctl w"), IsSupersetOf({"wait", "watch"}));
+                IsSupersetOf({"list", "watch", "why", "kill", "free", "wait", "url", "tiers"}));
+    EXPECT_THAT(offered("tarnwickctl w"), IsSupersetOf({"wait", "watch", "why"}));
     EXPECT_THAT(offered("tarnwickctl wat"), ElementsAre("watch"));
     EXPECT_THAT(offered("tarnwickctl --json w"), IsEmpty());
 }
@@ -76,6 +76,9 @@ TEST_P(Completion, OffersTheOptionsOfTheCommand)
     EXPECT_THAT(offered("tarnwickctl watch --i"), ElementsAre("--interval"));
     EXPECT_THAT(offered("tarnwickctl kill --"),
                 ElementsAre("--help", "--pid", "--system", "--version", "--yes"));
+    EXPECT_THAT(offered("tarnwickctl free --"),
+                ElementsAre("--dry-run", "--help", "--system", "--version", "--yes"));
+    EXPECT_THAT(offered("tarnwickctl why --"), ElementsAre("--help", "--json", "--version"));
     EXPECT_THAT(offered("tarnwickctl wait --"),
                 ElementsAre("--free", "--help", "--timeout", "--version"));
     EXPECT_THAT(offered("tarnwickctl url --"), ElementsAre("--help", "--version"));
@@ -113,6 +116,7 @@ TEST_P(Completion, OffersThePortsThatAreListenedOn)
     for (const char *line :
          {"tarnwickctl kill ", "tarnwickctl kill 3000 ", "tarnwickctl kill --yes ",
           "tarnwickctl kill -- ", "tarnwickctl list --port ", "tarnwickctl --port ",
+          "tarnwickctl free ", "tarnwickctl free 3000 --yes ", "tarnwickctl why ",
           "tarnwickctl wait ", "tarnwickctl wait --free 3000 ", "tarnwickctl url "}) {
         EXPECT_THAT(offered(line), AllOf(Contains(child.portText()), Not(Contains("7")))) << line;
     }

@@ -25,7 +25,7 @@ const std::string bashCompletion = folder + "/completions/tarnwickctl.bash";
 const std::string zshCompletion = folder + "/completions/_tarnwickctl";
 const std::string fishCompletion = folder + "/completions/tarnwickctl.fish";
 
-constexpr std::array commands{"list", "watch", "kill", "wait", "url", "tiers"};
+constexpr std::array commands{"list", "watch", "why", "kill", "free", "wait", "url", "tiers"};
 
 bool isInstalled(const std::string &program)
 {
@@ -45,7 +45,7 @@ std::set<std::string> longOptions()
     std::set<std::string> options;
     for (const char *command : commands) {
         const std::string help = run({std::string(programPath), command, "--help"}).output;
-        constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz";
+        constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz-";
         std::size_t at = 0;
         while ((at = help.find("--", at)) != std::string::npos) {
             at += 2;

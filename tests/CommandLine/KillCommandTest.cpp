@@ -28,7 +28,8 @@ struct KillCommandTest : testing::Test
     NotedEnds ends;
     KillCommand::Release release{.interval = std::chrono::milliseconds(1),
                                  .atMost = std::chrono::milliseconds(20),
-                                 .restart = std::chrono::milliseconds(5)};
+                                 .restart = std::chrono::milliseconds(5),
+                                 .supervised = std::chrono::milliseconds(5)};
 
     KillCommandTest() { test.errors.shape.isTerminal = true; }
 
@@ -450,6 +451,66 @@ TEST_F(KillCommandTest, SaysWhatKeepsAProcessFromBeingStopped)
     EXPECT_THAT(test.errors.written,
                 HasSubstr("Not allowed to stop dbus-daemon (pid 812): it is the message bus of the"
                           " session.\n"));
+}
+
+TEST_F(KillCommandTest, NeverStopsAForwarderInPlaceOfWhatIsBehindIt)
+{
+    ends.forwardings = {
+        {812,
+         {.forwarder = "docker-proxy",
+          .pid = 4711,
+          .port = 5432,
+          .processName = "postgres",
+          .command = "postgres",
+          .container = {.id = "3f2a9c1d" + std::string(56, '0'), .runtime = "docker"}}}};
+    for (const bool system : {false, true}) {
+        test.errors.written.clear();
+        listening({systemRecord(8080, 812, "docker-proxy")});
+        EXPECT_EQ(run({.ports = {8080}, .pids = {}, .yes = true, .system = system}),
+                  ExitCode::NotPermitted);
+        EXPECT_EQ(test.errors.written,
+                  "tarnwickctl: docker-proxy (pid 812) forwards port 8080 to postgres in container "
+                  "3f2a9c1d. To "
+                  "stop it: docker stop 3f2a9c1d\n");
+    }
+    EXPECT_THAT(ends.ended, IsEmpty());
+}
+
+TEST_F(KillCommandTest, SaysWhatHasStartedTheServerAgainAndWhatStopsItForGood)
+{
+    ends.ancestry = {{4711, {{.pid = 9}, {.pid = 1}}}};
+    ends.restarters = {{4712, {Supervisor::Kind::Watcher, "nodemon", 9, "kill 9"}}};
+    listings.listings = {std::vector{record(3000, 4711, "node")}, std::vector<RawPortInfo>{},
+                         std::vector{record(3000, 4712, "node")}};
+    EXPECT_EQ(kill({3000}, true), ExitCode::PortTaken);
+    EXPECT_THAT(test.errors.written,
+                EndsWith("Port 3000 is still held by node (pid 4712).\n"
+                         "nodemon (pid 9) has started it again. To stop it for good: kill 9\n"));
+}
+
+TEST_F(KillCommandTest, SaysNothingOfARestartWhereAWorkerHasInheritedTheSocket)
+{
+    ends.ancestry = {{4711, {{.pid = 9}, {.pid = 1}}}};
+    ends.restarters = {{4712, {Supervisor::Kind::Watcher, "nodemon", 9, "kill 9"}}};
+    listings.socket = [](const RawPortInfo &) { return std::uint64_t{7}; };
+    listings.listings = {std::vector{record(3000, 4711, "node")},
+                         std::vector{record(3000, 4712, "node")}};
+    EXPECT_EQ(kill({3000}, true), ExitCode::PortTaken);
+    EXPECT_THAT(test.errors.written, EndsWith("Port 3000 is still held by node (pid 4712).\n"));
+}
+
+TEST_F(KillCommandTest, WaitsForTheSupervisorToStartTheServerAgain)
+{
+    ends.supervisors = {
+        {4711, {Supervisor::Kind::UserUnit, "shop.service", 0, "systemctl --user stop shop"}}};
+    listening({record(3000, 4711, "node")});
+    EXPECT_EQ(kill({3000}, true), ExitCode::Done);
+    EXPECT_EQ(listings.asked, 3);
+    ends.supervisors = {{4711, {Supervisor::Kind::Shell, "bash", 9, "kill 9"}}};
+    listening({record(3000, 4711, "node")});
+    listings.asked = 0;
+    EXPECT_EQ(kill({3000}, true), ExitCode::Done);
+    EXPECT_EQ(listings.asked, 2) << "most shells that run something run it once";
 }
 
 } // namespace Tarnwick

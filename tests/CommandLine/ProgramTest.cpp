@@ -4,6 +4,7 @@
 #include "CommandLine/Program.h"
 
 #include "tests/CommandLine/CommandFixture.h"
+#include "tests/CommandLine/ServerFixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -23,10 +24,11 @@ struct ProgramTest : testing::Test
     PreparedListings listings;
     NotedEnds ends;
     PreparedPorts ports;
+    PreparedProcesses processes;
 
     ExitCode run(std::initializer_list<const char *> arguments)
     {
-        Program program(test.console, listings, ends, ports,
+        Program program(test.console, listings, ends, ports, processes,
                         [](Presentation) { return std::unique_ptr<WatchSession>(); });
         return program.run(std::span(arguments.begin(), arguments.size()));
     }
@@ -46,6 +48,19 @@ TEST_F(ProgramTest, Kills)
     listings.listings = {std::vector{record(3000, 4711, "node")}, std::vector<RawPortInfo>{}};
     EXPECT_EQ(run({"kill", "3000", "--yes"}), ExitCode::Done);
     EXPECT_THAT(ends.ended, testing::ElementsAre(4711));
+}
+
+TEST_F(ProgramTest, ExplainsAPort)
+{
+    listings.listings = {std::vector{record(3000, 4711, "node")}};
+    EXPECT_EQ(run({"3000"}), ExitCode::Done);
+    EXPECT_THAT(test.output.written, StartsWith("Port 3000: node (pid 4711), tier dev"));
+}
+
+TEST_F(ProgramTest, Frees)
+{
+    EXPECT_EQ(run({"free", "3000", "--dry-run"}), ExitCode::Done);
+    EXPECT_EQ(test.output.written, "[free] :3000 free\n");
 }
 
 TEST_F(ProgramTest, WaitsAndPrintsUrlsWithoutAListing)

@@ -9,7 +9,9 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <variant>
@@ -163,6 +165,30 @@ TEST_F(ListenerDetailsTest, TellTheUnitOfAUserFromOneOfTheSystem)
     ASSERT_TRUE(service->take(server.pid()));
     const ListenerDetails details = of(m_inventory, server.listen().port);
     EXPECT_EQ(details.unit, "shop.service");
+    EXPECT_TRUE(details.isUserUnit);
+}
+
+TEST_F(ListenerDetailsTest, NameTheSocketUnitOfWhatAUsersManagerListensFor)
+{
+    const std::optional<ControlGroup> slice = ControlGroup::make("user.slice");
+    const auto manager =
+        slice ? slice->makeBelow("user@" + std::to_string(::geteuid()) + ".service") : std::nullopt;
+    const auto scope = manager ? manager->makeBelow("init.scope") : std::nullopt;
+    const char *const home = ::getenv("HOME");
+    Puppet server;
+    if (!scope || home == nullptr || !scope->take(server.pid())) {
+        GTEST_SKIP() << "this user may not make a control group";
+    }
+    const int port = server.listen().port;
+    const std::filesystem::path folder = std::filesystem::path(home) / ".config/systemd/user";
+    const std::string unit = "tarnwick-test-" + std::to_string(port);
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / (unit + ".socket"))
+        << "[Socket]\nListenStream=127.0.0.1:" << port << '\n';
+    const ListenerDetails details = of(m_inventory, port);
+    std::filesystem::remove(folder / (unit + ".socket"));
+    EXPECT_EQ(details.socketUnit, unit + ".socket");
+    EXPECT_EQ(details.unit, unit + ".service");
     EXPECT_TRUE(details.isUserUnit);
 }
 

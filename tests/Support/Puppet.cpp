@@ -252,6 +252,11 @@ pid_t Puppet::startThread()
     return std::stoi(tell({"thread"}));
 }
 
+bool Puppet::enterNetwork(const std::string &address)
+{
+    return tell({"network", address}) == "ok";
+}
+
 void Puppet::stop()
 {
     ::syscall(SYS_pidfd_send_signal, m_process.get(), SIGSTOP, nullptr, 0);

@@ -69,6 +69,10 @@ public:
     [[nodiscard]] pid_t startThread();
     void stop(); ///< as SIGSTOP does
 
+    /// Moves the process into a network namespace of its own, in which @p address (IPv4) is a local
+    /// one besides that of the loopback interface. False where this user may not.
+    [[nodiscard]] bool enterNetwork(const std::string &address);
+
     /// Ends the process and waits for its end.
     void end();
 

@@ -6,12 +6,16 @@
 #include "Helper/ListenerDetails.h"
 #include "Helper/linux/ControlGroups.h"
 #include "Helper/linux/SocketDump.h"
+#include "Helper/linux/UnitFiles.h"
 #include "Helper/linux/UserNames.h"
 
 #include <cstdint>
+#include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 #include <sys/types.h>
 
@@ -37,16 +41,25 @@ private:
     {
         std::string name;
         bool isOfUser = false;
+        uid_t manager = 0; ///< the user whose service manager it is of
+    };
+    /// What the control group of a process tells of it.
+    struct Membership
+    {
+        Unit unit;
+        std::optional<Container> container;
     };
 
-    [[nodiscard]] const Unit &unitOf(pid_t owner);
+    [[nodiscard]] const Membership &membershipOf(pid_t owner);
     [[nodiscard]] static Unit unitAt(std::string_view path);
+    void readSocketUnit(ListenerDetails &details, const ListeningSocket &socket, const Unit &maker);
     [[nodiscard]] const std::string &interfaceName(std::uint32_t index);
 
     int m_root;
     ControlGroups &m_groups;
     UserNames m_users;
-    std::unordered_map<pid_t, Unit> m_units;
+    std::map<std::pair<bool, uid_t>, UnitFiles> m_unitFiles; ///< of users' managers or the system's
+    std::unordered_map<pid_t, Membership> m_memberships;
     std::unordered_map<std::uint32_t, std::string> m_interfaces;
 };
 

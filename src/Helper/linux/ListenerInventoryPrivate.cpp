@@ -32,6 +32,7 @@ Scan ListenerInventory::Private::scan(const ScanRequest &request)
     result.ownerships = memory.ownerships(request.owners);
     if (request.records) {
         result.records = memory.records(sockets);
+        describeForwarded(result.records);
         result.sockets = reportedSockets();
         if (request.details) {
             result.details = reportedDetails();
@@ -67,6 +68,9 @@ std::vector<ListenerDetails> ListenerInventory::Private::reportedDetails()
         const KnownSocket &known = memory.socket(place);
         if (!known.vanished) {
             reported.push_back(reader.read(sockets[place], known.verified ? known.owner : 0));
+            if (const Forwarding *const found = forwardings.found(sockets[place].key())) {
+                reported.back().forwarding = *found;
+            }
         }
     }
     return reported;
@@ -89,6 +93,7 @@ std::optional<ListingError> ListenerInventory::Private::update(const ScanRequest
     clock.update();
     // The moment that the listing is true of, where nothing else ran then.
     const ProcessCensus::Pulse pulse = census.pulse();
+    processesChanged = processesChanged || pulse.processesChanged;
     memory.check(sockets, clock, pulse.othersRun ? Reading::Everything : least);
     limits.deadline = Clock::now() + searchTime;
     const Questions asked = questions(pulse, request.owners);

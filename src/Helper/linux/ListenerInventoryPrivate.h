@@ -7,6 +7,7 @@
 #include "Helper/ListenerInventory.h"
 #include "Helper/linux/BootClock.h"
 #include "Helper/linux/ControlGroups.h"
+#include "Helper/linux/ForwardingCache.h"
 #include "Helper/linux/GroupAttribution.h"
 #include "Helper/linux/HolderSearch.h"
 #include "Helper/linux/OwnerMemory.h"
@@ -40,6 +41,7 @@ struct ListenerInventory::Private
         , dump(options.source)
         , census(root.get())
         , memory(root.get())
+        , forwardings(root.get())
     {
     }
 
@@ -70,6 +72,7 @@ struct ListenerInventory::Private
     [[nodiscard]] Scan scan(const ScanRequest &request);
     [[nodiscard]] std::vector<std::uint64_t> reportedSockets();
     [[nodiscard]] std::vector<ListenerDetails> reportedDetails();
+    void describeForwarded(std::vector<RawPortInfo> &records);
     [[nodiscard]] std::optional<ListingError> update(const ScanRequest &request);
     [[nodiscard]] Questions questions(ProcessCensus::Pulse pulse,
                                       std::span<const std::int32_t> owners);
@@ -101,6 +104,8 @@ struct ListenerInventory::Private
     BootClock clock;
     ProcessCensus census;
     OwnerMemory memory;
+    ForwardingCache forwardings;
+    bool processesChanged = true; ///< since the scan before
     ThreadScanBackoff backoff;
     std::vector<ListeningSocket> sockets;
     SharedProcessReport report = std::make_shared<const ProcessReport>();

@@ -342,6 +342,22 @@ std::vector<RawPortInfo> OwnerMemory::records(std::span<const ListeningSocket> s
     return records;
 }
 
+void OwnerMemory::forEachForwarded(
+    const std::function<void(std::size_t, const ProcessInspector &)> &visit) const
+{
+    const bool anyForwarder =
+        std::any_of(m_processes.begin(), m_processes.end(), [](const auto &entry) {
+            const auto &inspector = entry.second.inspector;
+            return inspector && inspector->details().forwarder;
+        });
+    for (std::size_t place = 0; anyForwarder && place < m_places.size(); ++place) {
+        const ProcessInspector *const process = owner(*m_places[place]);
+        if (process != nullptr && process->details().forwarder && !m_places[place]->vanished) {
+            visit(place, *process);
+        }
+    }
+}
+
 std::vector<Ownership> OwnerMemory::ownerships(std::span<const std::int32_t> pids) const
 {
     if (pids.empty()) {

@@ -11,7 +11,9 @@
 #include "Helper/linux/UserNames.h"
 #include "Models/Timestamp.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -95,6 +97,11 @@ public:
     /// What this listing tells: a record for each socket that has not vanished, within the bounds
     /// of a listing (see RecordBounds).
     [[nodiscard]] std::vector<RawPortInfo> records(std::span<const ListeningSocket> sockets) const;
+
+    /// Calls @p visit with the place of each socket whose owner runs the program of a forwarder,
+    /// and with that owner.
+    void forEachForwarded(
+        const std::function<void(std::size_t place, const ProcessInspector &owner)> &visit) const;
 
     /// What this listing found each of @p pids to own, in their order.
     [[nodiscard]] std::vector<Ownership> ownerships(std::span<const std::int32_t> pids) const;

@@ -283,7 +283,7 @@ std::optional<Stat> parseStat(std::string_view text)
     // Fields 4 to 9 of proc(5): parent, group, session, terminal, its group, flags.
     std::int64_t skipped = 0;
     if (!takeNumber(rest, stat.parent) || !takeNumber(rest, stat.processGroup) ||
-        !takeNumber(rest, stat.session) || !takeNumber(rest, skipped) ||
+        !takeNumber(rest, stat.session) || !takeNumber(rest, stat.terminal) ||
         !takeNumber(rest, skipped) || !takeNumber(rest, stat.flags)) {
         return std::nullopt;
     }

@@ -37,6 +37,7 @@ struct Stat
     pid_t parent = 0;
     pid_t processGroup = 0;
     pid_t session = 0;
+    std::int64_t terminal = 0;    ///< device number of the session's; 0 for none
     std::uint32_t flags = 0;      ///< PF_* of the kernel's linux/sched.h
     std::uint64_t startTicks = 0; ///< since boot, in units of sysconf(_SC_CLK_TCK)
 

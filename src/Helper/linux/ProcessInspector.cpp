@@ -266,6 +266,7 @@ void ProcessInspector::describe()
                                                      : withoutDeletedMark(m_rawExecutable);
     describeProgram(RecordBounds::name(ProcessName::from(comm, path, arguments)),
                     RecordBounds::path(path));
+    m_details.forwarder = ForwarderCommand::programAt(m_details.commandPath);
     m_details.cwd = RecordBounds::path(withoutDeletedMark(m_rawDirectory));
     m_details.arguments = RecordBounds::arguments(arguments);
     describeOrigin();

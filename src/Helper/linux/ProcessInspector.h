@@ -5,6 +5,7 @@
 
 #include "Helper/ProcessIdentity.h"
 #include "Helper/linux/BootClock.h"
+#include "Helper/linux/ForwarderCommand.h"
 #include "Helper/linux/ProcFs.h"
 #include "Helper/linux/ProcessorClock.h"
 #include "Models/Timestamp.h"
@@ -12,6 +13,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -34,6 +36,8 @@ struct ProcessDetails
     std::uint64_t memoryBytes = 0;
     Timestamp startedAt;
     std::size_t recordCost = 0; ///< of a record with these texts, see RecordBounds
+    /// The program by the name of its executable, where it is one that forwards ports.
+    std::optional<ForwarderCommand::Program> forwarder;
 };
 
 /// Looks at one process, again and again: keeps its files of /proc open, so that a look costs a

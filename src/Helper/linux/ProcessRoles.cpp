@@ -3,18 +3,16 @@
 
 #include "Helper/linux/ProcessRoles.h"
 
-#include "Helper/linux/SystemFailures.h"
+#include "Helper/linux/InstalledExecutable.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-
-#include <fcntl.h>
-#include <sys/stat.h>
 
 namespace Tarnwick {
 
 namespace {
+
+using Match = InstalledExecutable::Match;
 
 constexpr pid_t initProcess = 1;
 
@@ -36,8 +34,6 @@ constexpr std::array<std::string_view, 2> userManagers{"/usr/lib/systemd/systemd
                                                        "/lib/systemd/systemd"};
 constexpr std::array<std::string_view, 3> messageBuses{
     "/usr/bin/dbus-daemon", "/usr/bin/dbus-broker", "/usr/bin/dbus-broker-launch"};
-
-constexpr std::string_view deletedMark = " (deleted)";
 
 bool isDigit(char character)
 {
@@ -88,18 +84,19 @@ ProcessRoles::Role ProcessRoles::findRole(pid_t pid, const ProcFs::Stat &stat) c
     if (isManager(pid, stat)) {
         return Role::ServiceManager;
     }
-    return executable(pid, messageBuses) == Executable::Known ? Role::MessageBus : Role::Ordinary;
+    const bool isBus = InstalledExecutable::match(m_root, pid, messageBuses) == Match::Known;
+    return isBus ? Role::MessageBus : Role::Ordinary;
 }
 
 bool ProcessRoles::isManager(pid_t pid, const ProcFs::Stat &stat) const
 {
     if (pid == initProcess) {
-        const Executable found = executable(pid, systemManagers);
-        return found == Executable::Known ||
-               (found == Executable::Unreadable && isGroupOfSystemManager(controlGroup(pid)));
+        const Match found = InstalledExecutable::match(m_root, pid, systemManagers);
+        return found == Match::Known ||
+               (found == Match::Unreadable && isGroupOfSystemManager(controlGroup(pid)));
     }
     return stat.parent == initProcess && isGroupOfUserManager(controlGroup(pid)) &&
-           executable(pid, userManagers) != Executable::Other;
+           InstalledExecutable::match(m_root, pid, userManagers) != Match::Other;
 }
 
 std::string ProcessRoles::controlGroup(pid_t pid) const
@@ -111,48 +108,6 @@ std::string ProcessRoles::controlGroup(pid_t pid) const
         ProcFs::readWhole(file.get(), text, longest);
     }
     return text;
-}
-
-/// Whether the process runs one of the @p known files. A path proves nothing, for in a namespace of
-/// mounts anything can be at any path: the file itself is compared. One that an upgrade has
-/// replaced meanwhile belongs to root and to no folder any more, which no user can bring about.
-ProcessRoles::Executable ProcessRoles::executable(pid_t pid,
-                                                  std::span<const std::string_view> known) const
-{
-    const std::string link = std::to_string(pid) + "/exe";
-    std::string path;
-    if (!ProcFs::readLink(m_root, link.c_str(), path)) {
-        return errno == EACCES || errno == EPERM ? Executable::Unreadable : Executable::Other;
-    }
-    const bool isDeleted = path.ends_with(deletedMark);
-    if (isDeleted) {
-        path.resize(path.size() - deletedMark.size());
-    }
-    // Most processes are none of these: their files need not be looked up.
-    const auto hasItsName = [&path](std::string_view candidate) {
-        return fileName(candidate) == fileName(path);
-    };
-    if (std::none_of(known.begin(), known.end(), hasItsName)) {
-        return Executable::Other;
-    }
-    struct statx running = {};
-    if (::statx(m_root, link.c_str(), AT_STATX_DONT_SYNC, STATX_INO | STATX_UID | STATX_NLINK,
-                &running) != 0) {
-        SystemFailures::note("statx", errno);
-        return Executable::Other;
-    }
-    const bool isKnown = std::any_of(known.begin(), known.end(), [&](std::string_view candidate) {
-        struct statx installed = {};
-        const std::string file(candidate);
-        if (::statx(AT_FDCWD, file.c_str(), AT_STATX_DONT_SYNC, STATX_INO, &installed) == 0 &&
-            installed.stx_ino == running.stx_ino &&
-            installed.stx_dev_major == running.stx_dev_major &&
-            installed.stx_dev_minor == running.stx_dev_minor) {
-            return true;
-        }
-        return isDeleted && path == candidate && running.stx_uid == 0 && running.stx_nlink == 0;
-    });
-    return isKnown ? Executable::Known : Executable::Other;
 }
 
 bool ProcessRoles::isGroupOfUserManager(std::string_view text)

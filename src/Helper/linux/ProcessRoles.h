@@ -5,7 +5,6 @@
 
 #include "Helper/linux/ProcFs.h"
 
-#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -45,12 +44,9 @@ public:
     [[nodiscard]] static bool isGroupOfSystemManager(std::string_view text);
 
 private:
-    enum class Executable { Known, Other, Unreadable };
-
     [[nodiscard]] Role findRole(pid_t pid, const ProcFs::Stat &stat) const;
     [[nodiscard]] bool isManager(pid_t pid, const ProcFs::Stat &stat) const;
     [[nodiscard]] std::string controlGroup(pid_t pid) const;
-    [[nodiscard]] Executable executable(pid_t pid, std::span<const std::string_view> known) const;
 
     int m_root;
     std::unordered_map<pid_t, Role> m_roles;

@@ -3,14 +3,18 @@
 
 #include "Helper/ProcessTerminator.h"
 
+#include "Helper/PortForwarder.h"
+#include "Helper/ProcessAncestry.h"
 #include "Helper/SessionGuard.h"
 #include "Helper/linux/ProcFs.h"
 #include "Helper/linux/ProcessDescriptor.h"
 #include "Helper/linux/ProcessIdentification.h"
+#include "Helper/linux/SystemFailures.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -203,8 +207,24 @@ ProcessTerminator::Started ProcessTerminator::start(Target target, const Ownersh
             return toStarted(*refused);
         }
     }
+    return signal(process, pid);
+}
+
+/// Asks a process to end that may be ended unless the session lives on it.
+ProcessTerminator::Started ProcessTerminator::signal(ProcessDescriptor &process,
+                                                     std::int32_t pid) const
+{
     if (std::optional<KillAnswer> refused = refusalOfSessionPart(pid)) {
         return process.hasEnded() ? KillResultCode::NotFound : toStarted(*refused);
+    }
+    // Its end would close the port and leave what serves it; that one is to be ended.
+    const std::uint64_t failures = SystemFailures::count();
+    if (forwardingOf(pid)) {
+        return KillResultCode::PermissionDenied;
+    }
+    if (SystemFailures::count() != failures) {
+        return process.hasEnded() ? Started(KillResultCode::NotFound)
+                                  : couldNot("look at", pid, EAGAIN);
     }
     errno = 0;
     if (ProcFs::numberOf(m_root.get(), process.get()) != pid) {
@@ -268,6 +288,48 @@ KillAnswer ProcessTerminator::terminate(const ProcessIdentity &process,
         return *code;
     }
     return std::get<KillError>(std::move(started));
+}
+
+ProcessTerminator::Started ProcessTerminator::startRelated(const ProcessIdentity &identity) const
+{
+    Admitted admitted = admit(identity.pid, &identity);
+    if (const auto *code = std::get_if<KillResultCode>(&admitted)) {
+        return *code;
+    }
+    if (auto *error = std::get_if<KillError>(&admitted)) {
+        return std::move(*error);
+    }
+    const std::vector<Ancestor> own = ancestors(::getpid());
+    if (std::any_of(own.begin(), own.end(), [&identity](const Ancestor &ancestor) {
+            return ancestor.pid == identity.pid;
+        })) {
+        return KillResultCode::PermissionDenied;
+    }
+    ProcessDescriptor process(std::move(std::get<Target>(admitted).process));
+    return process.hasEnded() ? Started(KillResultCode::NotFound) : signal(process, identity.pid);
+}
+
+std::vector<KillAnswer>
+ProcessTerminator::terminateRelated(std::span<const ProcessIdentity> processes) const
+{
+    std::vector<Started> started;
+    started.reserve(processes.size());
+    for (const ProcessIdentity &process : processes) {
+        started.push_back(startRelated(process));
+    }
+    std::vector<KillAnswer> answers;
+    answers.reserve(started.size());
+    for (Started &one : started) {
+        // The deadlines of those behind pass meanwhile, so that none of them takes its own time.
+        if (auto *termination = std::get_if<Termination>(&one)) {
+            answers.push_back(waitFor(*termination));
+        } else if (const auto *code = std::get_if<KillResultCode>(&one)) {
+            answers.emplace_back(*code);
+        } else {
+            answers.emplace_back(std::get<KillError>(std::move(one)));
+        }
+    }
+    return answers;
 }
 
 } // namespace Tarnwick
