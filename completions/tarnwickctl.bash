@@ -24,6 +24,20 @@ __tarnwickctl_values()
     esac | sort -nu
 }
 
+# __tarnwickctl_columns SIGN: the lists that go on with a column that is not in them yet, into `choices`;
+# with a sign, each column with and without it.
+__tarnwickctl_columns()
+{
+    local begun='' name
+    [[ $current == *,* ]] && begun=${current%,*},
+    for name in port address exposed tier pid user process description uptime memory command path \
+        folder unit socket container project branch parent; do
+        [[ ,$begun == *,$name,* || ,$begun == *,-$name,* ]] && continue
+        choices+=" $begun$name"
+        [[ -n $1 ]] && choices+=" $begun$1$name"
+    done
+}
+
 # __tarnwickctl_read WORD...: reads the words between the command and the one to complete, into the
 # variables of _tarnwickctl.
 __tarnwickctl_read()
@@ -37,7 +51,8 @@ __tarnwickctl_read()
             hasValues=yes
         else
             case $word in
-                --tier | --search | --port | --interval | --pid | --timeout) awaiting=$word ;;
+                --tier | --search | --not | --port | --user | --columns | --sort | --group-by | \
+                    --interval | --pid | --timeout) awaiting=$word ;;
                 --) optionsEnd=yes ;;
                 -*) ;;
                 *) hasValues=yes ;;
@@ -65,19 +80,24 @@ _tarnwickctl()
 
     case $awaiting in
         --tier) choices='system app dev unknown' ;;
+        --group-by) choices='project tier user unit container' ;;
+        --user) choices=$(compgen -u) ;;
+        --columns) __tarnwickctl_columns '' ;;
+        --sort) __tarnwickctl_columns '-' ;;
         --port) choices=$(__tarnwickctl_values "$program" port) ;;
         --pid) choices=$(__tarnwickctl_values "$program" pid) ;;
         '')
             if [[ -z $optionsEnd && (-z $takesPorts || $current == -* || -n $hasPids) ]]; then
                 choices='--help --version'
                 case $command in
-                    list | watch) choices+=' --tier --search --port --json' ;;
+                    list | watch) choices+=' --tier --search --not --port --user --exposed --json' ;;
                     kill) choices+=' --yes --system' ;;
                     free) choices+=' --yes --system --dry-run' ;;
                     wait) choices+=' --free --timeout' ;;
                     tiers | why) choices+=' --json' ;;
                 esac
                 [[ $command == kill && -z $hasValues ]] && choices+=' --pid'
+                [[ $command == list ]] && choices+=' --columns --sort --group-by --pids'
                 [[ $command == watch ]] && choices+=' --interval'
                 [[ $current == -* ]] && choices+=' -h'
                 [[ $current == -* && $command == @(kill|free) ]] && choices+=' -y'

@@ -48,6 +48,20 @@ function __tarnwickctl_kills -a what
     end
 end
 
+# __tarnwickctl_columns [SIGN]: the lists that go on with a column that is not in them yet; with a sign, each
+# column with and without it.
+function __tarnwickctl_columns -a sign
+    set -l word (string replace -r -- '^--[a-z]+=' '' (commandline -ct))
+    # An empty list would leave nothing of the words that it is part of.
+    set -l begun (string match -r -- '^.*,' $word; or echo)
+    for name in port address exposed tier pid user process description uptime memory command path \
+            folder unit socket container project branch parent
+        string match -qr -- "(^|,)-?$name," "$begun"; and continue
+        echo $begun$name
+        test -n "$sign"; and echo $begun$sign$name
+    end
+end
+
 # Whether no port was given to a command that takes one.
 function __tarnwickctl_hasNoPort
     set -l words (commandline -opc)
@@ -56,6 +70,7 @@ end
 
 set -l noCommand 'test (count (commandline -opc)) -eq 1'
 set -l showing '__tarnwickctl_runs list watch'
+set -l listing '__tarnwickctl_runs list'
 set -l watching '__tarnwickctl_runs watch'
 set -l killing '__tarnwickctl_runs kill'
 set -l waiting '__tarnwickctl_runs wait'
@@ -76,8 +91,15 @@ complete -c tarnwickctl -s h -l help -d 'Print the help and exit'
 complete -c tarnwickctl -l version -d 'Print the version and exit'
 complete -c tarnwickctl -n $showing -l tier -x -a 'system app dev unknown' -d 'Only listeners of this tier'
 complete -c tarnwickctl -n $showing -l search -x -d 'Only listeners that contain a text'
-complete -c tarnwickctl -n $showing -l port -x -k -a '(__tarnwickctl_ports)' -d 'Only listeners on this port'
+complete -c tarnwickctl -n $showing -l not -x -d 'No listener that a search would show'
+complete -c tarnwickctl -n $showing -l port -x -k -a '(__tarnwickctl_ports)' -d 'Only listeners on these ports'
+complete -c tarnwickctl -n $showing -l user -x -a '(__fish_complete_users)' -d 'Only listeners of this user'
+complete -c tarnwickctl -n $showing -l exposed -d 'Only what other machines can reach'
 complete -c tarnwickctl -n "$showing; or __tarnwickctl_runs tiers" -l json -d 'Write JSON'
+complete -c tarnwickctl -n $listing -l columns -x -a '(__tarnwickctl_columns)' -d 'What the table shows'
+complete -c tarnwickctl -n $listing -l sort -x -a '(__tarnwickctl_columns -)' -d 'Sort by these columns'
+complete -c tarnwickctl -n $listing -l group-by -x -a 'project tier user unit container' -d 'A heading for each'
+complete -c tarnwickctl -n $listing -l pids -d 'Only the process identifiers'
 complete -c tarnwickctl -n $watching -l interval -x -d 'Seconds between two looks'
 complete -c tarnwickctl -n "$killing; and not __tarnwickctl_kills pids" -k -a '(__tarnwickctl_ports)' -d 'Port'
 complete -c tarnwickctl -n "$killing; and not __tarnwickctl_kills ports" -l pid -x -k -a '(__tarnwickctl_pids)' -d 'Stop this process instead'

@@ -31,6 +31,34 @@ std::optional<std::chrono::milliseconds> intervalFrom(std::string_view text)
     return secondsFrom(text, shortestInterval, longestInterval);
 }
 
+/// The ports that @p text names, with commas between them: "3000,8000-8999".
+std::optional<std::vector<SelectedPorts>> portsFrom(std::string_view text)
+{
+    std::vector<SelectedPorts> ports;
+    while (true) {
+        const std::string_view part = text.substr(0, text.find(','));
+        const std::size_t hyphen = part.find('-');
+        const std::string_view end = hyphen == part.npos ? part : part.substr(hyphen + 1);
+        const std::optional<std::int64_t> first = portFrom(part.substr(0, hyphen));
+        const std::optional<std::int64_t> last = portFrom(end);
+        if (!first || !last || *last < *first) {
+            return std::nullopt;
+        }
+        ports.push_back({*first, *last});
+        if (part.size() == text.size()) {
+            return ports;
+        }
+        text.remove_prefix(part.size() + 1);
+    }
+}
+
+/// A text that is not blank.
+std::optional<std::string> visibleFrom(std::string_view text)
+{
+    const bool isBlank = text.find_first_not_of(" \t\n") == text.npos;
+    return isBlank ? std::nullopt : std::optional(std::string(text));
+}
+
 /// The options that list and watch share.
 class SelectionOptions
 {
@@ -46,17 +74,40 @@ public:
                         "Only listeners whose port, process, description,\n"
                         "path or command contains TEXT")
             ->type_name("TEXT");
-        parser.add_option("--port", m_port, "Only listeners on this port")
+        parser
+            .add_option("--not", m_excluded,
+                        "No listener that --search TEXT would show;\nmay be repeated")
+            ->type_name("TEXT")
+            ->allow_extra_args(false)
+            ->check(understoodBy(visibleFrom, "a text to search for"));
+        parser
+            .add_option("--port", m_ports,
+                        "Only listeners on these ports: 3000,8000-8999;\nmay be repeated")
             ->type_name("PORT")
-            ->check(understoodBy(portFrom, "a port: 1 to 65535"));
+            ->allow_extra_args(false)
+            ->check(understoodBy(portsFrom, "a port: 1 to 65535, or a range such as 8000-8999"));
+        parser
+            .add_option("--user", m_users,
+                        "Only listeners of this user, a name or a number;\nmay be repeated")
+            ->type_name("NAME")
+            ->allow_extra_args(false)
+            ->check(understoodBy(visibleFrom, "the name of a user"));
+        parser.addFlag("--exposed", m_exposed, "Only what other machines can reach");
         parser.addFlag("--json", m_json, "Write JSON");
     }
 
     [[nodiscard]] Selection selection() const
     {
-        return {.tiers = valuesOf<PortTier>(m_tiers, portTierFromRawValue),
-                .search = m_search,
-                .port = portFrom(m_port)};
+        Selection selection{.tiers = valuesOf<PortTier>(m_tiers, portTierFromRawValue),
+                            .search = m_search,
+                            .exposed = m_exposed,
+                            .users = m_users,
+                            .excluded = m_excluded};
+        for (const std::string &text : m_ports) {
+            const auto ports = portsFrom(text).value_or(std::vector<SelectedPorts>());
+            selection.ports.insert(selection.ports.end(), ports.begin(), ports.end());
+        }
+        return selection;
     }
 
     [[nodiscard]] bool json() const { return m_json; }
@@ -64,8 +115,60 @@ public:
 private:
     std::vector<std::string> m_tiers;
     std::string m_search;
-    std::string m_port;
+    std::vector<std::string> m_excluded;
+    std::vector<std::string> m_ports;
+    std::vector<std::string> m_users;
+    bool m_exposed = false;
     bool m_json = false;
+};
+
+/// The options of list alone.
+class TableOptions
+{
+public:
+    explicit TableOptions(CommandParser &parser)
+    {
+        parser.add_option("--columns", m_columns, "The columns of the table: port,pid,command")
+            ->type_name("NAMES")
+            ->check(understoodBy(Columns::listFrom, "a list of columns, see --help"));
+        parser
+            .add_option("--sort", m_order,
+                        "Sort by these columns; a hyphen in front of one\nreverses its order")
+            ->type_name("NAMES")
+            ->check(understoodBy(Columns::orderFrom, "a list of columns, see --help"));
+        parser
+            .add_option("--group-by", m_grouping,
+                        "A heading for each project, tier, user, unit or\ncontainer")
+            ->type_name("WHAT")
+            ->check(understoodBy(GroupedListeners::groupingFrom,
+                                 "project, tier, user, unit or container"));
+        parser.addFlag("--pids", m_pidsOnly, "Only the process identifiers, one on each line");
+    }
+
+    /// Nothing, or which of the options exclude each other.
+    [[nodiscard]] std::string conflict(bool isJson) const
+    {
+        const bool isTable = !m_columns.empty() || !m_grouping.empty();
+        if (isTable && (isJson || m_pidsOnly)) {
+            return std::string(m_columns.empty() ? "--group-by" : "--columns") +
+                   " is for the table, not for " + (isJson ? "--json" : "--pids");
+        }
+        return isJson && m_pidsOnly ? "--json and --pids exclude each other" : std::string();
+    }
+
+    void addTo(ListArguments &arguments) const
+    {
+        arguments.pidsOnly = m_pidsOnly;
+        arguments.columns = Columns::listFrom(m_columns).value_or(std::vector<Column>());
+        arguments.order = Columns::orderFrom(m_order).value_or(std::vector<SortKey>());
+        arguments.grouping = GroupedListeners::groupingFrom(m_grouping).value_or(Grouping::None);
+    }
+
+private:
+    std::string m_columns;
+    std::string m_order;
+    std::string m_grouping;
+    bool m_pidsOnly = false;
 };
 
 Arguments parseListAs(std::string_view name, std::string_view description,
@@ -73,10 +176,17 @@ Arguments parseListAs(std::string_view name, std::string_view description,
 {
     CommandParser parser(name, description, examples);
     const SelectionOptions options(parser);
+    const TableOptions table(parser);
     std::vector<std::string> hosts;
     parser.addHosts(hosts);
     return parser.parsed(std::move(reversed), [&]() -> Arguments {
-        return ListArguments{options.selection(), options.json(), std::move(hosts)};
+        if (std::string conflict = table.conflict(options.json()); !conflict.empty()) {
+            return parser.usageError(std::move(conflict));
+        }
+        ListArguments arguments{
+            .selection = options.selection(), .json = options.json(), .hosts = std::move(hosts)};
+        table.addTo(arguments);
+        return arguments;
     });
 }
 

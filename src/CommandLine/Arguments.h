@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "CommandLine/Columns.h"
+#include "CommandLine/Grouping.h"
 #include "CommandLine/Selection.h"
 
 #include <chrono>
@@ -20,6 +22,10 @@ struct ListArguments
     Selection selection{};
     bool json = false;
     std::vector<std::string> hosts{}; ///< the machines to ask; this one where empty
+    bool pidsOnly = false;            ///< the identifiers of the processes, in place of a table
+    std::vector<Column> columns{};    ///< of the table; none for the usual ones
+    std::vector<SortKey> order{};
+    Grouping grouping = Grouping::None;
 };
 
 struct WatchArguments

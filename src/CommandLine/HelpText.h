@@ -22,7 +22,8 @@ inline constexpr std::string_view program =
     "  tiers                       Show the rules for tiers";
 
 inline constexpr std::string_view programExamples =
-    "The options are those of list; each command has a --help of its own.\n\n"
+    "The options are those of list; each command has a --help of its own, and that\n"
+    "of list names the columns.\n\n"
     "Examples:\n"
     "  tarnwickctl                     everything that listens\n"
     "  tarnwickctl --tier dev          what the developer tools have started\n"
@@ -47,10 +48,17 @@ inline constexpr std::string_view tiersExamples =
 
 inline constexpr std::string_view list = "Show what is listening on TCP ports.";
 
-inline constexpr std::string_view listExamples = "Examples:\n"
-                                                 "  tarnwickctl list --tier dev --tier unknown\n"
-                                                 "  tarnwickctl list --search node\n"
-                                                 "  tarnwickctl list --port 3000 --json";
+inline constexpr std::string_view listExamples =
+    "Columns:\n"
+    "  port, address, exposed, tier, pid, user, process, description, uptime,\n"
+    "  memory, command, path, folder, unit, socket, container, project, branch,\n"
+    "  parent\n\n"
+    "Examples:\n"
+    "  tarnwickctl list --tier dev --tier unknown\n"
+    "  tarnwickctl list --search node --not test\n"
+    "  tarnwickctl list --port 3000,8000-8999 --json\n"
+    "  tarnwickctl list --columns port,process,project --sort -memory\n"
+    "  kill $(tarnwickctl list --pids --port 3000)";
 
 inline constexpr std::string_view watch =
     "Show the listeners as they come and go: in place on a terminal, where q quits;\n"

@@ -3,18 +3,18 @@
 
 #include "CommandLine/HostsCommand.h"
 
+#include "CommandLine/ListingReader.h"
 #include "CommandLine/TerminalText.h"
 #include "Shared/RawPortInfoWriter.h"
 
 #include <algorithm>
 #include <system_error>
 #include <utility>
+#include <variant>
 
 namespace Tarnwick {
 
 namespace {
-
-constexpr std::string_view hostOption = "--host";
 
 /// Calls @p take with each line of @p text, without its line feed.
 template<class Take>
@@ -45,6 +45,14 @@ std::string withHost(std::string_view line, const std::string &host)
            std::string(rest);
 }
 
+const std::string noListing = "its answer is no listing: ";
+
+/// Whether tarnwickctl there wrote a listing, be it an empty one.
+bool isListed(const HostRuns::Result &result)
+{
+    return result.code && *result.code <= ExitCode::NothingDone;
+}
+
 } // namespace
 
 HostsCommand::HostsCommand(std::vector<std::string> hosts, std::vector<std::string> arguments,
@@ -66,9 +74,14 @@ std::string HostsCommand::marked(const std::string &host, std::string_view line,
                 : TerminalText::printable(host) + ": " + TerminalText::printable(line);
 }
 
+std::vector<HostRuns::Result> HostsCommand::runToEnd() const
+{
+    return HostRuns(m_hosts, m_arguments).run(mayAsk());
+}
+
 ExitCode HostsCommand::run(bool json) const
 {
-    const auto results = HostRuns(m_hosts, m_arguments).run(mayAsk());
+    const auto results = runToEnd();
     std::string text;
     for (const HostRuns::Result &result : results) {
         forEachLine(result.output,
@@ -76,6 +89,61 @@ ExitCode HostsCommand::run(bool json) const
     }
     const std::error_code error = m_console.output.write(text);
     return m_console.concluded(error, conclude(results));
+}
+
+HostsCommand::Listings HostsCommand::list() const
+{
+    std::vector<HostRuns::Result> results = runToEnd();
+    Listings listings{};
+    for (HostRuns::Result &result : results) {
+        if (!isListed(result)) {
+            continue;
+        }
+        auto read = ListingReader::read(result.output);
+        if (const auto *error = std::get_if<ListingReader::Error>(&read)) {
+            result.failure = noListing + error->message;
+            continue;
+        }
+        auto &listeners = std::get<std::vector<Listener>>(read);
+        mergeEqual(listeners);
+        for (Listener &listener : listeners) {
+            listener.host = result.host;
+            listings.listeners.push_back(std::move(listener));
+        }
+    }
+    listings.code = concludeListings(results, !listings.listeners.empty());
+    return listings;
+}
+
+ExitCode HostsCommand::writeListings() const
+{
+    std::vector<HostRuns::Result> results = runToEnd();
+    std::string text;
+    for (HostRuns::Result &result : results) {
+        if (!isListed(result)) {
+            continue;
+        }
+        const auto read = ListingReader::objects(result.output);
+        if (const auto *error = std::get_if<ListingReader::Error>(&read)) {
+            result.failure = noListing + error->message;
+            continue;
+        }
+        for (const std::string &object : std::get<std::vector<std::string>>(read)) {
+            text += (text.empty() ? "[\n" : ",\n") + marked(result.host, object, true);
+        }
+    }
+    const ExitCode code = concludeListings(results, !text.empty());
+    text += text.empty() ? "[]\n" : "\n]\n";
+    return m_console.concluded(m_console.output.write(text), code);
+}
+
+/// The code of conclude(); that nothing matches on a host is no matter where something does on
+/// another.
+ExitCode HostsCommand::concludeListings(std::span<const HostRuns::Result> results,
+                                        bool hasListeners) const
+{
+    const ExitCode code = conclude(results);
+    return code == ExitCode::NothingDone && hasListeners ? ExitCode::Done : code;
 }
 
 ExitCode HostsCommand::follow(bool json) const
@@ -116,7 +184,7 @@ ExitCode HostsCommand::conclude(std::span<const HostRuns::Result> results) const
             m_console.say(host + ": " + TerminalText::printable(line));
         });
         if (!result.failure.empty()) {
-            m_console.sayError(host + ": " + result.failure + ".");
+            m_console.sayError(host + ": " + TerminalText::printable(result.failure) + ".");
             worst = std::max(worst, ExitCode::HostFailed);
         }
         worst = std::max(worst, result.code.value_or(ExitCode::Done));
@@ -124,7 +192,8 @@ ExitCode HostsCommand::conclude(std::span<const HostRuns::Result> results) const
     return worst;
 }
 
-std::vector<std::string> argumentsWithoutHosts(std::span<const char *const> arguments)
+std::vector<std::string> argumentsWithout(std::span<const std::string_view> options,
+                                          std::span<const char *const> arguments)
 {
     std::vector<std::string> rest;
     for (std::size_t index = 0; index < arguments.size(); ++index) {
@@ -134,10 +203,11 @@ std::vector<std::string> argumentsWithoutHosts(std::span<const char *const> argu
                         arguments.end());
             break;
         }
-        if (argument == hostOption) {
-            ++index; // its value
-        } else if (!argument.starts_with(std::string(hostOption) + "=")) {
+        const std::string_view name = argument.substr(0, argument.find('='));
+        if (std::find(options.begin(), options.end(), name) == options.end()) {
             rest.emplace_back(argument);
+        } else if (name == argument) {
+            ++index; // its value
         }
     }
     return rest;

@@ -5,6 +5,7 @@
 
 #include "CommandLine/Console.h"
 #include "CommandLine/HostRuns.h"
+#include "CommandLine/Listener.h"
 
 #include <span>
 #include <string>
@@ -18,7 +19,7 @@ namespace Tarnwick {
 class HostsCommand
 {
 public:
-    /// @p arguments are those of tarnwickctl there, see argumentsWithoutHosts().
+    /// @p arguments are those of tarnwickctl there.
     HostsCommand(std::vector<std::string> hosts, std::vector<std::string> arguments,
                  const Console &console);
 
@@ -34,6 +35,18 @@ public:
     /// command there.
     [[nodiscard]] ExitCode runOnTerminal() const;
 
+    /// The listings of all hosts, which tarnwickctl there writes as JSON. A host whose answer is no
+    /// listing has failed. Ends as conclude() does, and with Done where there is any listener.
+    struct Listings
+    {
+        std::vector<Listener> listeners; ///< in the order of the hosts
+        ExitCode code;
+    };
+    [[nodiscard]] Listings list() const;
+
+    /// Writes them as one array.
+    [[nodiscard]] ExitCode writeListings() const;
+
     /// Prints what the hosts wrote to their standard error, and why there is no answer of some.
     /// The highest code of all.
     [[nodiscard]] ExitCode conclude(std::span<const HostRuns::Result> results) const;
@@ -42,14 +55,17 @@ private:
     [[nodiscard]] std::string marked(const std::string &host, std::string_view line,
                                      bool json) const;
     [[nodiscard]] bool mayAsk() const;
+    [[nodiscard]] std::vector<HostRuns::Result> runToEnd() const;
+    [[nodiscard]] ExitCode concludeListings(std::span<const HostRuns::Result> results,
+                                            bool hasListeners) const;
 
     std::vector<std::string> m_hosts;
     std::vector<std::string> m_arguments;
     const Console &m_console;
 };
 
-/// @p arguments, those after the program's name, without the options --host.
-[[nodiscard]] std::vector<std::string>
-argumentsWithoutHosts(std::span<const char *const> arguments);
+/// @p arguments, those after the program's name, without the @p options, which have values.
+[[nodiscard]] std::vector<std::string> argumentsWithout(std::span<const std::string_view> options,
+                                                        std::span<const char *const> arguments);
 
 } // namespace Tarnwick

@@ -3,69 +3,64 @@
 
 #include "CommandLine/JsonListing.h"
 
-#include "CommandLine/JsonEscapes.h"
-#include "Shared/RawPortInfoWriter.h"
+#include <cstddef>
 
 namespace Tarnwick {
 
 namespace {
 
-void writeMember(JsonWriter &writer, std::string_view key, std::string_view text)
+JsonOwner ownerOf(const Listener &listener)
 {
-    writer.Key(key.data(), static_cast<rapidjson::SizeType>(key.size()));
-    writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
-}
-
-void writeObject(JsonWriter &writer, const Listener &listener, std::string_view change)
-{
-    writer.StartObject();
-    if (!change.empty()) {
-        writeMember(writer, "change", change);
-    }
-    writeMembers(writer, listener.record);
-    writeMember(writer, "tier", rawValue(listener.entry.tier));
-    writeMember(writer, "description", listener.entry.description);
-    writer.EndObject();
+    return {listener.record, listener.entry.tier, listener.entry.description, listener.ancestors,
+            listener.project ? &*listener.project : nullptr};
 }
 
 } // namespace
 
-std::error_code JsonListing::write(std::span<const Listener> listeners, TextOutput &output)
+void JsonListing::add(JsonOwner &owner, std::int64_t port, const ListenerDetails &details,
+                      std::span<const Shadow> shadows)
 {
     constexpr std::size_t stepSize = 64UL * 1024;
-    if (listeners.empty()) {
-        return output.write("[]\n");
+    if (m_error) {
+        return;
     }
-    std::string json;
-    std::string_view separator = "[\n";
-    JsonBuffer buffer;
-    JsonWriter writer(buffer);
+    m_json += m_isEmpty ? "[\n" : ",\n";
+    m_isEmpty = false;
+    owner.append(m_json, port, details, shadows);
+    if (m_json.size() >= stepSize) {
+        m_error = m_output.write(m_json);
+        m_json.clear();
+    }
+}
+
+std::error_code JsonListing::finish()
+{
+    if (m_error) {
+        return m_error;
+    }
+    m_json += m_isEmpty ? "[]\n" : "\n]\n";
+    return m_output.write(m_json);
+}
+
+std::error_code JsonListing::write(std::span<const Listener> listeners, TextOutput &output)
+{
+    JsonListing listing(output);
     for (const Listener &listener : listeners) {
-        buffer.Clear();
-        writer.Reset(buffer);
-        writeObject(writer, listener, {});
-        json += separator;
-        JsonEscapes::append(json, {buffer.GetString(), buffer.GetSize()});
-        if (json.size() >= stepSize) {
-            if (const std::error_code error = output.write(json)) {
-                return error;
-            }
-            json.clear();
+        JsonOwner owner = ownerOf(listener);
+        listing.add(owner, listener.record.port, listener.details, listener.shadows);
+        if (listing.hasFailed()) {
+            break;
         }
-        separator = ",\n";
     }
-    json += "\n]\n";
-    return output.write(json);
+    return listing.finish();
 }
 
 std::string JsonListing::changeLine(std::string_view change, const Listener &listener)
 {
-    JsonBuffer buffer;
-    JsonWriter writer(buffer);
-    writeObject(writer, listener, change);
-    std::string line;
-    JsonEscapes::append(line, {buffer.GetString(), buffer.GetSize()});
-    return line += '\n';
+    std::string object;
+    ownerOf(listener).append(object, listener.record.port, listener.details, listener.shadows);
+    std::string line = R"({"change":")";
+    return line.append(change).append("\",").append(object, 1).append("\n");
 }
 
 } // namespace Tarnwick

@@ -41,12 +41,50 @@ std::vector<Listener> listenersFrom(std::vector<RawPortInfo> records,
     return listeners;
 }
 
+void noteShadows(std::vector<Listener> &listeners)
+{
+    std::vector<Shadowing::Socket> sockets;
+    for (std::size_t first = 0; first < listeners.size(); first += sockets.size()) {
+        sockets.clear();
+        for (std::size_t index = first;
+             index < listeners.size() &&
+             listeners[index].record.port == listeners[first].record.port;
+             ++index) {
+            sockets.push_back({&listeners[index].record, &listeners[index].details});
+        }
+        if (sockets.size() > 1) {
+            std::vector<std::vector<Shadow>> shadows = Shadowing::find(sockets);
+            for (std::size_t index = 0; index < sockets.size(); ++index) {
+                listeners[first + index].shadows = std::move(shadows[index]);
+            }
+        }
+    }
+}
+
 void mergeEqual(std::vector<Listener> &listeners)
 {
     const auto equal = [](const Listener &left, const Listener &right) {
-        return left.entry == right.entry;
+        return left.entry == right.entry &&
+               (left.entry.pid != 0 || left.details.userId == right.details.userId);
     };
-    listeners.erase(std::unique(listeners.begin(), listeners.end(), equal), listeners.end());
+    std::size_t kept = 0;
+    for (std::size_t index = 1; index < listeners.size(); ++index) {
+        Listener &last = listeners[kept];
+        Listener &next = listeners[index];
+        if (!equal(last, next)) {
+            if (++kept != index) {
+                listeners[kept] = std::move(next);
+            }
+            continue;
+        }
+        last.otherSockets.push_back(std::move(next.details));
+        for (Shadow &shadow : next.shadows) {
+            if (std::find(last.shadows.begin(), last.shadows.end(), shadow) == last.shadows.end()) {
+                last.shadows.push_back(std::move(shadow));
+            }
+        }
+    }
+    listeners.resize(std::min(listeners.size(), kept + 1));
 }
 
 } // namespace Tarnwick

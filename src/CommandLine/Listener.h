@@ -3,13 +3,18 @@
 
 #pragma once
 
+#include "CommandLine/Shadowing.h"
 #include "Helper/ListenerDetails.h"
+#include "Helper/ProcessAncestry.h"
+#include "Helper/ProjectFinder.h"
 #include "Models/PortEntry.h"
 #include "Shared/RawPortInfo.h"
 #include "Shared/TierRules.h"
 
 #include <cstdint>
+#include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace Tarnwick {
@@ -21,6 +26,11 @@ struct Listener
     PortEntry entry;
     std::uint64_t socket = 0; ///< its identity, as ListenerSource::sockets() has it; 0 if not given
     ListenerDetails details{}; ///< as ListenerSource::details() has them; empty if not given
+    std::vector<ListenerDetails> otherSockets{}; ///< of the same server, after mergeEqual()
+    std::vector<Shadow> shadows{};               ///< after noteShadows()
+    std::vector<Ancestor> ancestors{};           ///< where they are wanted
+    std::optional<Project> project{};            ///< where it is wanted and there is one
+    std::string host{};                          ///< the machine; empty for this one
 };
 
 /// The order of every output: by port, then process identifier, then name.
@@ -34,8 +44,13 @@ struct Listener
                                                   std::vector<ListenerDetails> details = {},
                                                   const TierRules &rules = {});
 
-/// Keeps the first of equal entries: a server on both IP families has a socket for each. The
-/// listeners must be in order.
+/// Finds out which of @p listeners, which are in order and all that there are, get no connections
+/// to an address of theirs.
+void noteShadows(std::vector<Listener> &listeners);
+
+/// Makes one listener of those of one process on one port, and of one user where the process is
+/// unknown: the first of them, with the sockets of the others. A server on both IP families has a
+/// socket for each. The listeners must be in order.
 void mergeEqual(std::vector<Listener> &listeners);
 
 } // namespace Tarnwick

@@ -17,6 +17,9 @@ ListenerFilter::ListenerFilter(Selection selection, std::string home)
     if (!m_selection.search.empty()) {
         m_search.emplace(m_selection.search);
     }
+    for (const std::string &text : m_selection.excluded) {
+        m_excluded.emplace_back(text);
+    }
 }
 
 void ListenerFilter::apply(std::vector<Listener> &listeners) const
@@ -24,25 +27,48 @@ void ListenerFilter::apply(std::vector<Listener> &listeners) const
     if (m_selection == Selection{}) {
         return;
     }
-    std::erase_if(listeners, [this](const Listener &listener) { return !matches(listener.entry); });
+    std::erase_if(listeners, [this](const Listener &listener) {
+        return !matches(listener.entry, listener.details);
+    });
 }
 
-bool ListenerFilter::matches(const PortEntry &entry) const
+bool ListenerFilter::matches(const PortEntry &entry, const ListenerDetails &details) const
 {
     const std::vector<PortTier> &tiers = m_selection.tiers;
     if (!tiers.empty() && std::find(tiers.begin(), tiers.end(), entry.tier) == tiers.end()) {
         return false;
     }
-    if (m_selection.port && *m_selection.port != entry.port) {
+    if (!isOnPort(entry.port) || !isOfUser(details) ||
+        (m_selection.exposed && !details.isExposed())) {
         return false;
     }
-    return !m_search || isFound(entry);
+    const auto finds = [this, &entry](const PortSearch &search) { return find(search, entry); };
+    return (!m_search || finds(*m_search)) &&
+           std::none_of(m_excluded.begin(), m_excluded.end(), finds);
 }
 
-bool ListenerFilter::isFound(const PortEntry &entry) const
+bool ListenerFilter::isOnPort(std::int64_t port) const
 {
-    return m_search->matches(entry) || m_search->contains(EntryText::fullCommand(entry, m_home)) ||
-           m_search->contains(EntryText::fullCommand(entry, {}));
+    const std::vector<SelectedPorts> &ports = m_selection.ports;
+    return ports.empty() ||
+           std::any_of(ports.begin(), ports.end(), [port](const SelectedPorts &range) {
+               return port >= range.first && port <= range.last;
+           });
+}
+
+bool ListenerFilter::isOfUser(const ListenerDetails &details) const
+{
+    const std::vector<std::string> &users = m_selection.users;
+    return users.empty() ||
+           std::any_of(users.begin(), users.end(), [&details](const std::string &user) {
+               return user == details.user || user == std::to_string(details.userId);
+           });
+}
+
+bool ListenerFilter::find(const PortSearch &search, const PortEntry &entry) const
+{
+    return search.matches(entry) || search.contains(EntryText::fullCommand(entry, m_home)) ||
+           search.contains(EntryText::fullCommand(entry, {}));
 }
 
 std::string ListenerFilter::nothingFound() const
@@ -50,10 +76,15 @@ std::string ListenerFilter::nothingFound() const
     if (m_selection == Selection{}) {
         return "Nothing is listening.";
     }
-    if (m_selection == Selection{.tiers = {}, .search = {}, .port = m_selection.port}) {
-        return "Nothing listens on port " + std::to_string(*m_selection.port) + ".";
+    Selection others = m_selection;
+    others.ports.clear();
+    if (others != Selection{}) {
+        return "No listener matches.";
     }
-    return "No listener matches.";
+    const std::vector<SelectedPorts> &ports = m_selection.ports;
+    return ports.size() == 1 && ports.front().first == ports.front().last
+               ? "Nothing listens on port " + std::to_string(ports.front().first) + "."
+               : "Nothing listens on these ports.";
 }
 
 } // namespace Tarnwick

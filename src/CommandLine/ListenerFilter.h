@@ -7,6 +7,7 @@
 #include "CommandLine/Selection.h"
 #include "Shared/PortSearch.h"
 
+#include <deque>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,16 +25,21 @@ public:
 
     void apply(std::vector<Listener> &listeners) const;
 
+    /// Whether @p entry, which has these @p details, is among what was selected.
+    [[nodiscard]] bool matches(const PortEntry &entry, const ListenerDetails &details) const;
+
     /// What to tell the user when nothing is left.
     [[nodiscard]] std::string nothingFound() const;
 
 private:
-    [[nodiscard]] bool matches(const PortEntry &entry) const;
-    [[nodiscard]] bool isFound(const PortEntry &entry) const;
+    [[nodiscard]] bool isOfUser(const ListenerDetails &details) const;
+    [[nodiscard]] bool isOnPort(std::int64_t port) const;
+    [[nodiscard]] bool find(const PortSearch &search, const PortEntry &entry) const;
 
     Selection m_selection;
     std::string m_home;
     std::optional<PortSearch> m_search;
+    std::deque<PortSearch> m_excluded; ///< which cannot be moved
 };
 
 } // namespace Tarnwick

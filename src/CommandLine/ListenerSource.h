@@ -4,10 +4,14 @@
 #pragma once
 
 #include "Helper/ListenerInventory.h"
+#include "Helper/ProcessAncestry.h"
+#include "Helper/ProjectFinder.h"
 #include "Shared/TierRules.h"
 
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace Tarnwick {
@@ -33,6 +37,17 @@ public:
     /// The rules for tiers that hold now, read again where their files have changed; never null.
     /// Without files, as here, there are none, and the built-in rules decide.
     [[nodiscard]] virtual SharedTierRules tierRules() { return std::make_shared<TierRules>(); }
+
+    /// As ListenerInventory::visit() promises; from a listing where a source has no other way. The
+    /// listing before stays the latest.
+    [[nodiscard]] virtual std::optional<ListingError> visit(const PortVisitor &visitor);
+
+    /// The ancestors of a process in the latest listing or visit, as AncestryReader finds them.
+    [[nodiscard]] virtual std::vector<Ancestor> listedAncestors(std::int32_t pid);
+
+    /// Its project, as ProjectFinder finds it.
+    [[nodiscard]] virtual std::optional<Project> project(std::int32_t pid,
+                                                         const std::string &folder);
 };
 
 } // namespace Tarnwick

@@ -3,10 +3,8 @@
 
 #include "CommandLine/ListenerTable.h"
 
+#include "CommandLine/AddressText.h"
 #include "CommandLine/TerminalText.h"
-#include "Models/ByteCount.h"
-#include "Models/Uptime.h"
-#include "Shared/EntryText.h"
 
 #include <algorithm>
 
@@ -14,52 +12,104 @@ namespace Tarnwick {
 
 namespace {
 
-std::vector<Table::Column> columns()
+/// Below this the commands of many servers look the same.
+constexpr std::size_t minCommandWidth = 20;
+
+std::vector<Table::Column> shapes(std::span<const Column> columns, bool areNamed)
 {
-    using Alignment = Table::Alignment;
-    // Longer process names than this leave the command too little of a terminal.
-    constexpr std::size_t widestProcess = 30;
-    return {{"PORT", Alignment::Right},
-            {"TIER"},
-            {"PID", Alignment::Right},
-            {"PROCESS", Alignment::Left, widestProcess},
-            {"UPTIME", Alignment::Right},
-            {"MEMORY", Alignment::Right},
-            {"COMMAND"}};
+    std::vector<Table::Column> shapes;
+    shapes.reserve(columns.size());
+    for (const Column column : columns) {
+        shapes.push_back(Columns::shape(column, areNamed));
+    }
+    return shapes;
 }
 
-Table::Row row(const PortEntry &entry, const ListenerTable::Context &context)
+Table::Row row(const Listener &listener, std::span<const Column> columns,
+               const ListenerTable::Context &context)
 {
-    const bool isSystem = entry.tier == PortTier::System;
-    const std::string accent = context.style.accent(entry.tier);
-    const std::string memory = entry.memoryBytes > 0 ? ByteCount::format(entry.memoryBytes) : "";
-    // Nobody knows when an unknown owner started.
-    const std::string uptime = entry.pid != 0 ? Uptime::format(entry.openedAt, context.now) : "-";
-    const std::string command = EntryText::fullCommand(entry, context.home);
-    return {.style = std::string(isSystem ? context.style.dimmed() : ""),
-            .cells = {{std::to_string(entry.port), accent},
-                      {std::string(rawValue(entry.tier)), accent},
-                      {entry.pid != 0 ? std::to_string(entry.pid) : "-", {}},
-                      {TerminalText::printable(entry.process), {}},
-                      {uptime, {}},
-                      {memory, {}},
-                      {TerminalText::printable(command), {}}}};
+    const PortTier tier = listener.entry.tier;
+    Table::Row row{.style = std::string(tier == PortTier::System ? context.style.dimmed() : "")};
+    row.cells.reserve(columns.size());
+    for (const Column column : columns) {
+        const bool isAccented = column == Column::Port || column == Column::Tier;
+        row.cells.push_back(
+            {Columns::text(column, listener, {.now = context.now, .home = context.home}),
+             isAccented ? context.style.accent(tier) : std::string()});
+    }
+    return row;
+}
+
+std::vector<Column> shownColumns(std::span<const Listener> listeners,
+                                 const ListenerTable::Context &context)
+{
+    const bool hasHosts = !listeners.empty() && !listeners.front().host.empty();
+    return context.columns.empty() ? Columns::usual(hasHosts) : context.columns;
+}
+
+std::string nameOf(std::string_view process, std::int64_t pid)
+{
+    std::string text = TerminalText::printable(process);
+    return pid == 0 ? text : text + " (pid " + std::to_string(pid) + ")";
 }
 
 } // namespace
 
 ListenerTable::ListenerTable(std::span<const Listener> listeners, const Context &context)
-    : m_table(columns())
+    : m_table(shapes(shownColumns(listeners, context), !context.columns.empty()), minCommandWidth)
     , m_style(context.style)
 {
-    for (const Listener &listener : listeners) {
-        m_table.add(row(listener.entry, context));
+    const std::vector<Column> columns = shownColumns(listeners, context);
+    for (std::size_t index = 0; index < listeners.size(); ++index) {
+        if (context.grouping != Grouping::None) {
+            std::string heading =
+                GroupedListeners::heading(context.grouping, listeners[index], context.home);
+            if (m_headings.empty() || m_headings.back().text != heading) {
+                m_headings.push_back({std::move(heading), index});
+            }
+        }
+        m_table.add(row(listeners[index], columns, context));
     }
 }
 
 std::vector<std::string> ListenerTable::lines(std::size_t width) const
 {
-    return m_table.lines(m_style, width);
+    std::vector<std::string> rows = m_table.lines(m_style, width);
+    if (m_headings.empty()) {
+        return rows;
+    }
+    std::vector<std::string> lines;
+    lines.reserve(rows.size() + m_headings.size());
+    auto heading = m_headings.begin();
+    for (std::size_t index = 0; index < rows.size(); ++index) {
+        // The first line has the titles.
+        if (heading != m_headings.end() && heading->row + 1 == index) {
+            lines.push_back(std::string(m_style.bold()) + TerminalText::cut(heading->text, width) +
+                            std::string(m_style.reset()));
+            ++heading;
+        }
+        lines.push_back(std::move(rows[index]));
+    }
+    return lines;
+}
+
+std::vector<std::string> ListenerTable::notes(std::span<const Listener> listeners)
+{
+    std::vector<std::string> notes;
+    for (const Listener &listener : listeners) {
+        for (const Shadow &shadow : listener.shadows) {
+            std::string note =
+                listener.host.empty() ? "" : TerminalText::printable(listener.host) + ": ";
+            note.append("Port ").append(std::to_string(listener.entry.port)).append(": ");
+            note.append(TerminalText::printable(shadow.target)).append(" is answered by ");
+            note.append(nameOf(shadow.processName, shadow.pid)).append(" at ");
+            note.append(TerminalText::printable(shadow.address)).append(", not by ");
+            note.append(nameOf(listener.entry.process, listener.entry.pid)).append(" at ");
+            note.append(AddressText::of(listener)).append(".");
+            notes.push_back(std::move(note));
+        }
+    }
+    return notes;
 }
 
 std::string ListenerTable::summary(std::span<const Listener> listeners)

@@ -13,8 +13,13 @@
 #include "CommandLine/WaitCommand.h"
 #include "CommandLine/WhyCommand.h"
 
+#include <algorithm>
+#include <array>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
+#include <vector>
 
 namespace Tarnwick {
 
@@ -41,7 +46,8 @@ ExitCode Program::run(std::span<const char *const> arguments)
 template<class Command>
 HostsCommand Program::onHosts(const Command &arguments) const
 {
-    return {arguments.hosts, argumentsWithoutHosts(m_arguments), m_console};
+    constexpr std::array<std::string_view, 1> ours{"--host"};
+    return {arguments.hosts, argumentsWithout(ours, m_arguments), m_console};
 }
 
 /// Whether the user sees the output and can type.
@@ -52,7 +58,33 @@ bool Program::isOnTerminal() const
 
 ExitCode Program::perform(const ListArguments &arguments)
 {
-    return ListCommand(arguments, m_console, m_source).run();
+    return arguments.hosts.empty() ? ListCommand(arguments, m_console, m_source).run()
+                                   : listHosts(arguments);
+}
+
+ExitCode Program::listHosts(const ListArguments &arguments)
+{
+    if (arguments.pidsOnly) {
+        return onHosts(arguments).run(false);
+    }
+    // What the table looks like is decided here.
+    constexpr std::array<std::string_view, 4> ours{"--host", "--columns", "--sort", "--group-by"};
+    std::vector<std::string> remote = argumentsWithout(ours, m_arguments);
+    const bool isNamed = !remote.empty() && remote.front() == "list";
+    if (!arguments.json) {
+        remote.insert(remote.begin() + (isNamed ? 1 : 0), "--json");
+    }
+    if (!isNamed) {
+        remote.insert(remote.begin(), "list");
+    }
+    const HostsCommand hosts(arguments.hosts, std::move(remote), m_console);
+    if (arguments.json) {
+        return hosts.writeListings();
+    }
+    HostsCommand::Listings listings = hosts.list();
+    const ExitCode code =
+        ListCommand(arguments, m_console, m_source).show(std::move(listings.listeners));
+    return std::max(code, listings.code);
 }
 
 ExitCode Program::perform(const WatchArguments &arguments)

@@ -39,6 +39,7 @@ private:
     [[nodiscard]] ExitCode perform(const Information &information);
     [[nodiscard]] ExitCode perform(const UsageError &error);
 
+    [[nodiscard]] ExitCode listHosts(const ListArguments &arguments);
     template<class Command>
     [[nodiscard]] HostsCommand onHosts(const Command &arguments) const;
     [[nodiscard]] bool isOnTerminal() const;

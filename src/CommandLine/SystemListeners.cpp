@@ -50,6 +50,7 @@ SharedTierRules SystemListeners::tierRules()
 Listing SystemListeners::list()
 {
     startReadingRules();
+    forgetSurroundings();
     Scan scan = m_inventory.scan({.records = true, .owners = {}, .details = true});
     if (auto *error = std::get_if<ListingError>(&scan)) {
         m_sockets.clear();
@@ -60,6 +61,34 @@ Listing SystemListeners::list()
     m_sockets = std::move(found.sockets);
     m_details = std::move(found.details);
     return std::move(found.records);
+}
+
+std::optional<ListingError> SystemListeners::visit(const PortVisitor &visitor)
+{
+    forgetSurroundings();
+    return m_inventory.visit(visitor);
+}
+
+void SystemListeners::forgetSurroundings()
+{
+    m_ancestry.reset();
+    m_projects.reset();
+}
+
+std::vector<Ancestor> SystemListeners::listedAncestors(std::int32_t pid)
+{
+    if (!m_ancestry) {
+        m_ancestry = std::make_unique<AncestryReader>();
+    }
+    return m_ancestry->ancestors(pid);
+}
+
+std::optional<Project> SystemListeners::project(std::int32_t pid, const std::string &folder)
+{
+    if (!m_projects) {
+        m_projects = std::make_unique<ProjectFinder>();
+    }
+    return m_projects->find(pid, folder);
 }
 
 std::optional<ProcessIdentity> SystemListeners::identity(std::int32_t pid) const

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <future>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -29,6 +30,10 @@ public:
     [[nodiscard]] Listing list() override;
     [[nodiscard]] std::vector<std::uint64_t> sockets() const override { return m_sockets; }
     [[nodiscard]] std::vector<ListenerDetails> details() const override { return m_details; }
+    [[nodiscard]] std::optional<ListingError> visit(const PortVisitor &visitor) override;
+    [[nodiscard]] std::vector<Ancestor> listedAncestors(std::int32_t pid) override;
+    [[nodiscard]] std::optional<Project> project(std::int32_t pid,
+                                                 const std::string &folder) override;
     [[nodiscard]] SharedTierRules tierRules() override;
     [[nodiscard]] std::optional<ProcessIdentity> identity(std::int32_t pid) const override;
     [[nodiscard]] KillAnswer end(const ProcessIdentity &process) override;
@@ -50,8 +55,12 @@ public:
 
 private:
     void startReadingRules();
+    void forgetSurroundings();
 
     ListenerInventory m_inventory;
+    // Of the latest listing; null until something is wanted of them.
+    std::unique_ptr<AncestryReader> m_ancestry;
+    std::unique_ptr<ProjectFinder> m_projects;
     TierRuleFiles::Report m_report;
     std::vector<TierRuleProblem> m_problems; ///< to be reported
     std::optional<TierRuleFiles> m_tierRuleFiles;

@@ -26,6 +26,9 @@ public:
         Alignment alignment = Alignment::Left;
         /// What the column is cut to when the table has to fit a terminal.
         std::size_t most = std::numeric_limits<std::size_t>::max();
+        /// Where the last column has less room than it needs, the one with the lowest rank above 0
+        /// is left out, then the next.
+        unsigned rank = 0;
     };
 
     struct Cell
@@ -41,8 +44,11 @@ public:
         std::vector<Cell> cells{};
     };
 
-    explicit Table(std::vector<Column> columns)
+    /// @p minLast is what the last column needs to have, or its widest text where that is less,
+    /// while there are columns that may be left out.
+    explicit Table(std::vector<Column> columns, std::size_t minLast = 0)
         : m_columns(std::move(columns))
+        , m_minLast(minLast)
     {
     }
 
@@ -56,11 +62,15 @@ public:
     static constexpr std::size_t anyWidth = std::numeric_limits<std::size_t>::max();
 
 private:
-    [[nodiscard]] std::vector<std::size_t> widths(bool isBounded) const;
+    /// What each column takes; 0 for one that is left out.
+    [[nodiscard]] std::vector<std::size_t> widths(std::size_t width) const;
+    [[nodiscard]] bool fits(const std::vector<std::size_t> &widths, std::size_t width) const;
+    [[nodiscard]] std::size_t mostExpendable(const std::vector<std::size_t> &widths) const;
     [[nodiscard]] std::string line(const Row &row, const std::vector<std::size_t> &widths,
                                    const Style &style, std::size_t width) const;
 
     std::vector<Column> m_columns;
+    std::size_t m_minLast;
     std::vector<Row> m_rows;
 };
 

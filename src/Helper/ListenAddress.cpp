@@ -36,6 +36,18 @@ bool ListenAddress::isLoopback() const
            bytes.back() == 1;
 }
 
+ListenAddress ListenAddress::unmapped() const
+{
+    ListenAddress address = *this;
+    if (family == Family::IPv6 &&
+        std::equal(mappedPrefix.begin(), mappedPrefix.end(), bytes.begin())) {
+        address.family = Family::IPv4;
+        address.bytes = {};
+        std::copy(bytes.begin() + mappedPrefix.size(), bytes.end(), address.bytes.begin());
+    }
+    return address;
+}
+
 std::string ListenAddress::text() const
 {
     std::array<char, INET6_ADDRSTRLEN> buffer{};

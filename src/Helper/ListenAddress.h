@@ -26,6 +26,9 @@ struct ListenAddress
     /// ::1.
     [[nodiscard]] bool isLoopback() const;
 
+    /// The IPv4 address that an IPv4-mapped IPv6 address stands for; any other address itself.
+    [[nodiscard]] ListenAddress unmapped() const;
+
     /// "127.0.0.1" or "::1", without brackets or interface.
     [[nodiscard]] std::string text() const;
 

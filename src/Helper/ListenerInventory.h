@@ -9,9 +9,12 @@
 #include "Shared/RawPortInfo.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -66,6 +69,19 @@ struct ScanResult
 
 using Scan = std::variant<ScanResult, ListingError>;
 
+/// A listening socket while it is passed on. What it refers to lasts as long as the call.
+struct VisitedListener
+{
+    const RawPortInfo *record = nullptr;
+    const ListenerDetails *details = nullptr;
+    /// The number of its owner in this visit, from 1: the records of an owner differ in nothing but
+    /// the port. 0 for one whose record is its own.
+    std::size_t owner = 0;
+};
+
+/// Takes all that listens on one port, ordered by process identifier and then by name.
+using PortVisitor = std::function<void(std::span<const VisitedListener> listeners)>;
+
 /// Everything that listens on a TCP port in this network namespace, with the process that owns each
 /// listening socket. It remembers between calls who owned which socket, so that a listing in which
 /// nothing changed costs one check for each listener, and, as far as its share of the time allows,
@@ -119,6 +135,11 @@ public:
 
     /// The records of a scan of their own.
     [[nodiscard]] Listing list();
+
+    /// What a scan for records and details finds, passed to @p visitor port by port, in order, and
+    /// kept nowhere: of thousands of listeners the memory is what takes time. Passes on nothing
+    /// when it fails.
+    [[nodiscard]] std::optional<ListingError> visit(const PortVisitor &visitor);
 
     /// The owners in the latest records; empty before the first. They may have ended since.
     [[nodiscard]] SharedProcessReport report() const;

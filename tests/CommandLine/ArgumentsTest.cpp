@@ -26,6 +26,11 @@ Arguments parse(std::initializer_list<const char *> arguments)
     return parseArguments(std::span(arguments.begin(), arguments.size()));
 }
 
+Selection selection(std::initializer_list<const char *> arguments)
+{
+    return std::get<ListArguments>(parse(arguments)).selection;
+}
+
 std::string usageError(std::initializer_list<const char *> arguments)
 {
     const Arguments parsed = parse(arguments);
@@ -52,7 +57,7 @@ TEST(Arguments, ListEverythingWhenThereAreNone)
 TEST(Arguments, TakeTheOptionsOfListWithAndWithoutItsName)
 {
     const Selection expected{
-        .tiers = {PortTier::Dev, PortTier::Unknown}, .search = "node js", .port = 3000};
+        .tiers = {PortTier::Dev, PortTier::Unknown}, .search = "node js", .ports = {{3000, 3000}}};
     for (const Arguments &parsed : {parse({"--tier", "dev", "--tier=unknown", "--search", "node js",
                                            "--port", "3000", "--json"}),
                                     parse({"list", "--json", "--port=3000", "--search=node js",
@@ -114,8 +119,50 @@ TEST(Arguments, RefuseToKillPortsAndProcessesAtOnce)
 
 TEST(Arguments, TakeTheLeastAndTheGreatestPort)
 {
-    EXPECT_EQ(std::get<ListArguments>(parse({"--port", "1"})).selection.port, 1);
-    EXPECT_EQ(std::get<ListArguments>(parse({"--port", "65535"})).selection.port, 65'535);
+    EXPECT_THAT(selection({"--port", "1"}).ports, ElementsAre(SelectedPorts{1, 1}));
+    EXPECT_THAT(selection({"--port", "65535"}).ports, ElementsAre(SelectedPorts{65'535, 65'535}));
+}
+
+TEST(Arguments, TakeSeveralPortsAndRanges)
+{
+    EXPECT_THAT(selection({"--port", "3000,5173", "--port=8000-8999"}).ports,
+                ElementsAre(SelectedPorts{3000, 3000}, SelectedPorts{5173, 5173},
+                            SelectedPorts{8000, 8999}));
+}
+
+TEST(Arguments, TakeUsersAndTextsThatAreNotWanted)
+{
+    const Selection parsed =
+        selection({"--user", "ada", "--user=0", "--not", "test", "--not=a b", "--exposed"});
+    EXPECT_THAT(parsed.users, ElementsAre("ada", "0"));
+    EXPECT_THAT(parsed.excluded, ElementsAre("test", "a b"));
+    EXPECT_TRUE(parsed.exposed);
+    EXPECT_EQ(std::get<WatchArguments>(parse({"watch", "--user", "ada", "--user=0", "--not", "test",
+                                              "--not=a b", "--exposed"}))
+                  .selection,
+              parsed);
+}
+
+TEST(Arguments, TakeWhatTheTableShows)
+{
+    const auto list = std::get<ListArguments>(
+        parse({"list", "--columns", "port,command", "--sort=-memory,port", "--group-by", "unit"}));
+    EXPECT_THAT(list.columns, ElementsAre(Column::Port, Column::Command));
+    EXPECT_THAT(list.order,
+                ElementsAre(SortKey{Column::Memory, true}, SortKey{Column::Port, false}));
+    EXPECT_EQ(list.grouping, Grouping::Unit);
+    EXPECT_FALSE(list.pidsOnly);
+    EXPECT_TRUE(std::get<ListArguments>(parse({"--pids"})).pidsOnly);
+}
+
+TEST(Arguments, HaveAHelpThatNamesEachColumn)
+{
+    const std::string help = information({"list", "--help"});
+    std::string names = Columns::names(74);
+    for (std::size_t end = 0; (end = names.find('\n', end)) != std::string::npos; end += 3) {
+        names.replace(end, 1, "\n  ");
+    }
+    EXPECT_THAT(help, HasSubstr("Columns:\n  " + names + "\n"));
 }
 
 class WrongPorts : public testing::TestWithParam<const char *>
@@ -145,7 +192,12 @@ INSTANTIATE_TEST_SUITE_P(
     Arguments, WrongArguments,
     testing::Values(
         std::vector{"--tier", "Dev"}, std::vector{"--tier", ""}, std::vector{"--tier"},
-        std::vector{"--tier", "dev", "app"}, std::vector{"--port", "1", "--port", "2"},
+        std::vector{"--tier", "dev", "app"}, std::vector{"--port", "2-1"},
+        std::vector{"--port", "1,"}, std::vector{"--port", "1-"}, std::vector{"--port", "-2"},
+        std::vector{"--port", "1-2-3"}, std::vector{"--not", " "}, std::vector{"--user", ""},
+        std::vector{"--columns", "ports"}, std::vector{"--columns", ""},
+        std::vector{"--sort", "--port"}, std::vector{"--group-by", "port"},
+        std::vector{"watch", "--columns", "port"}, std::vector{"watch", "--pids"},
         std::vector{"--unheard-of"}, std::vector{"--json", "watch"}, std::vector{"list", "3000"},
         std::vector{"list", "--interval", "1"}, std::vector{"list", "--yes"},
         std::vector{"kill", "3000", "--json"}, std::vector{"watch", "--interval", "0.19"},
@@ -214,7 +266,12 @@ INSTANTIATE_TEST_SUITE_P(
         Misuse{{"--tier", "dev", "--tier"}, "option '--tier' needs a value"},
         Misuse{{"watch", "--interval"}, "option '--interval' needs a value", "tarnwickctl watch"},
         Misuse{{"kill", "--pid", "1", "--pid"}, "option '--pid' needs a value", "tarnwickctl kill"},
-        Misuse{{"--port", "1", "--port", "2"}, "option '--port' may be given only once"},
+        Misuse{{"--sort", "port", "--sort", "pid"}, "option '--sort' may be given only once"},
+        Misuse{{"--json", "--pids"}, "--json and --pids exclude each other"},
+        Misuse{{"list", "--columns", "port", "--json"},
+               "--columns is for the table, not for --json",
+               "tarnwickctl list"},
+        Misuse{{"--group-by", "tier", "--pids"}, "--group-by is for the table, not for --pids"},
         Misuse{{"--search", "a", "--search", "b"}, "option '--search' may be given only once"},
         Misuse{{"watch", "--interval", "1", "--interval", "2"},
                "option '--interval' may be given only once",
@@ -224,7 +281,8 @@ INSTANTIATE_TEST_SUITE_P(
         Misuse{{"--help=x"}, "option '--help' takes no value"},
         Misuse{{"--version=1"}, "option '--version' takes no value"},
         Misuse{{"kill", "--yes=no", "1"}, "option '--yes' takes no value", "tarnwickctl kill"},
-        Misuse{{"--port", "http"}, "--port: 'http' is not a port: 1 to 65535"},
+        Misuse{{"--port", "http"},
+               "--port: 'http' is not a port: 1 to 65535, or a range such as 8000-8999"},
         Misuse{{"kill", "http"}, "PORT: 'http' is not a port: 1 to 65535", "tarnwickctl kill"},
         Misuse{
             {"kill", "--pid", "x"}, "--pid: 'x' is not a process identifier", "tarnwickctl kill"},
@@ -247,7 +305,8 @@ TEST(Arguments, TakeAnEmptySearchForNone)
 {
     EXPECT_EQ(std::get<ListArguments>(parse({"--search="})).selection, Selection{});
     EXPECT_EQ(std::get<ListArguments>(parse({"--search", ""})).selection, Selection{});
-    EXPECT_EQ(usageError({"--port="}), "--port: '' is not a port: 1 to 65535");
+    EXPECT_EQ(usageError({"--port="}),
+              "--port: '' is not a port: 1 to 65535, or a range such as 8000-8999");
 }
 
 TEST(Arguments, NameTheCommandsWhenOneIsWrong)

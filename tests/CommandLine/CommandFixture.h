@@ -10,15 +10,19 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <deque>
 #include <functional>
 #include <iterator>
 #include <map>
 #include <optional>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <arpa/inet.h>
 
 namespace Tarnwick {
 
@@ -93,6 +97,19 @@ public:
     [[nodiscard]] std::vector<std::uint64_t> sockets() const override { return m_sockets; }
     [[nodiscard]] std::vector<ListenerDetails> details() const override { return m_details; }
 
+    [[nodiscard]] std::vector<Ancestor> listedAncestors(std::int32_t pid) override
+    {
+        const auto known = ancestry.find(pid);
+        return known != ancestry.end() ? known->second : std::vector<Ancestor>();
+    }
+
+    [[nodiscard]] std::optional<Project> project(std::int32_t /*pid*/,
+                                                 const std::string &folder) override
+    {
+        const auto known = projects.find(folder);
+        return known != projects.end() ? std::optional(known->second) : std::nullopt;
+    }
+
     /// The identity of a record's socket: one for each process on each port.
     std::function<std::uint64_t(const RawPortInfo &)> socket = [](const RawPortInfo &record) {
         return static_cast<std::uint64_t>(record.port << 32 | record.pid);
@@ -102,6 +119,8 @@ public:
         return ListenerDetails{};
     };
     std::deque<Listing> listings{std::vector<RawPortInfo>{}};
+    std::map<std::int32_t, std::vector<Ancestor>> ancestry; ///< by process; none of the others
+    std::map<std::string, Project> projects;                ///< by working directory
     int asked = 0;
 
 private:
@@ -253,6 +272,24 @@ inline RawPortInfo record(std::int64_t port, std::int64_t pid, std::string name,
             .originArguments = {},
             .processStartedAt = Timestamp(std::chrono::hours(1000) - std::chrono::minutes(1)),
             .memoryBytes = std::uint64_t{46} << 20U};
+}
+
+/// The details of a socket at @p address, of both families where that is "::".
+inline ListenerDetails at(const char *address)
+{
+    ListenerDetails details;
+    const bool isV6 = std::strchr(address, ':') != nullptr;
+    details.address.family = isV6 ? ListenAddress::Family::IPv6 : ListenAddress::Family::IPv4;
+    if (inet_pton(isV6 ? AF_INET6 : AF_INET, address, details.address.bytes.data()) != 1) {
+        throw std::invalid_argument(address);
+    }
+    return details;
+}
+
+inline ListenerDetails onlyIPv6(ListenerDetails details)
+{
+    details.address.isV6Only = true;
+    return details;
 }
 
 /// A listener of the system tier.

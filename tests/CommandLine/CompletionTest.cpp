@@ -72,7 +72,12 @@ TEST_P(Completion, OffersTheOptionsOfTheCommand)
 {
     EXPECT_THAT(offered("tarnwickctl --t"), ElementsAre("--tier"));
     EXPECT_THAT(offered("tarnwickctl list --"),
-                ElementsAre("--help", "--json", "--port", "--search", "--tier", "--version"));
+                ElementsAre("--columns", "--exposed", "--group-by", "--help", "--json", "--not",
+                            "--pids", "--port", "--search", "--sort", "--tier", "--user",
+                            "--version"));
+    EXPECT_THAT(offered("tarnwickctl watch --"),
+                ElementsAre("--exposed", "--help", "--interval", "--json", "--not", "--port",
+                            "--search", "--tier", "--user", "--version"));
     EXPECT_THAT(offered("tarnwickctl watch --i"), ElementsAre("--interval"));
     EXPECT_THAT(offered("tarnwickctl kill --"),
                 ElementsAre("--help", "--pid", "--system", "--version", "--yes"));
@@ -102,9 +107,40 @@ TEST_P(Completion, OffersTiers)
     EXPECT_THAT(offered("tarnwickctl list --tier=u"), ElementsAre("--tier=unknown"));
 }
 
+TEST_P(Completion, OffersWhatRowsAreGroupedBy)
+{
+    EXPECT_THAT(offered("tarnwickctl list --group-by "),
+                ElementsAre("container", "project", "tier", "unit", "user"));
+    EXPECT_THAT(offered("tarnwickctl --group-by=p"), ElementsAre("--group-by=project"));
+}
+
+TEST_P(Completion, OffersColumns)
+{
+    EXPECT_THAT(offered("tarnwickctl list --columns "),
+                IsSupersetOf({"port", "address", "user", "project", "parent"}));
+    EXPECT_THAT(offered("tarnwickctl list --columns pr"), ElementsAre("process", "project"));
+    EXPECT_THAT(offered("tarnwickctl list --sort=-me"), ElementsAre("--sort=-memory"));
+}
+
+TEST_P(Completion, OffersFurtherColumns)
+{
+    // What is offered is the whole list in some shells, and the next column in others.
+    for (const std::string &choice : offered("tarnwickctl list --columns port,p")) {
+        EXPECT_THAT(choice, testing::MatchesRegex("(port,)?(path|parent|pid|process|project)"));
+    }
+    EXPECT_THAT(offered("tarnwickctl list --columns port,us"),
+                testing::AnyOf(ElementsAre("user"), ElementsAre("port,user")));
+}
+
+TEST_P(Completion, OffersUsers)
+{
+    EXPECT_THAT(offered("tarnwickctl list --user roo"), Contains("root"));
+}
+
 TEST_P(Completion, OffersNothingForAText)
 {
     EXPECT_THAT(offered("tarnwickctl list --search "), IsEmpty());
+    EXPECT_THAT(offered("tarnwickctl list --not "), IsEmpty());
     EXPECT_THAT(offered("tarnwickctl watch --interval "), IsEmpty());
     EXPECT_THAT(offered("tarnwickctl wait --timeout "), IsEmpty());
 }

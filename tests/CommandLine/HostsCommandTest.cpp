@@ -3,6 +3,7 @@
 
 #include "CommandLine/HostsCommand.h"
 
+#include "CommandLine/JsonListing.h"
 #include "tests/CommandLine/CommandFixture.h"
 #include "tests/Support/ScopedEnvironment.h"
 #include "tests/Support/TemporaryFolder.h"
@@ -10,18 +11,28 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Tarnwick {
 namespace {
 
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
-using testing::Not;
+using testing::StartsWith;
+
+/// The listing of one process of that name.
+std::string array(const char *process)
+{
+    WrittenText text;
+    EXPECT_FALSE(JsonListing::write(listenersFrom({record(3000, 4711, process)}), text));
+    return text.written;
+}
 
 /// With an `ssh` that is a script of the test's own: $1 is the host.
 class HostsCommandTest : public testing::Test
@@ -84,12 +95,59 @@ TEST_F(HostsCommandTest, EndsWhenNobodyReadsWhatItFollows)
     EXPECT_EQ(HostsCommand({"a", "b"}, {"watch"}, m_test.console).follow(false), ExitCode::Done);
 }
 
-TEST(HostsCommand, PassesEverythingOnButTheHosts)
+TEST_F(HostsCommandTest, ReadsTheListingsOfAllHosts)
 {
-    const std::vector<const char *> arguments{"kill", "--host", "a",      "--yes", "--host=b",
-                                              "80",   "--",     "--host", "c"};
-    EXPECT_THAT(argumentsWithoutHosts(arguments),
-                ElementsAre("kill", "--yes", "80", "--", "--host", "c"));
+    script("[ $1 = c ] && echo '[]' && exit 1\necho '" + array("node") + "'");
+    const auto listings = HostsCommand({"a", "b", "c"}, {"list"}, m_test.console).list();
+    EXPECT_EQ(listings.code, ExitCode::Done);
+    ASSERT_EQ(listings.listeners.size(), 2U);
+    EXPECT_EQ(listings.listeners[0].host, "a");
+    EXPECT_EQ(listings.listeners[1].host, "b");
+    EXPECT_EQ(listings.listeners[0].entry.process, "node");
+}
+
+TEST_F(HostsCommandTest, MakesOneArrayOfTheListings)
+{
+    script("[ $1 = b ] && echo '[]' && exit 1\necho '" + array("node") + "'");
+    EXPECT_EQ(HostsCommand({"a", "b", "c"}, {"list"}, m_test.console).writeListings(),
+              ExitCode::Done);
+    EXPECT_THAT(m_test.output.written, StartsWith("[\n{\"host\":\"a\",\"pid\":4711,"));
+    EXPECT_THAT(m_test.output.written, HasSubstr("},\n{\"host\":\"c\",\"pid\":4711,"));
+    EXPECT_THAT(m_test.output.written, EndsWith("}\n]\n"));
+}
+
+TEST_F(HostsCommandTest, WritesAnEmptyArrayWhereNothingListensAnywhere)
+{
+    script("echo '[]'; exit 1");
+    EXPECT_EQ(HostsCommand({"a", "b"}, {"list"}, m_test.console).writeListings(),
+              ExitCode::NothingDone);
+    EXPECT_EQ(m_test.output.written, "[]\n");
+}
+
+TEST_F(HostsCommandTest, TakesNoOtherAnswerForAListing)
+{
+    for (const char *answer : {"", "hello", "{}", "[{}]", "[", "[1]", R"([{"pid":1}])"}) {
+        script("echo '" + std::string(answer) + "'");
+        m_test.errors.written.clear();
+        m_test.output.written.clear();
+        EXPECT_EQ(HostsCommand({"a"}, {"list"}, m_test.console).writeListings(),
+                  ExitCode::HostFailed)
+            << answer;
+        EXPECT_EQ(m_test.output.written, "[]\n");
+        EXPECT_THAT(m_test.errors.written,
+                    StartsWith("tarnwickctl: a: its answer is no listing: "));
+        EXPECT_EQ(HostsCommand({"a"}, {"list"}, m_test.console).list().code, ExitCode::HostFailed);
+    }
+}
+
+TEST(HostsCommand, PassesNoOptionOnThatIsForThisMachine)
+{
+    constexpr std::array<std::string_view, 2> options{"--host", "--columns"};
+    const std::vector<const char *> arguments{"kill",     "--host",    "a",    "--yes",
+                                              "--host=b", "--columns", "port", "80",
+                                              "--",       "--host",    "c",    "--hosts"};
+    EXPECT_THAT(argumentsWithout(options, arguments),
+                ElementsAre("kill", "--yes", "80", "--", "--host", "c", "--hosts"));
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace Tarnwick {
 
@@ -39,16 +40,62 @@ TEST(JsonListing, IsAnEmptyArrayWhenNothingListens)
     EXPECT_EQ(array({}), "[]\n");
 }
 
-TEST(JsonListing, WritesTheNineMembersThenTierAndDescription)
+TEST(JsonListing, WritesTheNineMembersThenWhatElseIsKnown)
 {
-    EXPECT_EQ(array(listenersFrom({record(3000, 4711, "node")})),
+    ListenerDetails details = at("127.0.0.1");
+    details.user = "ada";
+    details.userId = 1000;
+    EXPECT_EQ(array(listenersFrom({record(3000, 4711, "node")}, {}, {details})),
               "[\n"
               R"({"pid":4711,"port":3000,"processName":"node",)"
               R"("commandPath":"/home/ada/.nvm/versions/node/v20/bin/node",)"
               R"("cwd":"/home/ada/shop","arguments":["node","/home/ada/shop/server.js"],)"
               R"("originArguments":[],"processStartedAt":"1970-02-11T15:59:00Z",)"
-              R"("memoryBytes":48234496,"tier":"dev","description":"Node.js"})"
+              R"("memoryBytes":48234496,"tier":"dev","description":"Node.js",)"
+              R"("address":"127.0.0.1","exposed":false,"user":"ada","userId":1000})"
               "\n]\n");
+}
+
+TEST(JsonListing, WritesEachDetailThatIsKnown)
+{
+    ListenerDetails details = onlyIPv6(at("::"));
+    details.interface = "eth0";
+    details.unit = "shop.service";
+    details.isUserUnit = true;
+    details.socketUnit = "shop.socket";
+    details.container = Container{.id = "3f2a", .name = "web", .runtime = "podman"};
+    details.forwarding = Forwarding{.forwarder = "docker-proxy",
+                                    .pid = 9,
+                                    .port = 5432,
+                                    .processName = "postgres",
+                                    .command = "postgres -D x",
+                                    .container = {.id = "77aa"}};
+    EXPECT_THAT(array(listenersFrom({record(3000, 4711, "node")}, {}, {details})),
+                HasSubstr(R"("address":"::","v6Only":true,"exposed":true,"interface":"eth0",)"
+                          R"("user":"","userId":0,"unit":"shop.service","unitManager":"user",)"
+                          R"("socketUnit":"shop.socket",)"
+                          R"("container":{"id":"3f2a","name":"web","runtime":"podman"},)"
+                          R"("forwarding":{"forwarder":"docker-proxy","pid":9,"port":5432,)"
+                          R"("processName":"postgres","command":"postgres -D x",)"
+                          R"("container":{"id":"77aa"}}})"));
+}
+
+TEST(JsonListing, WritesTheSocketsOfOneOwnerEachWithItsOwn)
+{
+    const RawPortInfo common = record(1, 4711, "node");
+    JsonOwner owner(common, PortTier::Dev, "Node.js", {}, nullptr);
+    ListenerDetails first = at("127.0.0.1");
+    first.user = "ada";
+    ListenerDetails second = at("::1");
+    second.user = "bob";
+    std::string json;
+    for (const auto &[port, details] :
+         {std::pair(80, first), std::pair(8080, second), std::pair(65'535, first)}) {
+        json.clear();
+        owner.append(json, port, details, {});
+        std::vector<Listener> expected = listenersFrom({record(port, 4711, "node")}, {}, {details});
+        EXPECT_EQ("[\n" + json + "\n]\n", array(expected));
+    }
 }
 
 TEST(JsonListing, WritesOneRecordOnEachLine)

@@ -200,8 +200,8 @@ TEST_F(KillCommandTest, ListsSeveralOwnersOfAPortAndWantsToBeToldWhich)
     test.errors.shape.isTerminal = false;
     EXPECT_EQ(kill({3000}, true), ExitCode::Usage);
     EXPECT_THAT(ends.ended, IsEmpty());
-    EXPECT_THAT(test.errors.written, HasSubstr("PORT  TIER   PID  PROCESS"));
-    EXPECT_THAT(test.errors.written, HasSubstr("3000  dev   4712  vite"));
+    EXPECT_THAT(test.errors.written, HasSubstr("PORT  ADDRESS  TIER   PID  USER  PROCESS"));
+    EXPECT_THAT(test.errors.written, HasSubstr("3000  0.0.0.0  dev   4712        vite"));
     EXPECT_THAT(test.errors.written,
                 EndsWith("tarnwickctl: Port 3000 has several owners; choose one with --pid.\n"));
 }

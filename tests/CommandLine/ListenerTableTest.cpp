@@ -31,10 +31,12 @@ std::vector<std::string> lines(const std::vector<Listener> &listeners,
 
 TEST(ListenerTable, ShowsARowForEachListener)
 {
-    EXPECT_THAT(lines(listenersFrom({record(3000, 4711, "node"), systemRecord(22, 812, "sshd")})),
-                ElementsAre("PORT  TIER     PID  PROCESS  UPTIME  MEMORY  COMMAND",
-                            "  22  system   812  sshd         1m   46 MB  node ~/shop/server.js",
-                            "3000  dev     4711  node         1m   46 MB  node ~/shop/server.js"));
+    EXPECT_THAT(
+        lines(listenersFrom({record(3000, 4711, "node"), systemRecord(22, 812, "sshd")})),
+        ElementsAre(
+            "PORT  ADDRESS  TIER     PID  USER  PROCESS  UPTIME  MEMORY  COMMAND",
+            "  22  0.0.0.0  system   812        sshd         1m   46 MB  node ~/shop/server.js",
+            "3000  0.0.0.0  dev     4711        node         1m   46 MB  node ~/shop/server.js"));
 }
 
 TEST(ListenerTable, ShowsDashesForAnUnknownOwnerAndItsUserAsTheCommand)
@@ -49,7 +51,7 @@ TEST(ListenerTable, ShowsDashesForAnUnknownOwnerAndItsUserAsTheCommand)
                              .processStartedAt = Timestamp(std::chrono::hours(1000)),
                              .memoryBytes = 0};
     EXPECT_EQ(lines(listenersFrom({kernel})).at(1),
-              "2049  unknown    -  unknown       -          unknown, of user root");
+              "2049  0.0.0.0  unknown    -        unknown       -          unknown, of user root");
 }
 
 TEST(ListenerTable, ShowsHostileTextsHarmlessly)

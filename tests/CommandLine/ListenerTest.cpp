@@ -40,6 +40,33 @@ TEST(Listener, IsMergedWithItsEqualsKeepingTheFirst)
     EXPECT_EQ(listeners[0].record, first);
 }
 
+TEST(Listener, KeepsTheSocketsAndShadowsOfThoseItIsMergedWith)
+{
+    auto listeners = listenersFrom({record(80, 1, "a"), record(80, 1, "a"), record(80, 2, "b")}, {},
+                                   {at("127.0.0.1"), at("0.0.0.0"), at("::1")});
+    noteShadows(listeners);
+    mergeEqual(listeners);
+    ASSERT_EQ(listeners.size(), 2U);
+    ASSERT_EQ(listeners[0].otherSockets.size(), 1U);
+    EXPECT_TRUE(listeners[0].otherSockets.front().address.isAny());
+    ASSERT_EQ(listeners[0].shadows.size(), 1U) << "the same for both sockets";
+    EXPECT_EQ(listeners[0].shadows.front(),
+              (Shadow{.target = "localhost", .pid = 2, .processName = "b", .address = "::1"}));
+    EXPECT_TRUE(listeners[1].shadows.empty());
+}
+
+TEST(Listener, IsNotMergedWithAnUnknownOneOfAnotherUser)
+{
+    ListenerDetails root = at("127.0.0.1");
+    ListenerDetails ada = at("::1");
+    ada.userId = 1000;
+    auto listeners = listenersFrom(
+        {record(80, 0, "unknown"), record(80, 0, "unknown"), record(80, 0, "unknown")}, {},
+        {root, root, ada});
+    mergeEqual(listeners);
+    EXPECT_EQ(listeners.size(), 2U);
+}
+
 TEST(Listener, IsNotMergedWithAnotherOwnerOfThePort)
 {
     auto listeners = listenersFrom({record(80, 1, "a"), record(80, 2, "a"), record(80, 1, "b")});

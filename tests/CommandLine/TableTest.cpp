@@ -94,6 +94,31 @@ TEST(Table, KeepsItsColumnsAlignedWhereAWideCharacterWasCut)
                 ElementsAre("PORT  NAME      COMMAND", "  80  日本語…   x", "  81  12345678  y"));
 }
 
+TEST(Table, LeavesColumnsOutUntilTheLastHasItsRoom)
+{
+    Table listing({{"PORT", Table::Alignment::Right},
+                   {.title = "TIER", .rank = 2},
+                   {.title = "SIZE", .rank = 1},
+                   {"COMMAND"}},
+                  10);
+    listing.add(
+        {.style = "", .cells = {{"80", ""}, {"dev", ""}, {"46 MB", ""}, {"node server.js", ""}}});
+    EXPECT_THAT(listing.lines(plain, 29),
+                ElementsAre("PORT  TIER  SIZE   COMMAND", "  80  dev   46 MB  node serv…"));
+    EXPECT_THAT(listing.lines(plain, 28),
+                ElementsAre("PORT  TIER  COMMAND", "  80  dev   node server.js"));
+    EXPECT_THAT(listing.lines(plain, 21), ElementsAre("PORT  COMMAND", "  80  node server.js"));
+    EXPECT_THAT(listing.lines(plain, 8), ElementsAre("PORT  C…", "  80  n…"));
+}
+
+TEST(Table, LeavesNothingOutWhereTheLastColumnNeedsLessThanItsRoom)
+{
+    Table listing({{.title = "TIER", .rank = 1}, {"COMMAND"}}, 20);
+    listing.add({.style = "", .cells = {{"dev", ""}, {"node", ""}}});
+    EXPECT_THAT(listing.lines(plain, 13), ElementsAre("TIER  COMMAND", "dev   node"));
+    EXPECT_THAT(listing.lines(plain, 12), ElementsAre("COMMAND", "node"));
+}
+
 TEST(Table, NeverExceedsTheWidth)
 {
     Table listing = table();

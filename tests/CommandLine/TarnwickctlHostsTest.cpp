@@ -19,7 +19,7 @@ namespace Tarnwick {
 namespace {
 
 using testing::HasSubstr;
-using testing::Not;
+using testing::StartsWith;
 
 class TarnwickctlHostsTest : public testing::Test
 {
@@ -50,6 +50,39 @@ protected:
     RunningProgram::Setup m_setup;
     ListeningChild m_child;
 };
+
+TEST_F(TarnwickctlHostsTest, ListsSeveralMachinesInOneTable)
+{
+    const auto result =
+        runTarnwickctl({"--port", m_child.portText(), "--host", "shop.example", "--host",
+                        "closed.example", "--host", "bakery.example", "--sort", "-host"});
+    EXPECT_EQ(result.exitCode, 7);
+    EXPECT_THAT(result.output, HasSubstr("HOST"));
+    EXPECT_THAT(result.output, HasSubstr("shop.example "));
+    EXPECT_LT(result.output.find("shop.example"), result.output.find("bakery.example"));
+    EXPECT_THAT(result.output, HasSubstr("2 listeners: 0 system, 0 app, 0 dev, 2 unknown\n"));
+    EXPECT_THAT(result.errors, HasSubstr("tarnwickctl: closed.example: ssh has failed.\n"));
+}
+
+TEST_F(TarnwickctlHostsTest, ListsSeveralMachinesInOneArray)
+{
+    const auto result = runTarnwickctl({"list", "--json", "--port", m_child.portText(), "--host",
+                                        "shop.example", "--host", "bakery.example"});
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_THAT(result.output, StartsWith(R"([
+{"host":"shop.example","pid":)" + m_child.pidText()));
+    EXPECT_THAT(result.output, HasSubstr("},\n{\"host\":\"bakery.example\",\"pid\":"));
+}
+
+TEST_F(TarnwickctlHostsTest, SaysThatNothingListensOnAnyMachine)
+{
+    const std::string port = ListeningChild().portText(); // at which nothing listens any more
+    const auto result =
+        runTarnwickctl({"--port", port, "--host", "shop.example", "--host", "bakery.example"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.output, "");
+    EXPECT_THAT(result.errors, HasSubstr("Nothing listens on port " + port));
+}
 
 TEST_F(TarnwickctlHostsTest, KillsOnAnotherMachine)
 {

@@ -90,7 +90,7 @@ TEST_F(WatchCommandTest, WritesLinesOnADumbTerminalAndForJson)
 TEST_F(WatchCommandTest, ShowsOnlyWhatIsSelected)
 {
     listings.listings = {std::vector{record(3000, 4711, "node"), systemRecord(22, 1, "sshd")}};
-    EXPECT_EQ(watch({}, {.selection = {.tiers = {PortTier::System}, .search = {}, .port = {}}}),
+    EXPECT_EQ(watch({}, {.selection = {.tiers = {PortTier::System}, .search = {}, .ports = {}}}),
               ExitCode::Done);
     EXPECT_EQ(test.output.written, "+ :22 sshd 1\n");
 }

@@ -76,7 +76,7 @@ TEST_F(WatchScreenTest, ShowsTheTableAndTheCount)
     EXPECT_FALSE(screen.show(listeners(2)));
     const auto lines = drawn();
     ASSERT_EQ(lines.size(), 4U);
-    EXPECT_THAT(lines[1], HasSubstr("dev"));
+    EXPECT_THAT(lines[1], HasSubstr("node ~/shop/server.js"));
     EXPECT_EQ(lines[3], "2 listeners: 0 system, 0 app, 2 dev, 0 unknown");
 }
 

@@ -50,4 +50,17 @@ TEST(ListenAddress, StandsForAllWhereItIsZero)
 }
 
 } // namespace
+TEST(ListenAddress, IsThatOfIPv4WhereItIsAMappedOne)
+{
+    ListenAddress mapped{.family = ListenAddress::Family::IPv6};
+    mapped.bytes = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF, 192, 0, 2, 7};
+    EXPECT_EQ(mapped.unmapped().family, ListenAddress::Family::IPv4);
+    EXPECT_EQ(mapped.unmapped().text(), "192.0.2.7");
+    ListenAddress any{.family = ListenAddress::Family::IPv6};
+    EXPECT_EQ(any.unmapped(), any);
+    ListenAddress loopback{.family = ListenAddress::Family::IPv4};
+    loopback.bytes = {127, 0, 0, 1};
+    EXPECT_EQ(loopback.unmapped(), loopback);
+}
+
 } // namespace Tarnwick

@@ -8,11 +8,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <span>
 #include <string>
 #include <variant>
 #include <vector>
@@ -190,6 +194,80 @@ TEST_F(ListenerDetailsTest, NameTheSocketUnitOfWhatAUsersManagerListensFor)
     EXPECT_EQ(details.socketUnit, unit + ".socket");
     EXPECT_EQ(details.unit, unit + ".service");
     EXPECT_TRUE(details.isUserUnit);
+}
+
+/// What a visit passes on of one port, copied.
+struct Visited
+{
+    RawPortInfo record;
+    ListenerDetails details;
+    std::size_t owner = 0;
+};
+
+std::vector<Visited> visit(ListenerInventory &inventory, int port)
+{
+    std::vector<Visited> found;
+    std::int64_t last = 0;
+    const auto error = inventory.visit([&](std::span<const VisitedListener> listeners) {
+        ASSERT_FALSE(listeners.empty());
+        EXPECT_GT(listeners.front().record->port, last) << "each port once, in order";
+        last = listeners.front().record->port;
+        for (const VisitedListener &listener : listeners) {
+            EXPECT_EQ(listener.record->port, last);
+            if (last == port) {
+                found.push_back({*listener.record, *listener.details, listener.owner});
+            }
+        }
+    });
+    EXPECT_FALSE(error);
+    return found;
+}
+
+TEST_F(ListenerDetailsTest, AreVisitedWithTheRecordsOfAListing)
+{
+    Puppet server;
+    const int first = server.listen().port;
+    const int second = server.listen().port;
+    const Listing listing = ListenerInventory().list();
+    const auto *const listed = std::get_if<std::vector<RawPortInfo>>(&listing);
+    ASSERT_NE(listed, nullptr);
+    const std::vector<Visited> one = visit(m_inventory, first);
+    const std::vector<Visited> other = visit(m_inventory, second);
+    ASSERT_EQ(one.size(), 1U);
+    ASSERT_EQ(other.size(), 1U);
+    for (const Visited &visited : {one.front(), other.front()}) {
+        const auto isVisited = [&visited](RawPortInfo record) {
+            record.memoryBytes = visited.record.memoryBytes; // which may change meanwhile
+            return record == visited.record;
+        };
+        EXPECT_EQ(std::count_if(listed->begin(), listed->end(), isVisited), 1);
+    }
+    EXPECT_TRUE(one.front().details.address.isLoopback());
+    EXPECT_NE(one.front().owner, 0U);
+}
+
+TEST_F(ListenerDetailsTest, NumberTheOwnersOfAVisit)
+{
+    Puppet server;
+    const int first = server.listen().port;
+    const int second = server.listen().port;
+    Puppet another;
+    const int third = another.listen().port;
+    std::map<std::int64_t, std::size_t> owners;
+    const auto error = m_inventory.visit([&owners](std::span<const VisitedListener> listeners) {
+        owners[listeners.front().record->port] = listeners.front().owner;
+    });
+    EXPECT_FALSE(error);
+    EXPECT_EQ(owners.at(first), owners.at(second));
+    EXPECT_NE(owners.at(first), owners.at(third));
+}
+
+TEST_F(ListenerDetailsTest, ReportTheOwnersThatAVisitFound)
+{
+    Puppet server;
+    const int port = server.listen().port;
+    EXPECT_EQ(visit(m_inventory, port).size(), 1U);
+    EXPECT_NE(m_inventory.report()->find(server.pid()), nullptr);
 }
 
 TEST_F(ListenerDetailsTest, AreLeftOutWhereTheyAreNotWanted)

@@ -45,6 +45,29 @@ TEST(ProcessAncestry, KnowsWhetherTheProcessesShareAGroup)
     EXPECT_EQ(wrong, 0);
 }
 
+TEST(ProcessAncestry, NamesEachAsTheKernelHasIt)
+{
+    Puppet parent;
+    const Puppet child = parent.fork();
+    parent.rename("shop-server");
+    EXPECT_EQ(ancestors(child.pid()).at(0).name, "shop-server");
+    parent.rename("a\xFF");
+    EXPECT_EQ(ancestors(child.pid()).at(0).name, "a\xEF\xBF\xBD");
+}
+
+TEST(ProcessAncestry, ReadsEachProcessOnceForSeveral)
+{
+    Puppet parent;
+    const Puppet first = parent.fork();
+    const Puppet second = parent.fork();
+    AncestryReader reader;
+    parent.rename("before");
+    EXPECT_EQ(reader.ancestors(first.pid()).at(0).name, "before");
+    parent.rename("after");
+    EXPECT_EQ(reader.ancestors(second.pid()).at(0).name, "before");
+    EXPECT_EQ(reader.ancestors(second.pid()).at(1).pid, getpid());
+}
+
 TEST(ProcessAncestry, KnowsNoneOfAProcessThatHasEnded)
 {
     Puppet puppet;

@@ -9,9 +9,19 @@
 #include <cerrno>
 #include <chrono>
 #include <new>
+#include <optional>
 #include <utility>
 
 namespace Tarnwick {
+
+namespace {
+
+ListingError outOfMemory()
+{
+    return {ENOMEM, "no memory left"};
+}
+
+} // namespace
 
 ListenerInventory::ListenerInventory()
     : ListenerInventory(Options{})
@@ -25,24 +35,40 @@ ListenerInventory::ListenerInventory(const Options &options)
 
 ListenerInventory::~ListenerInventory() = default;
 
-Scan ListenerInventory::scan(const ScanRequest &request)
+/// Calls @p scan; false where the memory does not suffice.
+template<class Call>
+bool ListenerInventory::Private::tryWithMemory(const Call &scan)
 {
-    Private &d = *m_private;
     try {
-        if (d.isInterrupted) {
-            d.census = ProcessCensus(d.root.get());
-            d.groups = ControlGroups();
-            d.isInterrupted = false;
+        if (isInterrupted) {
+            census = ProcessCensus(root.get());
+            groups = ControlGroups();
+            isInterrupted = false;
         }
-        return d.scan(request);
+        scan(*this);
+        return true;
     } catch (const std::bad_alloc &) {
         // Half a scan is not to be built upon.
-        d.memory.startOver();
-        d.backoff = {};
-        d.sockets = {};
-        d.isInterrupted = true;
-        return ListingError{ENOMEM, "no memory left"};
+        memory.startOver();
+        backoff = {};
+        sockets = {};
+        isInterrupted = true;
+        return false;
     }
+}
+
+Scan ListenerInventory::scan(const ScanRequest &request)
+{
+    std::optional<Scan> found;
+    const bool isDone = m_private->tryWithMemory([&](Private &d) { found = d.scan(request); });
+    return isDone ? *std::move(found) : Scan(outOfMemory());
+}
+
+std::optional<ListingError> ListenerInventory::visit(const PortVisitor &visitor)
+{
+    std::optional<ListingError> error;
+    const bool isDone = m_private->tryWithMemory([&](Private &d) { error = d.visit(visitor); });
+    return isDone ? std::move(error) : outOfMemory();
 }
 
 Listing ListenerInventory::list()

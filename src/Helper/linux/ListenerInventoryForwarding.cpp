@@ -33,30 +33,31 @@ void describe(RawPortInfo &record, const Forwarding &forwarding, std::size_t roo
 
 } // namespace
 
-/// Gives the records of forwarders the command of what they forward to.
-void ListenerInventory::Private::describeForwarded(std::vector<RawPortInfo> &records)
+/// Finds out what the forwarders among the owners forward to.
+void ListenerInventory::Private::findForwarded()
 {
     forwardings.begin(std::exchange(processesChanged, false), Clock::now() + searchTime);
-    const std::size_t room = RecordBounds::share(records.size());
-    std::size_t counted = 0; // places whose records have been counted
-    std::size_t record = 0;
-    memory.forEachForwarded([&](std::size_t place, const ProcessInspector &owner) {
-        for (; counted < place; ++counted) {
-            record += memory.socket(counted).vanished ? 0U : 1U;
-        }
+    memory.forEachForwarded([this](std::size_t place, const ProcessInspector &owner) {
         const ProcessDetails &details = owner.details();
-        const Forwarding *const forwarding =
-            forwardings.find({.socket = sockets[place].key(),
-                              .pid = owner.identity().pid,
-                              .startTicks = owner.identity().startTicks,
-                              .program = *details.forwarder,
-                              .arguments = details.arguments,
-                              .port = sockets[place].port});
-        if (forwarding != nullptr) {
-            describe(records[record], *forwarding, room);
-        }
+        static_cast<void>(forwardings.find({.socket = sockets[place].key(),
+                                            .pid = owner.identity().pid,
+                                            .startTicks = owner.identity().startTicks,
+                                            .program = *details.forwarder,
+                                            .arguments = details.arguments,
+                                            .port = sockets[place].port}));
     });
     forwardings.finish();
+}
+
+/// Gives the record of a socket that is forwarded the command of what it is forwarded to. @p count
+/// is how many records the listing has.
+void ListenerInventory::Private::describeForwarded(RawPortInfo &record,
+                                                   const ListeningSocket &socket,
+                                                   std::size_t count) const
+{
+    if (const Forwarding *const forwarding = forwardings.found(socket.key())) {
+        describe(record, *forwarding, RecordBounds::share(count));
+    }
 }
 
 } // namespace Tarnwick

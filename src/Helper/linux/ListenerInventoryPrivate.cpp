@@ -32,7 +32,13 @@ Scan ListenerInventory::Private::scan(const ScanRequest &request)
     result.ownerships = memory.ownerships(request.owners);
     if (request.records) {
         result.records = memory.records(sockets);
-        describeForwarded(result.records);
+        findForwarded();
+        std::size_t record = 0;
+        for (std::size_t place = 0; place < sockets.size(); ++place) {
+            if (!memory.socket(place).vanished) {
+                describeForwarded(result.records[record++], sockets[place], result.records.size());
+            }
+        }
         result.sockets = reportedSockets();
         if (request.details) {
             result.details = reportedDetails();

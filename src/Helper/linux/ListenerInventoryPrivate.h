@@ -69,10 +69,15 @@ struct ListenerInventory::Private
         }
     };
 
+    template<class Call>
+    [[nodiscard]] bool tryWithMemory(const Call &scan);
     [[nodiscard]] Scan scan(const ScanRequest &request);
+    [[nodiscard]] std::optional<ListingError> visit(const PortVisitor &visitor);
     [[nodiscard]] std::vector<std::uint64_t> reportedSockets();
     [[nodiscard]] std::vector<ListenerDetails> reportedDetails();
-    void describeForwarded(std::vector<RawPortInfo> &records);
+    void findForwarded();
+    void describeForwarded(RawPortInfo &record, const ListeningSocket &socket,
+                           std::size_t count) const;
     [[nodiscard]] std::optional<ListingError> update(const ScanRequest &request);
     [[nodiscard]] Questions questions(ProcessCensus::Pulse pulse,
                                       std::span<const std::int32_t> owners);

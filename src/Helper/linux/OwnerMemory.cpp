@@ -325,19 +325,16 @@ std::vector<RawPortInfo> OwnerMemory::records(std::span<const ListeningSocket> s
             continue;
         }
         const ProcessInspector *process = owner(known);
-        if (process == nullptr) {
-            records.push_back(RecordBounds::shortened(
-                recordWithoutOwner(sockets[place].port, known, m_users), share));
-        } else if (process->details().recordCost <= share) {
-            records.push_back(recordOf(sockets[place], *process));
-        } else {
-            const auto [cut, isNew] = shortened.try_emplace(process);
-            if (isNew) {
-                cut->second = RecordBounds::shortened(recordOf(sockets[place], *process), share);
-            }
-            records.push_back(cut->second);
-            records.back().port = sockets[place].port;
+        if (process == nullptr || process->details().recordCost <= share) {
+            records.push_back(record(sockets[place], place, share));
+            continue;
         }
+        const auto [cut, isNew] = shortened.try_emplace(process);
+        if (isNew) {
+            cut->second = record(sockets[place], place, share);
+        }
+        records.push_back(cut->second);
+        records.back().port = sockets[place].port;
     }
     return records;
 }
@@ -356,6 +353,17 @@ void OwnerMemory::forEachForwarded(
             visit(place, *process);
         }
     }
+}
+
+RawPortInfo OwnerMemory::record(const ListeningSocket &socket, std::size_t place,
+                                std::size_t share) const
+{
+    const ProcessInspector *const process = ownerAt(place);
+    RawPortInfo record = process != nullptr
+                             ? recordOf(socket, *process)
+                             : recordWithoutOwner(socket.port, *m_places[place], m_users);
+    const bool fits = process != nullptr && process->details().recordCost <= share;
+    return fits ? record : RecordBounds::shortened(record, share);
 }
 
 std::vector<Ownership> OwnerMemory::ownerships(std::span<const std::int32_t> pids) const

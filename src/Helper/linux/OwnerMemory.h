@@ -103,6 +103,20 @@ public:
     void forEachForwarded(
         const std::function<void(std::size_t place, const ProcessInspector &owner)> &visit) const;
 
+    /// What each of these records may cost (RecordBounds::cost).
+    [[nodiscard]] std::size_t recordShare() const;
+
+    /// One of these records, that of @p socket, by its place in the listing, as long as it costs no
+    /// more than @p share.
+    [[nodiscard]] RawPortInfo record(const ListeningSocket &socket, std::size_t place,
+                                     std::size_t share) const;
+
+    /// The owner of a socket by its place in the listing; null where it is unknown.
+    [[nodiscard]] const ProcessInspector *ownerAt(std::size_t place) const
+    {
+        return owner(*m_places[place]);
+    }
+
     /// What this listing found each of @p pids to own, in their order.
     [[nodiscard]] std::vector<Ownership> ownerships(std::span<const std::int32_t> pids) const;
 
@@ -141,7 +155,6 @@ private:
     void releaseIfTooMany(Process &process);
     [[nodiscard]] const ProcessInspector *owner(const KnownSocket &known) const;
     [[nodiscard]] std::size_t recordCost(const KnownSocket &known) const;
-    [[nodiscard]] std::size_t recordShare() const;
 
     int m_root;
     ProcFs::Numbering m_numbering;
