@@ -65,6 +65,7 @@ Listing SystemListeners::list()
 
 std::optional<ListingError> SystemListeners::visit(const PortVisitor &visitor)
 {
+    startReadingRules();
     forgetSurroundings();
     return m_inventory.visit(visitor);
 }
