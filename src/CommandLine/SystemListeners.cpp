@@ -147,11 +147,6 @@ bool SystemListeners::sharesOutput(std::int32_t first, std::int32_t second) cons
     return shareOutput(first, second);
 }
 
-std::optional<Supervisor> SystemListeners::supervisor(std::int32_t pid) const
-{
-    return supervisorOf(pid);
-}
-
 std::vector<KillAnswer> SystemListeners::endRelated(std::span<const ProcessIdentity> processes)
 {
     return ProcessTerminator(m_inventory).terminateRelated(processes);

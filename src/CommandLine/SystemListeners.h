@@ -49,7 +49,6 @@ public:
     [[nodiscard]] std::vector<std::string> arguments(std::int32_t pid) const override;
     [[nodiscard]] LaunchRole role(std::int32_t pid) const override { return launchRoleOf(pid); }
     [[nodiscard]] bool sharesOutput(std::int32_t first, std::int32_t second) const override;
-    [[nodiscard]] std::optional<Supervisor> supervisor(std::int32_t pid) const override;
     [[nodiscard]] std::vector<KillAnswer>
     endRelated(std::span<const ProcessIdentity> processes) override;
 
