@@ -17,7 +17,6 @@
 #include "Platform/LoginItem.h"
 #include "Shared/AppLog.h"
 #include "Shared/TierRuleFiles.h"
-#include "Shared/Utf8.h"
 
 #include <QSettings>
 
@@ -37,9 +36,8 @@ SerialExecutor &decoder()
 SharedTierRules currentTierRules()
 {
     static NeverDestroyed<TierRuleFiles> files(
-        TierRuleSources::ofThisProcess(), [](const TierRuleProblem &problem) {
-            AppLog::log("[tiers] refused: " + Utf8::sanitized(problem.text()));
-        });
+        TierRuleSources::ofThisProcess(),
+        [](const TierRuleProblem &problem) { AppLog::log("[tiers] refused: " + problem.text()); });
     return (*files).update();
 }
 

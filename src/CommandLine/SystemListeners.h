@@ -10,6 +10,7 @@
 #include "Shared/TierRuleFiles.h"
 
 #include <cstdint>
+#include <future>
 #include <memory>
 #include <optional>
 #include <span>
@@ -23,7 +24,7 @@ namespace Tarnwick {
 class SystemListeners : public ListenerSource, public ProcessEnder, public ServerProcesses
 {
 public:
-    /// @p report is called for each file with rules for tiers that is refused (TierRuleFiles).
+    /// @p report is called by tierRules() for each file that is refused (TierRuleFiles).
     explicit SystemListeners(TierRuleFiles::Report report);
 
     [[nodiscard]] Listing list() override;
@@ -52,6 +53,7 @@ public:
     endRelated(std::span<const ProcessIdentity> processes) override;
 
 private:
+    void startReadingRules();
     void forgetSurroundings();
 
     ListenerInventory m_inventory;
@@ -59,9 +61,11 @@ private:
     std::unique_ptr<AncestryReader> m_ancestry;
     std::unique_ptr<ProjectFinder> m_projects;
     TierRuleFiles::Report m_report;
-    std::optional<TierRuleFiles> m_tierRuleFiles; ///< once they were asked for
-    std::vector<std::uint64_t> m_sockets;         ///< of the latest listing
-    std::vector<ListenerDetails> m_details;       ///< the same
+    std::vector<TierRuleProblem> m_problems; ///< to be reported
+    std::optional<TierRuleFiles> m_tierRuleFiles;
+    std::future<SharedTierRules> m_firstRules; ///< while they are read, beside the first scan
+    std::vector<std::uint64_t> m_sockets;      ///< of the latest listing
+    std::vector<ListenerDetails> m_details;    ///< the same
 };
 
 } // namespace Tarnwick

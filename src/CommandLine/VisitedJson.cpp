@@ -16,10 +16,18 @@ namespace Tarnwick {
 
 VisitedJson::VisitedJson(ListenerSource &source, const ListenerFilter &filter, TextOutput &output)
     : m_source(source)
-    , m_rules(source.tierRules())
     , m_filter(filter)
     , m_listing(output)
 {
+}
+
+/// Takes the rules with the first listener: until then they are read beside the visit.
+void VisitedJson::takeRules()
+{
+    if (m_rules) {
+        return;
+    }
+    m_rules = m_source.tierRules();
     for (const TierRule &rule : m_rules->rules()) {
         m_portsOfRules.insert(m_portsOfRules.end(), rule.ports.begin(), rule.ports.end());
     }
@@ -30,6 +38,7 @@ void VisitedJson::add(std::span<const VisitedListener> onePort)
     if (m_listing.hasFailed()) {
         return;
     }
+    takeRules();
     if (onePort.size() == 1) {
         add(onePort.front(), {});
         return;
@@ -43,6 +52,12 @@ void VisitedJson::add(std::span<const VisitedListener> onePort)
     for (std::size_t index = 0; index < onePort.size(); ++index) {
         add(onePort[index], shadows[index]);
     }
+}
+
+std::error_code VisitedJson::finish()
+{
+    takeRules(); // so that a refused file is reported although nothing listens
+    return m_listing.finish();
 }
 
 void VisitedJson::add(const VisitedListener &listener, std::span<const Shadow> shadows)

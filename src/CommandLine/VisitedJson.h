@@ -29,7 +29,7 @@ public:
     void add(std::span<const VisitedListener> onePort);
 
     [[nodiscard]] bool isEmpty() const { return m_listing.isEmpty(); }
-    [[nodiscard]] std::error_code finish() { return m_listing.finish(); }
+    [[nodiscard]] std::error_code finish();
 
 private:
     struct Owner
@@ -38,6 +38,7 @@ private:
         std::unique_ptr<JsonOwner> json{}; ///< made when the first of its listeners is written
     };
 
+    void takeRules();
     void add(const VisitedListener &listener, std::span<const Shadow> shadows);
     void write(Owner &owner, const VisitedListener &listener, std::span<const Shadow> shadows);
     [[nodiscard]] Owner ownerFrom(const RawPortInfo &record) const;
@@ -45,7 +46,7 @@ private:
     [[nodiscard]] Owner &ownerOf(const VisitedListener &listener);
 
     ListenerSource &m_source;
-    SharedTierRules m_rules;
+    SharedTierRules m_rules;               ///< null before the first listener
     std::vector<PortRange> m_portsOfRules; ///< on which the tier may be another
     const ListenerFilter &m_filter;
     JsonListing m_listing;

@@ -135,24 +135,15 @@ Glob::Glob(std::vector<Element> elements, Subject subject)
 {
 }
 
-std::string_view Glob::requiredPiece(std::size_t size) const
+std::vector<std::string_view> Glob::literals() const
 {
-    // What many paths and commands have.
-    constexpr std::string_view common =
-        "/usr/local/bin/ /usr/local/lib /usr/sbin/ /usr/share/ /usr/lib/ /usr/libexec/ /home/ "
-        "/bin/ /lib/ /.local/share/ /node_modules/.bin/ node --server.js -server.port .server "
-        "/server server/ .jar java python main.js main port ";
-    std::string_view found;
+    std::vector<std::string_view> texts;
     for (const Element &element : m_elements) {
-        const std::string_view text = element.text;
-        for (std::size_t at = 0; at + size <= text.size(); ++at) {
-            const std::string_view piece = text.substr(at, size);
-            if (found.empty() || common.find(piece) == std::string_view::npos) {
-                found = piece;
-            }
+        if (element.kind == Element::Kind::Literal) {
+            texts.emplace_back(element.text);
         }
     }
-    return found;
+    return texts;
 }
 
 bool Glob::isLiteral() const
@@ -271,7 +262,7 @@ bool Glob::Run::extendAcross()
 {
     const bool isLast = m_across.element + 1 == m_elements.size();
     if (m_elements[m_across.element].kind == Kind::Folders) {
-        const std::size_t slash = find(m_text, "/", m_across.at);
+        const std::size_t slash = m_text.find('/', m_across.at);
         m_across.at = slash == nowhere ? nowhere : slash + 1;
     } else if (!isLast && m_elements[m_across.element + 1].kind == Kind::Literal) {
         m_across.at = find(m_text, m_elements[m_across.element + 1].text, m_across.at + 1);

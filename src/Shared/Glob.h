@@ -47,9 +47,8 @@ public:
     /// Whether the pattern is the whole of @p text. What is not UTF-8 is compared byte by byte.
     [[nodiscard]] bool matches(std::string_view text) const;
 
-    /// A piece of @p size bytes of the pattern that every text contains that it matches, one that
-    /// few other texts do if there is a choice; empty where the pattern has no such piece.
-    [[nodiscard]] std::string_view requiredPiece(std::size_t size) const;
+    /// The texts between the wildcards; every text that the pattern matches contains them.
+    [[nodiscard]] std::vector<std::string_view> literals() const;
 
     /// The text that the pattern ends with, after its last wildcard; all of it where it has none.
     [[nodiscard]] std::string_view literalEnd() const;

@@ -82,19 +82,4 @@ std::optional<std::vector<std::string>> GlobList::onlyTexts() const
     return texts;
 }
 
-std::optional<std::vector<std::string_view>> GlobList::requiredPieces(std::size_t size) const
-{
-    if (!m_hasIncluded) {
-        return std::nullopt;
-    }
-    std::vector<std::string_view> pieces;
-    for (const Glob &glob : m_included) {
-        pieces.push_back(glob.requiredPiece(size));
-        if (pieces.back().empty()) {
-            return std::nullopt;
-        }
-    }
-    return pieces;
-}
-
 } // namespace Tarnwick

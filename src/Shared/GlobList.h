@@ -37,10 +37,8 @@ public:
     /// wildcards.
     [[nodiscard]] std::optional<std::vector<std::string>> onlyTexts() const;
 
-    /// Pieces of @p size bytes, of which every text that meets the condition contains one; nothing
-    /// where a pattern has no such piece.
-    [[nodiscard]] std::optional<std::vector<std::string_view>>
-    requiredPieces(std::size_t size) const;
+    /// The patterns, of which any suffices; empty where none is needed.
+    [[nodiscard]] const std::vector<Glob> &included() const { return m_included; }
 
 private:
     std::vector<std::string> m_entries;

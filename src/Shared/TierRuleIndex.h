@@ -3,9 +3,12 @@
 
 #pragma once
 
+#include "Shared/Glob.h"
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -49,10 +52,10 @@ private:
 class TierRuleIndex
 {
 public:
-    static constexpr std::size_t keySize = 4; ///< bytes
-
-    /// The rule at @p place can hold only for a record with @p key, of keySize bytes, in a text.
-    void add(std::string_view key, std::size_t place);
+    /// Adds the rule at @p place, which can hold only for a record with a text that one of @p
+    /// patterns matches; false where there are none, or one of them has no piece that is long
+    /// enough.
+    [[nodiscard]] bool add(std::span<const Glob> patterns, std::size_t place);
 
     /// Adds the places of the rules that have a key in @p text to @p places.
     void find(std::string_view text, RulePlaces &places) const;
@@ -65,9 +68,7 @@ private:
         std::size_t place;
     };
 
-    static constexpr unsigned bucketBits = 12;
-
-    [[nodiscard]] static std::size_t bucketOf(std::uint32_t key);
+    void add(std::uint32_t key, std::size_t place);
 
     std::vector<Entry> m_entries;
     std::vector<std::uint32_t> m_buckets; ///< the numbers of their first entries

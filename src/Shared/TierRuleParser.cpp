@@ -43,6 +43,11 @@ Reason wrong(const toml::node &node, std::string text)
     return {lineOf(node.source()), std::move(text)};
 }
 
+bool isControl(char character)
+{
+    return static_cast<unsigned char>(character) < 0x20 || character == 0x7F;
+}
+
 std::string quoted(std::string_view text)
 {
     return "'" + std::string(text) + "'";
@@ -179,9 +184,6 @@ private:
     [[nodiscard]] Check readDescription(const toml::node &value)
     {
         const toml::value<std::string> *const text = value.as_string();
-        const auto isControl = [](char character) {
-            return static_cast<unsigned char>(character) < 0x20 || character == 0x7F;
-        };
         if (text == nullptr || text->get().empty() ||
             std::any_of(text->get().begin(), text->get().end(), isControl)) {
             return wrong(value, "'description' must be a string of one line, and not empty");
@@ -277,7 +279,9 @@ unsigned invalidLine(std::string_view text)
 
 std::string TierRuleProblem::text() const
 {
-    return file + (line > 0 ? ":" + std::to_string(line) : "") + ": " + reason;
+    std::string text = file + (line > 0 ? ":" + std::to_string(line) : "") + ": " + reason;
+    std::replace_if(text.begin(), text.end(), isControl, '?');
+    return Utf8::sanitized(text);
 }
 
 TierRuleParser::Parsed TierRuleParser::parse(std::string_view text, const std::string &file,

@@ -19,7 +19,8 @@ struct TierRuleProblem
     unsigned line = 0; ///< counted from 1; 0 where the file as a whole is meant
     std::string reason;
 
-    /// "FILE:LINE: reason", one line, or "FILE: reason".
+    /// "FILE:LINE: reason" or "FILE: reason", one line of valid UTF-8: a control character is
+    /// written as "?".
     [[nodiscard]] std::string text() const;
 
     friend bool operator==(const TierRuleProblem &, const TierRuleProblem &) = default;

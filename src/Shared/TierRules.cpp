@@ -25,11 +25,7 @@ TierRules::TierRules(std::vector<TierRule> rules)
 void TierRules::addToIndex(const TierRule &rule, std::size_t place)
 {
     const auto isAddedBy = [this, place](const GlobList &condition) {
-        const auto keys = condition.requiredPieces(TierRuleIndex::keySize);
-        for (const std::string_view key : keys.value_or(std::vector<std::string_view>())) {
-            m_index.add(key, place);
-        }
-        return keys.has_value();
+        return m_index.add(condition.included(), place);
     };
     // The condition comes first that the fewest records meet.
     if (isAddedBy(rule.command)) {

@@ -19,6 +19,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
         TierRuleParser::parse(textOf(data, size), "tiers.toml", "/home/ada");
     if (const auto *const problem = std::get_if<TierRuleProblem>(&parsed)) {
         require(!problem->reason.empty());
+        require(problem->text().find('\n') == std::string::npos);
         return 0;
     }
     auto &read = std::get<std::vector<TierRule>>(parsed);

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Tarnwick authors
 // SPDX-License-Identifier: MIT
 
+#include "Core/ProcessClassifier.h"
 #include "Shared/PortScanner.h"
 #include "Shared/TierRuleFiles.h"
 #include "tests/Shared/ShippedTierCases.h"
@@ -130,6 +131,26 @@ TEST(ShippedTiers, LeaveOtherProgramsToTheBuiltInRules)
     EXPECT_EQ(tierOf("/usr/local/bin/server", "/", "server"), PortTier::Dev);
     EXPECT_EQ(tierOf("/home/ada/Downloads/server", "/home/ada", "server"), PortTier::Unknown);
     EXPECT_EQ(tierOf("", "", ""), PortTier::Unknown);
+}
+
+TEST(ShippedTiers, LeaveEveryListenerToTheClassifierWhereNoneAreChosen)
+{
+    TierRuleFiles files(TierRuleSources::from({.chosen = "none",
+                                               .home = "/home/ada",
+                                               .configHome = {},
+                                               .systemFolder = "/etc",
+                                               .programFolder = "/usr/bin"}),
+                        {});
+    const SharedTierRules none = files.update();
+    for (const ShippedTierCase &listener : shippedTierCases()) {
+        const RawPortInfo record = recordOf(listener);
+        const PortEntry entry = PortScanner::entries({&record, 1}, *none).front();
+        const PortTier tier = ProcessClassifier::tier(record.commandPath);
+        const auto [description, link] = ProcessClassifier::describe(record.processName, tier);
+        EXPECT_EQ(rawValue(entry.tier), rawValue(tier)) << textOf(listener);
+        EXPECT_EQ(entry.description, description) << textOf(listener);
+        EXPECT_EQ(entry.settingsLink, link) << textOf(listener);
+    }
 }
 
 TEST(ShippedTiers, TakeNoArgumentForWhatItOnlyResembles)

@@ -86,6 +86,7 @@ TEST(TierRuleParser, SaysWhichKeyIsUnknown)
 {
     EXPECT_EQ(problemWithLine("exec = 'x'"), "t.toml:3: unknown key 'exec'");
     EXPECT_EQ(problemWith("\nrules = 1\n"), "t.toml:2: unknown key 'rules'");
+    EXPECT_EQ(problemWith("\"a\\nb\" = 1\n"), "t.toml:1: unknown key 'a?b'");
     EXPECT_EQ(problemWith("[[rule]]\ntier='dev'\nports=1\n[other]\na=1\n"),
               "t.toml:4: unknown key 'other'");
 }
