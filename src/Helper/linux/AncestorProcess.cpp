@@ -31,16 +31,11 @@ AncestorProcess::Change AncestorProcess::refresh(const Moment &moment)
     const bool hasRun = m_clock.hasAdvanced();
     const bool mayHaveChanged = std::exchange(m_isStale, false) || hasRun || moment.othersRun;
     Change change = mayHaveChanged ? readStat() : Change::None;
-    if (change == Change::Ended) {
-        m_command.reset();
-        m_areChildrenRead = false;
-        return change;
-    }
     if (mayHaveChanged && m_command && readCommandAgain()) {
-        change = Change::Some;
+        change = std::max(change, Change::Some);
     }
     if (m_areChildrenRead && mayHaveOtherChildren(moment, mayHaveChanged) && readChildrenAgain()) {
-        change = Change::Some;
+        change = std::max(change, Change::Some);
     }
     return change;
 }
@@ -57,18 +52,22 @@ AncestorProcess::Change AncestorProcess::readStat()
         return Change::None;
     }
     const bool existed = std::exchange(m_exists, stat.has_value());
-    if (!stat) {
-        m_place = {};
-        return existed ? Change::Ended : Change::None;
+    const bool isOther = !stat || stat->startTicks != m_startTicks;
+    if (existed && isOther) {
+        m_command.reset();
+        m_areChildrenRead = false;
     }
-    const bool isSame = stat->startTicks == std::exchange(m_startTicks, stat->startTicks);
-    const ProcessPlace place{.parent = stat->parent, .group = stat->processGroup};
-    const bool hasMoved = place != std::exchange(m_place, place);
-    m_comm = std::move(stat->comm);
-    if (existed && !isSame) {
+    const ProcessPlace before = m_place;
+    m_place = {};
+    if (stat) {
+        m_startTicks = stat->startTicks;
+        m_place = {.parent = stat->parent, .group = stat->processGroup};
+        m_comm = std::move(stat->comm);
+    }
+    if (existed && isOther) {
         return Change::Ended;
     }
-    return existed && !hasMoved ? Change::None : Change::Some;
+    return existed != m_exists || m_place != before ? Change::Some : Change::None;
 }
 
 const ProcessPlace &AncestorProcess::readPlaceAgain()

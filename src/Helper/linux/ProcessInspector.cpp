@@ -9,7 +9,6 @@
 #include "Helper/linux/ForeignExecutable.h"
 #include "Helper/linux/MappedFile.h"
 #include "Helper/linux/ProcessIdentification.h"
-#include "Helper/linux/SystemFailures.h"
 
 #include <algorithm>
 #include <array>

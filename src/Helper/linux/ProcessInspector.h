@@ -39,10 +39,10 @@ struct ProcessDetails
 /// Looks at one process, again and again: keeps its files of /proc open, so that a look costs a
 /// read of each, and takes texts apart only when they have changed. A process that has not run
 /// since is not even asked for its name and arguments: only others can have changed something, its
-/// paths. Reads through an open file never reach another process that got the same
-/// identifier. Where the main thread has ended and others go on, one of those is asked instead. Of
-/// a process that is ending, whose memory is gone and whose sockets are not yet, the details stay
-/// what they were. One thread at a time; several inspectors may be used at once.
+/// paths. Reads through an open file never reach another process that got the same identifier.
+/// Where the main thread has ended and others go on, one of those is asked instead. Of a process
+/// that is ending, whose memory is gone and whose sockets are not yet, the details stay what they
+/// were. One thread at a time; several inspectors may be used at once.
 class ProcessInspector
 {
 public:
