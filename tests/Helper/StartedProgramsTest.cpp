@@ -30,9 +30,9 @@ protected:
     /// own; empty for its own command. The server is a puppet on the descriptor that it inherits.
     [[nodiscard]] Arguments origin(const Arguments &command)
     {
-        Arguments arguments{"setsid"};
+        Arguments arguments{"env"};
         arguments.insert(arguments.end(), command.begin(), command.end());
-        Puppet started("/usr/bin/setsid", arguments);
+        Puppet started("/usr/bin/env", arguments);
         const int port = started.listen().port;
         const RawPortInfo record = only(list(m_inventory), port);
         EXPECT_EQ(record.arguments, (Arguments{Puppet::program(), "server"}));

@@ -6,6 +6,7 @@
 #include "Helper/ProcessIdentity.h"
 #include "Helper/linux/BootClock.h"
 #include "Helper/linux/ProcFs.h"
+#include "Helper/linux/ProcessPlace.h"
 #include "Helper/linux/ProcessorClock.h"
 #include "Models/Timestamp.h"
 #include "Shared/FileDescriptor.h"
@@ -74,6 +75,9 @@ public:
     /// Whether the process is ending, or is a zombie, as of the last refresh().
     [[nodiscard]] bool isEnding() const { return !m_hasMemory; }
 
+    /// Its parent and its process group when it was opened first.
+    [[nodiscard]] const ProcessPlace &placeWhenOpened() const { return m_placeWhenOpened; }
+
     /// As of the last refresh().
     [[nodiscard]] const ProcessDetails &details() const { return m_details; }
 
@@ -123,6 +127,7 @@ private:
     int m_root;
     ProcFs::Numbering m_numbering;
     ProcessIdentity m_identity;
+    ProcessPlace m_placeWhenOpened;
     pid_t m_thread = 0;         ///< whose files these are; 0 for the main thread
     FileDescriptor m_directory; ///< PID or PID/task/TID
     FileDescriptor m_descriptors;
