@@ -32,6 +32,8 @@ protected:
     {
         Puppet child = parent.fork();
         child.exec(program(arguments), arguments);
+        parent.awaitRest();
+        child.awaitRest();
         return child;
     }
 
@@ -173,6 +175,7 @@ TEST_F(CommandOriginsTest, IsWhatAnEditorStarted)
     const int port = server.listen().port;
     EXPECT_EQ(origin(port), (Arguments{"npm", "run", "dev"}));
     npm.exec(program({"nvim"}), {"nvim", "shop.js"});
+    npm.awaitRest();
     EXPECT_EQ(origin(port), own);
 }
 
@@ -183,6 +186,7 @@ TEST_F(CommandOriginsTest, IsTheOwnCommandOfAServerInAGroupOfItsOwn)
     const int port = server.listen().port;
     EXPECT_EQ(origin(port), (Arguments{"npm", "run", "dev"}));
     server.startSession();
+    server.awaitRest();
     EXPECT_EQ(origin(port), own);
 }
 
@@ -194,11 +198,15 @@ TEST_F(CommandOriginsTest, IsNotAboveAProcessOfAnotherGroup)
     const int port = server.listen().port;
     EXPECT_EQ(origin(port), (Arguments{"npm", "run", "dev"}));
     runner.joinGroup(0);
+    runner.awaitRest();
     EXPECT_EQ(origin(port), own);
     server.joinGroup(runner.pid());
+    server.awaitRest();
     EXPECT_EQ(origin(port), (Arguments{"nodemon", "server.js"}));
     runner.joinGroup(npm.pid());
+    runner.awaitRest();
     server.joinGroup(npm.pid());
+    server.awaitRest();
     EXPECT_EQ(origin(port), (Arguments{"npm", "run", "dev"}));
 }
 
@@ -225,6 +233,7 @@ TEST_F(CommandOriginsTest, CountsTheListenersOfItsGroupOnly)
     const int port = server.listen().port;
     Puppet database = childOf(server, {"postgres"});
     database.startSession();
+    database.awaitRest();
     const int databasePort = database.listen().port;
     EXPECT_EQ(origin(port), (Arguments{"npm", "run", "dev"}));
     EXPECT_EQ(origin(databasePort), own);
@@ -237,11 +246,15 @@ TEST_F(CommandOriginsTest, FollowsAnAncestorThatBecomesAnotherProgram)
     const int port = server.listen().port;
     EXPECT_EQ(origin(port), (Arguments{"npx", "serve"}));
     runner.exec(program({"serve"}), {"serve", "--open"});
+    runner.awaitRest();
     EXPECT_EQ(origin(port), (Arguments{"serve", "--open"}));
     runner.exec(program({"bash"}), {"bash", "-i"});
+    runner.awaitRest();
     EXPECT_EQ(origin(port), own);
     runner.exec(program({"npx"}), {"npx", "again"});
+    runner.awaitRest();
     runner.retitle("npx title");
+    runner.awaitRest();
     EXPECT_EQ(origin(port), Arguments{"npx title"});
 }
 
@@ -252,8 +265,10 @@ TEST_F(CommandOriginsTest, FollowsTheServerItselfThatBecomesAnotherProgram)
     const int port = server.listen().port;
     EXPECT_EQ(origin(port), (Arguments{"npm", "start"}));
     server.exec(program({"npm"}), {"npm", "start"});
+    server.awaitRest();
     EXPECT_EQ(origin(port), own) << "they are the same";
     server.exec(program({"node"}), {"node", "second.js"});
+    server.awaitRest();
     EXPECT_EQ(origin(port), (Arguments{"npm", "start"}));
 }
 
@@ -285,6 +300,7 @@ TEST_F(CommandOriginsTest, CountsAnOrphanThatAnAncestorAdopts)
 {
     Puppet runner = job({"uv", "run", "app"});
     runner.adoptOrphans();
+    runner.awaitRest();
     Puppet server = childOf(runner, {"uvicorn", "app"});
     const int port = server.listen().port;
     Puppet between = server.fork();
@@ -302,6 +318,7 @@ TEST_F(CommandOriginsTest, IsOfTheProcessThatTakesTheSocketOver)
 {
     Puppet npm = job({"npm", "start"});
     npm.adoptOrphans();
+    npm.awaitRest();
     Puppet master = childOf(npm, {"node", "master.js"});
     const int port = master.listen().port;
     Puppet worker = childOf(master, {"node", "worker.js"});
@@ -322,6 +339,7 @@ TEST_F(CommandOriginsTest, IsShownOfAProcessThatMayNotBeLookedInto)
     Puppet server = timeout.fork();
     server.changeUser(otherUser);
     server.exec(program({"node"}), {"node", "server.js"});
+    server.awaitRest();
     const int port = server.listen().port;
     InventoryProcess inventory(becomeOtherUser);
     EXPECT_EQ(only(inventory.list(), port).originArguments, (Arguments{"npm", "start"}));

@@ -13,13 +13,11 @@
 
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <sys/syscall.h>
@@ -28,31 +26,9 @@ namespace Tarnwick {
 namespace {
 
 using Arguments = std::vector<std::string>;
-using Moment = AncestorProcess::Moment;
+using Processes = AncestorProcess::Processes;
 
 constexpr int noFilter = 125;
-
-/// On an idle machine: nothing but what a test's processes have just done.
-constexpr Moment idle{.othersRun = false, .processesChanged = false};
-/// The same after a process has come, or was reaped.
-constexpr Moment idleAfterAFork{.othersRun = false, .processesChanged = true};
-
-/// Waits until a process, whose work is done, sleeps: then its processor time is counted.
-void awaitSleep(const Puppet &puppet)
-{
-    const FileDescriptor root = ProcFs::openRoot();
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    const auto sleeps = [&] {
-        const auto stat = ProcFs::stat(root.get(), puppet.pid());
-        return !stat || stat->state == 'S' || stat->state == 'Z';
-    };
-    while (!sleeps()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            throw std::runtime_error("the puppet does not sleep");
-        }
-        std::this_thread::yield();
-    }
-}
 
 /// The owners of a listing, and what they are shown as.
 class Owners
@@ -70,19 +46,19 @@ public:
 
     void remove() { m_processes.pop_back(); }
 
-    void update(const Moment &moment)
+    void update(Processes processes)
     {
         std::vector<CommandOrigins::Owner> owners;
         for (const Process &process : m_processes) {
             owners.push_back({process.inspector.get(), process.state.get()});
         }
-        m_origins.update(owners, moment);
+        m_origins.update(owners, processes);
     }
 
     /// Of the owner that was added as number @p number, after an update.
-    [[nodiscard]] Arguments origin(const Moment &moment, std::size_t number = 0)
+    [[nodiscard]] Arguments origin(Processes processes, std::size_t number = 0)
     {
-        update(moment);
+        update(processes);
         return m_processes.at(number).inspector->details().originArguments;
     }
 
@@ -114,7 +90,7 @@ struct Job
         shell.rename("sh");
         server.exec(Puppet::program(), {"vite"});
         for (const Puppet *puppet : {&interactive, &npm, &shell, &server}) {
-            awaitSleep(*puppet);
+            puppet->awaitRest();
         }
     }
 
@@ -134,22 +110,24 @@ TEST(CommandOriginsUpdate, ReadsNothingAgainWhereNothingHasRun)
 {
     const int result = inOwnProcess([] {
         try {
-            const Job job;
+            Job job;
             Owners owners;
             owners.add(job.server);
             constexpr std::array<long, 3> files{SYS_openat, SYS_pread64, SYS_readlinkat};
             FailingCalls calls(files);
-            if (owners.origin(Moment{}) != npmRun) {
+            if (owners.origin(Processes::Changed) != npmRun) {
                 return 1;
             }
             for (const long call : files) {
                 calls.failEach(call, EMFILE);
-                if (owners.origin(idle) != npmRun || calls.stop()) {
+                if (owners.origin(Processes::Same) != npmRun || calls.stop()) {
                     return 2;
                 }
             }
+            job.npm.rename("npm");
+            job.npm.awaitRest();
             calls.failEach(SYS_openat, EMFILE);
-            owners.update(Moment{});
+            owners.update(Processes::Same);
             return calls.stop() ? 0 : 3;
         } catch (const std::runtime_error &) {
             return noFilter;
@@ -166,13 +144,13 @@ TEST(CommandOriginsUpdate, SeesAnotherProgramOfAnAncestor)
     Job job;
     Owners owners;
     owners.add(job.server);
-    ASSERT_EQ(owners.origin(idle), npmRun);
+    ASSERT_EQ(owners.origin(Processes::Same), npmRun);
     job.npm.exec(Puppet::program(), {"npm", "start"});
-    awaitSleep(job.npm);
-    EXPECT_EQ(owners.origin(idle), (Arguments{"npm", "start"}));
+    job.npm.awaitRest();
+    EXPECT_EQ(owners.origin(Processes::Same), (Arguments{"npm", "start"}));
     job.npm.rename("bash");
-    awaitSleep(job.npm);
-    EXPECT_EQ(owners.origin(idle), own);
+    job.npm.awaitRest();
+    EXPECT_EQ(owners.origin(Processes::Same), own);
 }
 
 TEST(CommandOriginsUpdate, SeesAnotherChildComeAndEnd)
@@ -180,14 +158,14 @@ TEST(CommandOriginsUpdate, SeesAnotherChildComeAndEnd)
     Job job;
     Owners owners;
     owners.add(job.server);
-    ASSERT_EQ(owners.origin(idle), npmRun);
+    ASSERT_EQ(owners.origin(Processes::Same), npmRun);
     Puppet other = job.shell.fork();
-    awaitSleep(job.shell);
-    awaitSleep(other);
-    EXPECT_EQ(owners.origin(idleAfterAFork), own);
-    EXPECT_EQ(owners.origin(idle), own);
+    job.shell.awaitRest();
+    other.awaitRest();
+    EXPECT_EQ(owners.origin(Processes::Changed), own);
+    EXPECT_EQ(owners.origin(Processes::Same), own);
     other.end(); // a zombie: no process is counted as gone
-    EXPECT_EQ(owners.origin(idle), npmRun);
+    EXPECT_EQ(owners.origin(Processes::Same), npmRun);
 }
 
 TEST(CommandOriginsUpdate, SeesAnAncestorEnd)
@@ -195,9 +173,9 @@ TEST(CommandOriginsUpdate, SeesAnAncestorEnd)
     Job job;
     Owners owners;
     owners.add(job.server);
-    ASSERT_EQ(owners.origin(idle), npmRun);
+    ASSERT_EQ(owners.origin(Processes::Same), npmRun);
     job.shell.end(); // a zombie, as above
-    EXPECT_EQ(owners.origin(idle), own);
+    EXPECT_EQ(owners.origin(Processes::Same), own);
 }
 
 TEST(CommandOriginsUpdate, SeesAnAncestorAdoptAnOrphan)
@@ -206,14 +184,14 @@ TEST(CommandOriginsUpdate, SeesAnAncestorAdoptAnOrphan)
     job.npm.adoptOrphans();
     Puppet between = job.server.fork();
     Puppet orphan = between.fork();
-    awaitSleep(job.npm);
+    job.npm.awaitRest();
     Owners owners;
     owners.add(job.server);
-    ASSERT_EQ(owners.origin(idle), npmRun);
+    ASSERT_EQ(owners.origin(Processes::Same), npmRun);
     between.end();
-    EXPECT_EQ(owners.origin(idleAfterAFork), own);
+    EXPECT_EQ(owners.origin(Processes::Changed), own);
     orphan.end();
-    EXPECT_EQ(owners.origin(idle), npmRun);
+    EXPECT_EQ(owners.origin(Processes::Same), npmRun);
 }
 
 TEST(CommandOriginsUpdate, SeesAChangeOfGroup)
@@ -221,14 +199,15 @@ TEST(CommandOriginsUpdate, SeesAChangeOfGroup)
     Job job;
     Owners owners;
     owners.add(job.server);
-    ASSERT_EQ(owners.origin(idle), npmRun);
+    ASSERT_EQ(owners.origin(Processes::Same), npmRun);
     job.server.joinGroup(0);
-    EXPECT_EQ(owners.origin(idle), own);
+    job.server.awaitRest();
+    EXPECT_EQ(owners.origin(Processes::Same), own);
     job.server.joinGroup(job.npm.pid());
-    EXPECT_EQ(owners.origin(idle), npmRun);
+    EXPECT_EQ(owners.origin(Processes::Same), npmRun);
     job.shell.joinGroup(0);
-    awaitSleep(job.shell);
-    EXPECT_EQ(owners.origin(idle), own);
+    job.shell.awaitRest();
+    EXPECT_EQ(owners.origin(Processes::Same), own);
 }
 
 TEST(CommandOriginsUpdate, SeesAnotherOwnerOnTheWay)
@@ -236,12 +215,12 @@ TEST(CommandOriginsUpdate, SeesAnotherOwnerOnTheWay)
     Job job;
     Owners owners;
     owners.add(job.server);
-    ASSERT_EQ(owners.origin(idle), npmRun);
+    ASSERT_EQ(owners.origin(Processes::Same), npmRun);
     owners.add(job.shell);
-    EXPECT_EQ(owners.origin(idle), own);
-    EXPECT_EQ(owners.origin(idle, 1), own) << "npm leads to both";
+    EXPECT_EQ(owners.origin(Processes::Same), own);
+    EXPECT_EQ(owners.origin(Processes::Same, 1), own) << "npm leads to both";
     owners.remove();
-    EXPECT_EQ(owners.origin(idle), npmRun);
+    EXPECT_EQ(owners.origin(Processes::Same), npmRun);
 }
 
 TEST(CommandOriginsUpdate, KeepsWhatItFoundWhicheverCallFails)
@@ -252,13 +231,17 @@ TEST(CommandOriginsUpdate, KeepsWhatItFoundWhicheverCallFails)
             Owners owners;
             owners.add(job.server);
             FailingCalls calls;
-            if (owners.origin(Moment{}) != npmRun) {
+            if (owners.origin(Processes::Changed) != npmRun) {
                 return 1;
             }
             bool failed = true;
             for (unsigned skipped = 0; failed; ++skipped) {
+                for (Puppet *puppet : {&job.npm, &job.shell}) {
+                    puppet->rename(puppet == &job.npm ? "npm" : "sh");
+                    puppet->awaitRest();
+                }
                 calls.fail(skipped, EMFILE);
-                const Arguments found = owners.origin(Moment{});
+                const Arguments found = owners.origin(Processes::Changed);
                 const std::optional<long> call = calls.stop();
                 failed = call.has_value();
                 if (found != npmRun) {
@@ -268,13 +251,15 @@ TEST(CommandOriginsUpdate, KeepsWhatItFoundWhicheverCallFails)
                 }
             }
             // A shortage that lasts, and a change that it hides.
-            calls.failEach(SYS_openat, EMFILE);
             job.npm.exec(Puppet::program(), {"npm", "start"});
-            if (owners.origin(Moment{}) != npmRun || owners.origin(idle) != npmRun) {
+            job.npm.awaitRest();
+            calls.failEach(SYS_openat, EMFILE);
+            if (owners.origin(Processes::Changed) != npmRun ||
+                owners.origin(Processes::Same) != npmRun) {
                 return 3;
             }
             static_cast<void>(calls.stop());
-            return owners.origin(idle) == Arguments{"npm", "start"} ? 0 : 4;
+            return owners.origin(Processes::Same) == Arguments{"npm", "start"} ? 0 : 4;
         } catch (const std::runtime_error &) {
             return noFilter;
         }

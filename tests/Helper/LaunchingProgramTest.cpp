@@ -34,7 +34,7 @@ TEST(LaunchingProgram, IsTakenByItsName)
         EXPECT_EQ(LaunchingProgram::ofName(wrapper), Kind::Wrapper) << wrapper;
     }
     for (const char *host : {"gdb", "lldb", "strace", "code", "nvim", "emacs", "plasmashell",
-                             "systemd", "vim.basic"}) {
+                             "systemd", "cron", "vim.basic"}) {
         EXPECT_EQ(LaunchingProgram::ofName(host), Kind::Host) << host;
     }
     for (const char *command : {"npm", "node", "make", "python3", "concurrently", "nodemon",

@@ -30,9 +30,9 @@ protected:
     /// own; empty for its own command. The server is a puppet on the descriptor that it inherits.
     [[nodiscard]] Arguments origin(const Arguments &command)
     {
-        Arguments arguments{"setsid"};
+        Arguments arguments{"env"};
         arguments.insert(arguments.end(), command.begin(), command.end());
-        Puppet started("/usr/bin/setsid", arguments);
+        Puppet started("/usr/bin/env", arguments);
         const int port = started.listen().port;
         const RawPortInfo record = only(list(m_inventory), port);
         EXPECT_EQ(record.arguments, (Arguments{Puppet::program(), "server"}));
@@ -97,11 +97,13 @@ TEST_F(StartedProgramsTest, AreShownThemselvesWhenAScriptStartedSeveral)
 TEST_F(StartedProgramsTest, AreShownThemselvesBelowWrappers)
 {
     const Arguments words{Puppet::program(), "server"};
+    // What stdbuf has loaded into its command comes before the runtime of a sanitizer.
     for (const Arguments &wrapper :
          {Arguments{"timeout", "60"}, Arguments{"timeout", "--foreground", "60"},
           Arguments{"env", "A=b"}, Arguments{"nice"}, Arguments{"setsid", "--wait"},
-          Arguments{"stdbuf", "-oL"}, Arguments{"sh", "-c", "\"$@\"; :", "sh", "nohup"},
-          Arguments{"bash", "-c", "time timeout 60 env A=b nice stdbuf -oL \"$@\"; :", "bash"}}) {
+          Arguments{"stdbuf", "-oL", "env", "-u", "LD_PRELOAD"},
+          Arguments{"sh", "-c", "\"$@\"; :", "sh", "nohup"},
+          Arguments{"bash", "-c", "time timeout 60 env A=b nice \"$@\"; :", "bash"}}) {
         Arguments command = wrapper;
         command.insert(command.end(), words.begin(), words.end());
         EXPECT_EQ(origin(command), own) << wrapper.front() << " " << wrapper.back();

@@ -7,13 +7,16 @@
 #include "tests/Support/PuppetProgram.h"
 
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
 #include <stdexcept>
 #include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
@@ -83,6 +86,8 @@ Puppet::Puppet(const std::filesystem::path &program, const std::vector<std::stri
     raw.push_back(nullptr);
     m_pid = ::fork();
     if (m_pid == 0) {
+        // What else the test's group consists of is no matter of the puppet's.
+        ::setpgid(0, 0);
         // Only what the puppet opens itself is to be found in it.
         ::dup2(ends.theirs.get(), puppetChannel);
         ::syscall(SYS_close_range, 3, puppetChannel - 1, 0);
@@ -262,6 +267,27 @@ void Puppet::stop()
     ::syscall(SYS_pidfd_send_signal, m_process.get(), SIGSTOP, nullptr, 0);
     if (m_ownChild) {
         ::waitpid(m_pid, nullptr, WUNTRACED);
+    }
+}
+
+void Puppet::awaitRest() const
+{
+    const std::string path = "/proc/" + std::to_string(m_pid) + "/stat";
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    std::string state;
+    while (state != "S" && state != "Z") {
+        // proc(5): the identifier, the name in parentheses, the state.
+        std::string text;
+        std::getline(std::ifstream(path), text);
+        const std::size_t end = text.rfind(") ");
+        if (end == std::string::npos) {
+            return;
+        }
+        state = text.substr(end + 2, 1);
+        if (std::chrono::steady_clock::now() > deadline) {
+            throw std::runtime_error("the puppet does not rest");
+        }
+        ::sched_yield();
     }
 }
 

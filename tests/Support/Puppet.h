@@ -15,8 +15,9 @@
 
 namespace Tarnwick {
 
-/// A process of the test's own that does what it is told, and ends with this object. What it is
-/// told it has done when the call returns. A command that fails throws std::runtime_error.
+/// A process of the test's own that does what it is told, and ends with this object. It leads a
+/// process group, and those that it forks are members of that one. What it is told it has done when
+/// the call returns. A command that fails throws std::runtime_error.
 class Puppet
 {
 public:
@@ -72,6 +73,9 @@ public:
     /// Moves the process into a network namespace of its own, in which @p address (IPv4) is a local
     /// one besides that of the loopback interface. False where this user may not.
     [[nodiscard]] bool enterNetwork(const std::string &address);
+
+    /// Waits until the process sleeps, or has ended: then all of its processor time is counted.
+    void awaitRest() const;
 
     /// Ends the process and waits for its end.
     void end();

@@ -3,10 +3,13 @@
 
 #include "Helper/linux/AncestorProcess.h"
 
+#include "Helper/linux/ProcessDescriptor.h"
 #include "Helper/linux/SystemFailures.h"
 
 #include <algorithm>
 #include <utility>
+
+#include <unistd.h>
 
 namespace Tarnwick {
 
@@ -25,24 +28,34 @@ AncestorProcess::AncestorProcess(int root, pid_t pid, ProcFs::Numbering numberin
     static_cast<void>(readStat());
 }
 
-AncestorProcess::Change AncestorProcess::refresh(const Moment &moment)
+AncestorProcess::Change AncestorProcess::refresh(Processes processes)
 {
     // In this order: each call of hasAdvanced() is for one reading.
     const bool hasRun = m_clock.hasAdvanced();
-    const bool mayHaveChanged = std::exchange(m_isStale, false) || hasRun || moment.othersRun;
-    Change change = mayHaveChanged ? readStat() : Change::None;
-    if (change == Change::Ended) {
-        m_command.reset();
-        m_areChildrenRead = false;
-        return change;
-    }
+    const bool mayHaveChanged = hasRun || m_isStale;
+    Change change = mayHaveChanged ? readPlace() : Change::None;
     if (mayHaveChanged && m_command && readCommandAgain()) {
-        change = Change::Some;
+        change = std::max(change, Change::Some);
     }
-    if (m_areChildrenRead && mayHaveOtherChildren(moment, mayHaveChanged) && readChildrenAgain()) {
-        change = Change::Some;
+    if (m_areChildrenRead && mayHaveOtherChildren(processes, mayHaveChanged) &&
+        readChildrenAgain()) {
+        change = std::max(change, Change::Some);
     }
     return change;
+}
+
+/// Its parent can only change by the end of that one, which is noticed there. A shell or a service
+/// manager that runs now and then costs no file.
+AncestorProcess::Change AncestorProcess::readPlace()
+{
+    if (m_numbering == ProcFs::Numbering::Own && m_exists && !m_command && !m_isStale) {
+        const ProcessDescriptor process = ProcessDescriptor::open(m_pid);
+        if (process && !process.hasEnded() && ::getpgid(m_pid) == m_place.group) {
+            return Change::None;
+        }
+    }
+    m_isStale = false;
+    return readStat();
 }
 
 AncestorProcess::Change AncestorProcess::readStat()
@@ -57,18 +70,22 @@ AncestorProcess::Change AncestorProcess::readStat()
         return Change::None;
     }
     const bool existed = std::exchange(m_exists, stat.has_value());
-    if (!stat) {
-        m_place = {};
-        return existed ? Change::Ended : Change::None;
+    const bool isOther = !stat || stat->startTicks != m_startTicks;
+    if (existed && isOther) {
+        m_command.reset();
+        m_areChildrenRead = false;
     }
-    const bool isSame = stat->startTicks == std::exchange(m_startTicks, stat->startTicks);
-    const ProcessPlace place{.parent = stat->parent, .group = stat->processGroup};
-    const bool hasMoved = place != std::exchange(m_place, place);
-    m_comm = std::move(stat->comm);
-    if (existed && !isSame) {
+    const ProcessPlace before = m_place;
+    m_place = {};
+    if (stat) {
+        m_startTicks = stat->startTicks;
+        m_place = {.parent = stat->parent, .group = stat->processGroup};
+        m_comm = std::move(stat->comm);
+    }
+    if (existed && isOther) {
         return Change::Ended;
     }
-    return existed && !hasMoved ? Change::None : Change::Some;
+    return existed != m_exists || m_place != before ? Change::Some : Change::None;
 }
 
 const ProcessPlace &AncestorProcess::readPlaceAgain()
@@ -81,10 +98,11 @@ AncestorProcess::Command AncestorProcess::readCommand() const
 {
     Command command;
     std::string executable;
-    if (const FileDescriptor directory = ProcFs::openProcess(m_root, m_pid)) {
-        ProcFs::readFile(directory.get(), "cmdline", command.line, maxCommandLineBytes);
-        ProcFs::readLink(directory.get(), "exe", executable);
+    const std::string link = std::to_string(m_pid) + "/exe";
+    if (const FileDescriptor file = ProcFs::openOfProcess(m_root, m_pid, "/cmdline")) {
+        ProcFs::readWhole(file.get(), command.line, maxCommandLineBytes);
     }
+    ProcFs::readLink(m_root, link.c_str(), executable);
     command.kind = LaunchingProgram::ofProcess(m_comm, executable, command.line);
     return command;
 }
@@ -126,8 +144,9 @@ bool AncestorProcess::hasOnlyChild(pid_t child)
 {
     if (!m_areChildrenRead) {
         const std::uint64_t failures = SystemFailures::count();
-        m_children = m_childLists.read(m_pid);
+        m_children = m_childLists.read(m_pid, child);
         m_areChildrenRead = true;
+        m_mayHaveForked = false;
         m_areChildrenStale = SystemFailures::count() != failures;
     }
     return onlyChild() == child;
@@ -136,29 +155,31 @@ bool AncestorProcess::hasOnlyChild(pid_t child)
 /// A child comes by a fork of its parent, which has run for it, or is an orphan that the parent
 /// adopts in its main thread. One goes by its own end, which it has run for; where it stays a
 /// zombie, no process is counted as gone.
-bool AncestorProcess::mayHaveOtherChildren(const Moment &moment, bool mayHaveChanged)
+bool AncestorProcess::mayHaveOtherChildren(Processes processes, bool mayHaveChanged)
 {
-    if (std::exchange(m_areChildrenStale, false)) {
+    if (m_areChildrenStale) {
         return true;
     }
     if (m_children.first.size() > 1) {
-        return std::any_of(m_children.first.begin(), m_children.first.end(), [&](auto &child) {
-            const bool hasRun = child.clock.hasAdvanced();
-            return (hasRun || moment.othersRun) && !m_childLists.isChild(child.pid, m_pid);
+        return std::any_of(m_children.first.begin(), m_children.first.end(), [this](auto &child) {
+            return child.clock.hasAdvanced() && !m_childLists.isChild(child.pid, m_pid);
         });
     }
-    return moment.processesChanged &&
-           (mayHaveChanged || m_childLists.listOfMainThread(m_pid) != m_children.mainThreadList);
+    m_mayHaveForked = m_mayHaveForked || processes == Processes::Changed;
+    return (m_mayHaveForked && mayHaveChanged) ||
+           (processes == Processes::Changed &&
+            m_childLists.listOfMainThread(m_pid) != m_children.mainThreadList);
 }
 
 bool AncestorProcess::readChildrenAgain()
 {
     const std::uint64_t failures = SystemFailures::count();
     ProcessChildren::Children now = m_childLists.read(m_pid);
-    if (SystemFailures::count() != failures) {
-        m_areChildrenStale = true;
+    m_areChildrenStale = SystemFailures::count() != failures;
+    if (m_areChildrenStale) {
         return false;
     }
+    m_mayHaveForked = false;
     const pid_t before = onlyChild();
     m_children = std::move(now);
     return onlyChild() != before;

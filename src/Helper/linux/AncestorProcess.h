@@ -6,6 +6,7 @@
 #include "Helper/linux/LaunchingProgram.h"
 #include "Helper/linux/ProcFs.h"
 #include "Helper/linux/ProcessChildren.h"
+#include "Helper/linux/ProcessPlace.h"
 #include "Helper/linux/ProcessorClock.h"
 
 #include <cstdint>
@@ -17,29 +18,18 @@
 
 namespace Tarnwick {
 
-/// The place of a process in the tree of processes, as it was read last.
-struct ProcessPlace
-{
-    pid_t parent = 0; ///< 0 for none that can be seen
-    pid_t group = 0;  ///< 0 for one of another namespace
-
-    friend bool operator==(const ProcessPlace &, const ProcessPlace &) = default;
-};
-
 /// A process above a listener's, as far as it decides what the user typed: its place, its command
 /// line, and whether it has one child. What nobody asked for is not read; what was read is read
-/// again only when it may have changed. Where a call fails for a moment (SystemFailures), what was
-/// read before stays, and is read again next time. One thread.
+/// again only when the processes that can change it have run. The time of one that runs at this
+/// very moment is counted with delay (ProcessorClock): what it does then is seen next time. Where a
+/// call fails for a moment (SystemFailures), what was read before stays, and is read again next
+/// time. One thread.
 class AncestorProcess
 {
 public:
-    /// What a listing can rely on.
-    struct Moment
-    {
-        /// Other programs ran, whose processor time is counted with delay: all of what a process
-        /// changes by running may have changed.
-        bool othersRun = true;
-        bool processesChanged = true; ///< some have come or gone since the previous moment
+    enum class Processes {
+        Same,
+        Changed ///< some have come or gone since the previous refresh
     };
 
     enum class Change {
@@ -54,7 +44,7 @@ public:
     [[nodiscard]] pid_t pid() const { return m_pid; }
 
     /// Reads again what may have changed.
-    [[nodiscard]] Change refresh(const Moment &moment);
+    [[nodiscard]] Change refresh(Processes processes);
 
     /// Whether it is there, may be seen and is no zombie.
     [[nodiscard]] bool exists() const { return m_exists; }
@@ -85,11 +75,12 @@ private:
         friend bool operator==(const Command &, const Command &) = default;
     };
 
+    [[nodiscard]] Change readPlace();
     [[nodiscard]] Change readStat();
     [[nodiscard]] Command readCommand() const;
     const Command &command();
     [[nodiscard]] bool readCommandAgain();
-    [[nodiscard]] bool mayHaveOtherChildren(const Moment &moment, bool mayHaveChanged);
+    [[nodiscard]] bool mayHaveOtherChildren(Processes processes, bool mayHaveChanged);
     [[nodiscard]] bool readChildrenAgain();
     [[nodiscard]] pid_t onlyChild() const;
 
@@ -106,6 +97,7 @@ private:
     std::optional<Command> m_command;
     bool m_areChildrenRead = false;
     bool m_areChildrenStale = false; ///< as m_isStale
+    bool m_mayHaveForked = false;    ///< processes have changed since the children were read
     ProcessChildren::Children m_children;
 };
 

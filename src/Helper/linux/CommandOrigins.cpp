@@ -32,15 +32,15 @@ CommandOrigins::CommandOrigins(int root, ProcFs::Numbering numbering)
 {
 }
 
-void CommandOrigins::update(std::span<Owner> owners, const AncestorProcess::Moment &moment)
+void CommandOrigins::update(std::span<Owner> owners, AncestorProcess::Processes processes)
 {
     const std::uint64_t failures = SystemFailures::count();
     m_childLists.beginListing();
     bool areOwnersOthers = std::exchange(m_ownerCount, owners.size()) != owners.size();
     bool mayHaveChanged = std::exchange(m_isStale, false);
-    const Change ofAncestors = refreshAncestors(moment);
+    const Change ofAncestors = refreshAncestors(processes);
     for (const Owner &owner : owners) {
-        areOwnersOthers = areOwnersOthers || !owner.state->isPlaceKnown;
+        areOwnersOthers = areOwnersOthers || owner.state->isNew;
         mayHaveChanged = refreshGroup(owner) || mayHaveChanged;
     }
     if (ofAncestors == Change::Ended) {
@@ -58,11 +58,11 @@ void CommandOrigins::update(std::span<Owner> owners, const AncestorProcess::Mome
     m_isStale = SystemFailures::count() != failures;
 }
 
-AncestorProcess::Change CommandOrigins::refreshAncestors(const AncestorProcess::Moment &moment)
+AncestorProcess::Change CommandOrigins::refreshAncestors(AncestorProcess::Processes processes)
 {
     Change change = Change::None;
     for (auto &[pid, ancestor] : m_ancestors) {
-        change = std::max(change, ancestor.process.refresh(moment));
+        change = std::max(change, ancestor.process.refresh(processes));
     }
     return change;
 }
@@ -93,6 +93,16 @@ bool CommandOrigins::readPlace(const Owner &owner) const
         owner.state->isPlaceKnown = true;
     }
     return stat.has_value();
+}
+
+bool CommandOrigins::findPlace(const Owner &owner) const
+{
+    if (!owner.state->isNew) {
+        return readPlace(owner);
+    }
+    owner.state->place = owner.process->placeWhenOpened();
+    owner.state->isPlaceKnown = true;
+    return true;
 }
 
 /// The children of a process that has ended have another parent.
@@ -128,6 +138,7 @@ void CommandOrigins::search(std::span<Owner> owners)
             if (!owners[at].process->isEnding()) {
                 owners[at].process->setOrigin(commandLines[at]);
             }
+            owners[at].state->isNew = false;
         }
     }
     m_owners.clear();
@@ -172,7 +183,7 @@ AncestorProcess *CommandOrigins::parentOf(const ProcessPlace &place, const ReadA
 AncestorProcess *CommandOrigins::parentOf(const Owner &owner)
 {
     const ProcessPlace &place = owner.state->place;
-    if (!owner.state->isPlaceKnown && !readPlace(owner)) {
+    if (!owner.state->isPlaceKnown && !findPlace(owner)) {
         return nullptr;
     }
     return parentOf(place, [&] { return readPlace(owner) ? place.parent : 0; });

@@ -37,6 +37,7 @@ public:
     /// process.
     struct State
     {
+        bool isNew = true;
         bool isPlaceKnown = false;
         ProcessPlace place;
         bool hasOwnerBelow = false; ///< another owner of its group descends from it
@@ -50,7 +51,7 @@ public:
 
     /// Gives each of @p owners, all that there are in a listing, its origin. Where a call fails for
     /// a moment it keeps the one that it had, and is asked again in the next listing.
-    void update(std::span<Owner> owners, const AncestorProcess::Moment &moment);
+    void update(std::span<Owner> owners, AncestorProcess::Processes processes);
 
     /// Forgets everything: for a listing that could not be finished.
     void startOver() noexcept;
@@ -62,9 +63,10 @@ private:
         std::uint64_t lastSearch = 0;
     };
 
-    [[nodiscard]] AncestorProcess::Change refreshAncestors(const AncestorProcess::Moment &moment);
+    [[nodiscard]] AncestorProcess::Change refreshAncestors(AncestorProcess::Processes processes);
     [[nodiscard]] bool refreshGroup(const Owner &owner) const;
     [[nodiscard]] bool readPlace(const Owner &owner) const;
+    [[nodiscard]] bool findPlace(const Owner &owner) const;
     void forgetPlaces(std::span<Owner> owners);
     void search(std::span<Owner> owners);
     [[nodiscard]] AncestorProcess *ancestor(pid_t pid);

@@ -55,7 +55,9 @@ constexpr auto hosts = std::to_array<std::string_view>(
      "xfdesktop", "mate-session", "mate-panel", "cinnamon", "lxsession", "lxpanel", "openbox", "i3",
      "sway", "nautilus", "dolphin",
      // services that start others
-     "systemd", "sshd"});
+     "systemd", "init", "runsv", "runsvdir", "s6-supervise", "s6-svscan", "dbus-daemon",
+     "dbus-broker", "sshd", "cron", "crond", "atd", "inetd", "xinetd", "dockerd", "containerd",
+     "containerd-shim", "conmon"});
 
 /// A part of a path in which everything belongs to a development environment: the runtimes that
 /// these bring along have names that say nothing.

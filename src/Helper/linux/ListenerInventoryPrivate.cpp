@@ -113,7 +113,8 @@ std::optional<ListingError> ListenerInventory::Private::update(const ScanRequest
     if (isComparisonDue) {
         compareWithChanged();
     }
-    memory.findOrigins({.othersRun = pulse.othersRun, .processesChanged = pulse.processesChanged});
+    using Processes = AncestorProcess::Processes;
+    memory.findOrigins(pulse.processesChanged ? Processes::Changed : Processes::Same);
     logFailures();
     return std::nullopt;
 }

@@ -269,7 +269,7 @@ const ProcessInspector *OwnerMemory::owner(const KnownSocket &known) const
     return process == m_processes.end() ? nullptr : process->second.inspector.get();
 }
 
-void OwnerMemory::findOrigins(const AncestorProcess::Moment &moment)
+void OwnerMemory::findOrigins(AncestorProcess::Processes processes)
 {
     for (const KnownSocket *known : m_places) {
         if (known->verified) {
@@ -282,7 +282,7 @@ void OwnerMemory::findOrigins(const AncestorProcess::Moment &moment)
             owners.push_back({process.inspector.get(), &process.origin});
         }
     }
-    m_origins.update(owners, moment);
+    m_origins.update(owners, processes);
 }
 
 std::size_t OwnerMemory::recordCost(const KnownSocket &known) const

@@ -92,7 +92,7 @@ public:
                               const BootClock &clock);
 
     /// Finds what the user typed to start the owners, once they are all known.
-    void findOrigins(const AncestorProcess::Moment &moment);
+    void findOrigins(AncestorProcess::Processes processes);
 
     /// What this listing tells: a record for each socket that has not vanished, within the bounds
     /// of a listing (see RecordBounds).

@@ -24,11 +24,11 @@ constexpr std::size_t several = 2;
 
 } // namespace
 
-ProcessChildren::Children ProcessChildren::read(pid_t pid)
+ProcessChildren::Children ProcessChildren::read(pid_t pid, pid_t living)
 {
     Children children;
-    if (m_source == Source::Parents || !readLists(pid, children)) {
-        children.first = withParent(pid);
+    if (m_source == Source::Parents || !readLists(pid, living, children)) {
+        children.first = withParent(pid, living);
     }
     return children;
 }
@@ -55,7 +55,8 @@ bool ProcessChildren::isChild(pid_t child, pid_t parent) const
 }
 
 /// Adds those of the list @p rest, identifiers each followed by a blank, until there are several.
-void ProcessChildren::takeLiving(std::string_view rest, std::vector<Child> &children) const
+void ProcessChildren::takeLiving(std::string_view rest, pid_t living,
+                                 std::vector<Child> &children) const
 {
     while (children.size() < several) {
         const std::size_t end = rest.find(' ');
@@ -65,17 +66,18 @@ void ProcessChildren::takeLiving(std::string_view rest, std::vector<Child> &chil
             return;
         }
         rest.remove_prefix(end + 1);
-        takeIfLiving(child, children);
+        takeIfLiving(child, living, children);
     }
 }
 
 /// False when the kernel has no such lists or the threads are too many.
-bool ProcessChildren::readLists(pid_t pid, Children &children) const
+bool ProcessChildren::readLists(pid_t pid, pid_t living, Children &children) const
 {
     const std::optional<std::string> ofMainThread = listOfThread(pid, pid);
     children.mainThreadList = ofMainThread.value_or("");
-    takeLiving(children.mainThreadList, children.first);
-    if (children.first.size() >= several) {
+    takeLiving(children.mainThreadList, living, children.first);
+    const bool isAll = ofMainThread && ProcFs::threadCount(m_root, pid) == 1;
+    if (isAll || children.first.size() >= several) {
         return true;
     }
     const FileDescriptor tasks = ProcFs::openDirectoryOfProcess(m_root, pid, "/task");
@@ -95,7 +97,7 @@ bool ProcessChildren::readLists(pid_t pid, Children &children) const
         if (!list && errno == ENOENT && ProcFs::openProcess(tasks.get(), thread)) {
             return false;
         }
-        takeLiving(list.value_or(""), children.first);
+        takeLiving(list.value_or(""), living, children.first);
         if (children.first.size() >= several) {
             break;
         }
@@ -103,7 +105,7 @@ bool ProcessChildren::readLists(pid_t pid, Children &children) const
     return true;
 }
 
-std::vector<ProcessChildren::Child> ProcessChildren::withParent(pid_t pid)
+std::vector<ProcessChildren::Child> ProcessChildren::withParent(pid_t pid, pid_t living)
 {
     if (m_byParent.empty()) {
         for (const ProcFs::ProcessEntry &process : ProcFs::processes(m_root)) {
@@ -115,7 +117,7 @@ std::vector<ProcessChildren::Child> ProcessChildren::withParent(pid_t pid)
     std::vector<Child> children;
     if (const auto found = m_byParent.find(pid); found != m_byParent.end()) {
         for (const pid_t child : found->second) {
-            takeIfLiving(child, children);
+            takeIfLiving(child, living, children);
             if (children.size() >= several) {
                 break;
             }
@@ -124,7 +126,7 @@ std::vector<ProcessChildren::Child> ProcessChildren::withParent(pid_t pid)
     return children;
 }
 
-void ProcessChildren::takeIfLiving(pid_t pid, std::vector<Child> &children) const
+void ProcessChildren::takeIfLiving(pid_t pid, pid_t living, std::vector<Child> &children) const
 {
     Child child{.pid = pid, .clock = {}};
     if (m_numbering == ProcFs::Numbering::Own) {
@@ -132,7 +134,7 @@ void ProcessChildren::takeIfLiving(pid_t pid, std::vector<Child> &children) cons
         child.clock = ProcessorClock(pid);
         static_cast<void>(child.clock.hasAdvanced());
     }
-    if (lives(pid)) {
+    if (pid == living || lives(pid)) {
         children.push_back(child);
     }
 }

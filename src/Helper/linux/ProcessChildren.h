@@ -52,7 +52,8 @@ public:
         std::string mainThreadList; ///< as listOfMainThread() gave it before they were read
     };
 
-    [[nodiscard]] Children read(pid_t pid);
+    /// @p living, if it is among the children, is known to live.
+    [[nodiscard]] Children read(pid_t pid, pid_t living = 0);
 
     /// The list of the main thread, as the kernel writes it, zombies included. Who adopts an orphan
     /// gets it there; empty where there are no such lists.
@@ -63,11 +64,11 @@ public:
 
 private:
     [[nodiscard]] bool lives(pid_t pid) const;
-    void takeIfLiving(pid_t pid, std::vector<Child> &children) const;
+    void takeIfLiving(pid_t pid, pid_t living, std::vector<Child> &children) const;
     [[nodiscard]] std::optional<std::string> listOfThread(pid_t pid, pid_t thread) const;
-    void takeLiving(std::string_view list, std::vector<Child> &children) const;
-    [[nodiscard]] bool readLists(pid_t pid, Children &children) const;
-    [[nodiscard]] std::vector<Child> withParent(pid_t pid);
+    void takeLiving(std::string_view list, pid_t living, std::vector<Child> &children) const;
+    [[nodiscard]] bool readLists(pid_t pid, pid_t living, Children &children) const;
+    [[nodiscard]] std::vector<Child> withParent(pid_t pid, pid_t living);
 
     int m_root;
     ProcFs::Numbering m_numbering;

@@ -43,7 +43,8 @@ void ProcessIdentification::confirm(ProcessIdentity &identity, std::uint64_t tic
 }
 
 std::optional<ProcessIdentity> ProcessIdentification::of(int directory, pid_t pid,
-                                                         ProcFs::Numbering numbering, Means means)
+                                                         ProcFs::Numbering numbering, Means means,
+                                                         ProcFs::Stat *found)
 {
     const std::uint64_t now = ticks();
     // While the directory is of a living process, its identifier is that one's: so is what is
@@ -55,6 +56,9 @@ std::optional<ProcessIdentity> ProcessIdentification::of(int directory, pid_t pi
     const std::optional<ProcFs::Stat> stat = ProcFs::stat(directory);
     if (!stat) {
         return std::nullopt;
+    }
+    if (found != nullptr) {
+        *found = *stat;
     }
     ProcessIdentity identity{.pid = pid, .startTicks = stat->startTicks};
     identity.inode = means == Means::Pidfs ? process.inode().value_or(0) : 0;

@@ -23,10 +23,11 @@ public:
     };
 
     /// The process whose directory of /proc is open as @p directory; nothing when it has ended. An
-    /// open directory never refers to another process with the same identifier.
+    /// open directory never refers to another process with the same identifier. @p found, if not
+    /// null, becomes what was read of it.
     [[nodiscard]] static std::optional<ProcessIdentity>
     of(int directory, pid_t pid, ProcFs::Numbering numbering = ProcFs::Numbering::Own,
-       Means means = Means::Pidfs);
+       Means means = Means::Pidfs, ProcFs::Stat *found = nullptr);
 
     /// The process behind @p process, whose identifier is @p pid; nothing when it has ended, or,
     /// with the reason in errno, when it could not be read.

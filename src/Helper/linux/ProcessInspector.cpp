@@ -9,7 +9,6 @@
 #include "Helper/linux/ForeignExecutable.h"
 #include "Helper/linux/MappedFile.h"
 #include "Helper/linux/ProcessIdentification.h"
-#include "Helper/linux/SystemFailures.h"
 
 #include <algorithm>
 #include <array>
@@ -101,12 +100,14 @@ std::unique_ptr<ProcessInspector> ProcessInspector::open(int root, pid_t pid,
     if (!inspector->openFiles()) {
         return nullptr;
     }
-    std::optional<ProcessIdentity> identity =
-        ProcessIdentification::of(inspector->m_directory.get(), pid, numbering);
+    ProcFs::Stat stat;
+    std::optional<ProcessIdentity> identity = ProcessIdentification::of(
+        inspector->m_directory.get(), pid, numbering, ProcessIdentification::Means::Pidfs, &stat);
     if (!identity) {
         return nullptr;
     }
     inspector->m_identity = *std::move(identity);
+    inspector->m_placeWhenOpened = {.parent = stat.parent, .group = stat.processGroup};
     if (numbering == ProcFs::Numbering::Own) {
         inspector->m_processorClock = ProcessorClock(pid);
     }

@@ -7,6 +7,7 @@
 #include "Helper/linux/BootClock.h"
 #include "Helper/linux/ForwarderCommand.h"
 #include "Helper/linux/ProcFs.h"
+#include "Helper/linux/ProcessPlace.h"
 #include "Helper/linux/ProcessorClock.h"
 #include "Models/Timestamp.h"
 #include "Shared/FileDescriptor.h"
@@ -43,10 +44,10 @@ struct ProcessDetails
 /// Looks at one process, again and again: keeps its files of /proc open, so that a look costs a
 /// read of each, and takes texts apart only when they have changed. A process that has not run
 /// since is not even asked for its name and arguments: only others can have changed something, its
-/// paths. Reads through an open file never reach another process that got the same
-/// identifier. Where the main thread has ended and others go on, one of those is asked instead. Of
-/// a process that is ending, whose memory is gone and whose sockets are not yet, the details stay
-/// what they were. One thread at a time; several inspectors may be used at once.
+/// paths. Reads through an open file never reach another process that got the same identifier.
+/// Where the main thread has ended and others go on, one of those is asked instead. Of a process
+/// that is ending, whose memory is gone and whose sockets are not yet, the details stay what they
+/// were. One thread at a time; several inspectors may be used at once.
 class ProcessInspector
 {
 public:
@@ -77,6 +78,9 @@ public:
 
     /// Whether the process is ending, or is a zombie, as of the last refresh().
     [[nodiscard]] bool isEnding() const { return !m_hasMemory; }
+
+    /// Its parent and its process group when it was opened first.
+    [[nodiscard]] const ProcessPlace &placeWhenOpened() const { return m_placeWhenOpened; }
 
     /// As of the last refresh().
     [[nodiscard]] const ProcessDetails &details() const { return m_details; }
@@ -127,6 +131,7 @@ private:
     int m_root;
     ProcFs::Numbering m_numbering;
     ProcessIdentity m_identity;
+    ProcessPlace m_placeWhenOpened;
     pid_t m_thread = 0;         ///< whose files these are; 0 for the main thread
     FileDescriptor m_directory; ///< PID or PID/task/TID
     FileDescriptor m_descriptors;
