@@ -27,6 +27,7 @@ inline constexpr std::string_view programExamples =
     "Examples:\n"
     "  tarnwickctl                     everything that listens\n"
     "  tarnwickctl --tier dev          what the developer tools have started\n"
+    "  tarnwickctl 3000                everything about port 3000\n"
     "  tarnwickctl kill 3000           stop the owner of port 3000, after a question";
 
 inline constexpr std::string_view tiers =
