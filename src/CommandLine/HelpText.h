@@ -53,7 +53,7 @@ inline constexpr std::string_view listExamples =
     "Columns:\n"
     "  port, address, exposed, tier, pid, user, process, description, uptime,\n"
     "  memory, command, path, folder, unit, socket, container, project, branch,\n"
-    "  parent\n\n"
+    "  parent, host\n\n"
     "Examples:\n"
     "  tarnwickctl list --tier dev --tier unknown\n"
     "  tarnwickctl list --search node --not test\n"
