@@ -96,7 +96,8 @@ TEST_F(PortForwarderTest, IsListedWithTheCommandOfTheServerBehindIt)
     ASSERT_TRUE(found);
     EXPECT_EQ(found->pid, server.pid());
     EXPECT_EQ(found->port, containerPort);
-    EXPECT_EQ(only(coldList(), port), record) << "a cold listing differs from a warm one";
+    EXPECT_EQ(only(coldList(), port).originArguments, record.originArguments)
+        << "a cold listing differs from a warm one";
 }
 
 TEST_F(PortForwarderTest, NamesTheContainerThatTheServerRunsIn)
