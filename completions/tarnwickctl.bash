@@ -31,7 +31,7 @@ __tarnwickctl_columns()
     local begun='' name
     [[ $current == *,* ]] && begun=${current%,*},
     for name in port address exposed tier pid user process description uptime memory command path \
-        folder unit socket container project branch parent; do
+        folder unit socket container project branch parent host; do
         [[ ,$begun == *,$name,* || ,$begun == *,-$name,* ]] && continue
         choices+=" $begun$name"
         [[ -n $1 ]] && choices+=" $begun$1$name"
@@ -52,7 +52,7 @@ __tarnwickctl_read()
         else
             case $word in
                 --tier | --search | --not | --port | --user | --columns | --sort | --group-by | \
-                    --interval | --pid | --timeout) awaiting=$word ;;
+                    --interval | --pid | --timeout | --host) awaiting=$word ;;
                 --) optionsEnd=yes ;;
                 -*) ;;
                 *) hasValues=yes ;;
@@ -86,6 +86,7 @@ _tarnwickctl()
         --sort) __tarnwickctl_columns '-' ;;
         --port) choices=$(__tarnwickctl_values "$program" port) ;;
         --pid) choices=$(__tarnwickctl_values "$program" pid) ;;
+        --host) choices=$(compgen -A hostname) ;;
         '')
             if [[ -z $optionsEnd && (-z $takesPorts || $current == -* || -n $hasPids) ]]; then
                 choices='--help --version'
@@ -97,6 +98,7 @@ _tarnwickctl()
                     tiers | why) choices+=' --json' ;;
                 esac
                 [[ $command == kill && -z $hasValues ]] && choices+=' --pid'
+                [[ $command == @(list|watch|kill|why|free) ]] && choices+=' --host'
                 [[ $command == list ]] && choices+=' --columns --sort --group-by --pids'
                 [[ $command == watch ]] && choices+=' --interval'
                 [[ $current == -* ]] && choices+=' -h'

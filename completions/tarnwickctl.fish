@@ -55,7 +55,7 @@ function __tarnwickctl_columns -a sign
     # An empty list would leave nothing of the words that it is part of.
     set -l begun (string match -r -- '^.*,' $word; or echo)
     for name in port address exposed tier pid user process description uptime memory command path \
-            folder unit socket container project branch parent
+            folder unit socket container project branch parent host
         string match -qr -- "(^|,)-?$name," "$begun"; and continue
         echo $begun$name
         test -n "$sign"; and echo $begun$sign$name
@@ -100,11 +100,12 @@ complete -c tarnwickctl -n $listing -l columns -x -a '(__tarnwickctl_columns)' -
 complete -c tarnwickctl -n $listing -l sort -x -a '(__tarnwickctl_columns -)' -d 'Sort by these columns'
 complete -c tarnwickctl -n $listing -l group-by -x -a 'project tier user unit container' -d 'A heading for each'
 complete -c tarnwickctl -n $listing -l pids -d 'Only the process identifiers'
+complete -c tarnwickctl -n '__tarnwickctl_runs list watch kill why free' -l host -x -a '(__fish_print_hostnames)' -d 'On this machine, through ssh'
 complete -c tarnwickctl -n $watching -l interval -x -d 'Seconds between two scans'
 complete -c tarnwickctl -n "$killing; and not __tarnwickctl_kills pids" -k -a '(__tarnwickctl_ports)' -d 'Port'
 complete -c tarnwickctl -n "$killing; and not __tarnwickctl_kills ports" -l pid -x -k -a '(__tarnwickctl_pids)' -d 'Stop this process instead'
 # Without a word there, fish would offer nothing.
-complete -c tarnwickctl -n "$killing; and __tarnwickctl_kills pids" -a '--pid --yes --system'
+complete -c tarnwickctl -n "$killing; and __tarnwickctl_kills pids" -a '--pid --yes --system --host'
 complete -c tarnwickctl -n $killing -s y -l yes -d 'Do not ask'
 complete -c tarnwickctl -n $killing -l system -d 'Stop services of the system, too'
 complete -c tarnwickctl -n $freeing -k -a '(__tarnwickctl_ports)' -d 'Port'

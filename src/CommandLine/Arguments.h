@@ -98,9 +98,9 @@ struct UsageError
     std::string command = "tarnwickctl"; ///< the command that has the help
 };
 
-using Arguments = std::variant<ListArguments, WatchArguments, KillArguments, WhyArguments,
-                               FreeArguments, WaitArguments, UrlArguments, TiersArguments,
-                               Information, UsageError>;
+using Arguments =
+    std::variant<ListArguments, WatchArguments, KillArguments, WhyArguments, FreeArguments,
+                 WaitArguments, UrlArguments, TiersArguments, Information, UsageError>;
 
 /// What the user asks for with @p arguments, those after the program's name.
 [[nodiscard]] Arguments parseArguments(std::span<const char *const> arguments);

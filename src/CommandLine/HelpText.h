@@ -27,6 +27,7 @@ inline constexpr std::string_view programExamples =
     "Examples:\n"
     "  tarnwickctl                     everything that listens\n"
     "  tarnwickctl --tier dev          what the developer tools have started\n"
+    "  tarnwickctl 3000                everything about port 3000\n"
     "  tarnwickctl kill 3000           stop the owner of port 3000, after a question";
 
 inline constexpr std::string_view tiers =
@@ -52,7 +53,7 @@ inline constexpr std::string_view listExamples =
     "Columns:\n"
     "  port, address, exposed, tier, pid, user, process, description, uptime,\n"
     "  memory, command, path, folder, unit, socket, container, project, branch,\n"
-    "  parent\n\n"
+    "  parent, host\n\n"
     "Examples:\n"
     "  tarnwickctl list --tier dev --tier unknown\n"
     "  tarnwickctl list --search node --not test\n"

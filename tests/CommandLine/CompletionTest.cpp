@@ -72,18 +72,19 @@ TEST_P(Completion, OffersTheOptionsOfTheCommand)
 {
     EXPECT_THAT(offered("tarnwickctl --t"), ElementsAre("--tier"));
     EXPECT_THAT(offered("tarnwickctl list --"),
-                ElementsAre("--columns", "--exposed", "--group-by", "--help", "--json", "--not",
-                            "--pids", "--port", "--search", "--sort", "--tier", "--user",
+                ElementsAre("--columns", "--exposed", "--group-by", "--help", "--host", "--json",
+                            "--not", "--pids", "--port", "--search", "--sort", "--tier", "--user",
                             "--version"));
     EXPECT_THAT(offered("tarnwickctl watch --"),
-                ElementsAre("--exposed", "--help", "--interval", "--json", "--not", "--port",
-                            "--search", "--tier", "--user", "--version"));
+                ElementsAre("--exposed", "--help", "--host", "--interval", "--json", "--not",
+                            "--port", "--search", "--tier", "--user", "--version"));
     EXPECT_THAT(offered("tarnwickctl watch --i"), ElementsAre("--interval"));
     EXPECT_THAT(offered("tarnwickctl kill --"),
-                ElementsAre("--help", "--pid", "--system", "--version", "--yes"));
+                ElementsAre("--help", "--host", "--pid", "--system", "--version", "--yes"));
     EXPECT_THAT(offered("tarnwickctl free --"),
-                ElementsAre("--dry-run", "--help", "--system", "--version", "--yes"));
-    EXPECT_THAT(offered("tarnwickctl why --"), ElementsAre("--help", "--json", "--version"));
+                ElementsAre("--dry-run", "--help", "--host", "--system", "--version", "--yes"));
+    EXPECT_THAT(offered("tarnwickctl why --"),
+                ElementsAre("--help", "--host", "--json", "--version"));
     EXPECT_THAT(offered("tarnwickctl wait --"),
                 ElementsAre("--free", "--help", "--timeout", "--version"));
     EXPECT_THAT(offered("tarnwickctl url --"), ElementsAre("--help", "--version"));

@@ -65,6 +65,8 @@ TEST(TarnwickctlWait, EndsWhenThePortCanBeBound)
 {
     FileDescriptor server = LocalSocket::bound();
     const std::string port = std::to_string(LocalSocket::port(server));
+    // Nothing else gets the port meanwhile.
+    const FileDescriptor reserved = LocalSocket::bound(LocalSocket::port(server));
     LocalSocket::listen(server);
     EXPECT_EQ(run(tarnwickctl({"wait", port, "--free", "--timeout", "0"})).exitCode, 1);
     RunningProgram waiting(tarnwickctl({"wait", port, "--free"}));
