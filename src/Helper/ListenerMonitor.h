@@ -24,7 +24,7 @@ public:
     struct Options
     {
         ListenerInventory::SocketSource source = ListenerInventory::SocketSource::Automatic;
-        std::chrono::milliseconds interval{100}; ///< between two checks
+        std::chrono::milliseconds interval{120}; ///< between two checks
         /// Dumps that nothing indicates take one part in this many of the time at most.
         int restShare = 10'000;
         /// So do dumps after an indication, while they find nothing: connections come and go.
