@@ -14,6 +14,7 @@ from collections import defaultdict
 from listing_load import LineReader, PATIENCE
 
 OURS = "tarnwickctl list --json"
+OURS_WITH_RULES = "tarnwickctl list --json, with rules for tiers"
 SS = "ss -H -ltnp"
 LSOF = "lsof -nP -iTCP -sTCP:LISTEN"
 
@@ -58,9 +59,13 @@ class Tool:
     """A program that lists and ends, timed from before its start to after its end."""
 
     ENVIRONMENT = {"LC_ALL": "C", "PATH": os.defpath}
+    # What ss and lsof do not tell, either, is left out, unless that is what is measured.
+    WITHOUT_RULES = {"TARNWICK_TIERS": "none"}
 
     def __init__(self, name, folder=None):
-        program, *arguments = name.split()
+        command, *options = name.split(", ")
+        program, *arguments = command.split()
+        self._environment = self.ENVIRONMENT | ({} if options else self.WITHOUT_RULES)
         self.name = name
         self._path = shutil.which(program, path=folder or os.environ["PATH"])
         if self._path is None:
@@ -81,7 +86,7 @@ class Tool:
         os.lseek(self._output, 0, os.SEEK_SET)
         start = time.perf_counter_ns()
         pid = os.posix_spawn(
-            self._path, self._arguments, self.ENVIRONMENT, file_actions=self._actions
+            self._path, self._arguments, self._environment, file_actions=self._actions
         )
         _, status, _ = os.wait4(pid, 0)
         end = time.perf_counter_ns()

@@ -143,6 +143,23 @@ TEST_F(PortForwarderTest, ChoosesTheServerAmongTheProcessesOfItsNamespace)
     EXPECT_EQ(found->command, "server");
 }
 
+TEST_F(PortForwarderTest, NamesNoServerWhereNoneOfSeveralListens)
+{
+    Puppet first;
+    if (!first.enterNetwork(ownAddress())) {
+        GTEST_SKIP() << "no network namespace to be had";
+    }
+    Puppet second = first.fork();
+    Puppet forwarder;
+    const int port = forward(forwarder, m_proxy, 80);
+    const std::optional<Forwarding> found = forwardingOn(m_inventory, port);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->pid, 0);
+    EXPECT_EQ(found->port, 80);
+    EXPECT_EQ(only(list(m_inventory), port).originArguments,
+              std::vector<std::string>{"via docker-proxy"});
+}
+
 TEST_F(PortForwarderTest, FollowsTheServerThatComesInPlaceOfAnother)
 {
     Puppet server(Puppet::program(), {"first"});

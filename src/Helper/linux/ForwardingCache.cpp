@@ -12,8 +12,10 @@ namespace Tarnwick {
 
 namespace {
 
-/// A process in the namespace may hand its socket on to another, and live on.
-constexpr std::chrono::seconds maxAge{30};
+/// A process in the namespace may hand its socket on to another, and live on. As seldom as the
+/// audit of a listing: a table of a namespace takes the kernel milliseconds, since it has all
+/// connections of the machine in one.
+constexpr std::chrono::seconds maxAge{300};
 
 /// The longest pause between two attempts to find what was not found, in listings.
 constexpr std::uint64_t maxPause = 64;

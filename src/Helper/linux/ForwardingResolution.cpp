@@ -118,12 +118,14 @@ std::optional<Forwarding> ForwardingResolution::find(pid_t forwarder, Program pr
     }
     Forwarding found;
     found.forwarder = titleOf(program);
-    const std::optional<Listener> target = listener(*number, *command, port);
-    if (target) {
+    found.port = command->port;
+    const pid_t server = onlyServer(there);
+    // The tables are read only where they make a difference: each takes milliseconds.
+    if (server != 0 && command->port != 0) {
+        found.pid = server;
+    } else if (const std::optional<Listener> target = listener(*number, *command, port)) {
         found.port = target->socket.port;
         found.pid = owner(there, *target);
-    } else {
-        found.port = command->port;
     }
     found.container = container(*command, forwarder, found.pid, there);
     if (found.pid == 0) {
@@ -237,6 +239,22 @@ std::vector<ForwardingResolution::Member> ForwardingResolution::members(Number n
         return left.stat.startTicks < right.stat.startTicks;
     });
     return found;
+}
+
+/// The only process in the namespace that can be a server; 0 where there are several.
+pid_t ForwardingResolution::onlyServer(const std::vector<Member> &members)
+{
+    pid_t server = 0;
+    for (const Member &member : members) {
+        if (isPlaceholder(member.stat)) {
+            continue;
+        }
+        if (server != 0 || member.stat.isShell()) {
+            return 0;
+        }
+        server = member.pid;
+    }
+    return server;
 }
 
 /// The socket that takes what is forwarded. Where the port is not known, it is the same port, or

@@ -55,6 +55,7 @@ private:
     [[nodiscard]] std::optional<NetworkNamespaces::Number>
     namespaceWithAddress(const ForwarderCommand &command);
     [[nodiscard]] std::optional<NetworkNamespaces::Number> namespaceBelow(pid_t forwarder);
+    [[nodiscard]] static pid_t onlyServer(const std::vector<Member> &members);
     [[nodiscard]] bool isOfForwarder(pid_t pid, pid_t forwarder);
     [[nodiscard]] std::vector<Member> members(NetworkNamespaces::Number number, pid_t forwarder);
     [[nodiscard]] std::optional<Listener>
