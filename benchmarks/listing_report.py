@@ -40,10 +40,18 @@ def row(load, subject, times, peer=None, limit=None, **others):
 
 
 def verdict(made):
-    for value, limit in (("ratio", "limit"), ("growth_kb", "limit_kb")):
+    for value, limit in (("ratio", "limit"), ("growth_kb", "limit_kb"), ("share", "limit_share")):
         if limit in made:
             return "reached" if made[value] <= made[limit] else "missed"
     return ""
+
+
+def limit_text(made):
+    if "limit_kb" in made:
+        return f"{made['limit_kb']} kB"
+    if "limit_share" in made:
+        return f"{made['limit_share']:.1%}"
+    return str(made.get("limit", ""))
 
 
 def table(rows):
@@ -58,7 +66,7 @@ def table(rows):
                 made["peer"] if compared else "",
                 f"{made['peer_median_ms']:.3f}" if compared else "",
                 f"{made['ratio']:.4f}" if compared else "",
-                str(made.get("limit", f"{made['limit_kb']} kB" if "limit_kb" in made else "")),
+                limit_text(made),
                 verdict(made),
             )
         )
@@ -73,6 +81,8 @@ def remarks(rows):
                 f"{made['load']}: {made['rss_after_10_kb']} kB resident after 10 scans, "
                 f"{made['rss_after_1000_kb']} kB after 1,000"
             )
+        if "share" in made:
+            yield f"{made['load']}: the watch took {made['share']:.3%} of a processor"
         if "full_walks" in made:
             yield (
                 f"{made['load']}: {made['full_walks']} of {made['runs']} warm scans as nobody "

@@ -107,6 +107,11 @@ class Rows(unittest.TestCase):
         self.assertTrue(made.keys().isdisjoint({"peer", "peer_median_ms", "ratio"}))
         self.assertIn("reached", table([made]))
 
+    def test_a_row_with_a_share_of_a_processor_has_its_limit(self):
+        made = row("idle", "a", [0.5], share=0.0005, limit_share=0.001)
+        self.assertIn("0.1%  reached", table([made]))
+        self.assertIn("missed", table([made | {"share": 0.002}]))
+
 
 class Loads(unittest.TestCase):
     def test_a_load_has_what_it_was_asked_for_and_ends_when_closed(self):
@@ -156,7 +161,8 @@ class QuickRun(unittest.TestCase):
             self.assertGreater(made["median_ms"], 0)
             compared = made.keys() & {"peer", "peer_median_ms", "ratio"}
             self.assertIn(len(compared), (0, 3))
-            self.assertEqual("rss_after_1000_kb" in made, not compared)
+            alone = made.keys() & {"rss_after_1000_kb", "share"}
+            self.assertEqual(len(alone), 0 if compared else 1)
 
 
 if __name__ == "__main__":

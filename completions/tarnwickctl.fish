@@ -101,7 +101,7 @@ complete -c tarnwickctl -n $listing -l sort -x -a '(__tarnwickctl_columns -)' -d
 complete -c tarnwickctl -n $listing -l group-by -x -a 'project tier user unit container' -d 'A heading for each'
 complete -c tarnwickctl -n $listing -l pids -d 'Only the process identifiers'
 complete -c tarnwickctl -n '__tarnwickctl_runs list watch kill why free' -l host -x -a '(__fish_print_hostnames)' -d 'On this machine, through ssh'
-complete -c tarnwickctl -n $watching -l interval -x -d 'Seconds between two looks'
+complete -c tarnwickctl -n $watching -l interval -x -d 'Seconds between two scans'
 complete -c tarnwickctl -n "$killing; and not __tarnwickctl_kills pids" -k -a '(__tarnwickctl_ports)' -d 'Port'
 complete -c tarnwickctl -n "$killing; and not __tarnwickctl_kills ports" -l pid -x -k -a '(__tarnwickctl_pids)' -d 'Stop this process instead'
 # Without a word there, fish would offer nothing.

@@ -206,15 +206,17 @@ Arguments parseWatch(std::vector<std::string> reversed)
 {
     CommandParser parser("tarnwickctl watch", HelpText::watch, HelpText::watchExamples);
     const SelectionOptions options(parser);
-    std::string interval = "2";
-    parser.add_option("--interval", interval, "Seconds between two looks: 0.2 to 3600, at first 2")
+    std::string interval;
+    parser
+        .add_option("--interval", interval,
+                    "Seconds between two scans while no change is\n"
+                    "detected: 0.2 to 3600")
         ->type_name("SECONDS")
         ->check(understoodBy(intervalFrom, "a number of seconds from 0.2 to 3600"));
     std::vector<std::string> hosts;
     parser.addHosts(hosts);
     return parser.parsed(std::move(reversed), [&]() -> Arguments {
-        return WatchArguments{options.selection(), options.json(),
-                              intervalFrom(interval).value_or(WatchArguments().interval),
+        return WatchArguments{options.selection(), options.json(), intervalFrom(interval),
                               std::move(hosts)};
     });
 }

@@ -32,7 +32,9 @@ struct WatchArguments
 {
     Selection selection{};
     bool json = false;
-    std::chrono::milliseconds interval{2000};
+    /// Between two scans although no change was detected; nothing for 2 seconds, or longer where
+    /// scans would take too much of the time.
+    std::optional<std::chrono::milliseconds> interval{};
     std::vector<std::string> hosts{}; ///< as those of list
 };
 

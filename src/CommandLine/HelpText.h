@@ -62,8 +62,8 @@ inline constexpr std::string_view listExamples =
     "  kill $(tarnwickctl list --pids --port 3000)";
 
 inline constexpr std::string_view watch =
-    "Show the listeners as they come and go: in place on a terminal, where q quits;\n"
-    "else, and with --json, a line for each change.";
+    "Show the listeners as they come and go: in place on a terminal, where ? shows\n"
+    "the keys and q quits; else, and with --json, a line for each change.";
 
 inline constexpr std::string_view watchExamples =
     "Examples:\n"

@@ -3,6 +3,8 @@
 
 #include "CommandLine/JsonListing.h"
 
+#include "Shared/Iso8601.h"
+
 #include <cstddef>
 
 namespace Tarnwick {
@@ -55,11 +57,13 @@ std::error_code JsonListing::write(std::span<const Listener> listeners, TextOutp
     return listing.finish();
 }
 
-std::string JsonListing::changeLine(std::string_view change, const Listener &listener)
+std::string JsonListing::changeLine(Timestamp time, std::string_view change,
+                                    const Listener &listener)
 {
     std::string object;
     ownerOf(listener).append(object, listener.record.port, listener.details, listener.shadows);
-    std::string line = R"({"change":")";
+    std::string line = R"({"time":")";
+    line.append(Iso8601::formatMilliseconds(time)).append(R"(","change":")");
     return line.append(change).append("\",").append(object, 1).append("\n");
 }
 

@@ -6,6 +6,7 @@
 #include "CommandLine/JsonOwner.h"
 #include "CommandLine/Listener.h"
 #include "CommandLine/TextOutput.h"
+#include "Models/Timestamp.h"
 
 #include <cstdint>
 #include <span>
@@ -43,8 +44,10 @@ public:
     [[nodiscard]] static std::error_code write(std::span<const Listener> listeners,
                                                TextOutput &output);
 
-    /// One object on a line of its own that begins with the member "change" of the value @p change.
-    [[nodiscard]] static std::string changeLine(std::string_view change, const Listener &listener);
+    /// One object on a line of its own that begins with the members "time", @p time in UTC with
+    /// milliseconds, and "change" of the value @p change.
+    [[nodiscard]] static std::string changeLine(Timestamp time, std::string_view change,
+                                                const Listener &listener);
 
 private:
     TextOutput &m_output;

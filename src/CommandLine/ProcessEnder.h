@@ -9,15 +9,34 @@
 #include "Helper/ProcessTerminator.h"
 #include "Helper/Supervisor.h"
 
+#include <chrono>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace Tarnwick {
 
-/// What stops a process for the kill command.
+/// The end of a process that was begun and is waited for, as Termination has it.
+class PendingEnd
+{
+public:
+    PendingEnd() = default;
+    virtual ~PendingEnd() = default;
+    PendingEnd(const PendingEnd &) = delete;
+    PendingEnd &operator=(const PendingEnd &) = delete;
+
+    /// Readable when the process has ended.
+    [[nodiscard]] virtual int descriptor() const = 0;
+    [[nodiscard]] virtual std::chrono::steady_clock::time_point deadline() const = 0;
+    /// The answer, once there is one.
+    [[nodiscard]] virtual std::optional<KillAnswer> advance() = 0;
+};
+
+/// What stops processes for the commands.
 class ProcessEnder
 {
 public:
@@ -32,6 +51,10 @@ public:
     /// Ends that very process and waits until it has ended; `NotFound` when another one has its
     /// identifier by now. An error when it lives on, or nothing could be done to it.
     [[nodiscard]] virtual KillAnswer end(const ProcessIdentity &process) = 0;
+
+    /// The same without the wait; the answer where there is nothing to wait for.
+    using StartedEnd = std::variant<std::unique_ptr<PendingEnd>, KillAnswer>;
+    [[nodiscard]] virtual StartedEnd startEnd(const ProcessIdentity &process) = 0;
 
     /// What the process is that makes it one never to be ended, for people; empty for others.
     [[nodiscard]] virtual std::string protection(std::int32_t pid) const = 0;

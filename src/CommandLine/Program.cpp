@@ -94,7 +94,7 @@ ExitCode Program::perform(const WatchArguments &arguments)
         const bool isOnScreen = !arguments.json && arguments.hosts.size() == 1 && isOnTerminal();
         return isOnScreen ? hosts.runOnTerminal() : hosts.follow(arguments.json);
     }
-    return WatchCommand(arguments, m_console, m_source, m_startWatching).run();
+    return WatchCommand(arguments, m_console, m_source, m_ender, m_startWatching).run();
 }
 
 ExitCode Program::perform(const KillArguments &arguments)

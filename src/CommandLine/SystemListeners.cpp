@@ -15,6 +15,29 @@
 
 namespace Tarnwick {
 
+namespace {
+
+class PendingTermination : public PendingEnd
+{
+public:
+    explicit PendingTermination(Termination termination)
+        : m_termination(std::move(termination))
+    {
+    }
+
+    [[nodiscard]] int descriptor() const override { return m_termination.descriptor(); }
+    [[nodiscard]] std::chrono::steady_clock::time_point deadline() const override
+    {
+        return m_termination.deadline();
+    }
+    [[nodiscard]] std::optional<KillAnswer> advance() override { return m_termination.advance(); }
+
+private:
+    Termination m_termination;
+};
+
+} // namespace
+
 SystemListeners::SystemListeners(TierRuleFiles::Report report)
     : m_report(std::move(report))
 {
@@ -102,6 +125,18 @@ std::optional<ProcessIdentity> SystemListeners::identity(std::int32_t pid) const
 KillAnswer SystemListeners::end(const ProcessIdentity &process)
 {
     return ProcessTerminator(m_inventory).terminate(process);
+}
+
+ProcessEnder::StartedEnd SystemListeners::startEnd(const ProcessIdentity &process)
+{
+    ProcessTerminator::Started started = ProcessTerminator(m_inventory).startAlone(process);
+    if (auto *termination = std::get_if<Termination>(&started)) {
+        return std::make_unique<PendingTermination>(std::move(*termination));
+    }
+    if (const auto *code = std::get_if<KillResultCode>(&started)) {
+        return KillAnswer(*code);
+    }
+    return KillAnswer(std::get<KillError>(std::move(started)));
 }
 
 std::string SystemListeners::protection(std::int32_t pid) const

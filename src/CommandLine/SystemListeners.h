@@ -37,6 +37,7 @@ public:
     [[nodiscard]] SharedTierRules tierRules() override;
     [[nodiscard]] std::optional<ProcessIdentity> identity(std::int32_t pid) const override;
     [[nodiscard]] KillAnswer end(const ProcessIdentity &process) override;
+    [[nodiscard]] StartedEnd startEnd(const ProcessIdentity &process) override;
     [[nodiscard]] std::string protection(std::int32_t pid) const override;
     [[nodiscard]] std::optional<Forwarding> forwarding(std::int32_t pid) const override;
     [[nodiscard]] std::optional<Supervisor> supervisor(std::int32_t pid) const override;

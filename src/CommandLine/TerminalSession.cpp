@@ -23,6 +23,9 @@ namespace {
 constexpr std::string_view enterScreen = "\x1b[?1049h\x1b[?25l\x1b[?7l";
 constexpr std::string_view leaveScreen = "\x1b[?7h\x1b[?25h\x1b[?1049l";
 
+/// The bytes of one key come together, but for a slow line.
+constexpr std::chrono::milliseconds keyTimeout(50);
+
 constexpr std::array inPlaceSignals{SIGINT, SIGTERM, SIGHUP, SIGWINCH, SIGTSTP};
 constexpr std::array linesSignals{SIGINT, SIGTERM, SIGHUP};
 
@@ -57,6 +60,8 @@ TerminalSession::TerminalSession(std::unique_ptr<SignalPipe> signals, Descriptor
     , m_presentation(presentation)
 {
     enter();
+    // What is compared with from now on.
+    static_cast<void>(m_monitor.hasChanged());
 }
 
 TerminalSession::~TerminalSession()
@@ -108,32 +113,50 @@ void TerminalSession::suspend()
     enter();
 }
 
-WatchEvent TerminalSession::await(std::chrono::steady_clock::time_point deadline)
+WatchEvent TerminalSession::await(Clock::time_point deadline, int descriptor)
 {
-    // Without events asked for, the output still tells of errors: that its reader has gone.
-    std::array<pollfd, 3> awaited{
-        pollfd{.fd = m_signals->descriptor(), .events = POLLIN, .revents = 0},
-        pollfd{.fd = m_output.descriptor(), .events = 0, .revents = 0},
-        pollfd{.fd = m_termiosBefore ? m_input : -1, .events = POLLIN, .revents = 0},
-    };
     while (true) {
-        const int ready = poll(awaited.data(), awaited.size(), millisecondsUntil(deadline));
-        if (ready == 0) {
-            return WatchEvent::Tick;
-        }
-        if (ready < 0) {
+        // Without events asked for, the output still tells of errors: that its reader has gone.
+        std::array<pollfd, 5> awaited{
+            pollfd{.fd = m_signals->descriptor(), .events = POLLIN, .revents = 0},
+            pollfd{.fd = m_output.descriptor(), .events = 0, .revents = 0},
+            pollfd{.fd = m_termiosBefore ? m_input : -1, .events = POLLIN, .revents = 0},
+            pollfd{.fd = m_monitor.descriptor(), .events = POLLIN, .revents = 0},
+            pollfd{.fd = descriptor, .events = POLLIN, .revents = 0},
+        };
+        if (poll(awaited.data(), awaited.size(), millisecondsUntil(nextWake(deadline))) < 0) {
             continue;
         }
         if (const auto event = awaited[0].revents != 0 ? eventFromSignal() : std::nullopt) {
             return *event;
         }
         if (awaited[1].revents != 0) {
-            return WatchEvent::Unheard;
+            return WatchEvent::OutputClosed;
         }
-        if (const auto event = awaited[2].revents != 0 ? eventFromKeys() : std::nullopt) {
+        if (const auto event = eventFromKeys(awaited[2].revents != 0)) {
             return *event;
         }
+        const bool isCheckDue = awaited[3].revents != 0 || Clock::now() >= m_monitor.nextCheck();
+        if (isCheckDue && m_monitor.hasChanged()) {
+            return WatchEvent::Changed;
+        }
+        if (awaited[4].revents != 0 || Clock::now() >= deadline) {
+            return WatchEvent::Deadline;
+        }
     }
+}
+
+/// When await() has something to do although nothing has come.
+TerminalSession::Clock::time_point TerminalSession::nextWake(Clock::time_point deadline)
+{
+    if (!m_nextKey) {
+        m_nextKey = m_keys.next();
+    }
+    if (m_nextKey) {
+        return Clock::now();
+    }
+    const Clock::time_point check = std::min(deadline, m_monitor.nextCheck());
+    return m_keys.isIncomplete() ? std::min(check, m_keysDeadline) : check;
 }
 
 std::optional<WatchEvent> TerminalSession::eventFromSignal()
@@ -149,17 +172,45 @@ std::optional<WatchEvent> TerminalSession::eventFromSignal()
     return *number == SIGWINCH ? WatchEvent::Redraw : WatchEvent::Quit;
 }
 
-std::optional<WatchEvent> TerminalSession::eventFromKeys()
+std::optional<WatchEvent> TerminalSession::eventFromKeys(bool isReadable)
 {
-    std::array<char, 64> keys{};
-    const ssize_t count = read(m_input, keys.data(), keys.size());
-    if (count < 0 && (errno == EINTR || errno == EAGAIN)) {
-        return std::nullopt;
+    if (isReadable && !readKeys()) {
+        return WatchEvent::Quit;
     }
-    const std::string_view pressed(keys.data(),
-                                   static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-    const bool isOver = pressed.empty() || pressed.find('q') != std::string_view::npos;
-    return isOver ? std::optional(WatchEvent::Quit) : std::nullopt;
+    if (m_keys.isIncomplete() && Clock::now() >= m_keysDeadline) {
+        m_keys.complete();
+    }
+    if (!m_nextKey) {
+        m_nextKey = m_keys.next();
+    }
+    return m_nextKey ? std::optional(WatchEvent::KeyPressed) : std::nullopt;
+}
+
+/// False at the end of the input.
+bool TerminalSession::readKeys()
+{
+    std::array<char, 256> bytes{};
+    const ssize_t count = read(m_input, bytes.data(), bytes.size());
+    if (count < 0 && (errno == EINTR || errno == EAGAIN)) {
+        return true;
+    }
+    m_keys.add({bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))});
+    m_keysDeadline = Clock::now() + keyTimeout;
+    return count > 0;
+}
+
+Key TerminalSession::takeKey()
+{
+    return std::exchange(m_nextKey, std::nullopt).value_or(Key{});
+}
+
+void TerminalSession::discardKeys()
+{
+    m_keys.clear();
+    m_nextKey.reset();
+    if (m_termiosBefore) {
+        tcflush(m_input, TCIFLUSH);
+    }
 }
 
 } // namespace Tarnwick

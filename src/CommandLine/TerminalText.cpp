@@ -110,6 +110,21 @@ void appendPrintable(std::string &result, char32_t codePoint, const Utf8Characte
     }
 }
 
+/// The size in bytes of the longest beginning of @p text that takes at most @p columns.
+std::size_t fittingSize(const Utf8CharacterTypes &types, std::string_view text, std::size_t columns)
+{
+    std::size_t used = 0;
+    std::size_t size = 0;
+    for (std::string_view rest = text; !rest.empty();) {
+        used += columnsOf(types, Utf8::takeCodePoint(rest));
+        if (used > columns) {
+            break;
+        }
+        size = text.size() - rest.size();
+    }
+    return size;
+}
+
 } // namespace
 
 std::string TerminalText::printable(std::string_view text)
@@ -149,17 +164,25 @@ std::string TerminalText::cut(std::string_view text, std::size_t columns)
         return std::string(text);
     }
     const Utf8CharacterTypes types;
-    std::size_t used = 1;
-    std::string_view rest = text;
-    std::size_t kept = 0;
-    while (!rest.empty()) {
-        used += columnsOf(types, Utf8::takeCodePoint(rest));
-        if (used > columns) {
-            break;
+    return std::string(text.substr(0, fittingSize(types, text, columns - 1))).append(ellipsis);
+}
+
+std::vector<std::string> TerminalText::wrapped(std::string_view text, std::size_t columns)
+{
+    const Utf8CharacterTypes types;
+    std::vector<std::string> lines;
+    while (true) {
+        std::size_t size = fittingSize(types, text, columns);
+        if (size == text.size() || size == 0) {
+            lines.emplace_back(text);
+            return lines;
         }
-        kept = text.size() - rest.size();
+        const std::size_t blank = text.rfind(' ', size);
+        const bool isBreakable = blank != std::string_view::npos && blank > 0;
+        size = isBreakable ? blank : size;
+        lines.emplace_back(text.substr(0, size));
+        text.remove_prefix(size + (isBreakable ? 1 : 0));
     }
-    return std::string(text.substr(0, kept)).append(ellipsis);
 }
 
 } // namespace Tarnwick

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Tarnwick {
 
@@ -28,6 +29,11 @@ public:
     /// @p text, which must be printable, in at most @p columns: when it takes more, its beginning
     /// and "…".
     [[nodiscard]] static std::string cut(std::string_view text, std::size_t columns);
+
+    /// @p text, which must be printable, in lines of at most @p columns, which must be at least 2,
+    /// broken at blanks where possible; one empty line for an empty text.
+    [[nodiscard]] static std::vector<std::string> wrapped(std::string_view text,
+                                                          std::size_t columns);
 };
 
 } // namespace Tarnwick

@@ -3,10 +3,10 @@
 
 #include "CommandLine/WatchCommand.h"
 
-#include "CommandLine/ListenerFilter.h"
 #include "CommandLine/WatchLines.h"
 #include "CommandLine/WatchScreen.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <utility>
@@ -15,21 +15,8 @@ namespace Tarnwick {
 
 namespace {
 
-std::error_code look(ListenerSource &source, const ListenerFilter &filter, WatchView &view)
-{
-    Listing listing = source.list();
-    if (const auto *error = std::get_if<ListingError>(&listing)) {
-        return view.showFailure(error->message);
-    }
-    auto listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)),
-                                   source.sockets(), source.details(), *source.tierRules());
-    filter.apply(listeners);
-    mergeEqual(listeners);
-    return view.show(std::move(listeners));
-}
-
-/// Whether the watch can go on; an interrupted write is explained by the event that comes next.
-bool isHeard(const std::error_code &error)
+/// Whether the watch goes on; an interrupted write is explained by the event that comes next.
+bool canGoOn(const std::error_code &error)
 {
     return !error || error == std::errc::interrupted;
 }
@@ -37,11 +24,13 @@ bool isHeard(const std::error_code &error)
 } // namespace
 
 WatchCommand::WatchCommand(WatchArguments arguments, const Console &console, ListenerSource &source,
-                           StartWatchSession start)
+                           ProcessEnder &ender, StartWatchSession start)
     : m_arguments(std::move(arguments))
     , m_console(console)
     , m_source(source)
+    , m_ender(ender)
     , m_start(std::move(start))
+    , m_schedule(m_arguments.interval)
 {
 }
 
@@ -55,7 +44,9 @@ ExitCode WatchCommand::run()
         m_console.sayError("Cannot watch: " + std::generic_category().message(errno));
         return ExitCode::Failed;
     }
-    const std::error_code error = watch(*session, presentation);
+    const ListenerFilter filter(m_arguments.selection, m_console.environment.home);
+    const std::unique_ptr<WatchView> view = this->view(presentation, filter.nothingFound());
+    const std::error_code error = watch(*session, *view, filter);
     // A message is seen only after the terminal has its own screen again.
     session.reset();
     return m_console.concluded(error, ExitCode::Done);
@@ -72,33 +63,56 @@ std::unique_ptr<WatchView> WatchCommand::view(Presentation presentation,
                                               const std::string &nothingFound) const
 {
     if (presentation == Presentation::InPlace) {
-        return std::make_unique<WatchScreen>(m_console, nothingFound);
+        return std::make_unique<WatchScreen>(m_console, m_ender, nothingFound);
     }
     using Format = WatchLines::Format;
     return std::make_unique<WatchLines>(m_console, m_arguments.json ? Format::Json : Format::Text);
 }
 
-std::error_code WatchCommand::watch(WatchSession &session, Presentation presentation)
+std::error_code WatchCommand::watch(WatchSession &session, WatchView &view,
+                                    const ListenerFilter &filter)
 {
-    const ListenerFilter filter(m_arguments.selection, m_console.environment.home);
-    const std::unique_ptr<WatchView> view = this->view(presentation, filter.nothingFound());
-
-    WatchEvent event = WatchEvent::Tick;
-    auto deadline = std::chrono::steady_clock::now();
-    while (event == WatchEvent::Tick || event == WatchEvent::Redraw) {
-        std::error_code error;
-        if (event == WatchEvent::Tick) {
-            error = look(m_source, filter, *view);
-            deadline = std::chrono::steady_clock::now() + m_arguments.interval;
-        } else {
-            error = view->redraw();
+    WatchEvent event = WatchEvent::Deadline;
+    while (event != WatchEvent::Quit && event != WatchEvent::OutputClosed) {
+        if (event == WatchEvent::Changed) {
+            m_schedule.noteChange();
         }
-        if (!isHeard(error)) {
+        if (event == WatchEvent::KeyPressed && !press(session, view)) {
+            break;
+        }
+        view.advance();
+        const bool isScanDue = m_schedule.isScanDue();
+        if (const std::error_code error = isScanDue ? scan(view, filter) : view.redraw();
+            !canGoOn(error)) {
             return error;
         }
-        event = session.await(deadline);
+        event = session.await(std::min(m_schedule.nextScan(), view.deadline()), view.descriptor());
     }
     return {};
+}
+
+/// Whether the watch goes on.
+bool WatchCommand::press(WatchSession &session, WatchView &view)
+{
+    const WatchView::KeyResult result = view.press(session.takeKey());
+    if (result == WatchView::KeyResult::DiscardKeys) {
+        session.discardKeys();
+    }
+    return result != WatchView::KeyResult::Quit;
+}
+
+std::error_code WatchCommand::scan(WatchView &view, const ListenerFilter &filter)
+{
+    const WatchSchedule::Scan scan(m_schedule);
+    Listing listing = m_source.list();
+    if (const auto *error = std::get_if<ListingError>(&listing)) {
+        return view.showFailure(error->message);
+    }
+    auto listeners = listenersFrom(std::move(std::get<std::vector<RawPortInfo>>(listing)),
+                                   m_source.sockets(), m_source.details(), *m_source.tierRules());
+    filter.apply(listeners);
+    mergeEqual(listeners);
+    return view.show(std::move(listeners));
 }
 
 } // namespace Tarnwick

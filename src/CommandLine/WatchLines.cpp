@@ -4,37 +4,22 @@
 #include "CommandLine/WatchLines.h"
 
 #include "CommandLine/JsonListing.h"
+#include "CommandLine/ListenerChanges.h"
 #include "CommandLine/TerminalText.h"
 
-#include <algorithm>
-#include <iterator>
 #include <utility>
 
 namespace Tarnwick {
-
-namespace {
-
-/// The listeners of @p some that @p others do not have; both in order.
-std::vector<Listener> missing(const std::vector<Listener> &some,
-                              const std::vector<Listener> &others)
-{
-    std::vector<Listener> result;
-    std::set_difference(some.begin(), some.end(), others.begin(), others.end(),
-                        std::back_inserter(result), comesBefore);
-    return result;
-}
-
-} // namespace
 
 std::error_code WatchLines::show(std::vector<Listener> listeners)
 {
     m_hasFailed = false;
     std::string lines;
-    for (const Listener &closed : missing(m_listeners, listeners)) {
-        lines += line(Change::Closed, closed);
+    for (const Listener *closed : listenersOnlyIn(m_listeners, listeners)) {
+        lines += line(Change::Closed, *closed);
     }
-    for (const Listener &opened : missing(listeners, m_listeners)) {
-        lines += line(Change::Opened, opened);
+    for (const Listener *opened : listenersOnlyIn(listeners, m_listeners)) {
+        lines += line(Change::Opened, *opened);
     }
     m_listeners = std::move(listeners);
     return lines.empty() ? std::error_code() : m_console.output.write(lines);
@@ -53,7 +38,7 @@ std::string WatchLines::line(Change change, const Listener &listener) const
 {
     const bool isOpened = change == Change::Opened;
     if (m_format == Format::Json) {
-        return JsonListing::changeLine(isOpened ? "opened" : "closed", listener);
+        return JsonListing::changeLine(m_console.now(), isOpened ? "opened" : "closed", listener);
     }
     const PortEntry &entry = listener.entry;
     std::string text = isOpened ? "+ :" : "- :";

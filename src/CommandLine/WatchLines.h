@@ -10,15 +10,15 @@
 
 namespace Tarnwick {
 
-/// A watch for pipes and logs: a line for each listener that has come or gone since the look
-/// before. The first look brings a line for each listener there is. What has gone comes before what
-/// is new.
+/// A watch for pipes and logs: a line for each listener that was added or removed since the scan
+/// before. The first scan gives a line for each listener. What was removed comes before what was
+/// added.
 class WatchLines : public WatchView
 {
 public:
     enum class Format {
         Text, ///< "+ :3000 node 4711", "- :3000 node 4711"
-        Json, ///< as JsonListing::changeLine() writes it, "opened" or "closed"
+        Json, ///< as JsonListing::changeLine() writes it, "opened" or "closed", with the time
     };
 
     WatchLines(const Console &console, Format format)

@@ -3,7 +3,10 @@
 
 #pragma once
 
+#include "CommandLine/Key.h"
+
 #include <chrono>
+#include <optional>
 
 namespace Tarnwick {
 
@@ -14,10 +17,12 @@ enum class Presentation {
 };
 
 enum class WatchEvent {
-    Tick,    ///< the deadline has passed
-    Redraw,  ///< the terminal has another size, or is ours again
-    Quit,    ///< the user has seen enough, or the system wants us to end
-    Unheard, ///< nobody reads the output any more
+    Deadline,     ///< the deadline has passed, or the descriptor is readable
+    Changed,      ///< other sockets listen than when the event before was returned
+    KeyPressed,   ///< takeKey() has a key
+    Redraw,       ///< the terminal has another size, or is ours again
+    Quit,         ///< a signal asked the program to end, or the terminal is gone
+    OutputClosed, ///< nobody reads the output any more
 };
 
 /// The time that a watch lives through: it begins when an object is made, and what had to be
@@ -25,13 +30,21 @@ enum class WatchEvent {
 class WatchSession
 {
 public:
+    using Clock = std::chrono::steady_clock;
+
     WatchSession() = default;
     virtual ~WatchSession() = default;
     WatchSession(const WatchSession &) = delete;
     WatchSession &operator=(const WatchSession &) = delete;
 
-    /// Waits for whatever comes first.
-    [[nodiscard]] virtual WatchEvent await(std::chrono::steady_clock::time_point deadline) = 0;
+    /// Waits for whatever comes first. @p descriptor is one more to become readable; -1 for none.
+    [[nodiscard]] virtual WatchEvent await(Clock::time_point deadline, int descriptor) = 0;
+
+    /// The key of a `KeyPressed` event.
+    [[nodiscard]] virtual Key takeKey() = 0;
+
+    /// Discards the keys that were pressed until now.
+    virtual void discardKeys() = 0;
 };
 
 } // namespace Tarnwick

@@ -99,7 +99,11 @@ public:
     /// namespace (forwardingOf()), or may not be signalled.
     [[nodiscard]] Started start(Target target, const Ownership &ownership) const;
 
-    /// All of it, for whoever waits by itself.
+    /// All three steps, with a scan of their own.
+    [[nodiscard]] Started startAlone(const ProcessIdentity &process,
+                                     std::optional<std::int32_t> caller = std::nullopt);
+
+    /// The same, and the wait: blocks until the process has ended or is past waiting for.
     [[nodiscard]] KillAnswer terminate(const ProcessIdentity &process,
                                        std::optional<std::int32_t> caller = std::nullopt);
 

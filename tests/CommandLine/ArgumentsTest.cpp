@@ -80,7 +80,7 @@ TEST(Arguments, TakeTheOptionsOfWatch)
 
 TEST(Arguments, WatchEveryTwoSecondsUnlessToldOtherwise)
 {
-    EXPECT_EQ(std::get<WatchArguments>(parse({"watch"})).interval, std::chrono::seconds(2));
+    EXPECT_EQ(std::get<WatchArguments>(parse({"watch"})).interval, std::nullopt);
 }
 
 TEST(Arguments, TakePortsToKillInTheirOrder)

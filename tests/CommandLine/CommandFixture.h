@@ -146,6 +146,11 @@ public:
         return result != results.end() ? result->second : KillAnswer(KillResultCode::Terminated);
     }
 
+    [[nodiscard]] StartedEnd startEnd(const ProcessIdentity &process) override
+    {
+        return end(process);
+    }
+
     [[nodiscard]] std::string protection(std::int32_t pid) const override
     {
         const auto known = protections.find(pid);

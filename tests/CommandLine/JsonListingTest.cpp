@@ -160,8 +160,11 @@ TEST(JsonListing, EndsWithTheFirstStepThatFails)
 TEST(JsonListing, BeginsALineOfAWatchWithTheChange)
 {
     const Listener listener = listenersFrom({record(80, 1, "a")}).front();
-    const std::string line = JsonListing::changeLine("opened", listener);
-    EXPECT_THAT(line, StartsWith(R"({"change":"opened","pid":1,"port":80,)"));
+    const std::string line =
+        JsonListing::changeLine(Timestamp(std::chrono::milliseconds(1)), "opened", listener);
+    EXPECT_THAT(
+        line,
+        StartsWith(R"({"time":"1970-01-01T00:00:00.001Z","change":"opened","pid":1,"port":80,)"));
     EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1);
     EXPECT_EQ(line.back(), '\n');
 }

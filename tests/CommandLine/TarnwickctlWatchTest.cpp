@@ -82,9 +82,9 @@ TEST(TarnwickctlWatch, WritesAnObjectForEachChange)
 {
     std::optional<ListeningChild> child(std::in_place);
     RunningProgram program(watch({"--interval", "0.2", "--json", "--port", child->portText()}));
-    EXPECT_TRUE(program.shows(R"({"change":"opened","pid":)" + child->pidText()));
+    EXPECT_TRUE(program.shows(R"(Z","change":"opened","pid":)" + child->pidText()));
     child.reset();
-    EXPECT_TRUE(program.shows(R"({"change":"closed","pid":)"));
+    EXPECT_TRUE(program.shows(R"(Z","change":"closed","pid":)"));
     program.signal(SIGINT);
     EXPECT_EQ(program.finish().exitCode, 0);
 }
@@ -115,7 +115,7 @@ TEST(TarnwickctlWatch, FillsTheTerminalAndGivesItBackOnQ)
     ASSERT_TRUE(program.shows("\x1b[?1049h\x1b[?25l"));
     ASSERT_TRUE(program.shows("1 listener:"));
     EXPECT_EQ(localModes(terminal) & (ICANON | ECHO), 0U);
-    program.type("xq");
+    program.type("zq");
     ASSERT_TRUE(program.shows(leavesScreen));
     EXPECT_EQ(program.finish().exitCode, 0);
     EXPECT_EQ(localModes(terminal), modesBefore);
@@ -188,7 +188,7 @@ TEST(TarnwickctlWatch, FollowsTheSizeOfTheTerminalAtOnce)
                            onXterm);
     ASSERT_TRUE(program.shows("9 listeners:"));
     program.resize(80, 5);
-    EXPECT_TRUE(program.shows("… and 7 more"));
+    EXPECT_TRUE(program.shows("1-3 of 9 listeners"));
     program.type("q");
     EXPECT_EQ(program.finish().exitCode, 0);
 }
@@ -206,6 +206,78 @@ TEST(TarnwickctlWatch, GivesTheTerminalBackWhileItIsStopped)
     program.signal(SIGCONT);
     EXPECT_TRUE(program.shows("\x1b[?1049h"));
     EXPECT_TRUE(program.shows("\x1b[K"));
+    program.type("q");
+    EXPECT_EQ(program.finish().exitCode, 0);
+}
+
+TEST(TarnwickctlWatch, ShowsAChangeLongBeforeTheNextScan)
+{
+    PseudoTerminal terminal(80, 24);
+    RunningProgram program(watch({"--interval", "3600", "--search", "early-server"}), terminal,
+                           onXterm);
+    ASSERT_TRUE(program.shows("No listener matches."));
+    std::optional<ListeningChild> child(std::in_place,
+                                        ListeningChild::Setup{.name = "early-server"});
+    EXPECT_TRUE(program.shows("1 listener:"));
+    child.reset();
+    EXPECT_TRUE(program.shows("No listener matches."));
+    program.type("q");
+    EXPECT_EQ(program.finish().exitCode, 0);
+}
+
+TEST(TarnwickctlWatch, FiltersWhileTheUserTypes)
+{
+    const ListeningChild child({.name = "typed-server"});
+    PseudoTerminal terminal(80, 24);
+    RunningProgram program(watch({"--search", "typed-server"}), terminal, onXterm);
+    ASSERT_TRUE(program.shows("1 listener:"));
+    program.type("/no-such");
+    EXPECT_TRUE(program.shows("/no-such_  0 of 1"));
+    program.type("\x1b");
+    EXPECT_TRUE(program.shows("1 listener:"));
+    program.type("q");
+    EXPECT_EQ(program.finish().exitCode, 0);
+}
+
+TEST(TarnwickctlWatch, StopsTheSelectedProcessAfterAQuestion)
+{
+    ListeningChild child({.name = "doomed-server", .ports = 2});
+    PseudoTerminal terminal(80, 24);
+    RunningProgram program(watch({"--interval", "3600", "--search", "doomed-server"}), terminal,
+                           onXterm);
+    ASSERT_TRUE(program.shows("2 listeners:"));
+    program.type("x");
+    ASSERT_TRUE(program.shows("Stop doomed-server (pid " + child.pidText() + ") on ports "));
+    ASSERT_TRUE(program.shows("[y/N]"));
+    program.type("n");
+    ASSERT_TRUE(program.shows("2 listeners:"));
+    EXPECT_EQ(child.endedBy(), 0);
+    program.type("\x1b[Bx");
+    ASSERT_TRUE(program.shows("[y/N]"));
+    program.type("y");
+    EXPECT_TRUE(program.shows("has ended."));
+    EXPECT_TRUE(program.shows("doomed-server (pid " + child.pidText() + ")"));
+    EXPECT_EQ(child.endedBy(), SIGTERM);
+    program.type("q");
+    EXPECT_EQ(program.finish().exitCode, 0);
+}
+
+TEST(TarnwickctlWatch, ShowsDetailsHistoryAndHelp)
+{
+    std::optional<ListeningChild> child(std::in_place,
+                                        ListeningChild::Setup{.name = "detailed-server"});
+    PseudoTerminal terminal(80, 24);
+    RunningProgram program(watch({"--search", "detailed-server"}), terminal, onXterm);
+    ASSERT_TRUE(program.shows("1 listener:"));
+    program.type("\r");
+    EXPECT_TRUE(program.shows("127.0.0.1, this machine only"));
+    EXPECT_TRUE(program.shows("Esc: back"));
+    child.reset();
+    EXPECT_TRUE(program.shows("It listens no more."));
+    program.type("h");
+    EXPECT_TRUE(program.shows("  closed  :"));
+    program.type("?");
+    EXPECT_TRUE(program.shows("select a row"));
     program.type("q");
     EXPECT_EQ(program.finish().exitCode, 0);
 }

@@ -59,6 +59,17 @@ TEST(TerminalText, CutsOnlyWhatIsTooWide)
     EXPECT_EQ(TerminalText::cut("server", 0), "");
 }
 
+TEST(TerminalText, BreaksLinesAtBlanksWherePossible)
+{
+    using Lines = std::vector<std::string>;
+    EXPECT_EQ(TerminalText::wrapped("", 5), Lines{""});
+    EXPECT_EQ(TerminalText::wrapped("abcde", 5), Lines{"abcde"});
+    EXPECT_EQ(TerminalText::wrapped("ab cd ef", 5), (Lines{"ab cd", "ef"}));
+    EXPECT_EQ(TerminalText::wrapped("ab cdef", 5), (Lines{"ab", "cdef"}));
+    EXPECT_EQ(TerminalText::wrapped("abcdefg hi", 5), (Lines{"abcde", "fg hi"}));
+    EXPECT_EQ(TerminalText::wrapped("日本語", 5), (Lines{"日本", "語"}));
+}
+
 TEST(TerminalText, CutsBetweenCharactersOfAnyWidth)
 {
     EXPECT_EQ(TerminalText::cut("日本語", 6), "日本語");

@@ -63,11 +63,14 @@ TEST_F(WatchLinesTest, ShowAHostileNameOnOneLine)
               "+ :80 a^J- :22 sshd^[[A 1\n");
 }
 
-TEST_F(WatchLinesTest, AreObjectsInJson)
+TEST_F(WatchLinesTest, AreTimedObjectsInJson)
 {
-    EXPECT_THAT(linesFor(json, {record(80, 1, "a")}),
-                StartsWith(R"({"change":"opened","pid":1,"port":80,"processName":"a",)"));
-    EXPECT_THAT(linesFor(json, {}), StartsWith(R"({"change":"closed","pid":1,"port":80,)"));
+    EXPECT_THAT(
+        linesFor(json, {record(80, 1, "a")}),
+        StartsWith(R"({"time":"1970-02-11T16:00:00.000Z","change":"opened","pid":1,"port":80,)"));
+    EXPECT_THAT(
+        linesFor(json, {}),
+        StartsWith(R"({"time":"1970-02-11T16:00:00.000Z","change":"closed","pid":1,"port":80,)"));
 }
 
 TEST_F(WatchLinesTest, TellOfFailuresInARowOnce)

@@ -266,8 +266,8 @@ std::optional<KillAnswer> ProcessTerminator::refusalOfUnseen(std::int32_t pid) c
     return isSeen ? std::nullopt : std::optional<KillAnswer>(KillResultCode::PermissionDenied);
 }
 
-KillAnswer ProcessTerminator::terminate(const ProcessIdentity &process,
-                                        std::optional<std::int32_t> caller)
+ProcessTerminator::Started ProcessTerminator::startAlone(const ProcessIdentity &process,
+                                                         std::optional<std::int32_t> caller)
 {
     Admitted admitted = admit(process.pid, &process, caller);
     if (const auto *code = std::get_if<KillResultCode>(&admitted)) {
@@ -280,7 +280,13 @@ KillAnswer ProcessTerminator::terminate(const ProcessIdentity &process,
     if (const auto *error = std::get_if<ListingError>(&found)) {
         return KillError{error->code, error->message};
     }
-    Started started = start(std::get<Target>(std::move(admitted)), std::get<Ownership>(found));
+    return start(std::get<Target>(std::move(admitted)), std::get<Ownership>(found));
+}
+
+KillAnswer ProcessTerminator::terminate(const ProcessIdentity &process,
+                                        std::optional<std::int32_t> caller)
+{
+    Started started = startAlone(process, caller);
     if (auto *termination = std::get_if<Termination>(&started)) {
         return waitFor(*termination);
     }
