@@ -296,14 +296,18 @@ TEST_F(LiveCoreTest, TakesNoMoreMemoryAfterAThousandScans)
     constexpr std::size_t warmUp = 100;
     constexpr std::size_t scans = isSanitized ? 200 : 1000;
     // The frames that one lost scan would leave are some hundred bytes, and the records of one are
-    // more: times 900, more than this by far. Pages that come and go are less.
-    constexpr std::size_t slack = 200;
+    // more: times 450, more than this by far. Pages that come and go are less. What other programs
+    // start meanwhile, and the inventory sees for a while, is more; but it comes in one half of the
+    // scans, and what is lost in both.
+    constexpr std::size_t slack = 100;
+    constexpr std::size_t middle = (warmUp + scans) / 2;
 
     m_monitor.stop();
     const RunningHelper helper(m_bus);
     Puppet puppet;
     Puppet::Listener listener;
     Memory before{};
+    Memory between{};
     for (std::size_t done = 1; done <= scans; ++done) {
         if (done % 2 == 0) {
             puppet.close(listener.descriptor);
@@ -315,14 +319,20 @@ TEST_F(LiveCoreTest, TakesNoMoreMemoryAfterAThousandScans)
         ASSERT_TRUE(await([&] { return shows(puppet, listener.port) == open; }));
         if (done == warmUp) {
             before = Memory::now(helper.pid());
+        } else if (done == middle) {
+            between = Memory::now(helper.pid());
         }
     }
     const Memory after = Memory::now(helper.pid());
     RecordProperty("client_kB", static_cast<int>(after.client - before.client));
     RecordProperty("helper_kB", static_cast<int>(after.helper - before.helper));
     if (!isSanitized) {
-        EXPECT_LE(after.client, before.client + slack);
-        EXPECT_LE(after.helper, before.helper + slack);
+        EXPECT_TRUE(between.client <= before.client + slack ||
+                    after.client <= between.client + slack)
+            << before.client << " kB, then " << between.client << " and " << after.client;
+        EXPECT_TRUE(between.helper <= before.helper + slack ||
+                    after.helper <= between.helper + slack)
+            << before.helper << " kB, then " << between.helper << " and " << after.helper;
     }
     EXPECT_THAT(m_log.messages(), IsEmpty());
 }
