@@ -50,14 +50,23 @@ void makeKey(const std::filesystem::path &file)
     }
 }
 
+/// Whether the system can load @p program; one that was unpacked may lack a library.
+bool isLoadable(const std::filesystem::path &program)
+{
+    constexpr int notLoaded = 127; // what the loader exits with (ld.so(8))
+    return ::access(program.c_str(), X_OK) == 0 &&
+           run({program.string(), "-?"}).exitCode != notLoaded;
+}
+
 /// The server as it is installed, or as it was unpacked for the tests.
 std::filesystem::path serverProgram()
 {
-    const std::filesystem::path name = "usr/sbin/sshd";
     for (const std::filesystem::path &root :
          {std::filesystem::path("/"), std::filesystem::path(unpackedPackages)}) {
-        if (::access((root / name).c_str(), X_OK) == 0) {
-            return root / name;
+        const std::filesystem::path session = root / "usr/lib/openssh/sshd-session";
+        if (isLoadable(root / "usr/sbin/sshd") &&
+            (!std::filesystem::exists(session) || isLoadable(session))) {
+            return root / "usr/sbin/sshd";
         }
     }
     return {};
