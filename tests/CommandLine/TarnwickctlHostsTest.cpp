@@ -15,6 +15,8 @@
 #include <string>
 #include <vector>
 
+#include <unistd.h>
+
 namespace Tarnwick {
 namespace {
 
@@ -96,6 +98,9 @@ TEST_F(TarnwickctlHostsTest, KillsOnAnotherMachine)
 
 TEST_F(TarnwickctlHostsTest, AsksOnTheTerminalOfThisMachine)
 {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "an sshd without privilege cannot give its terminals to the group tty";
+    }
     PseudoTerminal terminal(80, 24);
     RunningProgram program(tarnwickctl({"kill", "--host=shop.example", m_child.portText()}),
                            terminal, m_setup);
@@ -164,6 +169,9 @@ TEST_F(TarnwickctlHostsTest, LeavesNothingBehindWhenItIsKilled)
 
 TEST_F(TarnwickctlHostsTest, WatchesOneMachineOnTheWholeTerminal)
 {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "an sshd without privilege cannot give its terminals to the group tty";
+    }
     PseudoTerminal terminal(80, 24);
     RunningProgram program(
         tarnwickctl({"watch", "--port", m_child.portText(), "--host", "shop.example"}), terminal,
