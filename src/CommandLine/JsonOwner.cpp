@@ -4,6 +4,7 @@
 #include "CommandLine/JsonOwner.h"
 
 #include "CommandLine/JsonEscapes.h"
+#include "CommandLine/JsonMembers.h"
 #include "Shared/RawPortInfoWriter.h"
 
 #include <algorithm>
@@ -14,36 +15,6 @@
 namespace Tarnwick {
 
 namespace {
-
-void writeKey(JsonWriter &writer, std::string_view key)
-{
-    writer.Key(key.data(), static_cast<rapidjson::SizeType>(key.size()));
-}
-
-void writeString(JsonWriter &writer, std::string_view text)
-{
-    writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
-}
-
-void writeMember(JsonWriter &writer, std::string_view key, std::string_view text)
-{
-    writeKey(writer, key);
-    writeString(writer, text);
-}
-
-/// The same for a text that may be missing.
-void writeKnown(JsonWriter &writer, std::string_view key, std::string_view text)
-{
-    if (!text.empty()) {
-        writeMember(writer, key, text);
-    }
-}
-
-void writeMember(JsonWriter &writer, std::string_view key, std::int64_t number)
-{
-    writeKey(writer, key);
-    writer.Int64(number);
-}
 
 /// The text of an object, without its braces, whose members @p write writes.
 template<class Write>
@@ -58,32 +29,6 @@ std::string members(Write write)
     std::string escaped;
     JsonEscapes::append(escaped, text.substr(1, text.size() - 2));
     return escaped;
-}
-
-void writeMembers(JsonWriter &writer, const Container &container)
-{
-    writeKnown(writer, "id", container.id);
-    writeKnown(writer, "name", container.name);
-    writeKnown(writer, "runtime", container.runtime);
-}
-
-void writeMembers(JsonWriter &writer, const Forwarding &forwarding)
-{
-    writeMember(writer, "forwarder", forwarding.forwarder);
-    if (forwarding.pid != 0) {
-        writeMember(writer, "pid", forwarding.pid);
-    }
-    if (forwarding.port != 0) {
-        writeMember(writer, "port", forwarding.port);
-    }
-    writeKnown(writer, "processName", forwarding.processName);
-    writeKnown(writer, "command", forwarding.command);
-    if (forwarding.container != Container()) {
-        writeKey(writer, "container");
-        writer.StartObject();
-        writeMembers(writer, forwarding.container);
-        writer.EndObject();
-    }
 }
 
 /// The members of a socket but its address.

@@ -4,6 +4,7 @@
 #include "CommandLine/OwnerReport.h"
 
 #include "CommandLine/EndpointText.h"
+#include "CommandLine/JsonMembers.h"
 #include "CommandLine/OwnerText.h"
 #include "CommandLine/TerminalText.h"
 #include "Models/ByteCount.h"
@@ -88,85 +89,42 @@ void addForwarding(FieldList &fields, const Forwarding &forwarding)
     fields.add("Serves", TerminalText::printable(text));
 }
 
-class Members
-{
-public:
-    explicit Members(JsonWriter &writer)
-        : m_writer(writer)
-    {
-    }
-
-    void key(std::string_view name)
-    {
-        m_writer.Key(name.data(), static_cast<rapidjson::SizeType>(name.size()));
-    }
-
-    void string(std::string_view text)
-    {
-        m_writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
-    }
-
-    void add(std::string_view name, std::string_view text)
-    {
-        key(name);
-        string(text);
-    }
-
-    /// The same for a text that may be missing.
-    void addKnown(std::string_view name, std::string_view text)
-    {
-        if (!text.empty()) {
-            add(name, text);
-        }
-    }
-
-private:
-    JsonWriter &m_writer;
-};
-
 void writeSocket(JsonWriter &writer, const ListenerDetails &socket)
 {
-    Members members(writer);
     writer.StartObject();
-    members.add("address", socket.address.text());
-    members.add("family", familyText(socket.address));
-    members.addKnown("interface", socket.interface);
-    members.addKnown("user", socket.user);
-    members.key("exposed");
+    writeMember(writer, "address", socket.address.text());
+    writeMember(writer, "family", familyText(socket.address));
+    writeKnown(writer, "interface", socket.interface);
+    writeKnown(writer, "user", socket.user);
+    writeKey(writer, "exposed");
     writer.Bool(socket.isExposed());
     writer.EndObject();
 }
 
 void writeProcess(JsonWriter &writer, const OwnerReport::Process &process)
 {
-    Members members(writer);
     writer.StartObject();
-    members.key("pid");
+    writeKey(writer, "pid");
     writer.Int(process.pid);
-    members.add("name", process.name);
-    members.add("command", process.command);
+    writeMember(writer, "name", process.name);
+    writeMember(writer, "command", process.command);
     writer.EndObject();
 }
 
 void writeSurroundings(JsonWriter &writer, const ListenerDetails &details)
 {
-    Members members(writer);
-    members.addKnown("unit", details.unit);
-    members.addKnown("socketUnit", details.socketUnit);
+    writeKnown(writer, "unit", details.unit);
+    writeKnown(writer, "socketUnit", details.socketUnit);
     if (details.container) {
-        members.key("container");
+        writeKey(writer, "container");
         writer.StartObject();
-        members.addKnown("id", details.container->id);
-        members.addKnown("name", details.container->name);
-        members.addKnown("runtime", details.container->runtime);
+        writeMembers(writer, *details.container);
         writer.EndObject();
     }
     if (details.forwarding) {
-        members.key("forwarding");
+        writeKey(writer, "forwarding");
         writer.StartObject();
-        members.add("forwarder", details.forwarding->forwarder);
-        members.addKnown("processName", details.forwarding->processName);
-        members.addKnown("command", details.forwarding->command);
+        writeMembers(writer, *details.forwarding);
         writer.EndObject();
     }
 }
@@ -238,37 +196,36 @@ std::string OwnerReport::json() const
 {
     JsonBuffer buffer;
     JsonWriter writer(buffer);
-    Members members(writer);
     writer.StartObject();
     writeMembers(writer, listener.record);
-    members.add("tier", rawValue(listener.entry.tier));
-    members.add("description", listener.entry.description);
-    members.add("tierRule", tierRule);
+    writeMember(writer, "tier", rawValue(listener.entry.tier));
+    writeMember(writer, "description", listener.entry.description);
+    writeMember(writer, "tierRule", tierRule);
     if (listener.project) {
-        members.add("project", listener.project->folder);
-        members.addKnown("branch", listener.project->branch);
+        writeMember(writer, "project", listener.project->folder);
+        writeKnown(writer, "branch", listener.project->branch);
     }
-    members.key("sockets");
+    writeKey(writer, "sockets");
     writer.StartArray();
     for (const ListenerDetails &socket : sockets) {
         writeSocket(writer, socket);
     }
     writer.EndArray();
     writeSurroundings(writer, listener.details);
-    members.key("ancestors");
+    writeKey(writer, "ancestors");
     writer.StartArray();
     for (const Process &ancestor : ancestors) {
         writeProcess(writer, ancestor);
     }
     writer.EndArray();
-    members.key("stop");
+    writeKey(writer, "stop");
     writer.StartArray();
     for (const std::string &way : stop) {
-        members.string(way);
+        writeString(writer, way);
     }
     writer.EndArray();
-    members.add("restart", restart);
-    members.add("url", url);
+    writeMember(writer, "restart", restart);
+    writeMember(writer, "url", url);
     writer.EndObject();
     return {buffer.GetString(), buffer.GetSize()};
 }

@@ -3,6 +3,7 @@
 
 #include "CommandLine/TiersCommand.h"
 
+#include "CommandLine/JsonMembers.h"
 #include "CommandLine/Table.h"
 #include "CommandLine/TerminalText.h"
 #include "Core/PathRule.h"
@@ -64,28 +65,12 @@ std::string counted(std::size_t count, std::string_view one, std::string_view se
     return std::to_string(count) + " " + std::string(count == 1 ? one : several);
 }
 
-void writeText(JsonWriter &writer, std::string_view text)
-{
-    writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
-}
-
-void writeKey(JsonWriter &writer, std::string_view name)
-{
-    writer.Key(name.data(), static_cast<rapidjson::SizeType>(name.size()));
-}
-
-void writeMember(JsonWriter &writer, std::string_view name, std::string_view text)
-{
-    writeKey(writer, name);
-    writeText(writer, text);
-}
-
 void writePatterns(JsonWriter &writer, std::string_view name, const GlobList &condition)
 {
     writeKey(writer, name);
     writer.StartArray();
     for (const std::string &entry : condition.entries()) {
-        writeText(writer, entry);
+        writeString(writer, entry);
     }
     writer.EndArray();
 }
@@ -105,7 +90,7 @@ void writeRule(JsonWriter &writer, const TierRule &rule)
     writeKey(writer, "ports");
     writer.StartArray();
     for (const PortRange &range : rule.ports) {
-        writeText(writer, portsText(range));
+        writeString(writer, portsText(range));
     }
     writer.EndArray();
     writer.EndObject();

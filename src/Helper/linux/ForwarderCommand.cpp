@@ -184,12 +184,12 @@ std::optional<PortRange> toRange(std::string_view text)
 
 /// Where pasta's -t leads @p port: [ADDRESS[%INTERFACE]/]PORT[-PORT][:PORT[-PORT]], several with
 /// commas between them. 0 where it says nothing of that port.
-std::uint16_t targetOfPasta(std::string_view specification, std::uint16_t port)
+std::uint16_t targetOfPasta(std::string_view mapping, std::uint16_t port)
 {
-    specification = specification.substr(specification.rfind('/') + 1);
-    while (!specification.empty()) {
-        const std::string_view part = specification.substr(0, specification.find(','));
-        specification.remove_prefix(std::min(specification.size(), part.size() + 1));
+    mapping = mapping.substr(mapping.rfind('/') + 1);
+    while (!mapping.empty()) {
+        const std::string_view part = mapping.substr(0, mapping.find(','));
+        mapping.remove_prefix(std::min(mapping.size(), part.size() + 1));
         const std::size_t colon = part.find(':');
         const std::optional<PortRange> from = toRange(part.substr(0, colon));
         if (!from || port < from->first || port > from->last) {
